@@ -1,0 +1,54 @@
+// Processor feature word and the start-up that fills it.
+//
+// g_cpuFeatures is written once while the module loads and only read after
+// that; tests change it for the length of one test through ScopedKernelChoice
+// (kernel_forms.h) to run every tier on this machine.
+#pragma once
+
+#include <cstdint>
+
+namespace tarn {
+
+// Bits of the feature word, each where CPUID reports it.
+inline constexpr uint32_t kCpuTsc = 1u << 4;
+inline constexpr uint32_t kCpuCmov = 1u << 15;
+inline constexpr uint32_t kCpuMmxExt = 1u << 22;
+inline constexpr uint32_t kCpuMmx = 1u << 23;
+inline constexpr uint32_t kCpuFxsr = 1u << 24;
+inline constexpr uint32_t kCpuSse = 1u << 25;
+inline constexpr uint32_t kCpuSse2 = 1u << 26;
+inline constexpr uint32_t kCpuHtt = 1u << 28;
+inline constexpr uint32_t kCpu3DNowExt = 1u << 30;
+inline constexpr uint32_t kCpu3DNow = 1u << 31;
+
+// The leaf-1 EDX bits kept in the word.
+inline constexpr uint32_t kLeaf1Mask = 0x17808010u;
+// The leaf-0x80000001 EDX bits kept in the word.
+inline constexpr uint32_t kExtendedMask = kCpu3DNow | kCpu3DNowExt | kCpuMmxExt;
+
+extern uint32_t g_cpuFeatures;
+extern uint32_t g_cpuFeaturesCache;
+
+// Raw CPUID access, replaceable so that tests can play any processor.
+struct CpuidRegs {
+    uint32_t eax, ebx, ecx, edx;
+};
+using CpuidFunction = bool (*)(uint32_t leaf, CpuidRegs* out);  // false: the instruction faulted
+bool HardwareCpuid(uint32_t leaf, CpuidRegs* out);
+
+// Builds the word from CPUID leaves 1, 0x80000000 and 0x80000001. The extended
+// bits are taken only when the highest extended leaf is exactly 0x80000000.
+uint32_t DetectCpuFeatures(CpuidFunction cpuid = HardwareCpuid);
+
+// Detects once, fills the colour tables, and returns the cached word.
+uint32_t InitConversionKernels();
+
+// The tier a conversion follows: SSE2 is tested before MMX.
+enum class Tier : uint8_t { Plain, Mmx, Sse2 };
+inline Tier TierOf(uint32_t features) {
+    if (features & kCpuSse2) return Tier::Sse2;
+    if (features & kCpuMmx) return Tier::Mmx;
+    return Tier::Plain;
+}
+
+}  // namespace tarn

@@ -1,0 +1,30 @@
+// The platform's mutual-exclusion lock, over a standard mutex. Enterable
+// from any thread; not re-entrant within the library's own use.
+#pragma once
+
+#include <mutex>
+
+namespace tarn::platform {
+
+struct PlatCriticalSection {
+    std::mutex* mutex = nullptr;
+};
+
+void PlatInitCriticalSection(PlatCriticalSection* lock);
+void PlatDeleteCriticalSection(PlatCriticalSection* lock);
+void PlatEnterCriticalSection(PlatCriticalSection* lock);
+void PlatLeaveCriticalSection(PlatCriticalSection* lock);
+
+// Scope guard over Enter/Leave.
+class PlatLockGuard {
+public:
+    explicit PlatLockGuard(PlatCriticalSection* lock) : lock_(lock) { PlatEnterCriticalSection(lock_); }
+    ~PlatLockGuard() { PlatLeaveCriticalSection(lock_); }
+    PlatLockGuard(const PlatLockGuard&) = delete;
+    PlatLockGuard& operator=(const PlatLockGuard&) = delete;
+
+private:
+    PlatCriticalSection* lock_;
+};
+
+}  // namespace tarn::platform

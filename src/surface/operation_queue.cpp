@@ -1,0 +1,100 @@
+// The queue of deferred operations. Resize and SetFormat only append; a drain
+// runs the records when pixels are needed. With keepLast, the last record is
+// run with the direct output fields set, so that it writes straight into the
+// caller's memory and leaves the surface as the records before it made it.
+#include "surface/tarn_surface.h"
+
+namespace tarn {
+
+using namespace platform;
+
+VedResult CTarnSurface::Resize(int32_t width, int32_t height, int32_t keepAspect, int32_t quality) {
+    if (width < 4 || height < 4) return VED_E_INVALIDARG;
+    PlatLockGuard guard(&operationLock);
+    operations.push_back({kRecordResize, width, height, keepAspect, quality, SurfaceFormat{}});
+    return VED_S_OK;
+}
+
+VedResult CTarnSurface::SetFormat(SurfaceFormat format) {
+    // Not tested here: an unusable format shows when the record runs.
+    PlatLockGuard guard(&operationLock);
+    operations.push_back({kRecordSetFormat, 0, 0, 0, 0, format});
+    return VED_S_OK;
+}
+
+VedResult CTarnSurface::RunRecord(const OperationRecord& record) {
+    if (record.kind == kRecordSetFormat) return DoSetFormat(record.format);
+    if (info.format == SURFACE_FORMAT_YUV422) {
+        // Packed pictures are resized by way of the planar format. Under direct
+        // output the first step writes the caller's buffer and leaves the
+        // surface packed, so the resize then scales the packed picture over it
+        // and the last step finds nothing to do.
+        VedResult r = DoSetFormat(SURFACE_FORMAT_YUV420);
+        if (r < 0) return r;
+        r = DoResize(record.width, record.height, record.keepAspect, record.quality);
+        if (r < 0) return r;
+        return DoSetFormat(SURFACE_FORMAT_YUV422);
+    }
+    return DoResize(record.width, record.height, record.keepAspect, record.quality);
+}
+
+VedResult CTarnSurface::RunRecords(size_t count) {
+    // A failed record does not stop the ones behind it; the answer is that of
+    // the last record run.
+    VedResult answer = VED_S_OK;
+    for (size_t i = 0; i < count && !operations.empty(); ++i) {
+        answer = RunRecord(operations.front());
+        operations.pop_front();
+    }
+    return answer;
+}
+
+VedResult CTarnSurface::Drain(bool keepLast) {
+    PlatLockGuard guard(&operationLock);
+    if (operations.empty()) return VED_S_OK;
+    if (!keepLast) return RunRecords(operations.size());
+    if (operations.size() > 1) {
+        const VedResult r = RunRecords(operations.size() - 1);
+        if (r < 0) return r;  // the last record stays queued, directOutput 0
+    }
+    directOutput = 1;
+    const OperationRecord last = operations.front();
+    const VedResult r = RunRecord(last);
+    operations.pop_front();
+    return r;
+}
+
+VedResult CTarnSurface::Flush() { return Drain(false); }
+
+VedResult CTarnSurface::Rotate(int32_t degrees) {
+    const VedResult r = Drain(false);
+    return r < 0 ? r : DoRotate(degrees);
+}
+
+VedResult CTarnSurface::Transform(int32_t first, int32_t second, double a, double b, double c,
+                                  double d, int32_t last) {
+    const VedResult r = Drain(false);
+    return r < 0 ? r : DoTransform(first, second, a, b, c, d, last);
+}
+
+VedResult CTarnSurface::DrawToBuffer(VedRect* source, VedRect* dest, uint8_t* buffer,
+                                     int32_t bufferWidth, int32_t bufferHeight,
+                                     int32_t bufferStride, int32_t quality) {
+    const VedResult r = Drain(false);
+    return r < 0 ? r
+                 : DoDrawToBuffer(source, dest, buffer, bufferWidth, bufferHeight, bufferStride,
+                                  quality);
+}
+
+VedResult CTarnSurface::DrawToSurface(VedRect* dest, ITarnSurface* source, VedRect* sourceArea,
+                                      int32_t quality) {
+    const VedResult r = Drain(false);
+    return r < 0 ? r : DoDrawToSurface(dest, source, sourceArea, quality);
+}
+
+VedResult CTarnSurface::Fill(VedRect* rect, uint32_t color) {
+    const VedResult r = Drain(false);
+    return r < 0 ? r : DoFill(rect, color);
+}
+
+}  // namespace tarn

@@ -1,0 +1,24 @@
+// Pixel buffers of the library: the array form of new, with tail slack.
+//
+// Some kernels write or read a few bytes past the last pixel on purpose (the
+// 24-bit stores go 4 bytes at a time, wide loads take whole vectors); the
+// slack keeps those bytes inside memory the library owns.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+
+namespace tarn {
+
+inline constexpr size_t kPixelTailSlack = 64;
+
+// Null when `bytes` is not positive, too large, or memory is short.
+inline uint8_t* NewPixelArray(int64_t bytes, size_t extraSlack = 0) {
+    if (bytes <= 0 || static_cast<uint64_t>(bytes) > (uint64_t(1) << 40)) return nullptr;
+    return new (std::nothrow) uint8_t[static_cast<size_t>(bytes) + kPixelTailSlack + extraSlack];
+}
+
+inline void DeletePixelArray(uint8_t* p) { delete[] p; }
+
+}  // namespace tarn

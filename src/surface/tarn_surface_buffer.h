@@ -1,0 +1,74 @@
+// CTarnSurfaceBuffer: a surface with its pixel buffer, and every operation
+// that touches pixels. The Do... operations live in src/operations, one file
+// each; pixel access and clone in pixel_access.cpp.
+#pragma once
+
+#include "surface/tarn_surface.h"
+
+namespace tarn {
+
+class CTarnSurfaceBuffer : public CTarnSurface {
+public:
+    explicit CTarnSurfaceBuffer(const SurfaceInfo& info) : CTarnSurface(info) {}
+    ~CTarnSurfaceBuffer() override;
+
+    // Pixel access (pixel_access.cpp).
+    VedResult TARN_CALL GetPixels(uint8_t** out) override;
+    VedResult TARN_CALL CopyOut(uint8_t* destination, int32_t destinationStride,
+                                uint32_t topDown) override;
+    VedResult TARN_CALL Clone(ITarnSurface** out) override;
+    VedResult TARN_CALL Export(int32_t kind, void** handle, uint32_t* flag) override;
+    VedResult TARN_CALL Flatten(ITarnSurface** result) override;
+
+    VedResult TARN_CALL DoResize(int32_t width, int32_t height, int32_t keepAspect,
+                                 int32_t quality) override;
+    VedResult TARN_CALL DoRotate(int32_t degrees) override;
+    VedResult TARN_CALL DoSetFormat(SurfaceFormat format) override;
+    VedResult TARN_CALL DoDrawToSurface(VedRect* destRect, ITarnSurface* source,
+                                        VedRect* sourceRect, int32_t quality) override;
+    VedResult TARN_CALL DoDrawToBuffer(VedRect* sourceRect, VedRect* destRect, uint8_t* buffer,
+                                       int32_t bufferWidth, int32_t bufferHeight,
+                                       int32_t bufferStride, int32_t quality) override;
+    VedResult TARN_CALL DoTransform(int32_t first, int32_t second, double a, double b, double c,
+                                    double d, int32_t last) override;
+    VedResult TARN_CALL DoFill(VedRect* rect, uint32_t color) override;
+
+    // Takes `bytes` (plus the tail slack) for the buffer; false when `bytes`
+    // is below 1 (nothing done) or memory is short.
+    bool AllocatePixels(int32_t bytes);
+    // Frees the buffer if the surface owns it. Always true.
+    bool ReleasePixels();
+    // Installs a buffer made by an operation: frees the old one if owned and
+    // takes ownership of the new one.
+    void ReplacePixels(uint8_t* newPixels);
+
+    // The one routine that takes pixels out of the buffer: rows of each plane,
+    // cut to the shorter stride, reversed when the row orders differ.
+    void CopyPixelsOut(uint8_t* destination, int32_t destinationStride, uint32_t topDown);
+
+    // Makes the GRAY8 mask 255 - alpha of this RGB32 picture, rows reversed.
+    void MakeMaskFromAlpha(ITarnSurface** maskOut);
+
+    uint8_t* pixels = nullptr;
+    int32_t pixelBytes = 0;  // as asked at allocation; stale after replacements
+};
+
+// True for the formats whose stored rows may be bottom-up.
+inline bool IsRgbFormat(int32_t format) {
+    return format == SURFACE_FORMAT_RGB24 || format == SURFACE_FORMAT_RGB32;
+}
+
+// Bytes of a buffer laid out as `info` says (0 for formats with no buffer).
+inline int64_t BufferBytes(const SurfaceInfo& info) {
+    const int64_t rows = int64_t(info.stride) * info.height;
+    switch (info.format) {
+        case SURFACE_FORMAT_YUV420: return rows * 3 / 2;
+        case SURFACE_FORMAT_RGB24:
+        case SURFACE_FORMAT_RGB32:
+        case SURFACE_FORMAT_GRAY8:
+        case SURFACE_FORMAT_YUV422: return rows;
+        default: return 0;
+    }
+}
+
+}  // namespace tarn
