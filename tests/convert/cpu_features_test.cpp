@@ -1,0 +1,97 @@
+// The feature word from CPUID, and the colour tables filled at load.
+#include "convert/cpu_features.h"
+
+#include <gtest/gtest.h>
+
+#include "convert/colour_tables.h"
+#include "convert/kernel_forms.h"
+
+namespace {
+
+using namespace tarn;
+
+// A processor played by a table: what each leaf answers in EDX, and EAX of
+// leaf 0x80000000.
+struct FakeCpu {
+    uint32_t leaf1Edx;
+    uint32_t highestExtended;
+    uint32_t extendedEdx;
+    bool faults;
+};
+FakeCpu g_fake;
+bool FakeCpuid(uint32_t leaf, CpuidRegs* out) {
+    if (g_fake.faults) return false;
+    *out = {};
+    if (leaf == 1) out->edx = g_fake.leaf1Edx;
+    if (leaf == 0x80000000u) out->eax = g_fake.highestExtended;
+    if (leaf == 0x80000001u) out->edx = g_fake.extendedEdx;
+    return true;
+}
+
+TEST(DetectCpuFeatures, KeepsTheListedBitsAndTheExtendedOnesOnlyOnAnExactLeaf) {
+    struct Case {
+        FakeCpu cpu;
+        uint32_t expected;
+    };
+    const Case cases[] = {
+        // Every bit set: leaf 1 keeps bits 4, 15, 23, 24, 25, 26, 28.
+        {{0xFFFFFFFFu, 0, 0, false}, 0x17808010u},
+        // 3DNow!, its extensions and the MMX extensions come only when the
+        // highest extended leaf is exactly 0x80000000.
+        {{0xFFFFFFFFu, 0x80000000u, 0xFFFFFFFFu, false}, 0x17808010u | 0xC0400000u},
+        {{0xFFFFFFFFu, 0x80000008u, 0xFFFFFFFFu, false}, 0x17808010u},
+        {{0x04000000u, 0x80000000u, 0x80000000u, false}, 0x84000000u},
+        {{0xFFFFFFFFu, 0, 0, true}, 0u},  // a fault yields 0
+    };
+    for (const Case& c : cases) {
+        g_fake = c.cpu;
+        EXPECT_EQ(DetectCpuFeatures(FakeCpuid), c.expected);
+    }
+}
+
+TEST(InitConversionKernels, ReturnsTheCachedWordAndChangesNothing) {
+    const uint32_t word = InitConversionKernels();
+    EXPECT_EQ(word, g_cpuFeaturesCache);
+    g_lumaTable[0] = 12345;  // a second call must not refill
+    EXPECT_EQ(InitConversionKernels(), word);
+    EXPECT_EQ(g_lumaTable[0], 12345);
+    FillColourTables();
+    EXPECT_EQ(g_lumaTable[0], -152560);
+#if defined(__x86_64__) || defined(_M_X64)
+    // Every x86-64 processor has MMX, SSE and SSE2.
+    EXPECT_EQ(word & (kCpuMmx | kCpuSse | kCpuSse2), kCpuMmx | kCpuSse | kCpuSse2);
+#endif
+}
+
+TEST(ColourTables, HoldTheProductsWithAThirteenBitFraction) {
+    for (int i = 0; i < 256; ++i) {
+        EXPECT_EQ(g_lumaTable[i], 9535 * (i - 16));
+        EXPECT_EQ(g_blueFromU[i], 16531 * (i - 128));
+        EXPECT_EQ(g_greenFromU[i], 3203 * (i - 128));
+        EXPECT_EQ(g_greenFromV[i], 6660 * (i - 128));
+        EXPECT_EQ(g_redFromV[i], 13074 * (i - 128));
+    }
+    EXPECT_EQ(g_lumaTable[16], 0);
+    EXPECT_EQ(g_lumaTable[235], 2088165);
+    // The factors are those of BT.601 for studio range, 255/219 and 1.402 x 255/224,
+    // to the three decimals the 13-bit fraction was chosen for.
+    EXPECT_NEAR(g_lumaTable[17] / 8192.0, 255.0 / 219.0, 0.001);
+    EXPECT_NEAR(g_redFromV[129] / 8192.0, 1.402 * 255.0 / 224.0, 0.001);
+}
+
+TEST(KernelChoice, ForcesTierAndFormAndRestoresThem) {
+    const uint32_t before = g_cpuFeatures;
+    const SimdForm formBefore = ActiveSimdForm();
+    {
+        ScopedKernelChoice choice(kCpuMmx, SimdForm::Plain);
+        EXPECT_EQ(TierOf(g_cpuFeatures), Tier::Mmx);
+        EXPECT_EQ(ActiveSimdForm(), SimdForm::Plain);
+        EXPECT_STREQ(DescribeKernelChoice(), "tier MMX, form plain");
+    }
+    EXPECT_EQ(g_cpuFeatures, before);
+    EXPECT_EQ(ActiveSimdForm(), formBefore);
+    EXPECT_EQ(TierOf(kCpuSse2 | kCpuMmx), Tier::Sse2);  // SSE2 is tested first
+    EXPECT_EQ(TierOf(0), Tier::Plain);
+}
+
+}  // namespace

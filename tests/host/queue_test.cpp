@@ -1,0 +1,93 @@
+// The deferred queue as a host sees it: what is refused, what a drain answers,
+// and what CopyOut delivers. Records that change nothing (a resize to the same
+// size, a change to the present format) run on every surface, so the queue's
+// own rules are tested here apart from the conversions and scalers.
+#include "host_support.h"
+
+#include <limits>
+
+namespace {
+
+using host::Describe;
+using host::InfoOf;
+
+TEST(Queue, ResizeRefusesSizesBelowFourWithoutQueueing) {
+    auto s = host::Blank(Describe(SURFACE_FORMAT_RGB32, 8, 8));
+    EXPECT_EQ(s->Resize(3, 100, 0, 0), VED_E_INVALIDARG);
+    EXPECT_EQ(s->Resize(100, -4, 0, 0), VED_E_INVALIDARG);
+    EXPECT_EQ(s->Flush(), VED_S_OK);  // nothing was queued
+    EXPECT_EQ(InfoOf(s.get()).width, 8u);
+    EXPECT_EQ(s->Resize(4, 4, 0, 0), VED_S_OK);  // accepted; runs later
+    EXPECT_EQ(InfoOf(s.get()).width, 8u);         // GetInfo does not drain
+}
+
+TEST(Queue, AnUnusableFormatShowsOnlyWhenItRuns) {
+    auto s = host::Blank(Describe(SURFACE_FORMAT_RGB32, 8, 8));
+    EXPECT_EQ(s->SetFormat(SurfaceFormat(99)), VED_S_OK);
+    EXPECT_EQ(s->Flush(), VED_E_NOTSUPPORTED);
+    EXPECT_EQ(s->Flush(), VED_S_OK);  // the failed record was erased all the same
+}
+
+TEST(Queue, TheAnswerIsThatOfTheLastRecord) {
+    auto s = host::Blank(Describe(SURFACE_FORMAT_RGB32, 8, 8));
+    s->SetFormat(SurfaceFormat(99));
+    s->SetFormat(SURFACE_FORMAT_RGB32);
+    EXPECT_EQ(s->Flush(), VED_S_OK);  // the earlier failure is lost
+
+    s->SetFormat(SURFACE_FORMAT_RGB32);
+    s->SetFormat(SurfaceFormat(99));
+    EXPECT_EQ(s->Flush(), VED_E_NOTSUPPORTED);
+}
+
+TEST(Queue, OperationsThatNeedPixelsDrainFirstAndStopOnFailure) {
+    auto s = host::Blank(Describe(SURFACE_FORMAT_RGB32, 8, 8));
+    uint8_t* p = reinterpret_cast<uint8_t*>(0x1);
+    s->SetFormat(SurfaceFormat(99));
+    EXPECT_EQ(s->GetPixels(&p), VED_E_NOTSUPPORTED);
+    EXPECT_EQ(p, reinterpret_cast<uint8_t*>(0x1));  // untouched on failure
+    s->SetFormat(SurfaceFormat(99));
+    EXPECT_EQ(s->Transform(1, 0, 1.0, 0, 1.0, 0, 0), VED_E_NOTSUPPORTED);
+    s->SetFormat(SurfaceFormat(99));
+    // The drain's failure is answered before the transform's own tests run.
+    EXPECT_EQ(s->Transform(0, 0, -1.0, 0, 0, 0, 0), VED_E_NOTSUPPORTED);
+    EXPECT_EQ(s->Transform(0, 0, 1.0, 0, 0, 0, 0), VED_E_INVALIDARG);
+}
+
+TEST(Transform, TestsItsArgumentsAndTransformsNothing) {
+    auto s = host::Blank(Describe(SURFACE_FORMAT_RGB24, 8, 8));
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    struct Case {
+        int32_t first;
+        double a, c;
+        VedResult expected;
+    };
+    const Case cases[] = {{0, 1, 1, VED_E_INVALIDARG},  {1, -0.5, 1, VED_E_INVALIDARG},
+                          {1, 1, -2, VED_E_INVALIDARG}, {1, 0, 0, VED_E_NOTSUPPORTED},
+                          {7, nan, nan, VED_E_NOTSUPPORTED}};
+    for (const Case& c : cases)
+        EXPECT_EQ(s->Transform(c.first, 0, c.a, -1.0, c.c, -1.0, 0), c.expected);
+}
+
+TEST(CopyOut, RefusesNullAndNonPositiveStrides) {
+    auto s = host::Blank(Describe(SURFACE_FORMAT_RGB32, 8, 8));
+    std::vector<uint8_t> out(256);
+    EXPECT_EQ(s->CopyOut(nullptr, 32, 1), VED_E_INVALIDARG);
+    EXPECT_EQ(s->CopyOut(out.data(), 0, 1), VED_E_INVALIDARG);
+}
+
+TEST(CopyOut, QueuedRecordsThatChangeNothingStillDeliverThePicture) {
+    const std::vector<uint8_t> data = host::Ramp(8 * 8 * 4);
+    auto s = host::FromData(Describe(SURFACE_FORMAT_RGB32, 8, 8), data);
+    for (int variant = 0; variant < 3; ++variant) {
+        if (variant == 1) s->SetFormat(SURFACE_FORMAT_RGB32);
+        if (variant == 2) {
+            s->SetFormat(SURFACE_FORMAT_RGB32);
+            s->Resize(8, 8, 0, SCALE_BILINEAR);
+        }
+        std::vector<uint8_t> out(data.size(), 0xCD);
+        ASSERT_EQ(s->CopyOut(out.data(), 32, 1), VED_S_OK);
+        EXPECT_EQ(out, data) << "variant " << variant;
+    }
+}
+
+}  // namespace
