@@ -1,0 +1,66 @@
+// Test helper: blank surfaces made through the builder, with direct access to
+// the buffer object behind them.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "object/surface_builder.h"
+#include "surface/tarn_surface_buffer.h"
+#include "tarn/TarnSurface.h"
+
+namespace tarn::testing_blank {
+
+inline int32_t BitsOf(SurfaceFormat format) {
+    switch (format) {
+        case SURFACE_FORMAT_RGB24: return 24;
+        case SURFACE_FORMAT_RGB32: return 32;
+        case SURFACE_FORMAT_GRAY8: return 8;
+        case SURFACE_FORMAT_YUV420: return 12;
+        default: return 16;
+    }
+}
+
+// Stride 0 picks the tightest row: planar width, RGB rows padded to 4 bytes.
+inline Ref<ITarnSurface> MakeBlank(SurfaceFormat format, uint32_t width, uint32_t height,
+                                   uint32_t topDown = 1, int32_t stride = 0) {
+    SurfaceInfo info{};
+    info.size = sizeof(SurfaceInfo);
+    info.width = width;
+    info.height = height;
+    info.format = format;
+    info.bitsPerPixel = BitsOf(format);
+    if (stride == 0) {
+        if (format == SURFACE_FORMAT_YUV420) stride = int32_t(width);
+        else if (format == SURFACE_FORMAT_YUV422) stride = int32_t(2 * width);
+        else stride = int32_t((info.bitsPerPixel * width + 31) / 32 * 4);
+    }
+    info.stride = stride;
+    info.topDown = topDown;
+    CSurfaceBuilder builder;
+    Ref<ITarnSurface> surface;
+    builder.CreateBlank(&info, nullptr, surface.put());
+    return surface;
+}
+
+inline CTarnSurfaceBuffer* Buffer(const Ref<ITarnSurface>& s) {
+    return static_cast<CTarnSurfaceBuffer*>(s.get());
+}
+
+inline VedRect ContentOf(const Ref<ITarnSurface>& s) {
+    SurfaceInfo info{};
+    s->GetInfo(&info);
+    return {info.contentLeft, info.contentTop, info.contentRight, info.contentBottom};
+}
+
+inline bool SameRect(const VedRect& a, const VedRect& b) {
+    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
+}
+
+// Sets every byte of the buffer (all planes) to `value`.
+inline void Paint(const Ref<ITarnSurface>& s, uint8_t value) {
+    CTarnSurfaceBuffer* b = Buffer(s);
+    std::memset(b->pixels, value, size_t(BufferBytes(b->info)));
+}
+
+}  // namespace tarn::testing_blank
