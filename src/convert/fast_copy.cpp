@@ -1,4 +1,4 @@
-// FastCopy, its 64-byte block form, and the plain row copies.
+// FastCopy's choice of form, and the plain row copies.
 #include "convert/fast_copy.h"
 
 #include <cstring>
@@ -17,18 +17,8 @@ void FastCopy(void* dst, const void* src, size_t count) {
         std::memcpy(dst, src, count);
 }
 
-void FastCopyMmx(void* dst, const void* src, size_t count) {
-    auto* d = static_cast<uint8_t*>(dst);
-    auto* s = static_cast<const uint8_t*>(src);
-    for (size_t blocks = count >> 6; blocks; --blocks, d += 64, s += 64) {
-        uint64_t v[8];
-        std::memcpy(v, s, 64);  // eight 8-byte loads, then eight stores
-        std::memcpy(d, v, 64);
-    }
-    std::memcpy(d, s, count & 63);
-}
-
 #if !defined(TARN_HAVE_X86_SIMD)
+void FastCopyMmx(void* dst, const void* src, size_t count) { std::memcpy(dst, src, count); }
 void FastCopyStream(void* dst, const void* src, size_t count) { FastCopyMmx(dst, src, count); }
 void FastCopyWide(void* dst, const void* src, size_t count) { std::memcpy(dst, src, count); }
 void CopyRowsWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,

@@ -1,4 +1,4 @@
-// FastCopyStream, FastCopyWide and the wide row copies: SSE2 forms.
+// The block copies and the wide row copies: SSE2 forms of every copy tier.
 // No alignment is assumed of the caller; stores are aligned internally where
 // the streaming form needs it.
 #include <emmintrin.h>
@@ -7,14 +7,54 @@
 
 #include "convert/fast_copy.h"
 #include "convert/smoothing.h"
+#include "platform/cache_size.h"
 
 namespace tarn {
+
+namespace {
+
+// Blocks of unaligned 16-byte moves, the remainder by the library copy.
+template <size_t Block>
+inline void CopyBlocks(uint8_t* d, const uint8_t* s, size_t count) {
+    constexpr size_t kVectors = Block / 16;
+    for (size_t blocks = count / Block; blocks; --blocks, d += Block, s += Block) {
+        __m128i v[kVectors];
+        for (size_t i = 0; i < kVectors; ++i)
+            v[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s) + i);
+        for (size_t i = 0; i < kVectors; ++i)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(d) + i, v[i]);
+    }
+    std::memcpy(d, s, count % Block);
+}
+
+// Streaming stores pay only when the copy would push the frame out of the
+// last-level cache anyway; below that, ordinary stores leave the target where
+// the next kernel reads it. Either way the bytes are the same.
+bool WorthStreaming(size_t count) { return count >= platform::LastLevelCacheBytes() / 4 * 3; }
+
+void FlipSource(const uint8_t*& src, int32_t& srcStride, int32_t& height) {
+    if (height < 0) {
+        height = -height;
+        src += static_cast<ptrdiff_t>(height - 1) * srcStride;
+        srcStride = -srcStride;
+    }
+}
+
+}  // namespace
+
+void FastCopyMmx(void* dst, const void* src, size_t count) {
+    CopyBlocks<64>(static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), count);
+}
+
+void FastCopyWide(void* dst, const void* src, size_t count) {
+    CopyBlocks<128>(static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), count);
+}
 
 void FastCopyStream(void* dst, const void* src, size_t count) {
     auto* d = static_cast<uint8_t*>(dst);
     auto* s = static_cast<const uint8_t*>(src);
-    if (count < 64) {  // below one block: the library copy, no streaming
-        std::memcpy(d, s, count);
+    if (count < 64 || !WorthStreaming(count)) {  // below one block nothing streams
+        CopyBlocks<64>(d, s, count);
         return;
     }
     // Streaming stores need 16-byte aligned targets; the head goes plainly.
@@ -40,39 +80,16 @@ void FastCopyStream(void* dst, const void* src, size_t count) {
     _mm_sfence();
 }
 
-namespace {
-inline void CopyWideBlocks(uint8_t* d, const uint8_t* s, size_t count) {
-    for (size_t blocks = count >> 7; blocks; --blocks, d += 128, s += 128) {
-        __m128i v[8];
-        for (int i = 0; i < 8; ++i) v[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s) + i);
-        for (int i = 0; i < 8; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(d) + i, v[i]);
-    }
-    std::memcpy(d, s, count & 127);
-}
-}  // namespace
-
-void FastCopyWide(void* dst, const void* src, size_t count) {
-    CopyWideBlocks(static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), count);
-}
-
 void CopyRowsWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                   int32_t rowBytes, int32_t height) {
-    if (height < 0) {
-        height = -height;
-        src += static_cast<ptrdiff_t>(height - 1) * srcStride;
-        srcStride = -srcStride;
-    }
+    FlipSource(src, srcStride, height);
     for (int32_t y = 0; y < height; ++y, dst += dstStride, src += srcStride)
-        CopyWideBlocks(dst, src, static_cast<size_t>(rowBytes));
+        CopyBlocks<128>(dst, src, static_cast<size_t>(rowBytes));
 }
 
 void CopyRowsSmoothWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t rowBytes, int32_t height) {
-    if (height < 0) {
-        height = -height;
-        src += static_cast<ptrdiff_t>(height - 1) * srcStride;
-        srcStride = -srcStride;
-    }
+    FlipSource(src, srcStride, height);
     std::memcpy(dst, src, static_cast<size_t>(rowBytes));
     for (int32_t y = 1; y < height - 1; ++y) {
         uint8_t* d = dst + static_cast<ptrdiff_t>(y) * dstStride;

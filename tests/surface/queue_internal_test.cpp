@@ -1,0 +1,106 @@
+// The queue's direct output fields and the lists' length limit, seen from
+// inside the surface.
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <vector>
+
+#include "object/surface_builder.h"
+#include "surface/bounded_list.h"
+#include "surface/tarn_surface_buffer.h"
+
+namespace {
+
+using namespace tarn;
+
+CTarnSurfaceBuffer* MakeRgb32(uint32_t width, uint32_t height) {
+    SurfaceInfo info{};
+    info.width = width;
+    info.height = height;
+    info.format = SURFACE_FORMAT_RGB32;
+    info.bitsPerPixel = 32;
+    info.stride = int32_t(width) * 4;
+    info.topDown = 1;
+    CSurfaceBuilder builder;  // a local builder needs no count
+    ITarnSurface* s = nullptr;
+    EXPECT_EQ(builder.CreateBlank(&info, nullptr, &s), VED_S_OK);
+    return static_cast<CTarnSurfaceBuffer*>(s);
+}
+
+TEST(DirectOutput, FieldsStartUnsetAndAreClearedByASuccessfulCopyOut) {
+    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+    EXPECT_EQ(s->directStride, -1);
+    std::vector<uint8_t> out(8 * 8 * 4);
+    // An empty queue: copied by CopyPixelsOut, directOutput never set.
+    ASSERT_EQ(s->CopyOut(out.data(), 32, 1), VED_S_OK);
+    EXPECT_EQ(s->directOutput, 0u);
+    EXPECT_EQ(s->directBuffer, nullptr);
+    EXPECT_EQ(s->directStride, 0);
+    // One record that runs: the direct path, then everything cleared again.
+    s->SetFormat(SURFACE_FORMAT_RGB32);
+    ASSERT_EQ(s->CopyOut(out.data(), 32, 1), VED_S_OK);
+    EXPECT_EQ(s->directOutput, 0u);
+    EXPECT_TRUE(s->operations.empty());
+    s->Release();
+}
+
+TEST(DirectOutput, AFailureBeforeTheLastRecordKeepsItQueued) {
+    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+    std::vector<uint8_t> out(8 * 8 * 4);
+    s->SetFormat(SurfaceFormat(99));
+    s->SetFormat(SURFACE_FORMAT_RGB32);
+    EXPECT_EQ(s->CopyOut(out.data(), 32, 0), VED_E_NOTSUPPORTED);
+    EXPECT_EQ(s->operations.size(), 1u);   // the last record waits
+    EXPECT_EQ(s->directOutput, 0u);
+    EXPECT_EQ(s->directBuffer, out.data());  // fields stay as CopyOut set them
+    EXPECT_EQ(s->directTopDown, 0u);
+    s->Release();
+}
+
+TEST(DirectOutput, AFailureOfTheLastRecordLeavesDirectOutputOn) {
+    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+    std::vector<uint8_t> out(8 * 8 * 4);
+    s->SetFormat(SurfaceFormat(99));
+    EXPECT_EQ(s->CopyOut(out.data(), 32, 1), VED_E_NOTSUPPORTED);
+    EXPECT_EQ(s->directOutput, 1u);  // callers must not go on after this
+    EXPECT_TRUE(s->operations.empty());
+    s->Release();
+}
+
+TEST(Buffer, AllocationOfNothingIsRefusedAndTheDestructorDropsTheQueue) {
+    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+    uint8_t* before = s->pixels;
+    EXPECT_FALSE(s->AllocatePixels(0));
+    EXPECT_EQ(s->pixels, before);
+    s->Resize(16, 16, 0, 0);
+    s->SetFormat(SURFACE_FORMAT_YUV420);
+    EXPECT_EQ(s->operations.size(), 2u);
+    s->Release();  // queued records are dropped, not run; LeakSanitizer checks the rest
+}
+
+TEST(Buffer, AHostBufferIsNotFreed) {
+    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+    std::vector<uint8_t> host(8 * 8 * 4 + 64);
+    s->ReplacePixels(host.data());  // frees the owned buffer, owns the new one
+    EXPECT_EQ(s->ownership, 1u);
+    s->SetOwnership(0);             // now the host's: must survive the surface
+    s->Release();
+    host[0] = 1;
+}
+
+TEST(BoundedList, PassingTheLimitThrowsTheLengthError) {
+    BoundedList<int, 3> list;
+    list.push_back(1);
+    list.push_back(2);
+    list.insert(list.begin(), 0);
+    try {
+        list.push_back(3);
+        FAIL() << "no length error";
+    } catch (const std::length_error& e) {
+        EXPECT_STREQ(e.what(), "list<T> too long");
+    }
+    EXPECT_EQ(list.size(), 3u);
+    EXPECT_THROW(list.insert(list.end(), 9), std::length_error);
+}
+
+}  // namespace
