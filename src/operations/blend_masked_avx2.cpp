@@ -1,0 +1,103 @@
+// Masked blends, AVX2 form (both tiers): 32 columns of a row pair or 16
+// packed pixels at a time, then the SSE2 form's scalar pieces for the rest.
+// Unaligned accesses; exactly the bytes of the scalar form.
+#include <immintrin.h>
+
+#include "operations/blend_forms.h"
+
+namespace tarn {
+
+namespace {
+
+// See the SSE2 form: o * 256 + w * (t - o) modulo 2^16 is the exact sum.
+inline __m256i Blend16(__m256i o, __m256i t, __m256i w) {
+    const __m256i sum =
+        _mm256_add_epi16(_mm256_slli_epi16(o, 8), _mm256_mullo_epi16(w, _mm256_sub_epi16(t, o)));
+    return _mm256_srli_epi16(sum, 8);
+}
+
+inline __m256i Widen(const uint8_t* p) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+}
+
+// Sixteen 16-bit results back to bytes, in order.
+inline __m128i Narrow(__m256i v) {
+    return _mm_packus_epi16(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+}
+
+inline __m256i Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+inline void Store(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+
+// Thirty-two bytes blended with thirty-two byte weights.
+inline __m256i BlendBytes(__m256i o, __m256i t, __m256i w) {
+    const __m256i z = _mm256_setzero_si256();
+    // The unpacks work within 128-bit halves and the pack undoes them the
+    // same way, so bytes come back in their places.
+    const __m256i lo =
+        Blend16(_mm256_unpacklo_epi8(o, z), _mm256_unpacklo_epi8(t, z), _mm256_unpacklo_epi8(w, z));
+    const __m256i hi =
+        Blend16(_mm256_unpackhi_epi8(o, z), _mm256_unpackhi_epi8(t, z), _mm256_unpackhi_epi8(w, z));
+    return _mm256_packus_epi16(lo, hi);
+}
+
+inline void BlendChroma16(uint8_t* t, const uint8_t* o, __m256i w) {
+    Store16(t, Narrow(Blend16(Widen(o), Widen(t), w)));
+}
+
+}  // namespace
+
+void BlendMaskedPlanarAvx2(const MaskedPlanarJob& job) {
+    // Pairs of groups of 16 columns; an odd last group and the tail go to the
+    // SSE2 form's scalar pieces with the same weights.
+    const int32_t groups = job.blocks >> 3;
+    const int32_t pairs = groups >> 1;
+    const bool lowerLeft = job.lowerLeftInGroups;
+    const __m256i evenBytes = _mm256_set1_epi16(0x00FF);
+    for (int32_t p = 0; p < job.rowPairs; ++p) {
+        uint8_t* ty = job.ty + 2 * p * job.tStride;
+        uint8_t* tu = job.tu + p * job.tChromaStride;
+        uint8_t* tv = job.tv + p * job.tChromaStride;
+        const uint8_t* oy = job.oy + 2 * p * job.oStride;
+        const uint8_t* ou = job.ou + p * job.oChromaStride;
+        const uint8_t* ov = job.ov + p * job.oChromaStride;
+        const uint8_t* m = job.mask + 2 * p * job.oStride;
+        const ptrdiff_t ts = job.tStride, os = job.oStride;
+        for (int32_t g = 0; g < pairs; ++g) {
+            const int32_t x = 32 * g, c = 16 * g;
+            const __m256i m0 = Load(m + x), m1 = Load(m + os + x);
+            Store(ty + x, BlendBytes(Load(oy + x), Load(ty + x), m0));
+            Store(ty + ts + x, BlendBytes(Load(oy + os + x), Load(ty + ts + x), m1));
+            const __m256i w = lowerLeft ? _mm256_and_si256(m1, evenBytes) : _mm256_srli_epi16(m1, 8);
+            BlendChroma16(tu + c, ou + c, w);
+            BlendChroma16(tv + c, ov + c, w);
+        }
+        const int32_t done = pairs << 4;  // blocks
+        const int32_t rest = groups & 1;  // one group of eight blocks left
+        BlendMaskedPlanarBlocks(job, ty + 2 * done, tu + done, tv + done, oy + 2 * done, ou + done,
+                                ov + done, m + 2 * done, rest << 3, lowerLeft);
+        const int32_t grouped = groups << 3;
+        BlendMaskedPlanarBlocks(job, ty + 2 * grouped, tu + grouped, tv + grouped, oy + 2 * grouped,
+                                ou + grouped, ov + grouped, m + 2 * grouped, job.blocks - grouped,
+                                false);
+    }
+}
+
+void BlendMaskedPackedAvx2(const MaskedPackedJob& job) {
+    const int32_t groups = job.width >> 4;
+    for (int32_t y = 0; y < job.rows; ++y) {
+        uint8_t* t = job.t + y * job.tStride;
+        const uint8_t* o = job.o + y * job.oStride;
+        const uint8_t* m = job.mask + y * job.maskPitch;
+        for (int32_t g = 0; g < groups; ++g) {
+            // Each mask byte doubled: pixel i's weight on bytes 2i and 2i + 1.
+            const __m128i m16 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(m + 16 * g));
+            const __m256i w = _mm256_set_m128i(_mm_unpackhi_epi8(m16, m16), _mm_unpacklo_epi8(m16, m16));
+            Store(t + 32 * g, BlendBytes(Load(o + 32 * g), Load(t + 32 * g), w));
+        }
+        const int32_t done = groups << 4;
+        BlendMaskedPackedPixels(t + 2 * done, o + 2 * done, m + done, job.width - done);
+    }
+}
+
+}  // namespace tarn

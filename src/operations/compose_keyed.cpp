@@ -1,0 +1,121 @@
+// ComposeKeyed: an overlay without a mask onto a YUV420 target, with one
+// constant weight and a key colour. Takes over the caller's reference to the
+// overlay. Target and overlay are taken to be YUV420; Flatten brings no other.
+#include "operations/compose.h"
+
+#include "convert/cpu_features.h"
+#include "object/surface_builder.h"
+#include "operations/compose_guard.h"
+#include "platform/rect.h"
+#include "surface/tarn_surface_buffer.h"
+
+namespace tarn {
+
+namespace {
+
+int32_t Width(const VedRect& r) { return r.right - r.left; }
+int32_t Height(const VedRect& r) { return r.bottom - r.top; }
+
+// Planes laid out from a height and stride: the first chroma plane
+// height * stride after Y, the second a quarter of that after the first.
+struct PlaneLayout {
+    int64_t first, second;
+    int32_t pitch, chromaPitch;
+};
+
+PlaneLayout LayoutOf(int64_t height, int32_t stride) {
+    const int64_t luma = height * stride;
+    return {luma, luma + (luma >> 2), stride, stride / 2};
+}
+
+PlanarPlanes PlanesAt(uint8_t* pixels, const PlaneLayout& l) {
+    return {pixels, pixels + l.first, pixels + l.second, l.pitch, l.chromaPitch};
+}
+
+// Every byte the keyed blend touches, for the rectangle `r`, lies within a
+// buffer of `bytes` laid out as `l`.
+bool KeyedBlendInside(const PlaneLayout& l, int64_t bytes, const VedRect& r) {
+    const int64_t dw = Width(r), dh = Height(r);
+    const TouchedArea y{0, l.pitch, r.top, r.left, dh, dw};
+    TouchedArea c{l.first, l.chromaPitch, r.top >> 1, r.left >> 1, ((dh - 1) >> 1) + 1,
+                  ((dw - 1) >> 1) + 1};
+    if (!AreaInside(y, bytes) || !AreaInside(c, bytes)) return false;
+    c.planeOffset = l.second;
+    return AreaInside(c, bytes);
+}
+
+}  // namespace
+
+VedResult ComposeKeyed(CTarnSurfaceBuffer* self, ITarnSurface* target, ITarnSurface* overlay) {
+    if (!target || !overlay) return VED_E_INVALIDARG;
+    VedRect d{}, s{};
+    overlay->GetDestRect(&d);
+    overlay->GetSourceRect(&s);
+    if (platform::IsRectEmpty(&d)) {
+        overlay->Release();
+        return VED_E_INVALIDARG;
+    }
+    SurfaceInfo ti{}, oi{};
+    target->GetInfo(&ti);
+    overlay->GetInfo(&oi);
+    if (!RectInside(d, ti.width, ti.height) || !RectInside(s, oi.width, oi.height)) {
+        overlay->Release();
+        return VED_E_INVALIDARG;
+    }
+    uint32_t alpha = 0, keyColor = 0;
+    overlay->GetAlpha(&alpha);
+    overlay->GetBackColor(&keyColor);
+    if (alpha >= 256) {  // nothing painted and nothing stretched
+        overlay->Release();
+        return VED_S_OK;
+    }
+
+    VedResult result = VED_S_OK;
+    const int32_t dw = Width(d), dh = Height(d);
+    if (dw != Width(s) || dh != Height(s)) {
+        CSurfaceBuilder builder;
+        SurfaceInfo info = oi;
+        info.width = static_cast<uint32_t>(dw);
+        info.height = static_cast<uint32_t>(dh);
+        info.stride = dw;
+        ITarnSurface* stretched = nullptr;
+        int32_t bytes = 0;
+        result = builder.CreateBlank(&info, &bytes, &stretched);
+        if (result < 0 || !stretched) {
+            overlay->Release();
+            return result < 0 ? result : VED_E_FAIL;
+        }
+        stretched->DrawToSurface(nullptr, overlay, &s, 0);  // result not looked at
+        overlay->Release();
+        overlay = stretched;
+        s = {0, 0, dw, dh};
+        overlay->SetSourceRect(0, 0, dw, dh);
+        overlay->SetBackColor(keyColor);
+    }
+
+    // The target's planes follow the height and stride of the surface on
+    // which Flatten was called, not the target's own: for a copy just
+    // converted from RGB they differ, and hosts get exactly that.
+    uint8_t* targetPixels = nullptr;
+    uint8_t* overlayPixels = nullptr;
+    target->GetPixels(&targetPixels);
+    overlay->GetPixels(&overlayPixels);
+    target->GetInfo(&ti);
+    overlay->GetInfo(&oi);
+    if (!targetPixels || !overlayPixels) {
+        overlay->Release();
+        return VED_E_INVALIDARG;
+    }
+    const PlaneLayout tl = LayoutOf(self->info.height, self->info.stride);
+    const PlaneLayout ol = LayoutOf(oi.height, oi.stride);
+    if (!KeyedBlendInside(tl, BufferBytes(ti), d) || !KeyedBlendInside(ol, BufferBytes(oi), s)) {
+        overlay->Release();
+        return VED_E_INVALIDARG;
+    }
+    const bool useSse2 = (g_cpuFeatures & kCpuSse2) != 0;
+    BlendKeyed(PlanesAt(targetPixels, tl), PlanesAt(overlayPixels, ol), d, s, alpha, KeySamplesOf(keyColor), useSse2);
+    overlay->Release();
+    return result;
+}
+
+}  // namespace tarn

@@ -1,0 +1,70 @@
+// The queue of the SSE2 tier's keyed blend, shared by its scalar and vector
+// forms. Eight Y entries and four chroma entries; pixel n writes Y entry n and
+// chroma entry n >> 1, so the second pixel of a pair replaces the first's
+// chroma place. At eight entries everything is blended in one go; at the end
+// of a row the entries 0..n-1 are blended one at a time and stay, and the
+// count goes on into the next row. That carry-over blends the leftovers once
+// more and is required: hosts' pictures depend on it.
+#pragma once
+
+#include <cstdint>
+
+#include "operations/blend_forms.h"
+
+namespace tarn {
+
+struct KeyedQueue {
+    uint8_t* yt[8];
+    const uint8_t* yo[8];
+    uint8_t* ut[4];
+    uint8_t* vt[4];
+    const uint8_t* uo[4];
+    const uint8_t* vo[4];
+    int32_t n = 0;
+};
+
+// True when the overlay's samples of pixel (x, y) all equal the key.
+inline bool KeyedPixelMatches(const KeyedQueueJob& job, int32_t x, int32_t y) {
+    const ptrdiff_t c = (y >> 1) * job.oChromaPitch + (x >> 1);
+    return job.oy[y * job.oPitch + x] == job.keyY && job.ou[c] == job.keyU &&
+           job.ov[c] == job.keyV;
+}
+
+// "In one go": every sample of a plane is read before any is written, so a
+// chroma place that stands in two entries is blended once by the batch.
+inline void KeyedQueueBlendAll(KeyedQueue& q, uint32_t alpha) {
+    uint8_t out[8];
+    for (int i = 0; i < 8; ++i) out[i] = BlendSample(*q.yo[i], *q.yt[i], alpha);
+    for (int i = 0; i < 8; ++i) *q.yt[i] = out[i];
+    for (int i = 0; i < 4; ++i) out[i] = BlendSample(*q.uo[i], *q.ut[i], alpha);
+    for (int i = 0; i < 4; ++i) *q.ut[i] = out[i];
+    for (int i = 0; i < 4; ++i) out[i] = BlendSample(*q.vo[i], *q.vt[i], alpha);
+    for (int i = 0; i < 4; ++i) *q.vt[i] = out[i];
+    q.n = 0;
+}
+
+inline void KeyedQueuePush(KeyedQueue& q, const KeyedQueueJob& job, int32_t x, int32_t y) {
+    const int32_t n = q.n;
+    q.yt[n] = job.ty + y * job.tPitch + x;
+    q.yo[n] = job.oy + y * job.oPitch + x;
+    const ptrdiff_t tc = (y >> 1) * job.tChromaPitch + (x >> 1);
+    const ptrdiff_t oc = (y >> 1) * job.oChromaPitch + (x >> 1);
+    q.ut[n >> 1] = job.tu + tc;
+    q.vt[n >> 1] = job.tv + tc;
+    q.uo[n >> 1] = job.ou + oc;
+    q.vo[n >> 1] = job.ov + oc;
+    q.n = n + 1;
+    if (q.n == 8) KeyedQueueBlendAll(q, job.alpha);
+}
+
+// End of a row: entries one at a time, a chroma entry once per pixel in it.
+// The count and the entries stay for the next row.
+inline void KeyedQueueRowEnd(const KeyedQueue& q, uint32_t alpha) {
+    for (int32_t i = 0; i < q.n; ++i) {
+        *q.yt[i] = BlendSample(*q.yo[i], *q.yt[i], alpha);
+        *q.ut[i >> 1] = BlendSample(*q.uo[i >> 1], *q.ut[i >> 1], alpha);
+        *q.vt[i >> 1] = BlendSample(*q.vo[i >> 1], *q.vt[i >> 1], alpha);
+    }
+}
+
+}  // namespace tarn
