@@ -1,0 +1,274 @@
+// Axis tables: the integer offsets and 8-bit weights the drivers work from.
+// Every case row picks the first rule that applies; the order matters.
+#include "scale/axis_table.h"
+
+#include <algorithm>
+
+namespace tarn {
+namespace {
+
+constexpr double kE = 1e-9;
+
+int64_t Trunc(double v) { return static_cast<int64_t>(v); }
+
+uint32_t Replicate(uint32_t v) { return v * 0x01010101u; }
+
+// Weight word of a fraction; a fraction of 0 or below (the clamp at the near
+// edge) gives weight 0.
+uint32_t Interp(double f) { return f > 0 ? Replicate(static_cast<uint32_t>(Trunc(f * 255 + 0.5)) & 255) : 0; }
+
+uint32_t Interp8(double f) { return f > 0 ? static_cast<uint32_t>(Trunc(f * 255 + 0.5)) : 0; }
+
+uint32_t Off(int64_t index, int64_t pitch) { return static_cast<uint32_t>(index * pitch); }
+
+// Fade of a box that runs past the far edge; a negative value reads as a
+// huge unsigned one and is taken as wholly outside.
+uint32_t FarFade(int64_t n, double p, double step) {
+    uint32_t h = static_cast<uint32_t>(Trunc(255 - ((n - p) * 255 / step + 0.5)));
+    return h > 255 ? 255 : h;
+}
+
+struct Marks {
+    uint32_t first;
+    uint32_t last;
+    void Before(uint32_t i) { first = std::max(first, i + 1); }
+    void After(uint32_t i) { last = std::min(last, i); }
+};
+
+void Nearest(uint32_t m, int64_t n, uint32_t* offsets, int64_t b, double p, double step, Marks& mk) {
+    for (uint32_t i = 0; i < m; ++i, p += step) {
+        const int64_t k = Trunc(p + kE);
+        if (k < 0) {
+            offsets[i] = 0;
+            mk.Before(i);
+        } else if (k >= n - 1) {
+            offsets[i] = Off(n - 1, b);
+            mk.After(i);
+        } else {
+            offsets[i] = Off(k, b);
+        }
+    }
+}
+
+void Bilinear(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, double step,
+              Marks& mk) {
+    // With 3-byte pixels the last two source columns count as the end, so the
+    // last but one column is never interpolated from.
+    const int64_t limit = b == 3 ? n - 2 : n - 1;
+    for (uint32_t i = 0; i < m; ++i, p += step) {
+        const int64_t k = Trunc(p + kE);
+        if (p < -step || k < 0) {
+            o[i] = 0, w[i] = 0xFFFFFFFFu, mk.Before(i);
+        } else if (p > n - 1 + step || k >= limit) {
+            o[i] = Off(n - 1, b), w[i] = 0xFFFFFFFFu, mk.After(i);
+        } else {
+            o[i] = Off(k, b), w[i] = Interp(p - k);
+        }
+    }
+}
+
+void BilinearFade(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, double step,
+                  Marks& mk) {
+    for (uint32_t i = 0; i < m; ++i, p += step) {
+        const int64_t k = Trunc(p + kE);
+        if (p < -step) {
+            o[i] = 0, w[i] = 0, mk.Before(i);
+        } else if (p > n - 1 + step) {
+            o[i] = Off(n - 1, b), w[i] = 0, mk.After(i);
+        } else if (p < 0) {
+            o[i] = 0, w[i] = Replicate(static_cast<uint32_t>(Trunc((p + step) / step * 255 + 0.5)) & 255);
+            mk.Before(i);
+        } else if (k >= n - 1) {
+            const uint32_t f = static_cast<uint32_t>(Trunc((p - (n - 1)) / step * 255 + 0.5));
+            o[i] = Off(n - 1, b), w[i] = Replicate((255 - f) & 255), mk.After(i);
+        } else {
+            o[i] = Off(k, b), w[i] = Interp(p - k);
+        }
+    }
+}
+
+// Modes 3 and 4: a box from the sample under the left edge up to, and not
+// including, the sample under the right edge; samples are never weighted.
+void Box(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, double step, bool fade,
+         Marks& mk) {
+    const uint32_t outside = fade ? 0x00FF0000u : 0;
+    for (uint32_t i = 0; i < m; ++i) {
+        const double q = p + step;
+        const int64_t ka = Trunc(p + kE), kb = Trunc(q + kE);
+        if (kb <= 0) {
+            o[i] = 0, w[i] = outside, mk.Before(i);
+        } else if (ka > n - 1) {
+            o[i] = Off(n - 1, b), w[i] = outside, mk.After(i);
+        } else if (ka < 0) {
+            uint32_t word = static_cast<uint32_t>(kb);
+            if (fade) word |= (255 - static_cast<uint32_t>(Trunc(q * 255 / step + 0.5))) << 16;
+            o[i] = 0, w[i] = word, mk.Before(i);
+        } else if (kb > n - 1) {
+            uint32_t word = static_cast<uint32_t>(n - ka);
+            if (fade) word |= FarFade(n, p, step) << 16;
+            o[i] = Off(ka, b), w[i] = word, mk.After(i);
+        } else {
+            o[i] = Off(ka, b), w[i] = static_cast<uint32_t>(kb - ka);
+        }
+        p = q;
+    }
+}
+
+// Pairs of rows: both rows of a pair share a weight and read from an even
+// and the following odd source row. The fourth case is not inverted, unlike
+// its counterpart in mode 2.
+void FieldPairs(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, double step,
+                Marks& mk) {
+    const int64_t nf = n >> 1;
+    const uint32_t pairs = m >> 1;
+    for (uint32_t j = 0; j < pairs; ++j, p += step) {
+        const uint32_t i = 2 * j;
+        const int64_t k = Trunc(p + kE);
+        uint32_t off, wt;
+        if (p < -step) {
+            off = 0, wt = 0, mk.first = std::max(mk.first, i + 2);
+        } else if (p > nf - 1 + step) {
+            off = Off((nf - 1) * 2, b), wt = 0xFFFFFFFFu, mk.After(i);
+        } else if (k < 0) {
+            off = 0, wt = Replicate(static_cast<uint32_t>(Trunc((p + step) / step * 255 + 0.5)) & 255);
+            mk.first = std::max(mk.first, i + 2);
+        } else if (k >= nf - 1) {
+            off = Off((nf - 1) * 2, b);
+            wt = Replicate(static_cast<uint32_t>(Trunc((p - (nf - 1)) / step * 255 + 0.5)) & 255);
+            mk.After(i);
+        } else {
+            off = Off(k * 2, b), wt = Interp(p - k);
+        }
+        o[i] = off, o[i + 1] = off + static_cast<uint32_t>(b);
+        w[i] = w[i + 1] = wt;
+    }
+}
+
+// Area mode as the two mixed drivers see it: the interior word is one number,
+// not replicated, so their kernels interpolate the first channel only.
+void AreaWord(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, double step,
+              Marks& mk) {
+    const double kk = step * 0.5 - 1.5;
+    for (uint32_t i = 0; i < m; ++i, p += step) {
+        const int64_t k = Trunc(p + kE);
+        if (k < 0 && p + step < 1e-12) {
+            o[i] = 0, w[i] = 0x00FF0000u, mk.Before(i);
+        } else if (k < 0) {
+            const uint32_t f = static_cast<uint32_t>(Trunc((p + step) * 255 / step + 0.5));
+            o[i] = 0, w[i] = ((255 - f) << 16) | 1u, mk.Before(i);
+        } else if (k < n - 2) {
+            o[i] = Off(k, b);
+            w[i] = static_cast<uint32_t>(Trunc((kk + p - k) * 255 / (step * 6.0)));
+        } else if (k > n - 1) {
+            o[i] = Off(n - 1, b), w[i] = 0x00FF0000u, mk.After(i);
+        } else if (p + step < n) {
+            o[i] = Off(k, b), w[i] = static_cast<uint32_t>(n - k), mk.After(i);
+        } else {
+            o[i] = Off(k, b), w[i] = (FarFade(n, p, step) << 16) | static_cast<uint32_t>(n - k);
+            mk.After(i);
+        }
+    }
+}
+
+}  // namespace
+
+void BuildAxisTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights,
+                    uint32_t* offsets, int32_t pitch, double start, double step, uint32_t* first,
+                    uint32_t* last, int32_t /*maxFactor*/, uint32_t mode) {
+    if (mode > SCALE_AREA) return;
+    Marks mk{0, targetCount};
+    const uint32_t m = targetCount;
+    const int64_t n = sourceCount, b = pitch;
+    const double centred = start + step * 0.5 - 0.5;
+    switch (mode) {
+        case SCALE_NEAREST: Nearest(m, n, offsets, b, start + step * 0.5, step, mk); break;
+        case SCALE_BILINEAR: Bilinear(m, n, weights, offsets, b, centred, step, mk); break;
+        case SCALE_BILINEAR_FADE: BilinearFade(m, n, weights, offsets, b, centred, step, mk); break;
+        case SCALE_BOX: Box(m, n, weights, offsets, b, start, step, false, mk); break;
+        case SCALE_BOX_FADE: Box(m, n, weights, offsets, b, start, step, true, mk); break;
+        case SCALE_FIELD_BILINEAR: FieldPairs(m, n, weights, offsets, b, centred, step, mk); break;
+        default: AreaWord(m, n, weights, offsets, b, start, step, mk); break;
+    }
+    *first = mk.first;
+    *last = mk.last;
+}
+
+// Columns of a single-channel plane are centred in every mode, so mode 0
+// samples half a source pixel earlier than the multi-channel table, and every
+// mode but 0 is bilinear with k taken without the 1e-9.
+void BuildGrayColumnTable(uint32_t targetCount, uint32_t sourceCount, uint8_t* weights,
+                          uint32_t* offsets, double start, double step, uint32_t* first,
+                          uint32_t* last, uint32_t mode) {
+    Marks mk{0, targetCount};
+    const int64_t n = sourceCount;
+    double p = start + step * 0.5 - 0.5;
+    for (uint32_t i = 0; i < targetCount; ++i, p += step) {
+        if (mode == SCALE_NEAREST) {
+            if (p < 0) offsets[i] = 0, mk.Before(i);
+            else if (p > n - 1) offsets[i] = static_cast<uint32_t>(n - 1), mk.After(i);
+            else offsets[i] = static_cast<uint32_t>(Trunc(p + kE));
+        } else {
+            if (p < 0) {
+                offsets[i] = 0, weights[i] = 0, mk.Before(i);
+            } else if (p >= n - 1) {
+                offsets[i] = static_cast<uint32_t>(n - 1), weights[i] = 0, mk.After(i);
+            } else {
+                const int64_t k = Trunc(p);
+                offsets[i] = static_cast<uint32_t>(k);
+                weights[i] = static_cast<uint8_t>(Interp8(p - k));
+            }
+        }
+    }
+    *first = mk.first;
+    *last = mk.last;
+}
+
+// Rows of a single-channel plane are not centred (except in modes 0 and 5),
+// and the pair marks of mode 5 count pairs, not rows.
+void BuildGrayRowTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights,
+                       uint32_t* offsets, int32_t pitch, double start, double step,
+                       uint32_t* first, uint32_t* last, uint32_t mode) {
+    Marks mk{0, targetCount};
+    const int64_t n = sourceCount, b = pitch;
+    if (mode == SCALE_NEAREST) {
+        double p = start + step * 0.5 - 0.5;
+        for (uint32_t i = 0; i < targetCount; ++i, p += step) {
+            if (p < 0) offsets[i] = 0, mk.Before(i);
+            else if (p > n - 1) offsets[i] = Off(n - 1, b), mk.After(i);
+            else offsets[i] = Off(Trunc(p + kE), b);
+        }
+    } else if (mode == SCALE_FIELD_BILINEAR) {
+        const int64_t nf = n >> 1;
+        const uint32_t pairs = targetCount >> 1;
+        double p = start + step * 0.5 - 0.5;
+        for (uint32_t j = 0; j < pairs; ++j, p += step) {
+            uint32_t off, wt;
+            if (p < 0) {
+                off = 0, wt = 0, mk.Before(j);
+            } else if (p >= nf - 1) {
+                off = Off((nf - 1) * 2, b), wt = 0, mk.After(j);
+            } else {
+                const int64_t k = Trunc(p);
+                off = Off(k * 2, b), wt = Replicate(Interp8(p - k));
+            }
+            offsets[2 * j] = off, offsets[2 * j + 1] = off + static_cast<uint32_t>(b);
+            weights[2 * j] = weights[2 * j + 1] = wt;
+        }
+    } else {
+        double p = start;
+        for (uint32_t i = 0; i < targetCount; ++i, p += step) {
+            if (p < 0) {
+                offsets[i] = 0, weights[i] = 0, mk.Before(i);
+            } else if (p >= n - 1) {
+                offsets[i] = Off(n - 1, b), weights[i] = 0, mk.After(i);
+            } else {
+                const int64_t k = Trunc(p);
+                offsets[i] = Off(k, b), weights[i] = Replicate(Interp8(p - k));
+            }
+        }
+    }
+    *first = mk.first;
+    *last = mk.last;
+}
+
+}  // namespace tarn

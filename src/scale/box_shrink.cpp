@@ -1,0 +1,200 @@
+// Box shrink for the four pairs of 3- and 4-byte pixels: one kernel per
+// (rows, columns) pair and family, produced by templates and selected per
+// pixel through a table, plus the row driver with its band groups.
+//
+// A kernel sums r rows of c samples (4-byte loads at the source pitch) into
+// four 16-bit lanes, divides by its chain (box_chains.h), packs with
+// saturation at 255 and stores four bytes at the target pitch. The lanes are
+// kept as two pairs in 32-bit words (lanes 0 and 2, lanes 1 and 3): with at
+// most 16 * 16 samples a lane stays below 65536, so no lane carries into
+// its neighbour, in the sums or in the chain.
+#include <array>
+#include <utility>
+
+#include "scale/box_shrink.h"
+#include "scale/box_chains.h"
+#include "scale/pixel_ops.h"
+
+namespace tarn {
+namespace {
+
+constexpr uint32_t PairMask(unsigned shift) { return (0xFFFFu >> shift) * 0x00010001u; }
+
+template <BoxFamily F>
+constexpr uint32_t SourcePitch() { return F == BoxFamily::A || F == BoxFamily::B ? 3 : 4; }
+template <BoxFamily F>
+constexpr uint32_t TargetPitch() { return F == BoxFamily::A || F == BoxFamily::C ? 3 : 4; }
+
+// The chain on two lanes at once; the masks keep each shift inside its lane.
+template <BoxChain ch>
+uint32_t Divide(uint32_t s) {
+    if constexpr (ch.preShift != 0) s = (s >> 1) & PairMask(1);
+    uint32_t a = s, t = s;
+    for (uint32_t i = 0; i < ch.count; ++i) {
+        t = (t >> ch.k[i]) & PairMask(ch.k[i]);
+        a += t;
+    }
+    a = (a >> ch.finalShift) & PairMask(ch.finalShift);
+    const uint32_t lo = a & 0xFFFF, hi = a >> 16;
+    return (lo > 255 ? 255 : lo) | (hi > 255 ? 255 : hi) << 16;
+}
+
+template <BoxFamily F, uint32_t R, uint32_t C>
+uint32_t BoxPixel(const uint8_t* p, intptr_t stride) {
+    constexpr BoxChain ch = ChainFor(F, R, C);
+    static_assert(ch.count != 0xFF, "every product of rows and columns has a chain");
+    constexpr uint32_t sp = SourcePitch<F>();
+    uint32_t even = 0, odd = 0;
+    for (uint32_t i = 0; i < R; ++i) {
+        // With 2 rows of 13 the second row starts one sample to the left,
+        // except in family B.
+        const uint8_t* q = p + stride * intptr_t(i);
+        if constexpr (R == 2 && C == 13 && F != BoxFamily::B) q -= i * sp;
+        for (uint32_t j = 0; j < C; ++j) {
+            const uint32_t v = Load4(q + j * sp);
+            even += v & 0x00FF00FFu;
+            odd += (v >> 8) & 0x00FF00FFu;
+        }
+    }
+    return Divide<ch>(even) | Divide<ch>(odd) << 8;
+}
+
+using BoxPixelFn = uint32_t (*)(const uint8_t*, intptr_t);
+
+template <BoxFamily F, uint32_t R, size_t... C>
+constexpr std::array<BoxPixelFn, 17> RowSet(std::index_sequence<C...>) {
+    return {nullptr, &BoxPixel<F, R, uint32_t(C + 1)>...};
+}
+
+template <BoxFamily F, size_t... R>
+constexpr std::array<std::array<BoxPixelFn, 17>, 16> FamilySet(std::index_sequence<R...>) {
+    return {RowSet<F, uint32_t(R + 1)>(std::make_index_sequence<16>())...};
+}
+
+template <BoxFamily F>
+constexpr auto kKernels = FamilySet<F>(std::make_index_sequence<16>());
+
+}  // namespace
+
+template <BoxFamily F>
+void BoxShrinkRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                  uint32_t len, int32_t stride, uint32_t rowCount) {
+    if (rowCount < 1 || rowCount > 16) return;  // the target row stays as it was
+    const auto& set = kKernels<F>[rowCount - 1];
+    for (uint32_t j = 0; j < len; ++j, dst += TargetPitch<F>()) {
+        const uint32_t c = counts[j];
+        if (c == 0) {
+            // A black pixel; the offsets do not advance, so the rest of the run
+            // reads the offset of the column before it while the counts go on.
+            Store4(dst, 0);
+            continue;
+        }
+        if (c > 16) continue;  // cannot arise below a factor of 16
+        Store4(dst, set[c](row + *offsets++, stride));
+    }
+}
+
+template void BoxShrinkRow<BoxFamily::A>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRow<BoxFamily::B>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRow<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRow<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+
+void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                 uint32_t len, int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch) {
+    for (uint32_t j = 0; j < len; ++j, dst += dstPitch) {
+        const uint32_t c = counts[j];
+        const uint8_t* p = row + offsets[j];
+        if (c == 0) continue;
+        uint32_t sum[3] = {0, 0, 0};
+        for (uint32_t i = 0; i < rowCount; ++i)
+            for (uint32_t k = 0; k < c; ++k)
+                for (int ch = 0; ch < 3; ++ch) sum[ch] += p[intptr_t(i) * stride + k * srcPitch + ch];
+        const uint32_t t = c * rowCount;
+        if (t > 0)
+            for (int ch = 0; ch < 3; ++ch) dst[ch] = static_cast<uint8_t>(sum[ch] / t);
+    }
+}
+
+void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                uint32_t len, int32_t stride, uint32_t rowWord, uint32_t dstPitch, uint32_t srcPitch,
+                int32_t /*maxFactor*/, const uint8_t* background) {
+    const uint32_t rows = rowWord & 0xFFFF;
+    for (uint32_t j = 0; j < len; ++j, dst += dstPitch) {
+        const uint32_t cw = counts[j], cols = cw & 0xFFFF;
+        const uint32_t t = cols * rows;
+        // Both outside-fractions at 0 still give a = 254: a full-coverage
+        // pixel comes out darkened, as it always has.
+        const uint32_t a = ((255 - (cw >> 16)) * (255 - (rowWord >> 16))) >> 8;
+        if (t == 0) {
+            dst[0] = background[0], dst[1] = background[1], dst[2] = background[2];
+            continue;
+        }
+        const uint8_t* p = row + offsets[j];
+        for (int ch = 0; ch < 3; ++ch) {
+            uint32_t sum = 0;
+            for (uint32_t i = 0; i < rows; ++i)
+                for (uint32_t k = 0; k < cols; ++k) sum += p[intptr_t(i) * stride + k * srcPitch + ch];
+            dst[ch] = static_cast<uint8_t>((sum * a / t + background[ch] * (255 - a)) / 255);
+        }
+    }
+}
+
+namespace {
+
+struct FamilyPitches {
+    BoxFamily family;
+    uint32_t dstBytes;
+    // (target, source) pitches the row driver hands to the exact functions;
+    // in families A, B and C they differ from the images' own pixel sizes.
+    uint32_t fadeDst, fadeSrc;
+    uint32_t exactDst, exactSrc;  // without fade
+    BoxRowFn fast;
+};
+
+const FamilyPitches kFamilies[] = {
+    {BoxFamily::A, 3, 3, 3, 4, 3, BoxShrinkRow<BoxFamily::A>},
+    {BoxFamily::B, 4, 3, 4, 3, 4, BoxShrinkRow<BoxFamily::B>},
+    {BoxFamily::C, 3, 4, 3, 4, 3, BoxShrinkRow<BoxFamily::C>},
+    {BoxFamily::D, 4, 4, 4, 4, 4, BoxShrinkRow<BoxFamily::D>},
+};
+
+}  // namespace
+
+void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uint8_t* src,
+                   const AxisTable& cols, const AxisTable& rows, uint32_t width, uint32_t height,
+                   int32_t dstStride, int32_t maxFactor, const Bands& b, int32_t srcStride,
+                   uint32_t background, uint32_t fade) {
+    const FamilyPitches& f = kFamilies[(srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0)];
+    const bool exact = maxFactor > 15;
+    const uint32_t exDst = fade ? f.fadeDst : f.exactDst, exSrc = fade ? f.fadeSrc : f.exactSrc;
+    auto fast = [&](uint8_t* d, const uint8_t* r, uint32_t col, uint32_t len, uint32_t rw) {
+        if (exact) BoxRowExact(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, exDst, exSrc);
+        else f.fast(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw);
+    };
+    uint8_t bg[4];
+    Store4(bg, background);
+    auto faded = [&](uint8_t* d, const uint8_t* r, uint32_t col, uint32_t len, uint32_t rw) {
+        BoxRowFade(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, f.fadeDst, f.fadeSrc,
+                   maxFactor, bg);
+    };
+    for (uint32_t y = 0; y < height; ++y) {
+        uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
+        const uint8_t* r = src + RowDelta(rows.offsets[y]);
+        const uint32_t rw = rows.weights[y];
+        if (!fade) {
+            fast(d, r, 0, width, rw);
+        } else if (y < b.rowFirst) {
+            faded(d, r, 0, width, rw);
+        } else if (y < b.rowLast) {
+            faded(d, r, 0, b.left, rw);
+            fast(d + size_t(b.colFirst) * f.dstBytes, r, b.colFirst, b.middle, rw);
+            faded(d + size_t(b.colLast) * f.dstBytes, r, b.colLast, b.right, rw);
+        } else if (f.family != BoxFamily::C || exact) {
+            // Family C below a factor of 16 stops before these rows: they stay
+            // as they were.
+            faded(d, r, 0, width, rw);
+        }
+    }
+}
+
+}  // namespace tarn

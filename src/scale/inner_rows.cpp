@@ -1,0 +1,61 @@
+// Plain forms of the hot row kernels (bilinear Inner for 1, 3 and 4 bytes,
+// the single-channel gather) and the tables that pick a fast form.
+#include "scale/drivers.h"
+#include "scale/pixel_ops.h"
+
+namespace tarn {
+namespace {
+
+template <uint32_t SB, uint32_t DB>
+void InnerRow(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len,
+              int32_t below, uint32_t rw) {
+    for (uint32_t j = 0; j < len; ++j, dst += DB) {
+        const uint8_t* s = row + co[j];
+        const uint32_t top = Lerp(Load4(s), Load4(s + SB), cw[j]);
+        const uint32_t bottom = Lerp(Load4(s + below), Load4(s + below + SB), cw[j]);
+        Store4(dst, Lerp(top, bottom, rw));
+    }
+}
+
+}  // namespace
+
+void InnerRow33(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<3, 3>(d, r, cw, co, n, b, rw); }
+void InnerRow34(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<3, 4>(d, r, cw, co, n, b, rw); }
+void InnerRow43(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<4, 3>(d, r, cw, co, n, b, rw); }
+void InnerRow44(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<4, 4>(d, r, cw, co, n, b, rw); }
+
+// The run is worked from its right end: first the last (len mod 4) pixels one
+// by one, which take their weight from the byte at 4 * j of the table (so
+// from further along it, or from the offsets after it), then groups of four
+// with weights j to j + 3 as they should be. The output of those trailing
+// pixels depends on this and on the block layout; both are kept.
+void GrayInnerRow(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
+                  uint32_t len, int32_t below, uint32_t rw) {
+    const uint32_t w8 = rw & 255;
+    const uint32_t groups = len & ~3u;
+    for (uint32_t j = len; j-- > groups;) {
+        const uint8_t* s = row + offsets[j];
+        const uint32_t cw = weights[4 * size_t(j)];
+        dst[j] = static_cast<uint8_t>(LerpByte(LerpByte(s[0], s[1], cw), LerpByte(s[below], s[below + 1], cw), w8));
+    }
+    for (uint32_t j = 0; j < groups; ++j) {
+        const uint8_t* s = row + offsets[j];
+        const uint32_t cw = weights[j];
+        dst[j] = static_cast<uint8_t>(LerpByte(LerpByte(s[0], s[1], cw), LerpByte(s[below], s[below + 1], cw), w8));
+    }
+}
+
+void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len) {
+    for (uint32_t j = 0; j < len; ++j) dst[j] = row[offsets[j]];
+}
+
+InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
+    static const InnerRowFn plain[] = {InnerRow33, InnerRow34, InnerRow43, InnerRow44};
+    return plain[(srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0)];
+}
+
+GrayInnerFn PickGrayInnerRow() { return GrayInnerRow; }
+
+GrayGatherFn PickGrayGatherRow() { return GrayGatherRow; }
+
+}  // namespace tarn

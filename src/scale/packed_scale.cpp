@@ -1,0 +1,50 @@
+// ScalePacked: a 4:2:2 picture taken as pairs of bytes, each byte of a pair
+// scaled as a channel of its own, bilinear in floating point with no
+// half-pixel offset. Horizontal interpolation mixes the chroma of
+// neighbouring pairs; that is how the format is scaled here.
+#include "scale/planar_scale.h"
+#include "scale/scale.h"
+
+namespace tarn {
+
+void FetchPackedSample(const uint8_t* base, int32_t x, int32_t y, int32_t width, int32_t height,
+                       int32_t stride, uint8_t* first, uint8_t* second) {
+    if (y < 0) y = 0;
+    if (y >= height) y = height - 1;
+    if (x < 0) x = 0;
+    if (x >= width) x = width - 1;
+    const uint8_t* p = base + intptr_t(y) * stride + 2 * intptr_t(x);
+    *first = p[0];
+    *second = p[1];
+}
+
+void ScalePacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
+                 uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride) {
+    const float sx = static_cast<float>(double(srcWidth) / double(dstWidth));
+    const float sy = static_cast<float>(double(srcHeight) / double(dstHeight));
+    for (int32_t y = 0; y < dstHeight; ++y) {
+        const float fy = static_cast<float>(double(y) * sy);
+        const int32_t iy = static_cast<int32_t>(fy);
+        const float dy = fy - static_cast<float>(iy);
+        uint8_t* d = dst + intptr_t(y) * dstStride;
+        for (int32_t x = 0; x < dstWidth; ++x) {
+            const float fx = static_cast<float>(double(x) * sx);
+            const int32_t ix = static_cast<int32_t>(fx);
+            const float dx = fx - static_cast<float>(ix);
+            uint8_t s[4][2];
+            FetchPackedSample(src, ix, iy, srcWidth, srcHeight, srcStride, &s[0][0], &s[0][1]);
+            FetchPackedSample(src, ix + 1, iy, srcWidth, srcHeight, srcStride, &s[1][0], &s[1][1]);
+            FetchPackedSample(src, ix, iy + 1, srcWidth, srcHeight, srcStride, &s[2][0], &s[2][1]);
+            FetchPackedSample(src, ix + 1, iy + 1, srcWidth, srcHeight, srcStride, &s[3][0], &s[3][1]);
+            for (int b = 0; b < 2; ++b) {
+                const int32_t a = s[0][b], bb = s[1][b], c = s[2][b], dd = s[3][b];
+                const float top = static_cast<float>(a - (a - bb) * double(dx));
+                const double bottom = c - (c - dd) * double(dx);
+                const double value = top - (top - bottom) * double(dy);
+                d[2 * x + b] = static_cast<uint8_t>(static_cast<int32_t>(value));
+            }
+        }
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,41 @@
+// Plane-by-plane and packed YUV scaling, the sharpening path and the area
+// shrink's accumulation pass.
+#pragma once
+
+#include <cstdint>
+
+#include "scale/drivers.h"
+
+namespace tarn {
+
+// The planar-only modes; chroma planes in the other order on both sides.
+// Returns 1 when done, 0 for a mode it does not know.
+int ScalePlanarSpecial(const uint8_t* srcY, const uint8_t* srcV, const uint8_t* srcU, int32_t srcWidth,
+                       int32_t srcHeight, int32_t srcStride, uint8_t* dstY, uint8_t* dstV, uint8_t* dstU,
+                       int32_t dstWidth, int32_t dstHeight, int32_t dstStride, uint32_t mode);
+
+// Unsharp mask normalised by the plane's own extremes, in place.
+void SharpenPlane(uint8_t* plane, int32_t width, int32_t height, int32_t stride);
+
+// Gaussian blur of a tightly packed plane; taps outside the plane are dropped
+// and the rest renormalised.
+void GaussianBlurPlane(const uint8_t* in, int32_t width, int32_t height, double sigma, uint8_t* out);
+
+// 2 * trunc(sigma * 3) + 1 normalised taps; the caller frees them with delete[].
+void MakeGaussianKernel(double sigma, float** kernel, int32_t* size);
+
+// The pair at (x, y), both clamped into the image.
+void FetchPackedSample(const uint8_t* base, int32_t x, int32_t y, int32_t width, int32_t height,
+                       int32_t stride, uint8_t* first, uint8_t* second);
+
+struct AreaCoefficient {
+    uint32_t sourceOffset;
+    uint32_t targetIndex;
+    float weight;
+};
+
+bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, uint32_t srcHeight,
+                    uint8_t*& dst, int32_t dstStride, uint32_t dstWidth, uint32_t dstHeight, uint32_t c,
+                    const AreaCoefficient* list, uint32_t count, float* current, float* carry);
+
+}  // namespace tarn

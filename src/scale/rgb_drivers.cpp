@@ -1,0 +1,207 @@
+// The four multi-channel drivers: mode 0 copies and gathers, the bilinear
+// band grid, the fade grids of 3-to-3 and 4-to-4 pixels, and the hand-off to
+// the box shrink. Kernels and their stores are as the band tables say; a
+// 4-byte store at pitch 3 spills one byte that the next pixel overwrites.
+#include <cstring>
+
+#include "scale/rgb_driver_common.h"
+
+namespace tarn {
+namespace {
+
+template <uint32_t SB, uint32_t DB>
+void NearestRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
+                 uint32_t srcWidth, const DriverTables& t) {
+    for (uint32_t y = 0; y < h; ++y) {
+        uint8_t* d = TargetRow(dst, dstStride, y);
+        const uint8_t* s = SourceRow(src, t.rows, y);
+        if (w == srcWidth) {
+            // Equal widths: whole-row operations; the column table is ignored.
+            if constexpr (SB == DB) {
+                std::memcpy(d, s, size_t(w) * SB);
+            } else {
+                for (uint32_t x = 0; x < w; ++x, d += DB, s += SB) {
+                    d[0] = s[0], d[1] = s[1], d[2] = s[2];
+                    if constexpr (DB == 4) d[3] = 0xFF;
+                }
+            }
+            continue;
+        }
+        const uint32_t* co = t.cols.offsets;
+        for (uint32_t x = 0; x < w; ++x, d += DB) {
+            const uint8_t* p = s + co[x];
+            if constexpr (SB == 4 && DB == 4) {
+                std::memcpy(d, p, 4);
+            } else {
+                // 4-byte stores at pitch 3 leave three visible bytes per pixel.
+                d[0] = p[0], d[1] = p[1], d[2] = p[2];
+                if constexpr (DB == 4) {
+                    // The fourth byte is not 0xFF here: interior pixels carry the
+                    // byte before their sample (the last byte of the pixel before),
+                    // the first and last pixel a byte of no meaning.
+                    d[3] = (x > 0 && x + 1 < w && co[x] > 0) ? p[-1] : 0;
+                }
+            }
+        }
+    }
+}
+
+// Modes 1, 5 and 6 of the 3-to-3, 3-to-4 and 4-to-3 drivers.
+template <uint32_t SB, uint32_t DB>
+void BilinearRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
+                  int32_t stride, const DriverTables& t, const Bands& b) {
+    (void)w;
+    constexpr bool k3 = DB == 3;  // Copy and VerticalOnly store three bytes there
+    const InnerRowFn inner = PickInnerRow(SB, DB);
+    const AxisTable& c = t.cols;
+    auto copy = [](const uint8_t* s, uint32_t) { return Load4(s); };
+    auto horizontal = [](const uint8_t* s, uint32_t cw) { return Lerp(Load4(s), Load4(s + SB), cw); };
+    for (uint32_t y = 0; y < h; ++y) {
+        uint8_t* d = TargetRow(dst, dstStride, y);
+        const uint8_t* r = SourceRow(src, t.rows, y);
+        const uint32_t rw = t.rows.weights[y];
+        uint8_t* dm = d + size_t(b.colFirst) * DB;
+        uint8_t* dr = d + size_t(b.colLast) * DB;
+        if (y >= b.rowFirst && y < b.rowLast) {
+            auto vertical = [rw, stride](const uint8_t* s, uint32_t) {
+                // The 3-to-4 driver builds these loads from three bytes.
+                if constexpr (SB == 3 && DB == 4) return Lerp(Load3(s), Load3(s + stride), rw);
+                else return Lerp(Load4(s), Load4(s + stride), rw);
+            };
+            RunBand<DB, k3>(d, r, c.weights, c.offsets, b.left, vertical);
+            if (b.middle)
+                inner(dm, r, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw);
+            RunBand<DB, k3>(dr, r, c.weights + b.colLast, c.offsets + b.colLast, b.right, vertical);
+        } else {
+            RunBand<DB, k3>(d, r, c.weights, c.offsets, b.left, copy);
+            RunBand<DB, false>(dm, r, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, horizontal);
+            RunBand<DB, k3>(dr, r, c.weights + b.colLast, c.offsets + b.colLast, b.right, copy);
+        }
+    }
+}
+
+// Fade grid: 3-to-3 pixels in mode 2, 4-to-4 pixels in modes 1, 2 and 5.
+template <uint32_t SB>
+void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
+              uint32_t srcWidth, int32_t stride, double startX, const DriverTables& t,
+              const Bands& b, uint32_t bg) {
+    constexpr uint32_t DB = SB;
+    const InnerRowFn inner = PickInnerRow(SB, DB);
+    const AxisTable& c = t.cols;
+    // The 4-to-4 driver copies or blends whole rows at equal widths from 0.
+    const bool wholeRows = SB == 4 && startX == 0.0 && w == srcWidth;
+    for (uint32_t y = 0; y < h; ++y) {
+        uint8_t* d = TargetRow(dst, dstStride, y);
+        const uint8_t* r = SourceRow(src, t.rows, y);
+        const uint32_t rw = t.rows.weights[y];
+        uint8_t* dm = d + size_t(b.colFirst) * DB;
+        uint8_t* dr = d + size_t(b.colLast) * DB;
+        const uint32_t* cwm = c.weights + b.colFirst;
+        const uint32_t* com = c.offsets + b.colFirst;
+        const uint32_t* cwr = c.weights + b.colLast;
+        const uint32_t* cor = c.offsets + b.colLast;
+        auto corner = [rw, bg](const uint8_t* s, uint32_t cw) { return Lerp(bg, Load4(s), CornerWeight(cw, rw)); };
+        if (y >= b.rowFirst && y < b.rowLast) {
+            auto edgeLeft = [rw, bg, stride](const uint8_t* s, uint32_t cw) {
+                return Lerp(Lerp(bg, Load4(s), cw), Lerp(bg, Load4(s + stride), cw), rw);
+            };
+            auto edgeRight = [rw, bg, stride](const uint8_t* s, uint32_t cw) {
+                return Lerp(bg, Lerp(Load4(s), Load4(s + stride), rw), cw);
+            };
+            auto horizontal = [](const uint8_t* s, uint32_t cw) { return Lerp(Load4(s), Load4(s + SB), cw); };
+            if (wholeRows && (rw == 0 || rw == 0xFFFFFFFFu)) {
+                std::memcpy(d, rw == 0 ? r : r + stride, size_t(srcWidth) * 4);
+                continue;
+            }
+            RunBand<DB, false>(d, r, c.weights, c.offsets, b.left, edgeLeft);
+            if (wholeRows) {
+                // Consecutive source pixels from the row's first, whatever `first` is.
+                for (uint32_t j = 0; j < b.middle; ++j)
+                    Store4(dm + 4 * j, Lerp(Load4(r + 4 * j), Load4(r + stride + 4 * j), rw));
+            } else if (SB == 4 && rw == 0) {
+                RunBand<DB, false>(dm, r, cwm, com, b.middle, horizontal);
+            } else if (SB == 4 && rw == 0xFFFFFFFFu) {
+                RunBand<DB, false>(dm, r + stride, cwm, com, b.middle, horizontal);
+            } else if (b.middle) {
+                inner(dm, r, cwm, com, b.middle, stride, rw);
+            }
+            RunBand<DB, false>(dr, r, cwr, cor, b.right, edgeRight);
+        } else {
+            auto edgeRow = [rw, bg](const uint8_t* s, uint32_t cw) {
+                return Lerp(bg, Lerp(Load4(s), Load4(s + SB), cw), rw);
+            };
+            RunBand<DB, false>(d, r, c.weights, c.offsets, b.left, corner);
+            RunBand<DB, false>(dm, r, cwm, com, b.middle, edgeRow);
+            // The 3-to-3 driver copies in rows 0 and H - 1, the rows that can end
+            // the buffer, with three-byte stores.
+            if (SB == 3 && (y == 0 || y + 1 == h))
+                RunBand<DB, true>(dr, r, cwr, cor, b.right, [](const uint8_t* s, uint32_t) { return Load4(s); });
+            else
+                RunBand<DB, false>(dr, r, cwr, cor, b.right, corner);
+        }
+    }
+}
+
+enum class Adjust { Raise_Cap, Cap_Raise, CapColumns, None };
+
+template <uint32_t SB, uint32_t DB, Adjust A>
+void Drive(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
+           uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride, double startX, double stepX,
+           double startY, double stepY, uint32_t mode, const uint8_t* background) {
+    if (mode > SCALE_AREA) return;  // no table for it; callers never pass one
+    DriverTables t(w, h, srcWidth, srcHeight, SB, srcStride, startX, stepX, startY, stepY, mode);
+    if (!t.ok()) return;
+    if (mode == SCALE_NEAREST) {
+        NearestRows<SB, DB>(dst, w, h, dstStride, src, srcWidth, t);
+        return;
+    }
+    const bool box = mode == SCALE_BOX || mode == SCALE_BOX_FADE;
+    uint32_t& cl = t.cols.last;
+    uint32_t& rl = t.rows.last;
+    if constexpr (A == Adjust::Raise_Cap) {
+        cl = std::min(std::max(cl, t.cols.first), w - 1);
+        if (!box) rl = std::min(rl, h - 1);
+    } else if constexpr (A == Adjust::Cap_Raise) {
+        cl = std::max(std::min(cl, w - 1), t.cols.first);
+        if (!box) rl = std::min(rl, h - 1);
+    } else if constexpr (A == Adjust::CapColumns) {
+        cl = std::min(cl, w - 1);
+    }
+    const Bands b = Bands::Of(w, t.cols, t.rows);
+    if (box) {
+        BoxShrinkRows(SB, DB, dst, src, t.cols, t.rows, w, h, dstStride, t.maxFactor, b, srcStride, 0,
+                      mode == SCALE_BOX_FADE ? 1 : 0);
+        return;
+    }
+    const uint32_t bg = Load4(background);
+    if constexpr (SB == DB) {
+        if (SB == 4 || mode == SCALE_BILINEAR_FADE) {
+            FadeRows<SB>(dst, w, h, dstStride, src, srcWidth, srcStride, startX, t, b, bg);
+            return;
+        }
+    } else {
+        if (mode == SCALE_BILINEAR_FADE) {
+            MixedFadeRows(SB, dst, w, h, dstStride, src, srcStride, t, b, bg);
+            return;
+        }
+    }
+    BilinearRows<SB, DB>(dst, w, h, dstStride, src, srcStride, t, b);
+}
+
+}  // namespace
+
+#define TARN_DRIVER_ARGS                                                                   \
+    uint8_t *dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride,                \
+        const uint8_t *src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,      \
+        double startX, double stepX, double startY, double stepY, uint32_t mode,           \
+        const uint8_t *background
+#define TARN_DRIVER_PASS                                                                   \
+    dst, dstWidth, dstHeight, dstStride, src, srcWidth, srcHeight, srcStride, startX, stepX, \
+        startY, stepY, mode, background
+
+void ScaleRgb24To24(TARN_DRIVER_ARGS) { Drive<3, 3, Adjust::Raise_Cap>(TARN_DRIVER_PASS); }
+void ScaleRgb32To24(TARN_DRIVER_ARGS) { Drive<4, 3, Adjust::Cap_Raise>(TARN_DRIVER_PASS); }
+void ScaleRgb24To32(TARN_DRIVER_ARGS) { Drive<3, 4, Adjust::CapColumns>(TARN_DRIVER_PASS); }
+void ScaleRgb32To32(TARN_DRIVER_ARGS) { Drive<4, 4, Adjust::None>(TARN_DRIVER_PASS); }
+
+}  // namespace tarn

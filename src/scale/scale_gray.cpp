@@ -1,0 +1,78 @@
+// ScaleGray: the single-channel driver. It has no box filter and no fade:
+// every mode but 0 is bilinear, top and bottom rows are gathered without
+// horizontal interpolation, and the column weights live in a block whose
+// layout the Inner kernel's trailing pixels depend on.
+#include <cstring>
+#include <new>
+
+#include "scale/drivers.h"
+#include "scale/pixel_ops.h"
+
+namespace tarn {
+
+void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride,
+               const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,
+               double startX, double stepX, double startY, double stepY, uint32_t mode,
+               const uint8_t* /*background*/) {
+    const size_t w = dstWidth, h = dstHeight;
+    // Block: W weight bytes, W column offsets, H row weights, H row offsets.
+    // The kernels read offsets and row words from an aligned mirror; the
+    // block keeps the bytes that follow the weights as the Inner kernel sees them.
+    const size_t blockBytes = w * 5 + h * 8 + 2;
+    uint8_t* block = new (std::nothrow) uint8_t[blockBytes]();
+    if (!block) return;
+    uint32_t* words = new (std::nothrow) uint32_t[w + 2 * h]();
+    if (!words) {
+        delete[] block;
+        return;
+    }
+    uint8_t* colWeights = block;
+    uint32_t* colOffsets = words;
+    uint32_t* rowWeights = words + w;
+    uint32_t* rowOffsets = words + w + h;
+    uint32_t cf = 0, cl = dstWidth, rf = 0, rl = dstHeight;
+    BuildGrayColumnTable(dstWidth, srcWidth, colWeights, colOffsets, startX, stepX, &cf, &cl, mode);
+    BuildGrayRowTable(dstHeight, srcHeight, rowWeights, rowOffsets, srcStride, startY, stepY, &rf, &rl, mode);
+    std::memcpy(block + w, colOffsets, w * 4);
+    std::memcpy(block + w * 5, rowWeights, h * 4);
+    std::memcpy(block + w * 5 + h * 4, rowOffsets, h * 4);
+
+    const GrayGatherFn gather = PickGrayGatherRow();
+    const GrayInnerFn inner = PickGrayInnerRow();
+    const uint32_t left = cf, right = dstWidth - cl;
+    const uint32_t middle = left + right < dstWidth ? cl - cf : 0;
+    const bool equalWidths = dstWidth == srcWidth;
+    const bool wholeRows = startX == 0.0 && equalWidths;
+    for (uint32_t y = 0; y < dstHeight; ++y) {
+        uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
+        const uint8_t* r = src + RowDelta(rowOffsets[y]);
+        const uint32_t rw = rowWeights[y];
+        if (mode == SCALE_NEAREST) {
+            if (equalWidths) std::memcpy(d, r, w);
+            else gather(d, r, colOffsets, dstWidth);
+            continue;
+        }
+        const bool centre = y >= rf && y < rl;
+        if (!centre) {
+            if (wholeRows && y < rf) std::memcpy(d, r, w);
+            else gather(d, r, colOffsets, dstWidth);
+            continue;
+        }
+        if (wholeRows && rw == 0) {
+            std::memcpy(d, r, w);
+            continue;
+        }
+        gather(d, r, colOffsets, left);
+        if (wholeRows) {
+            for (uint32_t j = cf; j < cf + middle; ++j)
+                d[j] = static_cast<uint8_t>(LerpByte(r[j], r[j + static_cast<intptr_t>(srcStride)], rw & 255));
+        } else if (middle) {
+            inner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw);
+        }
+        gather(d + cl, r, colOffsets + cl, right);
+    }
+    delete[] words;
+    delete[] block;
+}
+
+}  // namespace tarn
