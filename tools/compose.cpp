@@ -1,0 +1,175 @@
+// Composition of frames through the library, and the subcommand around it.
+#include "compose.h"
+
+#include "ordered_pipeline.h"
+#include "output_file.h"
+#include "progress.h"
+#include "tool_error.h"
+
+#include <memory>
+
+namespace tarnsurf {
+namespace {
+
+constexpr uint32_t kNoKey = 0xFF000000;
+
+std::string RectText(int l, int t, int r, int b) {
+    return std::to_string(l) + "," + std::to_string(t) + "," + std::to_string(r) + "," + std::to_string(b);
+}
+
+bool EndsWith(const std::string& s, const std::string& tail) {
+    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+// '-' is a stream; otherwise the extension decides.
+bool IsPng(const std::string& path) { return path != "-" && (EndsWith(path, ".png") || EndsWith(path, ".PNG")); }
+
+void CheckStreamPath(const std::string& path, const char* role) {
+    if (path == "-" || IsPng(path) || EndsWith(path, ".y4m") || EndsWith(path, ".Y4M")) return;
+    Fail(path, std::string("unknown ") + role + " type; use .png, .y4m or '-'");
+}
+
+}  // namespace
+
+Composer::Composer(const Library& lib, const ComposeOptions& options, int width, int height)
+    : lib_(lib), options_(options), width_(width), height_(height),
+      outWidth_(options.resize ? options.resize->width : width),
+      outHeight_(options.resize ? options.resize->height : height) {
+    for (const OverlaySpec& spec : options.overlays) {
+        SurfaceRef overlay = LoadOverlay(spec);
+        if (overlay) overlays_.push_back(std::move(overlay));
+    }
+}
+
+SurfaceRef Composer::LoadOverlay(const OverlaySpec& spec) const {
+    const Image image = ReadPng(spec.file);
+    const bool masked = image.channels == 4;
+    if (masked && spec.key)
+        Fail(spec.file, "has an alpha channel; a key colour works only with overlays without one");
+    CheckRgbSize(image, spec.file);
+    const int w = RgbWidthKept(image.width), h = RgbHeightKept(image.height);
+    const PixelRect src = spec.source.value_or(PixelRect{0, 0, w, h});
+    if (src.right > w || src.bottom > h)
+        Fail(spec.file, "source rectangle " + RectText(src.left, src.top, src.right, src.bottom) +
+                            " reaches outside the picture of " + std::to_string(w) + "x" + std::to_string(h));
+    const int dw = spec.width ? spec.width : src.right - src.left;
+    const int dh = spec.height ? spec.height : src.bottom - src.top;
+    const PixelRect dest{spec.x, spec.y, spec.x + dw, spec.y + dh};
+    if (dest.right > width_ || dest.bottom > height_)
+        Fail(spec.file, "overlay rectangle " + RectText(dest.left, dest.top, dest.right, dest.bottom) +
+                            " lies outside the frame of " + std::to_string(width_) + "x" + std::to_string(height_));
+    // At 256 the overlay is invisible; a mask could only make it nearly so.
+    if (spec.alpha >= 256) return SurfaceRef();
+
+    SurfaceRef overlay = masked ? RgbaSurfaceFrom(lib_, image, spec.alpha) : RgbSurfaceFrom(lib_, image);
+    Check(overlay->SetSourceRect(src.left, src.top, src.right, src.bottom), "SetSourceRect");
+    Check(overlay->SetDestRect(dest.left, dest.top, dest.right, dest.bottom), "SetDestRect");
+    Check(overlay->SetAlpha(masked ? 0 : spec.alpha), "SetAlpha");
+    Check(overlay->SetBackColor(spec.key.value_or(kNoKey)), "SetBackColor");
+    // Converted now, the mask made from alpha on the way; composition then
+    // finds the overlay in the frame's format and changes nothing in it.
+    Check(overlay->SetFormat(SURFACE_FORMAT_YUV420), "SetFormat(YUV420)");
+    Check(overlay->Flush(), "Flush(overlay " + spec.file + ")");
+    return overlay;
+}
+
+void Composer::Compose(ITarnSurface* frame) const {
+    Check(frame->SetFlattenInPlace(1), "SetFlattenInPlace");
+    for (const SurfaceRef& overlay : overlays_) Check(frame->AddOverlay(overlay.get()), "AddOverlay");
+    SurfaceRef flattened;
+    Check(frame->Flatten(flattened.put()), "Flatten");
+    if (options_.resize) {
+        const ResizeSpec& r = *options_.resize;
+        Check(frame->Resize(r.width, r.height, r.fit ? 1 : 0, options_.quality), "Resize");
+    }
+}
+
+void Composer::ComposePlanar(const uint8_t* frame, std::vector<uint8_t>& out) const {
+    SurfaceRef surface = lib_.FromData(DescribeSurface(SURFACE_FORMAT_YUV420, width_, height_, true), frame);
+    Compose(surface.get());
+    out.resize(PlanarBytes(outWidth_, outHeight_) + kWriteSlack);
+    // With a resize queued, CopyOut lets it write straight into `out`.
+    Check(surface->CopyOut(out.data(), outWidth_, 1), "CopyOut");
+}
+
+Image Composer::ComposeImage(const Image& frame) const {
+    SurfaceRef surface = RgbSurfaceFrom(lib_, frame);
+    Compose(surface.get());
+    Check(surface->Flush(), "Flush");
+    return ImageFromSurface(surface.get());
+}
+
+void RunCompose(const ComposeOptions& options) {
+    CheckStreamPath(options.input, "input");
+    CheckStreamPath(options.output, "output");
+    const Library lib;
+    if (IsPng(options.input)) {
+        const Image frame = ReadPng(options.input);
+        CheckRgbSize(frame, options.input);
+        const Composer composer(lib, options, RgbWidthKept(frame.width), RgbHeightKept(frame.height));
+        const Image composed = composer.ComposeImage(frame);
+        OutputFile out(options.output);
+        if (IsPng(options.output)) {
+            WritePngTo(out.file(), composed, out.name());
+        } else {
+            // One frame as a stream, converted back by the library.
+            Y4mHeader header;
+            header.width = composed.width;
+            header.height = composed.height;
+            header.params = {"F25:1", "Ip", "A1:1", "C420jpeg"};
+            SurfaceRef surface = RgbSurfaceFrom(lib, composed);
+            Check(surface->SetFormat(SURFACE_FORMAT_YUV420), "SetFormat(YUV420)");
+            std::vector<uint8_t> planar(PlanarBytes(header.width, header.height) + kWriteSlack);
+            Check(surface->CopyOut(planar.data(), header.width, 1), "CopyOut");
+            const PlanePointers p = StreamPlanesOf(planar.data(), header.width, header.height);
+            Y4mWriter(out.file(), header, out.name()).WriteFrame(p.y, p.u, p.v);
+        }
+        out.Commit();
+        return;
+    }
+
+    std::FILE* inFile = stdin;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(nullptr, &std::fclose);
+    if (options.input != "-") {
+        opened.reset(std::fopen(options.input.c_str(), "rb"));
+        if (!opened) Fail(options.input, "cannot open: no such file or no permission");
+        inFile = opened.get();
+    }
+    Y4mReader reader(inFile, options.input == "-" ? "standard input" : options.input);
+    const Y4mHeader& in = reader.header();
+    const Composer composer(lib, options, in.width, in.height);
+    OutputFile out(options.output);
+    const bool pngOut = IsPng(options.output);
+    Y4mHeader outHeader = in;
+    outHeader.width = composer.outWidth();
+    outHeader.height = composer.outHeight();
+    std::unique_ptr<Y4mWriter> writer;
+    if (!pngOut) writer = std::make_unique<Y4mWriter>(out.file(), outHeader, out.name());
+    Progress progress(reader.name());
+
+    const auto read = [&](FrameJob& job) {
+        job.input.resize(PlanarBytes(in.width, in.height));
+        if (!reader.ReadFrame(StreamPlanesOf(job.input.data(), in.width, in.height))) return false;
+        if (pngOut && reader.framesRead() > 1)
+            Fail(options.output, "PNG output takes one frame, and " + reader.name() + " has more");
+        return true;
+    };
+    const auto work = [&](FrameJob& job) { composer.ComposePlanar(job.input.data(), job.output); };
+    const auto write = [&](FrameJob& job) {
+        if (writer) {
+            const PlanePointers p = StreamPlanesOf(job.output.data(), outHeader.width, outHeader.height);
+            writer->WriteFrame(p.y, p.u, p.v);
+        } else {
+            const SurfaceRef frame = lib.FromData(
+                DescribeSurface(SURFACE_FORMAT_YUV420, outHeader.width, outHeader.height, true), job.output.data());
+            WritePngTo(out.file(), ImageFromSurface(frame.get()), out.name());
+        }
+        progress.Frame(job.index + 1);
+    };
+    const long frames = OrderedPipeline::Run(options.threads, read, work, write);
+    progress.Done(frames);
+    if (frames == 0) Fail(reader.name(), "the stream has no frames");
+    out.Commit();
+}
+
+}  // namespace tarnsurf

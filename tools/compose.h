@@ -1,0 +1,44 @@
+// The compose pipeline: overlays loaded once and checked against the frame,
+// then each frame made a surface, given the overlays, flattened, optionally
+// resized, and copied out.
+#pragma once
+
+#include "library.h"
+#include "options.h"
+
+#include <vector>
+
+namespace tarnsurf {
+
+class Composer {
+public:
+    // Loads and checks every overlay for frames of `width` x `height`, and
+    // brings each to the frame's planar format once, so that frames composed
+    // on several threads only read them.
+    Composer(const Library& lib, const ComposeOptions& options, int width, int height);
+
+    int outWidth() const { return outWidth_; }
+    int outHeight() const { return outHeight_; }
+
+    // A planar frame in the library's layout (PlanarBytes of the input size)
+    // into `out`, planar at the output size, with slack for the library.
+    void ComposePlanar(const uint8_t* frame, std::vector<uint8_t>& out) const;
+    // An RGB picture in, an RGB picture out.
+    Image ComposeImage(const Image& frame) const;
+
+private:
+    void Compose(ITarnSurface* frame) const;
+    SurfaceRef LoadOverlay(const OverlaySpec& spec) const;
+
+    const Library& lib_;
+    const ComposeOptions& options_;
+    int width_, height_;
+    int outWidth_, outHeight_;
+    std::vector<SurfaceRef> overlays_;
+};
+
+// The whole subcommand: opens INPUT, composes every frame, writes OUTPUT
+// under a temporary name and renames it when all went well.
+void RunCompose(const ComposeOptions& options);
+
+}  // namespace tarnsurf

@@ -1,0 +1,165 @@
+// Surfaces from and to the tool's memory. RGB pictures reach the library as
+// blue, green, red (and alpha) bytes, the tool's images are red first.
+#include "library.h"
+
+#include "tool_error.h"
+
+#include <cstdio>
+
+namespace tarnsurf {
+namespace {
+
+// CreateFromData reads through this during the call only.
+class BorrowedPixels : public IPixelSource {
+public:
+    explicit BorrowedPixels(const uint8_t* data) : data_(const_cast<uint8_t*>(data)) {}
+    uint32_t TARN_CALL AddRef() override { return 1; }
+    uint32_t TARN_CALL Release() override { return 1; }
+    VedResult TARN_CALL QueryInterface(const VedId&, void**) override { return VED_E_NOTSUPPORTED; }
+    uint8_t* TARN_CALL GetData() override { return data_; }
+
+private:
+    uint8_t* data_;
+};
+
+struct ResultText {
+    VedResult code;
+    const char* name;
+};
+
+constexpr ResultText kResults[] = {
+    {VED_E_FAIL, "failed"},
+    {VED_E_NOTSUPPORTED, "not supported by this build of the library"},
+    {VED_E_INVALIDARG, "invalid argument"},
+    {VED_E_BADSTATE, "bad state"},
+    {VED_E_OUTOFMEMORY, "out of memory"},
+    {VED_E_KERNELFAILED, "kernel failed"},
+};
+
+}  // namespace
+
+std::string ResultName(VedResult result) {
+    char hex[16];
+    std::snprintf(hex, sizeof hex, "0x%08X", uint32_t(result));
+    for (const ResultText& r : kResults)
+        if (r.code == result) return std::string(r.name) + " (" + hex + ")";
+    return hex;
+}
+
+void Check(VedResult result, const std::string& call) {
+    if (result < 0) throw ToolError("library: " + call + ": " + ResultName(result));
+}
+
+Library::Library() {
+    Check(CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, builder_.put_void()), "CreateObject");
+}
+
+SurfaceRef Library::FromData(const SurfaceInfo& info, const uint8_t* data) const {
+    BorrowedPixels source(data);
+    SurfaceRef surface;
+    Check(builder_->CreateFromData(&info, &source, surface.put()), "CreateFromData");
+    return surface;
+}
+
+SurfaceRef Library::Blank(const SurfaceInfo& info) const {
+    SurfaceRef surface;
+    int32_t bytes = 0;
+    Check(builder_->CreateBlank(&info, &bytes, surface.put()), "CreateBlank");
+    return surface;
+}
+
+SurfaceInfo DescribeSurface(SurfaceFormat format, int width, int height, bool topDown) {
+    static constexpr int32_t kBits[] = {0, 24, 32, 8, 12, 16, 12};
+    SurfaceInfo info{};
+    info.size = sizeof info;
+    info.width = uint32_t(width);
+    info.height = uint32_t(height);
+    info.format = format;
+    info.bitsPerPixel = kBits[format];
+    // Planar strides equal the width; the others are whole bytes per row as
+    // the tool lays them out, without padding (widths are multiples of 4).
+    info.stride = format == SURFACE_FORMAT_YUV420 || format == SURFACE_FORMAT_YUV420_SWAPPED
+                      ? width
+                      : width * (kBits[format] / 8);
+    info.topDown = topDown ? 1 : 0;
+    return info;
+}
+
+size_t PlanarBytes(int width, int height) { return size_t(width) * size_t(height) * 3 / 2; }
+
+PlanePointers StreamPlanesOf(uint8_t* frame, int width, int height) {
+    const size_t luma = size_t(width) * size_t(height);
+    // The library's colour kernels keep Cr right behind Y and Cb last; the
+    // stream has U (Cb) before V (Cr).
+    return PlanePointers{frame, frame + luma + luma / 4, frame + luma};
+}
+
+int RgbWidthKept(int width) { return width & ~3; }
+int RgbHeightKept(int height) { return height & ~1; }
+
+void CheckRgbSize(const Image& image, const std::string& name) {
+    const int w = RgbWidthKept(image.width), h = RgbHeightKept(image.height);
+    if (w < 4 || h < 4)
+        Fail(name, "picture of " + std::to_string(image.width) + "x" + std::to_string(image.height) +
+                       " is too small; at least 4x4 is needed");
+    if (w != image.width || h != image.height)
+        std::fprintf(stderr, "tarnsurf: note: %s: %dx%d taken as %dx%d (a multiple of 4 wide, even height)\n",
+                     name.c_str(), image.width, image.height, w, h);
+}
+
+SurfaceRef RgbSurfaceFrom(const Library& lib, const Image& image) {
+    const int w = RgbWidthKept(image.width), h = RgbHeightKept(image.height);
+    std::vector<uint8_t> bgr(size_t(w) * size_t(h) * 3);
+    for (int y = 0; y < h; ++y) {
+        const uint8_t* in = image.Row(y);
+        uint8_t* out = bgr.data() + size_t(y) * size_t(w) * 3;
+        for (int x = 0; x < w; ++x, in += image.channels, out += 3) {
+            out[0] = in[2];
+            out[1] = in[1];
+            out[2] = in[0];
+        }
+    }
+    return lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB24, w, h, true), bgr.data());
+}
+
+SurfaceRef RgbaSurfaceFrom(const Library& lib, const Image& image, uint32_t transparency) {
+    const int w = RgbWidthKept(image.width), h = RgbHeightKept(image.height);
+    const uint32_t keep = 256 - transparency;
+    std::vector<uint8_t> bgra(size_t(w) * size_t(h) * 4);
+    for (int y = 0; y < h; ++y) {
+        const uint8_t* in = image.Row(y);
+        uint8_t* out = bgra.data() + size_t(h - 1 - y) * size_t(w) * 4;
+        for (int x = 0; x < w; ++x, in += 4, out += 4) {
+            out[0] = in[2];
+            out[1] = in[1];
+            out[2] = in[0];
+            out[3] = uint8_t((in[3] * keep) >> 8);
+        }
+    }
+    return lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB32, w, h, false), bgra.data());
+}
+
+Image ImageFromSurface(ITarnSurface* surface) {
+    SurfaceInfo info{};
+    Check(surface->GetInfo(&info), "GetInfo");
+    // GetInfo shows the size before queued work; a queued resize is the
+    // caller's to flush first.
+    const int w = int(info.width), h = int(info.height);
+    const int stride = (w * 3 + 3) & ~3;
+    std::vector<uint8_t> bgr(size_t(stride) * size_t(h) + kWriteSlack);
+    Check(surface->SetFormat(SURFACE_FORMAT_RGB24), "SetFormat(RGB24)");
+    Check(surface->CopyOut(bgr.data(), stride, 1), "CopyOut(RGB24)");
+    Image image(w, h, 3);
+    for (int y = 0; y < h; ++y) {
+        const uint8_t* in = bgr.data() + size_t(y) * size_t(stride);
+        uint8_t* out = image.Row(y);
+        for (int x = 0; x < w; ++x, in += 3, out += 3) {
+            out[0] = in[2];
+            out[1] = in[1];
+            out[2] = in[0];
+        }
+    }
+    return image;
+}
+
+}  // namespace tarnsurf

@@ -1,0 +1,68 @@
+// The command line of tarnsurf: subcommands, their options, and the small
+// grammars of an overlay description and a resize target.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarnsurf {
+
+struct PixelRect {
+    int left = 0, top = 0, right = 0, bottom = 0;
+};
+
+// One --overlay: FILE, then options as :key=value, in any order.
+struct OverlaySpec {
+    std::string file;
+    int x = 0, y = 0;                // where the overlay's top left corner goes
+    int width = 0, height = 0;       // size on the frame; 0: that of the source rectangle
+    std::optional<PixelRect> source; // the part of the PNG taken; default all of it
+    uint32_t alpha = 0;              // transparency, 0 (opaque) to 256 (invisible)
+    std::optional<uint32_t> key;     // 0xRRGGBB: overlay pixels of this colour are not drawn
+};
+
+struct ResizeSpec {
+    int width = 0, height = 0;
+    bool fit = false;  // keep the picture's shape and pad with black
+};
+
+struct ComposeOptions {
+    std::string input;
+    std::string output;
+    std::vector<OverlaySpec> overlays;
+    std::optional<ResizeSpec> resize;
+    int32_t quality = 1;  // a scaling mode of the library; bilinear by default
+    int threads = 1;
+};
+
+struct DemoOptions {
+    std::string outDir = ".";
+    int32_t quality = 1;
+};
+
+enum class Command { None, Demo, Compose };
+
+struct CommandLine {
+    Command command = Command::None;
+    ComposeOptions compose;
+    DemoOptions demo;
+    // When set, the program prints `message` (help on stdout with code 0, an
+    // error on stderr otherwise) and ends with `exitCode`.
+    bool finished = false;
+    int exitCode = 0;
+    std::string message;
+};
+
+CommandLine ParseCommandLine(int argc, const char* const* argv);
+
+// The grammars, each refusing malformed text with a ToolError that says what
+// is wrong.
+OverlaySpec ParseOverlaySpec(const std::string& text);
+ResizeSpec ParseResizeSpec(const std::string& text);
+// Quality names ("bilinear", "area", ...) and the library's scaling modes.
+std::optional<int32_t> QualityByName(const std::string& name);
+std::string QualityNames();
+
+}  // namespace tarnsurf
