@@ -1,0 +1,106 @@
+// The scaling engine at 1920x1080 against the peer's scalers, side by side in
+// one run: planar bilinear and nearest to 1280x720, 4-byte bilinear to
+// 1280x720, 4-byte box to 960x540, planar area shrink to 1280x720.
+// Run: configure with -DTARN_BUILD_BENCH=ON, build tarn_bench_scale, then
+// ./bench/tarn_bench_scale
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "bench_support.h"
+#include "convert/kernel_forms.h"
+#include "scale/scale.h"
+
+#if defined(TARN_HAVE_PEER)
+#include <libyuv.h>
+#endif
+
+namespace {
+
+constexpr int kW = 1920, kH = 1080;
+
+template <class Body>
+void Time(benchmark::State& state, const std::string& key, const char* who, Body body) {
+    const auto start = std::chrono::steady_clock::now();
+    for (auto _ : state) {
+        body();
+        benchmark::ClobberMemory();
+    }
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    tarn::bench::RecordTime(key, who, state, seconds / double(state.iterations()));
+}
+
+struct Planar {
+    int w, h;
+    std::vector<uint8_t> y, u, v;
+    Planar(int w_, int h_, uint32_t seed)
+        : w(w_), h(h_), y(tarn::bench::RandomFrame(size_t(w_) * h_, seed)),
+          u(tarn::bench::RandomFrame(size_t(w_ / 2) * (h_ / 2), seed + 1)),
+          v(tarn::bench::RandomFrame(size_t(w_ / 2) * (h_ / 2), seed + 2)) {}
+};
+
+std::string Key(const char* family, int w, int h) {
+    return std::string(family) + "/" + tarn::FormName(tarn::ActiveSimdForm()) + "/" + std::to_string(w) + "x" +
+           std::to_string(h);
+}
+
+void PlanarOurs(benchmark::State& state, uint32_t mode, const char* family, int dw, int dh) {
+    Planar s(kW, kH, 1), d(dw, dh, 9);
+    Time(state, Key(family, dw, dh), "ours", [&] {
+        tarn::ScalePlanar(s.y.data(), s.u.data(), s.v.data(), kW, kH, kW, d.y.data(), d.u.data(), d.v.data(), dw,
+                          dh, dw, mode);
+    });
+}
+
+void ArgbOurs(benchmark::State& state, uint32_t mode, const char* family, int dw, int dh) {
+    auto s = tarn::bench::RandomFrame(size_t(kW) * kH * 4, 3);
+    auto d = tarn::bench::RandomFrame(size_t(dw) * dh * 4, 4);
+    Time(state, Key(family, dw, dh), "ours", [&] {
+        tarn::ScaleImage(d.data(), dw, dh, dw * 4, 4, s.data(), kW, kH, kW * 4, 4, 0.0, double(kW) / dw, 0.0,
+                         double(kH) / dh, mode, nullptr);
+    });
+}
+
+void BM_PlanarBilinear(benchmark::State& st) { PlanarOurs(st, 1, "planar_bilinear", 1280, 720); }
+void BM_PlanarNearest(benchmark::State& st) { PlanarOurs(st, 0, "planar_nearest", 1280, 720); }
+void BM_PlanarArea(benchmark::State& st) { PlanarOurs(st, 6, "planar_area", 1280, 720); }
+void BM_ArgbBilinear(benchmark::State& st) { ArgbOurs(st, 1, "argb_bilinear", 1280, 720); }
+void BM_ArgbBox(benchmark::State& st) { ArgbOurs(st, 3, "argb_box", 960, 540); }
+BENCHMARK(BM_PlanarBilinear)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PlanarNearest)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PlanarArea)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ArgbBilinear)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ArgbBox)->Unit(benchmark::kMillisecond);
+
+#if defined(TARN_HAVE_PEER)
+void PlanarPeer(benchmark::State& state, libyuv::FilterMode filter, const char* family, int dw, int dh) {
+    Planar s(kW, kH, 1), d(dw, dh, 9);
+    Time(state, Key(family, dw, dh), "peer", [&] {
+        libyuv::I420Scale(s.y.data(), kW, s.u.data(), kW / 2, s.v.data(), kW / 2, kW, kH, d.y.data(), dw,
+                          d.u.data(), dw / 2, d.v.data(), dw / 2, dw, dh, filter);
+    });
+}
+
+void ArgbPeer(benchmark::State& state, libyuv::FilterMode filter, const char* family, int dw, int dh) {
+    auto s = tarn::bench::RandomFrame(size_t(kW) * kH * 4, 3);
+    auto d = tarn::bench::RandomFrame(size_t(dw) * dh * 4, 4);
+    Time(state, Key(family, dw, dh), "peer", [&] {
+        libyuv::ARGBScale(s.data(), kW * 4, kW, kH, d.data(), dw * 4, dw, dh, filter);
+    });
+}
+
+void BM_PeerPlanarBilinear(benchmark::State& st) { PlanarPeer(st, libyuv::kFilterBilinear, "planar_bilinear", 1280, 720); }
+void BM_PeerPlanarNearest(benchmark::State& st) { PlanarPeer(st, libyuv::kFilterNone, "planar_nearest", 1280, 720); }
+void BM_PeerPlanarArea(benchmark::State& st) { PlanarPeer(st, libyuv::kFilterBox, "planar_area", 1280, 720); }
+void BM_PeerArgbBilinear(benchmark::State& st) { ArgbPeer(st, libyuv::kFilterBilinear, "argb_bilinear", 1280, 720); }
+void BM_PeerArgbBox(benchmark::State& st) { ArgbPeer(st, libyuv::kFilterBox, "argb_box", 960, 540); }
+BENCHMARK(BM_PeerPlanarBilinear)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PeerPlanarNearest)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PeerPlanarArea)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PeerArgbBilinear)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PeerArgbBox)->Unit(benchmark::kMillisecond);
+#endif
+
+}  // namespace
+
+TARN_BENCH_MAIN();
