@@ -1,19 +1,152 @@
-// DoResize: a new size for the surface, optionally fitted with black borders.
+// DoResize: a new size for the surface, optionally fitted into the frame with
+// black borders. Under direct output the picture goes into the caller's
+// memory and the surface keeps its buffer, size and stride.
+#include <cstring>
+
+#include "operations/fill.h"
+#include "operations/stretch.h"
+#include "surface/pixel_memory.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
 
+namespace {
+
+// Byte counts of one buffer stay within 32 bits, as everywhere in the library.
+constexpr int64_t kMaxBufferBytes = INT32_MAX;
+
+struct OutputPlan {
+    int64_t stride;
+    int64_t bytes;
+    VedResult failure;  // the answer when the buffer cannot be had
+};
+
+OutputPlan PlanOutput(PixelLayout layout, int32_t bits, int32_t width, int32_t height) {
+    switch (layout) {
+        case PixelLayout::Interleaved: {
+            const int64_t stride = (int64_t(bits) * width + 31) / 32 * 4;
+            return {stride, stride * height, VED_E_FAIL};
+        }
+        case PixelLayout::Planar: return {width, int64_t(width) * height * 3 / 2, VED_E_OUTOFMEMORY};
+        case PixelLayout::Packed: return {2 * int64_t(width), 2 * int64_t(width) * height, VED_E_OUTOFMEMORY};
+        default: return {0, 0, VED_E_NOTSUPPORTED};
+    }
+}
+
+// The least stride that holds one row of the new picture.
+int64_t RowBytes(PixelLayout layout, int32_t bits, int32_t width) {
+    switch (layout) {
+        case PixelLayout::Interleaved: return int64_t(bits / 8) * width;
+        case PixelLayout::Planar: return width;
+        case PixelLayout::Packed: return 2 * int64_t(width);
+        default: return 0;
+    }
+}
+
+bool InsideFrame(const VedRect& r, int32_t width, int32_t height) {
+    return r.left >= 0 && r.top >= 0 && r.right <= width && r.bottom <= height;
+}
+
+}  // namespace
+
 VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t keepAspect,
                                        int32_t quality) {
-    (void)keepAspect;
-    (void)quality;
     if (!pixels) return VED_E_INVALIDARG;
     if (static_cast<uint32_t>(width) == info.width && static_cast<uint32_t>(height) == info.height &&
         aspectX == 0 && aspectY == 0) {
+        // A surface with an aspect goes on, so that a resize to its own size
+        // fits it anew.
         if (directOutput) CopyPixelsOut(directBuffer, directStride, directTopDown);
         return VED_S_OK;
     }
-    return VED_E_NOTSUPPORTED;  // scaling is not built yet
+    // Below the smallest surface, or pixels the engine cannot take: refused
+    // before anything changes.
+    if (width < 4 || height < 4) return VED_E_INVALIDARG;
+    const PixelLayout layout = LayoutOf(info.format);
+    const int32_t bits = info.bitsPerPixel;
+    if (layout == PixelLayout::Interleaved && !ScalableInterleaved(bits, info.width, info.stride))
+        return VED_E_INVALIDARG;
+
+    // The content rectangle is set before anything can fail, direct output too.
+    VedRect fit{0, 0, 0, 0};
+    const VedRect* target = nullptr;
+    if (keepAspect) {
+        ComputeFitRect(width, height, &fit);
+        target = &fit;
+    } else {
+        fit = {0, 0, width, height};
+    }
+    info.contentLeft = fit.left;
+    info.contentTop = fit.top;
+    info.contentRight = fit.right;
+    info.contentBottom = fit.bottom;
+    if (target && !InsideFrame(fit, width, height)) return VED_E_FAIL;
+
+    uint8_t* out = nullptr;
+    int32_t outStride = 0;
+    uint32_t outTopDown = 0;
+    uint8_t* fresh = nullptr;
+    if (directOutput) {
+        // Painted black as a planar picture whatever the format: the caller's
+        // buffer must hold stride x height x 3 / 2 bytes even for RGB output.
+        // A stride too short for the rows, or beyond 32-bit byte counts, is
+        // refused rather than written past.
+        if (directStride < RowBytes(layout, bits, width) ||
+            int64_t(directStride) * height * 3 / 2 > kMaxBufferBytes)
+            return VED_E_INVALIDARG;
+        FillPlanar(directBuffer, width, height, directStride, nullptr, 0);
+        out = directBuffer;
+        outStride = directStride;
+        outTopDown = directTopDown;
+    } else {
+        const OutputPlan plan = PlanOutput(layout, bits, width, height);
+        if (layout == PixelLayout::Other) return VED_E_NOTSUPPORTED;
+        if (plan.bytes <= kMaxBufferBytes) fresh = NewPixelArray(plan.bytes);
+        if (!fresh) return plan.failure;
+        outStride = static_cast<int32_t>(plan.stride);
+        if (layout == PixelLayout::Planar) {
+            FillPlanar(fresh, width, height, outStride, nullptr, 0);
+        } else if (layout == PixelLayout::Packed) {
+            // Only the first quarter is set to 0x80: a byte fill of the
+            // pattern's low byte over bytes / 4, as the builder does too.
+            std::memset(fresh, 0x80, static_cast<size_t>(plan.bytes / 4));
+        }
+        out = fresh;
+        outTopDown = info.topDown;
+        aspectX = 0;
+        aspectY = 0;
+    }
+
+    const int32_t pad = target ? 1 : 0;
+    const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
+    switch (layout) {
+        case PixelLayout::Interleaved:
+            StretchInterleaved(out, width, height, target, outStride, bits, outTopDown, pixels, w, h,
+                               nullptr, info.stride, bits, info.topDown, pad, quality);
+            break;
+        case PixelLayout::Planar:
+            StretchPlanar(pixels, w, h, info.stride, nullptr, out, width, height, outStride, target,
+                          pad, quality, 0);
+            break;
+        case PixelLayout::Packed:
+            StretchPacked(pixels, w, h, info.stride, nullptr, out, width, height, outStride, target,
+                          pad, quality, 0);
+            break;
+        default:  // only direct output gets here, its buffer already painted
+            return VED_E_NOTSUPPORTED;
+    }
+    if (directOutput) return VED_S_OK;
+
+    // A mask follows its surface to the full new size, with mode 0 and no fit.
+    if (mask) {
+        mask->Resize(width, height, 0, 0);
+        mask->Flush();
+    }
+    ReplacePixels(fresh);
+    info.stride = outStride;
+    info.height = static_cast<uint32_t>(height);
+    info.width = static_cast<uint32_t>(width);
+    return VED_S_OK;
 }
 
 }  // namespace tarn

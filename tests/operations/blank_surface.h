@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include <gtest/gtest.h>
+
 #include "object/surface_builder.h"
 #include "surface/tarn_surface_buffer.h"
 #include "tarn/TarnSurface.h"
@@ -39,7 +41,8 @@ inline Ref<ITarnSurface> MakeBlank(SurfaceFormat format, uint32_t width, uint32_
     info.topDown = topDown;
     CSurfaceBuilder builder;
     Ref<ITarnSurface> surface;
-    builder.CreateBlank(&info, nullptr, surface.put());
+    if (builder.CreateBlank(&info, nullptr, surface.put()) < 0 || !surface)
+        ADD_FAILURE() << "CreateBlank refused " << width << " x " << height;
     return surface;
 }
 
@@ -61,6 +64,16 @@ inline bool SameRect(const VedRect& a, const VedRect& b) {
 inline void Paint(const Ref<ITarnSurface>& s, uint8_t value) {
     CTarnSurfaceBuffer* b = Buffer(s);
     std::memset(b->pixels, value, size_t(BufferBytes(b->info)));
+}
+
+// Planar buffer of width x height (stride = width): Y, first chroma, second
+// chroma each set to one value.
+inline void PaintPlanes(uint8_t* p, int32_t width, int32_t height, uint8_t y, uint8_t first,
+                        uint8_t second) {
+    const size_t luma = size_t(width) * size_t(height), chroma = size_t(width / 2) * size_t(height / 2);
+    std::memset(p, y, luma);
+    std::memset(p + luma, first, chroma);
+    std::memset(p + luma + chroma, second, chroma);
 }
 
 }  // namespace tarn::testing_blank

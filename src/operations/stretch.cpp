@@ -1,0 +1,148 @@
+// The stretch layer: rectangles to plane addresses and steps, one call into
+// the scaling engine, then the border bands. No work per pixel is done here
+// but the band fills.
+#include "operations/stretch.h"
+
+#include <cstddef>
+
+#include "operations/fill.h"
+#include "platform/rect.h"
+#include "scale/scale.h"
+
+namespace tarn {
+
+namespace {
+
+struct Area {
+    int32_t left, top, width, height;
+    bool Paintable() const { return width > 0 && height > 0; }
+};
+
+Area AreaOf(const VedRect* rect, int32_t width, int32_t height) {
+    if (!rect) return {0, 0, width, height};
+    const int64_t w = int64_t(rect->right) - rect->left, h = int64_t(rect->bottom) - rect->top;
+    return {rect->left, rect->top, w > 0 ? int32_t(w) : 0, h > 0 ? int32_t(h) : 0};
+}
+
+// Planar and packed pictures are cut to whole pixel pairs in both directions;
+// only a given rectangle is cut, never the whole picture.
+Area EvenAreaOf(const VedRect* rect, int32_t width, int32_t height) {
+    Area a = AreaOf(rect, width, height);
+    if (rect) {
+        a.width -= a.width & 1;
+        a.height -= a.height & 1;
+    }
+    return a;
+}
+
+// The four bands around `r` inside a width x height frame, in the order they
+// are painted: above (whole width), below (whole width), left and right (the
+// rectangle's rows). A band with no area is not painted.
+template <class Fill>
+void PaintBands(const VedRect& r, int32_t width, int32_t height, Fill fill) {
+    const VedRect bands[4] = {
+        {0, 0, width, r.top},
+        {0, r.bottom, width, height},
+        {0, r.top, r.left, r.bottom},
+        {r.right, r.top, width, r.bottom},
+    };
+    for (const VedRect& band : bands)
+        if (!platform::IsRectEmpty(&band)) fill(&band);
+}
+
+}  // namespace
+
+int32_t StretchInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
+                           const VedRect* dstRect, int32_t dstStride, int32_t dstBits,
+                           uint32_t dstTopDown, const uint8_t* src, int32_t srcWidth,
+                           int32_t srcHeight, const VedRect* srcRect, int32_t srcStride,
+                           int32_t srcBits, uint32_t srcTopDown, int32_t padBorders,
+                           int32_t quality) {
+    if (!dst || !src) return 0;
+    const int32_t dstBytes = dstBits / 8, srcBytes = srcBits / 8;
+    const Area d = AreaOf(dstRect, dstWidth, dstHeight);
+    const Area s = AreaOf(srcRect, srcWidth, srcHeight);
+    if (d.Paintable() && s.Paintable()) {
+        uint8_t* target = dst + ptrdiff_t(d.top) * dstStride + ptrdiff_t(d.left) * dstBytes;
+        int32_t targetStride = dstStride;
+        if ((dstTopDown != 0) != (srcTopDown != 0)) {
+            target += ptrdiff_t(d.height - 1) * dstStride;
+            targetStride = -dstStride;
+        }
+        const uint8_t* source = src + ptrdiff_t(s.top) * srcStride + ptrdiff_t(s.left) * srcBytes;
+        ScaleImage(target, uint32_t(d.width), uint32_t(d.height), targetStride, uint32_t(dstBytes),
+                   source, uint32_t(s.width), uint32_t(s.height), srcStride, uint32_t(srcBytes),
+                   0.0, double(s.width) / d.width, 0.0, double(s.height) / d.height,
+                   uint32_t(quality), nullptr);
+    }
+    if (dstRect && padBorders) {
+        // 8-bit targets have no row writer: their bands keep what was there.
+        PaintBands(*dstRect, dstWidth, dstHeight, [&](const VedRect* band) {
+            FillInterleaved(dst, dstWidth, dstHeight, dstStride, band, dstBits, 0);
+        });
+    }
+    return 1;
+}
+
+int32_t StretchPlanar(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
+                      const VedRect* srcRect, uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
+                      int32_t dstStride, const VedRect* dstRect, int32_t padBorders,
+                      int32_t quality, uint32_t padColor) {
+    if (!dst || !src) return 0;
+    // The two sides place their second chroma plane by different sums; they
+    // agree for even sizes, which is all the library makes.
+    const uint8_t* srcY = src;
+    const uint8_t* srcU = srcY + int64_t(srcHeight) * srcStride;
+    const uint8_t* srcV = srcU + int64_t(srcHeight / 2) * (srcStride / 2);
+    uint8_t* dstY = dst;
+    uint8_t* dstU = dstY + int64_t(dstHeight) * dstStride;
+    uint8_t* dstV = dstU + (int64_t(dstStride / 2) * dstHeight) / 2;
+
+    const Area s = EvenAreaOf(srcRect, srcWidth, srcHeight);
+    const Area d = EvenAreaOf(dstRect, dstWidth, dstHeight);
+    if (srcRect) {
+        const int64_t chroma = s.left / 2 + (int64_t(s.top / 2) * srcStride) / 2;
+        srcY += int64_t(s.top) * srcStride + s.left;
+        srcU += chroma;
+        srcV += chroma;
+    }
+    if (dstRect) {
+        const int64_t chroma = d.left / 2 + int64_t(d.top / 2) * (dstStride / 2);
+        dstY += int64_t(d.top) * dstStride + d.left;
+        dstU += chroma;
+        dstV += chroma;
+    }
+    if (s.Paintable() && d.Paintable())
+        ScalePlanar(srcY, srcU, srcV, s.width, s.height, srcStride, dstY, dstU, dstV, d.width,
+                    d.height, dstStride, uint32_t(quality));
+    if (dstRect && padBorders) {
+        PaintBands(*dstRect, dstWidth, dstHeight, [&](const VedRect* band) {
+            FillPlanar(dst, dstWidth, dstHeight, dstStride, band, padColor);
+        });
+    }
+    return 1;
+}
+
+int32_t StretchPacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
+                      const VedRect* srcRect, uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
+                      int32_t dstStride, const VedRect* dstRect, int32_t padBorders,
+                      int32_t quality, uint32_t padColor) {
+    (void)quality;
+    if (!dst || !src) return 0;
+    const Area s = EvenAreaOf(srcRect, srcWidth, srcHeight);
+    const Area d = EvenAreaOf(dstRect, dstWidth, dstHeight);
+    const uint8_t* source = src + int64_t(s.top) * srcStride + int64_t(s.left) * 2;
+    uint8_t* target = dst + int64_t(d.top) * dstStride + int64_t(d.left) * 2;
+    if (s.Paintable() && d.Paintable())
+        ScalePacked(source, s.width, s.height, srcStride, target, d.width, d.height, dstStride);
+    if (dstRect && padBorders) {
+        // FillPacked paints at the buffer's corner, so these bands land there
+        // too; a fitted packed picture keeps whatever lay right of it.
+        PaintBands(*dstRect, dstWidth, dstHeight, [&](const VedRect* band) {
+            FillPacked(dst, dstWidth, dstHeight, dstStride, band, padColor);
+        });
+    }
+    return 1;
+}
+
+}  // namespace tarn

@@ -1,0 +1,235 @@
+// DrawToSurface and DrawToBuffer: rectangle tests, the flip of picture
+// rectangles for bottom-up RGB, the content rectangle that only grows, the
+// refusals that leave the source alone, and DrawToBuffer's default strides.
+// Also the answers of Transform.
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+#include "blank_surface.h"
+
+namespace tarn {
+namespace {
+
+using namespace testing_blank;
+
+constexpr uint8_t kCanary = 0xCD;
+
+// RGB surface whose stored row r holds the byte 10 * r + 1 everywhere.
+Ref<ITarnSurface> RowNumbered(SurfaceFormat format, uint32_t w, uint32_t h, uint32_t topDown) {
+    Ref<ITarnSurface> s = MakeBlank(format, w, h, topDown);
+    CTarnSurfaceBuffer* b = Buffer(s);
+    for (uint32_t r = 0; r < h; ++r)
+        std::memset(b->pixels + r * size_t(b->info.stride), int(10 * r + 1), size_t(b->info.stride));
+    return s;
+}
+
+Ref<ITarnSurface> FlatPlanar(uint32_t w, uint32_t h, uint8_t y, uint8_t u, uint8_t v) {
+    Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_YUV420, w, h);
+    PaintPlanes(Buffer(s)->pixels, int32_t(w), int32_t(h), y, u, v);
+    return s;
+}
+
+uint8_t StoredByte(const Ref<ITarnSurface>& s, int32_t row, int32_t byte) {
+    const CTarnSurfaceBuffer* b = Buffer(s);
+    return b->pixels[row * b->info.stride + byte];
+}
+
+TEST(DrawToSurface, BottomUpTargetRectangleIsFlippedToStoredRows) {
+    Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_RGB24, 8, 6, /*topDown*/ 0);
+    Paint(target, kCanary);
+    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB24, 8, 4, 0);
+    VedRect dest{0, 0, 8, 4};  // the top four rows of the picture
+    ASSERT_EQ(target->DrawToSurface(&dest, source.get(), nullptr, SCALE_NEAREST), VED_S_OK);
+    EXPECT_TRUE(SameRect(dest, {0, 0, 8, 4}));  // the caller's record stays; a copy is flipped
+    for (int32_t row = 0; row < 6; ++row) {
+        // Same row order on both sides: stored rows 0 to 3 of the source land
+        // in stored rows 2 to 5.
+        const uint8_t want = row >= 2 ? uint8_t(10 * (row - 2) + 1) : kCanary;
+        for (int32_t x = 0; x < 24; ++x) ASSERT_EQ(StoredByte(target, row, x), want) << row;
+    }
+}
+
+TEST(DrawToSurface, BottomUpSourceRectangleIsFlippedAndRowOrdersMirror) {
+    Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_RGB32, 4, 4, /*topDown*/ 1);
+    Paint(target, kCanary);
+    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB32, 4, 6, 0);
+    VedRect dest{0, 0, 4, 2}, from{0, 0, 4, 2};  // the picture's top rows on both sides
+    ASSERT_EQ(target->DrawToSurface(&dest, source.get(), &from, SCALE_NEAREST), VED_S_OK);
+    // The source's picture top is its stored row 5 (51), then row 4 (41); the
+    // top-down target shows them in that order.
+    for (int32_t x = 0; x < 16; ++x) {
+        EXPECT_EQ(StoredByte(target, 0, x), 51);
+        EXPECT_EQ(StoredByte(target, 1, x), 41);
+        EXPECT_EQ(StoredByte(target, 2, x), kCanary);
+    }
+}
+
+TEST(DrawToSurface, ThirtyTwoBitSourceOntoTwentyFourBitTarget) {
+    Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_RGB24, 4, 4);
+    Paint(target, kCanary);
+    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB32, 4, 4, 1);
+    ASSERT_EQ(target->DrawToSurface(nullptr, source.get(), nullptr, SCALE_NEAREST), VED_S_OK);
+    for (int32_t row = 0; row < 4; ++row)
+        for (int32_t x = 0; x < 12; ++x) ASSERT_EQ(StoredByte(target, row, x), 10 * row + 1);
+}
+
+TEST(DrawToSurface, ContentRectangleOnlyGrows) {
+    Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_YUV420, 8, 8);
+    Ref<ITarnSurface> source = FlatPlanar(4, 4, 50, 60, 70);
+    CTarnSurfaceBuffer* b = Buffer(target);
+    b->info.contentLeft = 2, b->info.contentTop = 2, b->info.contentRight = 4, b->info.contentBottom = 4;
+    VedRect dest{4, 4, 8, 6};
+    ASSERT_EQ(target->DrawToSurface(&dest, source.get(), nullptr, SCALE_BILINEAR), VED_S_OK);
+    EXPECT_TRUE(SameRect(ContentOf(target), {2, 2, 8, 6}));
+    VedRect inside{2, 2, 4, 4};
+    ASSERT_EQ(target->DrawToSurface(&inside, source.get(), nullptr, SCALE_BILINEAR), VED_S_OK);
+    EXPECT_TRUE(SameRect(ContentOf(target), {2, 2, 8, 6}));
+    ASSERT_EQ(target->DrawToSurface(nullptr, source.get(), nullptr, SCALE_BILINEAR), VED_S_OK);
+    EXPECT_TRUE(SameRect(ContentOf(target), {0, 0, 8, 8}));
+}
+
+TEST(DrawToSurface, PlanarRectanglesEnterEachPlane) {
+    Ref<ITarnSurface> target = FlatPlanar(16, 12, 1, 2, 3);
+    Ref<ITarnSurface> source = FlatPlanar(8, 8, 50, 60, 70);
+    VedRect dest{4, 2, 13, 8};  // 9 wide: drawn 8 wide
+    ASSERT_EQ(target->DrawToSurface(&dest, source.get(), nullptr, SCALE_BILINEAR), VED_S_OK);
+    const uint8_t* p = Buffer(target)->pixels;
+    for (int32_t y = 0; y < 12; ++y)
+        for (int32_t x = 0; x < 16; ++x)
+            ASSERT_EQ(p[y * 16 + x], (x >= 4 && x < 12 && y >= 2 && y < 8) ? 50 : 1) << x << "," << y;
+    for (int32_t plane = 0; plane < 2; ++plane)
+        for (int32_t y = 0; y < 6; ++y)
+            for (int32_t x = 0; x < 8; ++x) {
+                const bool inside = x >= 2 && x < 6 && y >= 1 && y < 4;
+                ASSERT_EQ(p[192 + plane * 48 + y * 8 + x], inside ? 60 + 10 * plane : 2 + plane);
+            }
+}
+
+TEST(DrawToSurface, BadAndThinRectangles) {
+    Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_RGB24, 8, 8);
+    Paint(target, kCanary);
+    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB24, 8, 8, 1);
+    const VedRect before = ContentOf(target);
+    VedRect bad[] = {{-1, 0, 4, 4}, {0, -1, 4, 4}, {0, 0, 9, 4}, {0, 0, 4, 9}, {0, 0, -2, 4}};
+    for (VedRect& r : bad) EXPECT_EQ(target->DrawToSurface(&r, source.get(), nullptr, 0), VED_E_INVALIDARG);
+    VedRect thin[] = {{0, 0, 1, 8}, {0, 0, 8, 1}, {6, 6, 2, 2}};
+    for (VedRect& r : thin) EXPECT_EQ(target->DrawToSurface(&r, source.get(), nullptr, 0), VED_S_OK);
+    EXPECT_TRUE(SameRect(ContentOf(target), before));
+    for (int64_t i = 0; i < BufferBytes(Buffer(target)->info); ++i) ASSERT_EQ(Buffer(target)->pixels[i], kCanary);
+
+    // The destination is looked at first: a bad source rectangle leaves the
+    // content rectangle grown.
+    Buffer(target)->info.contentRight = 2;
+    VedRect dest{0, 0, 6, 6}, badSource{0, 0, 9, 2}, thinSource{0, 0, 8, 1};
+    EXPECT_EQ(target->DrawToSurface(&dest, source.get(), &badSource, 0), VED_E_INVALIDARG);
+    EXPECT_TRUE(SameRect(ContentOf(target), {0, 0, 6, 8}));
+    EXPECT_EQ(target->DrawToSurface(&dest, source.get(), &thinSource, 0), VED_S_OK);
+    for (int64_t i = 0; i < BufferBytes(Buffer(target)->info); ++i) ASSERT_EQ(Buffer(target)->pixels[i], kCanary);
+    EXPECT_EQ(target->DrawToSurface(&dest, nullptr, nullptr, 0), VED_E_INVALIDARG);
+}
+
+TEST(DrawToSurface, RefusalsLeaveTheSourceAlone) {
+    // A packed target: not supported, content grown, the source's queue not
+    // drained and its format kept.
+    Ref<ITarnSurface> packed = MakeBlank(SURFACE_FORMAT_YUV422, 8, 8);
+    Buffer(packed)->info.contentRight = 2;
+    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB24, 8, 8, 1);
+    ASSERT_EQ(source->Resize(16, 16, 0, 0), VED_S_OK);
+    VedRect dest{0, 0, 4, 4};
+    EXPECT_EQ(packed->DrawToSurface(&dest, source.get(), nullptr, 0), VED_E_NOTSUPPORTED);
+    EXPECT_TRUE(SameRect(ContentOf(packed), {0, 0, 4, 8}));
+    SurfaceInfo info{};
+    source->GetInfo(&info);
+    EXPECT_EQ(info.width, 8u);
+    EXPECT_EQ(info.format, SURFACE_FORMAT_RGB24);
+    EXPECT_EQ(Buffer(source)->operations.size(), 1u);
+
+    // A thin rectangle onto a planar target: no conversion of an RGB source.
+    Ref<ITarnSurface> planar = MakeBlank(SURFACE_FORMAT_YUV420, 8, 8);
+    VedRect thin{0, 0, 8, 1};
+    EXPECT_EQ(planar->DrawToSurface(&thin, source.get(), nullptr, 0), VED_S_OK);
+    EXPECT_EQ(Buffer(source)->operations.size(), 1u);
+
+    // Pixel sizes the engine cannot turn into one another are refused.
+    Ref<ITarnSurface> rgb = MakeBlank(SURFACE_FORMAT_RGB24, 8, 8);
+    Ref<ITarnSurface> gray = MakeBlank(SURFACE_FORMAT_GRAY8, 8, 8);
+    EXPECT_EQ(rgb->DrawToSurface(nullptr, gray.get(), nullptr, 0), VED_E_NOTSUPPORTED);
+    EXPECT_EQ(planar->DrawToSurface(nullptr, gray.get(), nullptr, 0), VED_E_NOTSUPPORTED);
+}
+
+TEST(DrawToBuffer, DefaultStrides) {
+    // 24-bit rows of width 101 are padded to 304 bytes.
+    Ref<ITarnSurface> rgb = MakeBlank(SURFACE_FORMAT_RGB24, 4, 4);
+    Paint(rgb, 0x44);
+    std::vector<uint8_t> out(304 * 3 + 16, kCanary);
+    ASSERT_EQ(rgb->DrawToBuffer(nullptr, nullptr, out.data(), 101, 3, 0, SCALE_NEAREST), VED_S_OK);
+    for (int32_t row = 0; row < 3; ++row) {
+        for (int32_t x = 0; x < 303; ++x) ASSERT_EQ(out[size_t(row * 304 + x)], 0x44) << row << "," << x;
+        if (row < 2) {
+            EXPECT_EQ(out[size_t(row * 304 + 303)], kCanary);
+        }
+    }
+    // Planar: the width, and a rectangle of width 101 is drawn 100 wide.
+    Ref<ITarnSurface> yuv = FlatPlanar(8, 8, 50, 60, 70);
+    std::vector<uint8_t> planes(102 * 4 * 3 / 2, kCanary);
+    VedRect dest{0, 0, 101, 4};
+    ASSERT_EQ(yuv->DrawToBuffer(nullptr, &dest, planes.data(), 102, 4, -1, SCALE_BILINEAR), VED_S_OK);
+    for (int32_t y = 0; y < 4; ++y)
+        for (int32_t x = 0; x < 102; ++x) ASSERT_EQ(planes[size_t(y * 102 + x)], x < 100 ? 50 : kCanary);
+    for (int32_t plane = 0; plane < 2; ++plane)
+        for (int32_t y = 0; y < 2; ++y)
+            for (int32_t x = 0; x < 51; ++x)
+                ASSERT_EQ(planes[size_t(408 + plane * 102 + y * 51 + x)], x < 50 ? 60 + 10 * plane : kCanary);
+}
+
+TEST(DrawToBuffer, RectanglesCountInStoredRows) {
+    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB32, 4, 6, /*topDown*/ 0);
+    std::vector<uint8_t> out(16 * 2, kCanary);
+    VedRect from{0, 0, 4, 2};
+    ASSERT_EQ(source->DrawToBuffer(&from, nullptr, out.data(), 4, 2, 16, SCALE_NEAREST), VED_S_OK);
+    for (int32_t x = 0; x < 16; ++x) {
+        EXPECT_EQ(out[size_t(x)], 1);  // stored row 0, not flipped
+        EXPECT_EQ(out[size_t(16 + x)], 11);
+    }
+    EXPECT_TRUE(SameRect(ContentOf(source), {0, 0, 4, 6}));
+}
+
+TEST(DrawToBuffer, Refusals) {
+    Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_RGB32, 8, 8);
+    std::vector<uint8_t> out(16 * 4, kCanary);
+    const std::vector<uint8_t> untouched = out;
+    EXPECT_EQ(s->DrawToBuffer(nullptr, nullptr, nullptr, 4, 4, 16, 0), VED_E_INVALIDARG);
+    EXPECT_EQ(s->DrawToBuffer(nullptr, nullptr, out.data(), 0, 4, 16, 0), VED_E_INVALIDARG);
+    EXPECT_EQ(s->DrawToBuffer(nullptr, nullptr, out.data(), 4, -1, 16, 0), VED_E_INVALIDARG);
+    VedRect beyondBuffer{0, 0, 5, 2}, beyondSurface{0, 0, 9, 2}, negative{0, -2, 2, 2};
+    EXPECT_EQ(s->DrawToBuffer(nullptr, &beyondBuffer, out.data(), 4, 4, 16, 0), VED_E_INVALIDARG);
+    EXPECT_EQ(s->DrawToBuffer(&beyondSurface, nullptr, out.data(), 4, 4, 16, 0), VED_E_INVALIDARG);
+    EXPECT_EQ(s->DrawToBuffer(nullptr, &negative, out.data(), 4, 4, 16, 0), VED_E_INVALIDARG);
+    VedRect thin{0, 0, 4, 1}, inverted{3, 3, 1, 1};
+    EXPECT_EQ(s->DrawToBuffer(nullptr, &thin, out.data(), 4, 4, 16, 0), VED_S_OK);
+    EXPECT_EQ(s->DrawToBuffer(&inverted, nullptr, out.data(), 4, 4, 16, 0), VED_S_OK);
+    // The source rectangle is looked at first.
+    EXPECT_EQ(s->DrawToBuffer(&inverted, &beyondBuffer, out.data(), 4, 4, 16, 0), VED_S_OK);
+    EXPECT_EQ(s->DrawToBuffer(&beyondSurface, &thin, out.data(), 4, 4, 16, 0), VED_E_INVALIDARG);
+    EXPECT_EQ(out, untouched);
+    Ref<ITarnSurface> packed = MakeBlank(SURFACE_FORMAT_YUV422, 8, 8);
+    EXPECT_EQ(packed->DrawToBuffer(nullptr, nullptr, out.data(), 4, 4, 16, 0), VED_E_NOTSUPPORTED);
+}
+
+TEST(Transform, AnswersOnlyAboutItsArguments) {
+    Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_RGB24, 8, 8);
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    struct Case {
+        int32_t first;
+        double a, c;
+        VedResult answer;
+    } cases[] = {{0, 1, 1, VED_E_INVALIDARG},  {1, -0.5, 1, VED_E_INVALIDARG},
+                 {1, 1, -1, VED_E_INVALIDARG}, {1, 0, 0, VED_E_NOTSUPPORTED},
+                 {7, nan, nan, VED_E_NOTSUPPORTED}, {-3, 2, 2, VED_E_NOTSUPPORTED}};
+    for (const Case& c : cases) EXPECT_EQ(s->Transform(c.first, 0, c.a, -9, c.c, -9, 0), c.answer);
+}
+
+}  // namespace
+}  // namespace tarn
