@@ -11,8 +11,6 @@
 namespace tarnsurf {
 namespace {
 
-constexpr uint32_t kNoKey = 0xFF000000;
-
 std::string RectText(int l, int t, int r, int b) {
     return std::to_string(l) + "," + std::to_string(t) + "," + std::to_string(r) + "," + std::to_string(b);
 }
@@ -62,14 +60,11 @@ SurfaceRef Composer::LoadOverlay(const OverlaySpec& spec) const {
     if (spec.alpha >= 256) return SurfaceRef();
 
     SurfaceRef overlay = masked ? RgbaSurfaceFrom(lib_, image, spec.alpha) : RgbSurfaceFrom(lib_, image);
-    Check(overlay->SetSourceRect(src.left, src.top, src.right, src.bottom), "SetSourceRect");
-    Check(overlay->SetDestRect(dest.left, dest.top, dest.right, dest.bottom), "SetDestRect");
-    Check(overlay->SetAlpha(masked ? 0 : spec.alpha), "SetAlpha");
-    Check(overlay->SetBackColor(spec.key.value_or(kNoKey)), "SetBackColor");
-    // Converted now, the mask made from alpha on the way; composition then
-    // finds the overlay in the frame's format and changes nothing in it.
-    Check(overlay->SetFormat(SURFACE_FORMAT_YUV420), "SetFormat(YUV420)");
-    Check(overlay->Flush(), "Flush(overlay " + spec.file + ")");
+    // With a mask the library takes no constant transparency: it went into
+    // the alpha bytes above.
+    PrepareOverlay(overlay.get(), VedRect{src.left, src.top, src.right, src.bottom},
+                   VedRect{dest.left, dest.top, dest.right, dest.bottom}, masked ? 0 : spec.alpha,
+                   spec.key.value_or(kNoKey));
     return overlay;
 }
 

@@ -139,6 +139,16 @@ SurfaceRef RgbaSurfaceFrom(const Library& lib, const Image& image, uint32_t tran
     return lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB32, w, h, false), bgra.data());
 }
 
+void PrepareOverlay(ITarnSurface* overlay, const VedRect& source, const VedRect& dest, uint32_t alpha,
+                    uint32_t key) {
+    Check(overlay->SetSourceRect(source.left, source.top, source.right, source.bottom), "SetSourceRect");
+    Check(overlay->SetDestRect(dest.left, dest.top, dest.right, dest.bottom), "SetDestRect");
+    Check(overlay->SetAlpha(alpha), "SetAlpha");
+    Check(overlay->SetBackColor(key), "SetBackColor");
+    Check(overlay->SetFormat(SURFACE_FORMAT_YUV420), "SetFormat(YUV420)");
+    Check(overlay->Flush(), "Flush");
+}
+
 Image ImageFromSurface(ITarnSurface* surface) {
     SurfaceInfo info{};
     Check(surface->GetInfo(&info), "GetInfo");

@@ -19,6 +19,9 @@ using SurfaceRef = tarn::Ref<ITarnSurface>;
 // conversions store a last 4-byte group past the final pixel.
 inline constexpr size_t kWriteSlack = 16;
 
+// The key colour that keys nothing.
+inline constexpr uint32_t kNoKey = 0xFF000000;
+
 // Throws a ToolError naming the call and the result code when `result`
 // reports failure.
 void Check(VedResult result, const std::string& call);
@@ -58,6 +61,14 @@ SurfaceRef RgbSurfaceFrom(const Library& lib, const Image& image);
 // mask; the conversion reads the alpha rows from the bottom up, hence the row
 // order.
 SurfaceRef RgbaSurfaceFrom(const Library& lib, const Image& image, uint32_t transparency);
+
+// Gives an overlay its rectangles, transparency and key colour (0xFF000000:
+// none), and brings it to the planar format that composition works in, its
+// mask made from alpha on the way. Done once, it leaves nothing for
+// composition to change in the overlay, which frames on several threads can
+// then share.
+void PrepareOverlay(ITarnSurface* overlay, const VedRect& source, const VedRect& dest, uint32_t alpha,
+                    uint32_t key);
 
 // Converts the surface's picture to RGB and copies it out, top row first.
 Image ImageFromSurface(ITarnSurface* surface);
