@@ -1,6 +1,9 @@
 // Plain forms of the hot row kernels (bilinear Inner for 1, 3 and 4 bytes,
 // the single-channel gather) and the tables that pick a fast form.
 #include "scale/drivers.h"
+
+#include "convert/kernel_forms.h"
+#include "scale/inner_rows_fast.h"
 #include "scale/pixel_ops.h"
 
 namespace tarn {
@@ -30,7 +33,7 @@ void InnerRow44(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t
 // with weights j to j + 3 as they should be. The output of those trailing
 // pixels depends on this and on the block layout; both are kept.
 void GrayInnerRow(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
-                  uint32_t len, int32_t below, uint32_t rw) {
+                  uint32_t len, int32_t below, uint32_t rw, uint32_t /*wide*/) {
     const uint32_t w8 = rw & 255;
     const uint32_t groups = len & ~3u;
     for (uint32_t j = len; j-- > groups;) {
@@ -45,17 +48,52 @@ void GrayInnerRow(uint8_t* dst, const uint8_t* row, const uint8_t* weights, cons
     }
 }
 
-void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len) {
+void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len, uint32_t /*wide*/) {
     for (uint32_t j = 0; j < len; ++j) dst[j] = row[offsets[j]];
 }
 
-InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
-    static const InnerRowFn plain[] = {InnerRow33, InnerRow34, InnerRow43, InnerRow44};
-    return plain[(srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0)];
+uint32_t CountBelow(const uint32_t* offsets, uint32_t len, uint32_t limit) {
+    uint32_t n = 0;
+    while (n < len && offsets[n] < limit) ++n;
+    return n;
 }
 
-GrayInnerFn PickGrayInnerRow() { return GrayInnerRow; }
+InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
+    const unsigned k = (srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0);
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<InnerRowFn> t33[] = {{SimdForm::Sse2, InnerRow33Sse2}, {SimdForm::Plain, InnerRow33}};
+    static const FormEntry<InnerRowFn> t34[] = {{SimdForm::Sse2, InnerRow34Sse2}, {SimdForm::Plain, InnerRow34}};
+    static const FormEntry<InnerRowFn> t43[] = {{SimdForm::Sse2, InnerRow43Sse2}, {SimdForm::Plain, InnerRow43}};
+    static const FormEntry<InnerRowFn> t44[] = {
+        {SimdForm::Avx2, InnerRow44Avx2}, {SimdForm::Sse2, InnerRow44Sse2}, {SimdForm::Plain, InnerRow44}};
+    switch (k) {
+        case 0: return PickForm(t33);
+        case 1: return PickForm(t34);
+        case 2: return PickForm(t43);
+        default: return PickForm(t44);
+    }
+#else
+    static const InnerRowFn plain[] = {InnerRow33, InnerRow34, InnerRow43, InnerRow44};
+    return plain[k];
+#endif
+}
 
-GrayGatherFn PickGrayGatherRow() { return GrayGatherRow; }
+GrayInnerFn PickGrayInnerRow() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<GrayInnerFn> t[] = {{SimdForm::Avx2, GrayInnerRowAvx2}, {SimdForm::Plain, GrayInnerRow}};
+    return PickForm(t);
+#else
+    return GrayInnerRow;
+#endif
+}
+
+GrayGatherFn PickGrayGatherRow() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<GrayGatherFn> t[] = {{SimdForm::Avx2, GrayGatherRowAvx2}, {SimdForm::Plain, GrayGatherRow}};
+    return PickForm(t);
+#else
+    return GrayGatherRow;
+#endif
+}
 
 }  // namespace tarn

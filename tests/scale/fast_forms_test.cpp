@@ -1,0 +1,134 @@
+// Fast forms of the scaler's row kernels against their plain forms, byte for
+// byte, on random input of awkward sizes, and whole images scaled with every
+// form the machine runs.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+#include "convert/cpu_features.h"
+#include "convert/kernel_forms.h"
+#include "scale/drivers.h"
+#include "scale/inner_rows_fast.h"
+#include "scale/scale.h"
+
+namespace tarn {
+namespace {
+
+constexpr uint32_t kLens[] = {0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 33, 64, 67};
+
+struct RandomRows {
+    std::mt19937 rng{12345};
+    uint32_t Next() { return static_cast<uint32_t>(rng()); }
+    std::vector<uint32_t> SortedOffsets(uint32_t len, uint32_t maxSample, uint32_t pitch) {
+        std::vector<uint32_t> o(len + 8);
+        for (auto& v : o) v = Next() % (maxSample + 1);
+        std::sort(o.begin(), o.begin() + len);
+        for (auto& v : o) v *= pitch;
+        return o;
+    }
+    std::vector<uint32_t> Weights(uint32_t len) {
+        std::vector<uint32_t> w(len + 8);
+        for (auto& v : w) {
+            const uint32_t r = Next();
+            v = (r & 1) ? (r >> 8 & 255) * 0x01010101u : r;  // replicated or per lane
+        }
+        return w;
+    }
+};
+
+#if defined(TARN_HAVE_X86_SIMD)
+struct InnerCase {
+    uint32_t sb, db;
+    InnerRowFn plain, fast;
+    SimdForm form;
+};
+
+TEST(FastForms, InnerRowsMatchPlain) {
+    const InnerCase cases[] = {
+        {3, 3, InnerRow33, InnerRow33Sse2, SimdForm::Sse2}, {3, 4, InnerRow34, InnerRow34Sse2, SimdForm::Sse2},
+        {4, 3, InnerRow43, InnerRow43Sse2, SimdForm::Sse2}, {4, 4, InnerRow44, InnerRow44Sse2, SimdForm::Sse2},
+        {4, 4, InnerRow44, InnerRow44Avx2, SimdForm::Avx2},
+    };
+    RandomRows r;
+    for (const InnerCase& c : cases) {
+        if (HostSimdForm() < c.form) continue;
+        for (uint32_t len : kLens)
+            for (int32_t sign : {1, -1}) {
+                const uint32_t width = 50;
+                const int32_t stride = int32_t(width * c.sb + 5);
+                std::vector<uint8_t> src(size_t(stride) * 2 + 16);
+                for (auto& b : src) b = uint8_t(r.Next());
+                const uint8_t* row = sign > 0 ? src.data() : src.data() + stride;
+                const auto offsets = r.SortedOffsets(len, width - 3, c.sb);
+                const auto weights = r.Weights(len);
+                const uint32_t rw = r.Next();
+                std::vector<uint8_t> a(len * 4 + 8, 0x5A), b(len * 4 + 8, 0x5A);
+                c.plain(a.data(), row, weights.data(), offsets.data(), len, sign * stride, rw);
+                c.fast(b.data(), row, weights.data(), offsets.data(), len, sign * stride, rw);
+                ASSERT_EQ(a, b) << c.sb << "->" << c.db << " len " << len << " form " << FormName(c.form);
+            }
+    }
+}
+
+TEST(FastForms, GrayRowsMatchPlain) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    RandomRows r;
+    for (uint32_t len : kLens)
+        for (uint32_t width : {5u, 13u, 40u, 97u}) {
+            const int32_t stride = int32_t(width + 3);
+            std::vector<uint8_t> src(size_t(stride) * 2 + 8);
+            for (auto& b : src) b = uint8_t(r.Next());
+            const auto offsets = r.SortedOffsets(len, width - 2, 1);
+            const uint32_t wide = width >= 4 ? CountBelow(offsets.data(), len, width - 3) : 0;
+            std::vector<uint8_t> block(len * 4 + 8);
+            for (auto& b : block) b = uint8_t(r.Next());
+            const uint32_t rw = (r.Next() & 255) * 0x01010101u;
+            std::vector<uint8_t> a(len + 8, 0x5A), b(len + 8, 0x5A);
+            GrayInnerRow(a.data(), src.data(), block.data(), offsets.data(), len, stride, rw, wide);
+            GrayInnerRowAvx2(b.data(), src.data(), block.data(), offsets.data(), len, stride, rw, wide);
+            ASSERT_EQ(a, b) << "inner len " << len << " width " << width;
+            GrayGatherRow(a.data(), src.data(), offsets.data(), len, wide);
+            GrayGatherRowAvx2(b.data(), src.data(), offsets.data(), len, wide);
+            ASSERT_EQ(a, b) << "gather len " << len << " width " << width;
+        }
+}
+#endif
+
+// Whole images through ScaleImage with the plain form forced and with each
+// fast form: the bytes must agree in every mode and pixel pair.
+TEST(FastForms, ScaleImageAgreesAcrossForms) {
+    std::mt19937 rng(99);
+    struct Size {
+        uint32_t sw, sh, dw, dh;
+    };
+    const Size sizes[] = {{37, 23, 61, 41}, {67, 45, 29, 17}, {40, 40, 40, 40}, {96, 64, 31, 30}, {33, 70, 16, 22}};
+    const SimdForm forms[] = {SimdForm::Sse2, SimdForm::Avx2};
+    for (const Size& s : sizes)
+        for (uint32_t sb : {1u, 3u, 4u})
+            for (uint32_t db : {1u, 3u, 4u}) {
+                if ((sb == 1) != (db == 1)) continue;
+                const int32_t ss = int32_t(s.sw * sb + 3), ds = int32_t(s.dw * db + 5);
+                std::vector<uint8_t> src(size_t(ss) * s.sh + 64);
+                for (auto& b : src) b = uint8_t(rng());
+                for (uint32_t mode = 0; mode <= 6; ++mode) {
+                    auto run = [&](SimdForm form) {
+                        ScopedKernelChoice choice(g_cpuFeatures, form);
+                        std::vector<uint8_t> out(size_t(ds) * s.dh + 64, 0x77);
+                        ScaleImage(out.data(), s.dw, s.dh, ds, db, src.data(), s.sw, s.sh, ss, sb, 0.0,
+                                   double(s.sw) / s.dw, 0.0, double(s.sh) / s.dh, mode, nullptr);
+                        return out;
+                    };
+                    const auto plain = run(SimdForm::Plain);
+                    for (SimdForm f : forms) {
+                        if (HostSimdForm() < f) continue;
+                        ASSERT_EQ(run(f), plain) << sb << "->" << db << " mode " << mode << " " << s.sw << "x"
+                                                 << s.sh << "->" << s.dw << "x" << s.dh << " " << FormName(f);
+                    }
+                }
+            }
+}
+
+}  // namespace
+}  // namespace tarn
