@@ -1,7 +1,123 @@
-// DoSetFormat: conversion of the surface's pixels to another format.
+// DoSetFormat: one pass of a colour kernel from the surface's format into
+// another, into a new buffer or straight into the caller's memory for CopyOut.
+#include <cstring>
+
+#include "convert/cpu_features.h"
+#include "convert/fast_copy.h"
+#include "operations/convert_functions.h"
+#include "surface/pixel_memory.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
+
+namespace {
+
+enum class Function : uint8_t {
+    Rgb24ToRgb32, Rgb32ToRgb24, RgbToPlanar, RgbToPacked, PlanarToRgb, PlanarToPacked,
+    PackedToRgb, PackedToPlanar,
+};
+// Row order: "always 1" never mirrors; "row order" follows topDown; "none"
+// takes no flip at all.
+enum class Flip : uint8_t { Always, RowOrder, None };
+enum class Stride : uint8_t { Width, Width2, Width4, Rgb24 };
+
+struct Conversion {
+    SurfaceFormat from, to;
+    Function function;
+    int32_t bits;
+    Flip flip;
+    Stride stride;
+    int32_t bitsAfter;
+    uint32_t topDownAfter;
+};
+
+constexpr Conversion kConversions[] = {
+    {SURFACE_FORMAT_RGB24, SURFACE_FORMAT_RGB32, Function::Rgb24ToRgb32, 0, Flip::Always, Stride::Width4, 32, 0},
+    {SURFACE_FORMAT_RGB24, SURFACE_FORMAT_YUV420, Function::RgbToPlanar, 24, Flip::RowOrder, Stride::Width, 12, 1},
+    {SURFACE_FORMAT_RGB24, SURFACE_FORMAT_YUV422, Function::RgbToPacked, 24, Flip::RowOrder, Stride::Width2, 16, 1},
+    {SURFACE_FORMAT_RGB32, SURFACE_FORMAT_RGB24, Function::Rgb32ToRgb24, 0, Flip::Always, Stride::Rgb24, 24, 0},
+    {SURFACE_FORMAT_RGB32, SURFACE_FORMAT_YUV420, Function::RgbToPlanar, 32, Flip::RowOrder, Stride::Width, 12, 1},
+    {SURFACE_FORMAT_RGB32, SURFACE_FORMAT_YUV422, Function::RgbToPacked, 32, Flip::RowOrder, Stride::Width2, 16, 1},
+    {SURFACE_FORMAT_YUV420, SURFACE_FORMAT_RGB24, Function::PlanarToRgb, 24, Flip::RowOrder, Stride::Rgb24, 24, 0},
+    {SURFACE_FORMAT_YUV420, SURFACE_FORMAT_RGB32, Function::PlanarToRgb, 32, Flip::RowOrder, Stride::Width4, 32, 0},
+    {SURFACE_FORMAT_YUV420, SURFACE_FORMAT_YUV422, Function::PlanarToPacked, 0, Flip::None, Stride::Width2, 16, 1},
+    {SURFACE_FORMAT_YUV422, SURFACE_FORMAT_RGB24, Function::PackedToRgb, 24, Flip::RowOrder, Stride::Rgb24, 24, 0},
+    {SURFACE_FORMAT_YUV422, SURFACE_FORMAT_RGB32, Function::PackedToRgb, 32, Flip::RowOrder, Stride::Width4, 32, 0},
+    {SURFACE_FORMAT_YUV422, SURFACE_FORMAT_YUV420, Function::PackedToPlanar, 0, Flip::None, Stride::Width, 12, 1},
+};
+
+const Conversion* FindConversion(int32_t from, int32_t to) {
+    for (const Conversion& c : kConversions)
+        if (c.from == from && c.to == to) return &c;
+    return nullptr;
+}
+
+int32_t StrideOf(Stride rule, int32_t w) {
+    switch (rule) {
+        case Stride::Width: return w;
+        case Stride::Width2: return 2 * w;
+        case Stride::Width4: return 4 * w;
+        case Stride::Rgb24: break;
+    }
+    return ((24 * w + 31) >> 3) & ~3;
+}
+
+// Odd sizes leave the last column and row unwritten, RGB24 rows keep their
+// padding, and the SSE2 RGB-to-packed kernels put their remainder pairs into
+// the source. A new buffer starts at 0 there rather than with whatever memory
+// held before.
+bool WritesEveryByte(const Conversion& c, int32_t w, int32_t h, int32_t stride) {
+    if ((w | h) & 1) return false;
+    if (c.to == SURFACE_FORMAT_RGB24 && stride != 3 * w) return false;
+    const bool packedRest = c.function == Function::RgbToPacked && (w & 6) != 0;
+    return !(packedRest && TierOf(g_cpuFeatures) == Tier::Sse2);
+}
+
+void Run(const Conversion& c, uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride,
+         int32_t w, int32_t h, uint32_t flip) {
+    const uint32_t f = g_cpuFeatures;
+    switch (c.function) {
+        case Function::Rgb24ToRgb32: ConvertRgb24ToRgb32(src, srcStride, dst, dstStride, w, h, f, flip); break;
+        case Function::Rgb32ToRgb24: ConvertRgb32ToRgb24(src, srcStride, dst, dstStride, w, h, f, flip); break;
+        case Function::RgbToPlanar: ConvertRgbToPlanar(src, srcStride, dst, dstStride, w, h, c.bits, f, flip); break;
+        case Function::RgbToPacked: ConvertRgbToPacked(src, srcStride, dst, dstStride, w, h, c.bits, f, flip); break;
+        case Function::PlanarToRgb: ConvertPlanarToRgb(src, srcStride, dst, dstStride, w, h, c.bits, f, flip); break;
+        case Function::PlanarToPacked: ConvertPlanarToPacked(src, srcStride, dst, dstStride, w, h, f); break;
+        case Function::PackedToRgb: ConvertPackedToRgb(src, srcStride, dst, dstStride, w, h, c.bits, f, flip); break;
+        case Function::PackedToPlanar: ConvertPackedToPlanar(src, srcStride, dst, dstStride, w, h, f); break;
+    }
+}
+
+}  // namespace
+
+// The chroma planes change places; the format stays YUV420. Direct output
+// copies each plane as one block of the shorter stride's size.
+static VedResult SwapChroma(CTarnSurfaceBuffer& s) {
+    const int64_t h = s.info.height;
+    const int64_t luma = int64_t(s.info.stride) * h;
+    uint8_t* first = s.pixels + luma;
+    uint8_t* second = first + luma / 4;
+    if (s.directOutput) {
+        const int64_t m = s.info.stride < s.directStride ? s.info.stride : s.directStride;
+        const int64_t out = int64_t(s.directStride) * h;
+        FastCopy(s.directBuffer, s.pixels, size_t(h * m));
+        FastCopy(s.directBuffer + out, second, size_t((m * h) >> 2));
+        FastCopy(s.directBuffer + out + (out >> 2), first, size_t((m * h) >> 2));
+        return VED_S_OK;
+    }
+    const int64_t half = int64_t(s.info.stride / 2) * h;
+    const int32_t n = static_cast<int32_t>(half >> 1);
+    if (g_cpuFeatures & kCpuSse2)
+        return SwapChromaPlanes(first, second, n) ? VED_S_OK : VED_E_KERNELFAILED;
+    if (half >= 2) {
+        for (int32_t i = 0; i < n; ++i) {
+            first[i] ^= second[i];
+            second[i] ^= first[i];
+            first[i] ^= second[i];
+        }
+    }
+    return VED_S_OK;
+}
 
 VedResult CTarnSurfaceBuffer::DoSetFormat(SurfaceFormat format) {
     if (!pixels) return VED_E_FAIL;
@@ -9,7 +125,48 @@ VedResult CTarnSurfaceBuffer::DoSetFormat(SurfaceFormat format) {
         if (directOutput) CopyPixelsOut(directBuffer, directStride, directTopDown);
         return VED_S_OK;
     }
-    return VED_E_NOTSUPPORTED;  // the conversions are not built yet
+    if (info.format == SURFACE_FORMAT_YUV420 && format == SURFACE_FORMAT_YUV420_SWAPPED)
+        return SwapChroma(*this);
+    const Conversion* c = FindConversion(info.format, format);
+    if (!c) return VED_E_NOTSUPPORTED;
+
+    if (c->function == Function::RgbToPlanar && ((info.width | info.height) & 1)) {
+        // Planar surfaces never have an odd size: trim to even first.
+        const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
+        DoResize(w - (w & 1), h - (h & 1), 1, 1);
+        // A resize that could not trim leaves nothing to convert safely.
+        if ((info.width | info.height) & 1) return VED_E_NOTSUPPORTED;
+    }
+    const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
+
+    uint8_t* out;
+    int32_t outStride;
+    uint32_t flip;
+    if (directOutput) {
+        out = directBuffer;
+        outStride = directStride;
+        flip = info.topDown != directTopDown ? 1 : 0;
+    } else {
+        outStride = StrideOf(c->stride, w);
+        const int64_t rows = int64_t(outStride) * h;
+        const int64_t size = c->to == SURFACE_FORMAT_YUV420 ? (int64_t(w) * h * 3) / 2 : rows;
+        out = NewPixelArray(size);
+        if (!out) return VED_E_OUTOFMEMORY;
+        if (!WritesEveryByte(*c, w, h, outStride)) std::memset(out, 0, size_t(size));
+        flip = info.topDown;
+        // The alpha bytes of a 32-bit picture live on as its mask.
+        if (info.format == SURFACE_FORMAT_RGB32 && !mask) MakeMaskFromAlpha(&mask);
+    }
+    if (c->flip == Flip::Always) flip = 1;
+    Run(*c, pixels, info.stride, out, outStride, w, h, flip);
+    if (directOutput) return VED_S_OK;
+
+    info.format = c->to;
+    info.bitsPerPixel = c->bitsAfter;
+    info.stride = outStride;
+    info.topDown = c->topDownAfter;
+    ReplacePixels(out);
+    return VED_S_OK;
 }
 
 }  // namespace tarn

@@ -1,0 +1,84 @@
+// The memory a kernel may touch, and guarded row access within it.
+//
+// Several kernels step outside their rows on purpose: odd widths make each
+// later row (or row pair) start one pixel further left, which with a negative
+// stride walks below the frame; the MMX planar-to-RGB body runs 8 pixels past
+// the rows and drifts right; the 24-bit RGB-to-packed SSE2 body steps its
+// source 4 bytes a pixel. Inside the frame these accesses land where they
+// always have, and the pictures depend on them. Outside it they would touch
+// memory nobody gave us, so there a read gives 0 and a write is dropped.
+//
+// A span is the frame as a range of addresses: from the lowest row start to
+// the highest row start plus one whole stride. Planar frames are one block of
+// memory in the library (Y, then the chroma planes), so a kernel with several
+// planes on one side takes the union of their spans.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace tarn {
+
+// Addresses are kept as integers until they are known to lie inside the span,
+// so that no pointer is ever formed outside memory we were given.
+using Addr = uintptr_t;
+
+inline Addr AddrOf(const void* p) { return reinterpret_cast<Addr>(p); }
+inline Addr Offset(Addr a, ptrdiff_t bytes) { return a + static_cast<Addr>(bytes); }
+
+class Span {
+public:
+    Span() = default;
+    Span(Addr lo, Addr hi) : lo_(lo), hi_(hi) {}
+
+    // `rows` rows of |stride| bytes whose first (walk-order) row starts at p.
+    static Span OfFrame(const void* p, ptrdiff_t stride, int32_t rows) {
+        if (rows <= 0) return {};
+        const Addr first = AddrOf(p);
+        const Addr last = Offset(first, stride * (rows - 1));
+        const Addr lo = std::min(first, last);
+        const Addr hi = std::max(first, last) + static_cast<Addr>(stride < 0 ? -stride : stride);
+        return {lo, hi};
+    }
+    Span Union(const Span& o) const {
+        if (lo_ == hi_) return o;
+        if (o.lo_ == o.hi_) return *this;
+        return {std::min(lo_, o.lo_), std::max(hi_, o.hi_)};
+    }
+
+    bool Holds(Addr a, size_t n) const { return a >= lo_ && a <= hi_ && n <= hi_ - a; }
+
+    uint8_t Read(Addr a) const { return Holds(a, 1) ? *reinterpret_cast<const uint8_t*>(a) : 0; }
+    void Write(Addr a, uint8_t v) const {
+        if (Holds(a, 1)) *reinterpret_cast<uint8_t*>(a) = v;
+    }
+
+    // n bytes at a: the memory itself when the span holds them all, otherwise
+    // a copy in `scratch` with 0 for each byte outside.
+    const uint8_t* Fetch(Addr a, size_t n, uint8_t* scratch) const {
+        if (Holds(a, n)) return reinterpret_cast<const uint8_t*>(a);
+        for (size_t i = 0; i < n; ++i) scratch[i] = Read(a + i);
+        return scratch;
+    }
+    // Writable n bytes at a: the memory itself, or `scratch` to be handed to
+    // Store afterwards.
+    uint8_t* Target(Addr a, size_t n, uint8_t* scratch) const {
+        return Holds(a, n) ? reinterpret_cast<uint8_t*>(a) : scratch;
+    }
+    // Completes a Target: copies the bytes of `data` that fall inside.
+    void Store(Addr a, const uint8_t* data, size_t n) const {
+        if (data == reinterpret_cast<const uint8_t*>(a)) return;
+        if (Holds(a, n)) {
+            std::memcpy(reinterpret_cast<uint8_t*>(a), data, n);
+            return;
+        }
+        for (size_t i = 0; i < n; ++i) Write(a + i, data[i]);
+    }
+
+private:
+    Addr lo_ = 0, hi_ = 0;
+};
+
+}  // namespace tarn

@@ -1,0 +1,154 @@
+// Packed 4:2:2 to planar 4:2:0 with smoothing, all tiers. Every packed row
+// but the first and last is smoothed with its neighbours (F below); luma takes
+// F, and the chroma of a row pair averages the F of its two rows, so that four
+// or more source rows meet in one chroma sample. Heights below 4 write nothing.
+#include <vector>
+
+#include "convert/conversion_kernels.h"
+#include "convert/frame_span.h"
+#include "convert/smoothing.h"
+#include "convert/yuv_rows.h"
+
+namespace tarn {
+
+namespace {
+
+enum class Body : uint8_t { Plain, Mmx, Sse2 };
+
+void SmoothTruncRow(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(SmoothTrunc(a[i], b[i], c[i]));
+}
+void TruncAvgRow(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(TruncAvg(a[i], b[i]));
+}
+
+void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                  int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                  int32_t height) {
+    const int32_t rows = height < 0 ? -height : height;
+    const size_t pairs = static_cast<size_t>(width >> 1);
+    if (rows < 4 || pairs == 0) return;
+    const int32_t lastPair = rows / 2 - 1;
+    // A negative height reads the source from its last row up.
+    Addr srcBase = AddrOf(src);
+    ptrdiff_t step = srcStride;
+    if (height < 0) {
+        srcBase = Offset(srcBase, step * (rows - 1));
+        step = -step;
+    }
+    const Span srcSpan = Span::OfFrame(src, srcStride, rows);
+    const Span dstSpan = Span::OfFrame(dstY, yStride, rows)
+                             .Union(Span::OfFrame(dstU, uvStride, rows / 2))
+                             .Union(Span::OfFrame(dstV, uvStride, rows / 2));
+    const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
+    const bool trunc = body == Body::Mmx;
+    // Block columns in bytes of the packed row; the rest are remainder pairs.
+    const int blockShift = body == Body::Sse2 ? 4 : 3;
+    const size_t nb = body == Body::Plain ? 0 : size_t((width >> blockShift) << blockShift) * 2;
+    const size_t n = pairs * 4;
+
+    const size_t cap = n + 64;
+    std::vector<uint8_t> work(cap * 14);
+    const auto row = [&](int i) { return work.data() + cap * size_t(i); };
+    for (int32_t k = 0; k <= lastPair; ++k) {
+        // An odd width makes each later pair start one pixel further left in
+        // source and luma; chroma rows do not move.
+        const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
+        const bool first = k == 0, last = k == lastPair;
+        const uint8_t* s[4] = {};  // source rows 2k - 1 .. 2k + 2
+        for (int i = 0; i < 4; ++i) {
+            const int32_t r = 2 * k - 1 + i;
+            if (r < 0 || r > 2 * lastPair + 1) continue;
+            s[i] = srcSpan.Fetch(Offset(srcBase, r * step + shift * 2), n, row(i));
+        }
+        // F of rows 2k and 2k + 1: body columns with the tier's average,
+        // remainder columns rounding.
+        const uint8_t* fb[2];
+        const uint8_t* fr[2];
+        for (int i = 0; i < 2; ++i) {
+            if (i == 0 ? first : last) {
+                fb[i] = fr[i] = s[1 + i];
+                continue;
+            }
+            uint8_t* out = row(4 + i);
+            f.smooth(out, s[i], s[i + 2], s[i + 1], n);
+            fr[i] = out;
+            fb[i] = out;
+            if (trunc) {
+                uint8_t* t = row(6 + i);
+                SmoothTruncRow(t, s[i], s[i + 2], s[i + 1], nb);
+                fb[i] = t;
+            }
+        }
+        // Packed rows whose luma bytes give the two luma rows and whose chroma
+        // bytes give the chroma row.
+        uint8_t* a0 = row(8);
+        uint8_t* a1 = row(9);
+        uint8_t* ac = row(10);
+        std::memcpy(a0, fb[0], nb);
+        std::memcpy(a1, fb[1], nb);
+        if (trunc)
+            TruncAvgRow(ac, fb[0], fb[1], nb);
+        else
+            f.average(ac, fb[0], fb[1], nb);
+        const size_t rest = n - nb;
+        if (body == Body::Plain || first) {
+            // Pair 0 of the remainder columns agrees with the plain rule.
+            std::memcpy(a0 + nb, fr[0] + nb, rest);
+            std::memcpy(a1 + nb, fr[1] + nb, rest);
+            f.average(ac + nb, fr[0] + nb, fr[1] + nb, rest);
+        } else if (!last) {
+            // Middle pairs of the remainder take row 2k + 1 for both luma rows
+            // and for chroma: the SIMD kernels have always done this.
+            std::memcpy(a0 + nb, fr[1] + nb, rest);
+            std::memcpy(a1 + nb, fr[1] + nb, rest);
+            std::memcpy(ac + nb, fr[1] + nb, rest);
+        } else {
+            // The last pair of the remainder starts from source row 2k - 1 as
+            // stored, one row above its own.
+            std::memcpy(a0 + nb, s[0] + nb, rest);
+            std::memcpy(a1 + nb, fr[0] + nb, rest);
+            f.average(ac + nb, s[0] + nb, fr[0] + nb, rest);
+        }
+
+        uint8_t* spare = row(11);
+        uint8_t* spare2 = row(12);
+        const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
+        const Addr y1At = Offset(y0At, yStride);
+        const Addr uAt = Offset(AddrOf(dstU), ptrdiff_t(k) * uvStride);
+        const Addr vAt = Offset(AddrOf(dstV), ptrdiff_t(k) * uvStride);
+        uint8_t* y0 = dstSpan.Target(y0At, 2 * pairs, row(13));
+        f.unpackYuy2(y0, spare, spare2, a0, pairs);
+        dstSpan.Store(y0At, y0, 2 * pairs);
+        uint8_t* y1 = dstSpan.Target(y1At, 2 * pairs, row(13));
+        f.unpackYuy2(y1, spare, spare2, a1, pairs);
+        dstSpan.Store(y1At, y1, 2 * pairs);
+        uint8_t* u = dstSpan.Target(uAt, pairs, row(13));
+        uint8_t* v = dstSpan.Target(vAt, pairs, row(13) + pairs + 16);
+        f.unpackYuy2(spare, u, v, ac, pairs);
+        dstSpan.Store(uAt, u, pairs);
+        dstSpan.Store(vAt, v, pairs);
+    }
+}
+
+}  // namespace
+
+void ConvYuy2ToPlanarSmoothPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                                 int32_t uvStride, const uint8_t* src, int32_t srcStride,
+                                 int32_t width, int32_t height) {
+    ConvertPairs(Body::Plain, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+}
+
+void ConvYuy2ToPlanarSmoothMmx(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                               int32_t uvStride, const uint8_t* src, int32_t srcStride,
+                               int32_t width, int32_t height) {
+    ConvertPairs(Body::Mmx, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+}
+
+void ConvYuy2ToPlanarSmoothSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                                int32_t uvStride, const uint8_t* src, int32_t srcStride,
+                                int32_t width, int32_t height) {
+    ConvertPairs(Body::Sse2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+}
+
+}  // namespace tarn

@@ -1,0 +1,97 @@
+// Packed 4:2:2 to 32- and 24-bit RGB, all tiers. Rows are converted one at a
+// time, all of them; each pixel pair takes the chroma of its four bytes. Block
+// columns of the SIMD tiers use the vector form, the rest the table form.
+#include <vector>
+
+#include "convert/colour_formulas.h"
+#include "convert/conversion_kernels.h"
+#include "convert/frame_span.h"
+#include "convert/yuv_rows.h"
+
+namespace tarn {
+
+namespace {
+
+enum class Body : uint8_t { Plain, Mmx, Sse2 };
+
+template <int Bpp>
+void FromYuy2(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+              int32_t width, int32_t height) {
+    const int32_t rows = height < 0 ? -height : height;
+    const size_t n = static_cast<size_t>(width & ~1);
+    if (rows == 0 || n == 0) return;
+    // A negative height reads the source from its last row up.
+    Addr srcBase = AddrOf(src);
+    ptrdiff_t step = srcStride;
+    if (height < 0) {
+        srcBase = Offset(srcBase, step * (rows - 1));
+        step = -step;
+    }
+    const Span srcSpan = Span::OfFrame(src, srcStride, rows);
+    const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
+    const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
+    const int blockShift = body == Body::Sse2 ? 4 : body == Body::Mmx ? 3 : 31;
+    const size_t nb = body == Body::Plain ? 0 : static_cast<size_t>((width >> blockShift) << blockShift);
+    // The MMX 24-bit body ends each block with an 8-byte store, one byte of 0
+    // past the block. The next block or pair overwrites it; after a last block
+    // with no pair behind it, it stays.
+    const bool trailingZero = body == Body::Mmx && Bpp == 3 && nb > 0 && nb == n;
+    const size_t outBytes = n * Bpp + (trailingZero ? 1 : 0);
+
+    std::vector<uint8_t> work(n * 2 + outBytes + 256);
+    uint8_t* in = work.data();
+    uint8_t* y = in + n * 2 + 32;
+    uint8_t* u = y + n + 16;
+    uint8_t* v = u + n / 2 + 16;
+    uint8_t* outScratch = v + n / 2 + 16;
+    for (int32_t r = 0; r < rows; ++r) {
+        // An odd width makes each later row start one pixel further left.
+        const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
+        const uint8_t* s = srcSpan.Fetch(Offset(srcBase, r * step + shift * 2), n * 2, in);
+        f.unpackYuy2(y, u, v, s, n / 2);
+        const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * Bpp);
+        uint8_t* out = dstSpan.Target(at, outBytes, outScratch);
+        if (Bpp == 4)
+            f.toBgra(out, y, u, v, nb);
+        else
+            f.toBgr(out, y, u, v, nb);
+        if (trailingZero) out[nb * 3] = 0;
+        for (size_t x = nb; x < n; ++x) {
+            const Bgr c = TableForm(y[x], u[x / 2], v[x / 2]);
+            out[x * Bpp] = c.b;
+            out[x * Bpp + 1] = c.g;
+            out[x * Bpp + 2] = c.r;
+            if constexpr (Bpp == 4) out[x * Bpp + 3] = 0;
+        }
+        dstSpan.Store(at, out, outBytes);
+    }
+}
+
+}  // namespace
+
+void ConvYuy2ToRgb32Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                          int32_t width, int32_t height) {
+    FromYuy2<4>(Body::Plain, dst, dstStride, src, srcStride, width, height);
+}
+void ConvYuy2ToRgb24Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                          int32_t width, int32_t height) {
+    FromYuy2<3>(Body::Plain, dst, dstStride, src, srcStride, width, height);
+}
+void ConvYuy2ToRgb32Mmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                        int32_t width, int32_t height) {
+    FromYuy2<4>(Body::Mmx, dst, dstStride, src, srcStride, width, height);
+}
+void ConvYuy2ToRgb24Mmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                        int32_t width, int32_t height) {
+    FromYuy2<3>(Body::Mmx, dst, dstStride, src, srcStride, width, height);
+}
+void ConvYuy2ToRgb32Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                         int32_t width, int32_t height) {
+    FromYuy2<4>(Body::Sse2, dst, dstStride, src, srcStride, width, height);
+}
+void ConvYuy2ToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                         int32_t width, int32_t height) {
+    FromYuy2<3>(Body::Sse2, dst, dstStride, src, srcStride, width, height);
+}
+
+}  // namespace tarn

@@ -1,0 +1,129 @@
+// Planar 4:2:0 to packed 4:2:2 with smoothing, all tiers. Output rows come in
+// pairs that share one chroma row; luma rows other than the first and last
+// are smoothed with their neighbours, and chroma is smoothed between rows of
+// chroma, averaging two rows at the top and bottom. Heights below 4 write
+// nothing.
+#include <vector>
+
+#include "convert/conversion_kernels.h"
+#include "convert/frame_span.h"
+#include "convert/smoothing.h"
+#include "convert/yuv_rows.h"
+
+namespace tarn {
+
+namespace {
+
+enum class Body : uint8_t { Plain, Mmx, Sse2 };
+
+void SmoothTruncRow(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(SmoothTrunc(a[i], b[i], c[i]));
+}
+void TruncAvgRow(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(TruncAvg(a[i], b[i]));
+}
+
+// The MMX body (16-pixel blocks) uses the truncating t() and m(); its
+// remainder pairs and every column of the other tiers round, so the SSE2
+// kernel gives the plain kernel's bytes at any width.
+void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride, int32_t uvStride,
+                  int32_t width, int32_t height) {
+    const int32_t rows = height < 0 ? -height : height;
+    const size_t pairs = static_cast<size_t>(width >> 1);
+    if (rows < 4 || pairs == 0) return;
+    const int32_t lastPair = rows / 2 - 1;
+    Addr dstBase = AddrOf(dst);
+    ptrdiff_t step = dstStride;
+    if (height < 0) {
+        dstBase = Offset(dstBase, step * (rows - 1));
+        step = -step;
+    }
+    const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
+    const Span srcSpan = Span::OfFrame(srcY, yStride, rows)
+                             .Union(Span::OfFrame(srcU, uvStride, rows / 2))
+                             .Union(Span::OfFrame(srcV, uvStride, rows / 2));
+    const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
+    const bool trunc = body == Body::Mmx;
+    const size_t n = 2 * pairs;
+    const size_t nb = trunc ? size_t((width >> 4) << 4) : 0, nbc = nb / 2;
+
+    const size_t cap = 2 * n + 64;
+    std::vector<uint8_t> work(cap * 16);
+    const auto row = [&](int i) { return work.data() + cap * size_t(i); };
+    for (int32_t k = 0; k <= lastPair; ++k) {
+        // An odd width makes each later pair start one pixel further left in
+        // destination and luma.
+        const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
+        const bool first = k == 0, last = k == lastPair;
+        const uint8_t* y[4] = {};
+        for (int i = 0; i < 4; ++i) {
+            const int32_t r = 2 * k - 1 + i;
+            if (r < 0 || r > 2 * lastPair + 1) continue;
+            y[i] = srcSpan.Fetch(Offset(AddrOf(srcY), ptrdiff_t(r) * yStride + shift), n, row(i));
+        }
+        const uint8_t* luma[2];
+        for (int i = 0; i < 2; ++i) {
+            if (i == 0 ? first : last) {
+                luma[i] = y[1 + i];
+                continue;
+            }
+            uint8_t* out = row(4 + i);
+            const size_t from = trunc ? nb : 0;
+            if (trunc) SmoothTruncRow(out, y[i], y[i + 2], y[i + 1], nb);
+            f.smooth(out + from, y[i] + from, y[i + 2] + from, y[i + 1] + from, n - from);
+            luma[i] = out;
+        }
+        const uint8_t* chroma[2];
+        const uint8_t* planes[2] = {srcU, srcV};
+        for (int p = 0; p < 2; ++p) {
+            const uint8_t* c[3] = {};
+            for (int i = 0; i < 3; ++i) {
+                const int32_t r = k - 1 + i;
+                if (r < 0 || r > lastPair) continue;
+                c[i] = srcSpan.Fetch(Offset(AddrOf(planes[p]), ptrdiff_t(r) * uvStride), pairs,
+                                     row(6 + 3 * p + i));
+            }
+            uint8_t* out = row(12 + p);
+            const size_t from = trunc ? nbc : 0;
+            if (first || last) {
+                const uint8_t* a = first ? c[1] : c[0];
+                const uint8_t* b = first ? c[2] : c[1];
+                if (trunc) TruncAvgRow(out, a, b, nbc);
+                f.average(out + from, a + from, b + from, pairs - from);
+            } else {
+                if (trunc) SmoothTruncRow(out, c[0], c[2], c[1], nbc);
+                f.smooth(out + from, c[0] + from, c[2] + from, c[1] + from, pairs - from);
+            }
+            chroma[p] = out;
+        }
+        for (int i = 0; i < 2; ++i) {
+            const Addr at = Offset(dstBase, ptrdiff_t(2 * k + i) * step + shift * 2);
+            uint8_t* out = dstSpan.Target(at, 2 * n, row(14 + i));
+            f.packYuy2(out, luma[i], chroma[0], chroma[1], pairs);
+            dstSpan.Store(at, out, 2 * n);
+        }
+    }
+}
+
+}  // namespace
+
+void ConvPlanarToYuy2SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                 int32_t uvStride, int32_t width, int32_t height) {
+    ConvertPairs(Body::Plain, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+}
+
+void ConvPlanarToYuy2SmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                               const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                               int32_t uvStride, int32_t width, int32_t height) {
+    ConvertPairs(Body::Mmx, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+}
+
+void ConvPlanarToYuy2SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                                const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                int32_t uvStride, int32_t width, int32_t height) {
+    ConvertPairs(Body::Sse2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+}
+
+}  // namespace tarn

@@ -1,0 +1,250 @@
+// Planar 4:2:0 to 32- and 24-bit RGB, all tiers. The smoothing kernels make
+// output rows in pairs that share one chroma row; the SSE2 24-bit kernel works
+// row by row without smoothing. Block columns of the SIMD tiers use the vector
+// form, the rest the table form (colour_formulas.h).
+#include <vector>
+
+#include "convert/colour_formulas.h"
+#include "convert/conversion_kernels.h"
+#include "convert/frame_span.h"
+#include "convert/smoothing.h"
+#include "convert/yuv_rows.h"
+
+namespace tarn {
+
+namespace {
+
+enum class Body : uint8_t { Plain, Mmx, Sse2 };
+
+// The columns one row pair converts and where its rows stand.
+struct PairLayout {
+    int32_t blockPixels;    // block columns, from the left of the pair's rows
+    int32_t pixels;         // all columns converted
+    ptrdiff_t shift;        // pixels right of the nominal start, luma and destination
+    ptrdiff_t chromaShift;  // samples right of the nominal chroma row start
+};
+
+// The row step subtracts the whole width, so with an odd width each later pair
+// starts one pixel further left. The MMX body converts (width >> 1) & 7
+// remainder pairs after the first row pair although its blocks are 8 pixels
+// wide: with bit 3 of the width set each such pair runs 8 pixels past its rows,
+// and as the running pointers are not reset, every later pair starts 8 pixels
+// (4 chroma samples) further right. Hosts have always seen these pictures.
+PairLayout LayoutOf(Body body, int32_t width, int32_t k) {
+    const int32_t pairs = width >> 1;
+    const ptrdiff_t drift = -static_cast<ptrdiff_t>(width & 1) * k;
+    if (body == Body::Sse2) {
+        const int32_t blocks = (width >> 4) << 4;
+        return {blocks, blocks + 2 * (pairs & 7), drift, 0};
+    }
+    if (body == Body::Mmx) {
+        const int32_t blocks = (width >> 3) << 3;
+        const int32_t rest = k == 0 ? (pairs & 3) : (pairs & 7);
+        const ptrdiff_t over = ((width & 8) && k >= 1) ? k - 1 : 0;
+        return {blocks, blocks + 2 * rest, drift + 8 * over, 4 * over};
+    }
+    return {0, 2 * pairs, drift, 0};
+}
+
+void SmoothTruncRow(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(SmoothTrunc(a[i], b[i], c[i]));
+}
+void TruncAvgRow(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(TruncAvg(a[i], b[i]));
+}
+
+template <int Bpp>
+void TableRow(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v, int32_t from,
+              int32_t to) {
+    for (int32_t x = from; x < to; ++x) {
+        const Bgr c = TableForm(y[x], u[x / 2], v[x / 2]);
+        uint8_t* p = dst + x * Bpp;
+        p[0] = c.b;
+        p[1] = c.g;
+        p[2] = c.r;
+        if constexpr (Bpp == 4) p[3] = 0;
+    }
+}
+
+// Working rows of one call: fetched source rows and the rows built from them.
+struct PairRows {
+    explicit PairRows(size_t pixels) : cap(pixels + 64), store(cap * 20) {}
+    uint8_t* Row(int i) { return store.data() + cap * static_cast<size_t>(i); }
+    size_t cap;
+    std::vector<uint8_t> store;
+};
+
+template <int Bpp>
+void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride, int32_t uvStride,
+                  int32_t width, int32_t height) {
+    const int32_t rows = height < 0 ? -height : height;
+    if (rows < 4 || width < 2) return;  // smoothing needs two row pairs
+    const int32_t lastPair = rows / 2 - 1;
+    Addr dstBase = AddrOf(dst);
+    ptrdiff_t step = dstStride;
+    if (height < 0) {
+        dstBase = Offset(dstBase, step * (rows - 1));
+        step = -step;
+    }
+    const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
+    const Span srcSpan = Span::OfFrame(srcY, yStride, rows)
+                             .Union(Span::OfFrame(srcU, uvStride, rows / 2))
+                             .Union(Span::OfFrame(srcV, uvStride, rows / 2));
+    const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
+    const bool trunc = body == Body::Mmx;
+
+    PairRows w(static_cast<size_t>(width + 16) * 4);
+    for (int32_t k = 0; k <= lastPair; ++k) {
+        const PairLayout g = LayoutOf(body, width, k);
+        const size_t n = static_cast<size_t>(g.pixels), nc = n / 2;
+        const size_t nb = static_cast<size_t>(g.blockPixels), nbc = nb / 2;
+        const bool first = k == 0, last = k == lastPair;
+
+        // Luma rows 2k - 1 to 2k + 2, each where it is needed.
+        const uint8_t* y[4] = {};
+        for (int i = 0; i < 4; ++i) {
+            const int32_t r = 2 * k - 1 + i;
+            if (r < 0 || r > 2 * lastPair + 1) continue;
+            const Addr at = Offset(AddrOf(srcY), ptrdiff_t(r) * yStride + g.shift);
+            y[i] = srcSpan.Fetch(at, n, w.Row(i));
+        }
+        const uint8_t* luma[2];
+        for (int i = 0; i < 2; ++i) {
+            const bool stored = i == 0 ? first : last;  // rows 0 and 2P - 1
+            if (stored) {
+                luma[i] = y[1 + i];
+                continue;
+            }
+            // The MMX body smooths its block columns with the truncating t().
+            uint8_t* out = w.Row(4 + i);
+            const size_t from = trunc ? nb : 0;
+            if (trunc) SmoothTruncRow(out, y[i], y[i + 2], y[i + 1], nb);
+            f.smooth(out + from, y[i] + from, y[i + 2] + from, y[i + 1] + from, n - from);
+            luma[i] = out;
+        }
+
+        // Chroma of the pair, per plane: rows k - 1, k, k + 1 as needed.
+        const uint8_t* chroma[2];
+        const uint8_t* planes[2] = {srcU, srcV};
+        for (int p = 0; p < 2; ++p) {
+            const uint8_t* c[3] = {};
+            for (int i = 0; i < 3; ++i) {
+                const int32_t r = k - 1 + i;
+                if (r < 0 || r > lastPair) continue;
+                const Addr at = Offset(AddrOf(planes[p]), ptrdiff_t(r) * uvStride + g.chromaShift);
+                c[i] = srcSpan.Fetch(at, nc, w.Row(6 + 3 * p + i));
+            }
+            uint8_t* out = w.Row(12 + p);
+            if (first || last) {
+                // Block columns average the two rows of the end; the plain
+                // columns take row 0 at the top and, at the bottom, row P - 2:
+                // the last chroma row is read from one row above on purpose.
+                const uint8_t* a = first ? c[1] : c[0];
+                const uint8_t* b = first ? c[2] : c[1];
+                if (trunc)
+                    TruncAvgRow(out, a, b, nbc);
+                else
+                    f.average(out, a, b, nbc);
+                std::memcpy(out + nbc, a + nbc, nc - nbc);
+            } else {
+                const size_t from = trunc ? nbc : 0;
+                if (trunc) SmoothTruncRow(out, c[0], c[2], c[1], nbc);
+                f.smooth(out + from, c[0] + from, c[2] + from, c[1] + from, nc - from);
+            }
+            chroma[p] = out;
+        }
+
+        // Convert and store both rows. The MMX body stores block by block and
+        // pair by pair, first row then second, and its overruns land in rows
+        // stored before or after; that order decides which bytes remain.
+        const size_t bytes = n * Bpp;
+        uint8_t* outs[2];
+        Addr at[2];
+        for (int i = 0; i < 2; ++i) {
+            at[i] = Offset(dstBase, ptrdiff_t(2 * k + i) * step + g.shift * Bpp);
+            outs[i] = trunc ? w.Row(14 + 2 * i) : dstSpan.Target(at[i], bytes, w.Row(14 + 2 * i));
+            if (Bpp == 4)
+                f.toBgra(outs[i], luma[i], chroma[0], chroma[1], nb);
+            else
+                f.toBgr(outs[i], luma[i], chroma[0], chroma[1], nb);
+            TableRow<Bpp>(outs[i], luma[i], chroma[0], chroma[1], g.blockPixels, g.pixels);
+            if (!trunc) dstSpan.Store(at[i], outs[i], bytes);
+        }
+        if (trunc) {
+            for (size_t x = 0; x < n; x += x < nb ? 8 : 2) {
+                const size_t unit = (x < nb ? 8 : 2) * Bpp;
+                for (int i = 0; i < 2; ++i) dstSpan.Store(at[i] + x * Bpp, outs[i] + x * Bpp, unit);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+void ConvPlanarToRgb32SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                  int32_t uvStride, int32_t width, int32_t height) {
+    ConvertPairs<4>(Body::Plain, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+}
+
+void ConvPlanarToRgb24SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                  int32_t uvStride, int32_t width, int32_t height) {
+    ConvertPairs<3>(Body::Plain, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+}
+
+void ConvPlanarToRgb32SmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                                const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                int32_t uvStride, int32_t width, int32_t height) {
+    ConvertPairs<4>(Body::Mmx, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+}
+
+void ConvPlanarToRgb32SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                 int32_t uvStride, int32_t width, int32_t height) {
+    ConvertPairs<4>(Body::Sse2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+}
+
+// Row n takes luma row n and chroma row n / 2 as stored. The remainder pairs
+// take the chroma of column 0 of their chroma row and are stored red first:
+// both are how this kernel has always drawn the right edge.
+void ConvPlanarToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+                           const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                           int32_t uvStride, int32_t width, int32_t height) {
+    const int32_t rows = height < 0 ? -height : height;
+    if (rows == 0 || width < 2) return;
+    Addr dstBase = AddrOf(dst);
+    ptrdiff_t step = dstStride;
+    if (height < 0) {
+        dstBase = Offset(dstBase, step * (rows - 1));
+        step = -step;
+    }
+    const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
+    const Span srcSpan = Span::OfFrame(srcY, yStride, rows)
+                             .Union(Span::OfFrame(srcU, uvStride, rows / 2))
+                             .Union(Span::OfFrame(srcV, uvStride, rows / 2));
+    const YuvRowForms& f = ActiveYuvRows();
+    const size_t blocks = static_cast<size_t>((width >> 4) << 4);
+    const size_t n = static_cast<size_t>(width & ~1);
+    PairRows w(n + 16);
+    for (int32_t r = 0; r < rows; ++r) {
+        const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
+        const uint8_t* y = srcSpan.Fetch(Offset(AddrOf(srcY), ptrdiff_t(r) * yStride + shift), n, w.Row(0));
+        const ptrdiff_t chromaRow = ptrdiff_t(r / 2) * uvStride;
+        const uint8_t* u = srcSpan.Fetch(Offset(AddrOf(srcU), chromaRow), n / 2, w.Row(1));
+        const uint8_t* v = srcSpan.Fetch(Offset(AddrOf(srcV), chromaRow), n / 2, w.Row(2));
+        const Addr at = Offset(dstBase, ptrdiff_t(r) * step + shift * 3);
+        uint8_t* out = dstSpan.Target(at, n * 3, w.Row(3));
+        f.toBgr(out, y, u, v, blocks);
+        for (size_t x = blocks; x < n; ++x) {
+            const Bgr c = TableForm(y[x], u[0], v[0]);
+            out[3 * x] = c.r;
+            out[3 * x + 1] = c.g;
+            out[3 * x + 2] = c.b;
+        }
+        dstSpan.Store(at, out, n * 3);
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,133 @@
+// RGB to packed 4:2:2 (Y0 Cb Y1 Cr per pixel pair). The plain kernels serve
+// the plain and MMX tiers; the SSE2 kernels are their own arithmetic, with the
+// luma swap, single-pixel chroma, remainder pairs written into the source and
+// the 4-byte source step of the 24-bit kernel, all kept as hosts know them.
+#include <vector>
+
+#include "convert/colour_formulas.h"
+#include "convert/conversion_kernels.h"
+#include "convert/frame_span.h"
+#include "convert/rgb_rows.h"
+
+namespace tarn {
+
+namespace {
+
+struct RowWalk {
+    int32_t rows;
+    Addr srcBase;
+    ptrdiff_t srcStep;
+};
+
+// A negative height reads the source from its last row up.
+RowWalk WalkOf(const uint8_t* src, int32_t srcStride, int32_t height) {
+    const int32_t rows = height < 0 ? -height : height;
+    RowWalk w{rows, AddrOf(src), srcStride};
+    if (height < 0) {
+        w.srcBase = Offset(w.srcBase, w.srcStep * (rows - 1));
+        w.srcStep = -w.srcStep;
+    }
+    return w;
+}
+
+// Every row, every pixel pair; an odd width makes each later row start one
+// pixel further left in source and destination.
+template <int Bpp>
+void ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                 int32_t width, int32_t height) {
+    const RowWalk walk = WalkOf(src, srcStride, height);
+    const size_t pairs = static_cast<size_t>(width >> 1);
+    if (walk.rows == 0 || pairs == 0) return;
+    const Span srcSpan = Span::OfFrame(src, srcStride, walk.rows);
+    const Span dstSpan = Span::OfFrame(dst, dstStride, walk.rows);
+    std::vector<uint8_t> work(pairs * 12 + 64);
+    uint8_t* inScratch = work.data();
+    uint8_t* outScratch = work.data() + pairs * 8 + 32;
+    for (int32_t r = 0; r < walk.rows; ++r) {
+        const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
+        const uint8_t* s = srcSpan.Fetch(Offset(walk.srcBase, r * walk.srcStep + shift * Bpp),
+                                         pairs * 2 * Bpp, inScratch);
+        const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * 2);
+        uint8_t* d = dstSpan.Target(at, pairs * 4, outScratch);
+        for (size_t i = 0; i < pairs; ++i, s += 2 * Bpp) {
+            const int32_t b = s[0] + s[Bpp], g = s[1] + s[Bpp + 1], rr = s[2] + s[Bpp + 2];
+            d[4 * i] = LumaOf(s[0], s[1], s[2]);
+            d[4 * i + 1] = CbOf(b, g, rr, 9);
+            d[4 * i + 2] = LumaOf(s[Bpp], s[Bpp + 1], s[Bpp + 2]);
+            d[4 * i + 3] = CrOf(b, g, rr, 9);
+        }
+        dstSpan.Store(at, d, pairs * 4);
+    }
+}
+
+// Both SSE2 kernels step the source 4 bytes a pixel: 32 bytes a block, 8 a
+// remainder pair (pixels at bytes 0 and 4), and each row starts srcStride
+// after the previous one less 4 bytes when the width is odd.
+template <int Bpp>
+void ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride, int32_t width,
+                int32_t height) {
+    const RowWalk walk = WalkOf(src, srcStride, height);
+    if (walk.rows == 0 || width < 2) return;
+    const Span srcSpan = Span::OfFrame(src, srcStride, walk.rows);
+    const Span dstSpan = Span::OfFrame(dst, dstStride, walk.rows);
+    const RgbRowForms& f = ActiveRgbRows();
+    const auto blocksFn = Bpp == 4 ? f.yuy2Blocks32 : f.yuy2Blocks24;
+    const size_t blocks = static_cast<size_t>(width >> 3);
+    const size_t restPairs = static_cast<size_t>((width & 7) >> 1);
+    const size_t inBytes = blocks * 32 + kRgbRowReadSlack;
+    std::vector<uint8_t> work(inBytes + blocks * 16 + 64);
+    uint8_t* inScratch = work.data();
+    uint8_t* outScratch = work.data() + inBytes;
+    for (int32_t r = 0; r < walk.rows; ++r) {
+        const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
+        const Addr row = Offset(walk.srcBase, r * walk.srcStep + shift * 4);
+        if (blocks) {
+            const uint8_t* s = srcSpan.Fetch(row, inBytes, inScratch);
+            const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * 2);
+            uint8_t* d = dstSpan.Target(at, blocks * 16, outScratch);
+            blocksFn(d, s, blocks);
+            dstSpan.Store(at, d, blocks * 16);
+        }
+        // The remainder pairs never reach the destination: each pair's bytes
+        // go over the first four bytes of the pair in the source, from the
+        // truncated channel means of the pair shifted by 10. A width that is
+        // a multiple of 8 leaves the source as it was.
+        for (size_t j = 0; j < restPairs; ++j) {
+            const Addr p = Offset(row, ptrdiff_t(blocks * 32 + 8 * j));
+            uint8_t c[6];
+            for (int i = 0; i < 3; ++i) {
+                c[i] = srcSpan.Read(p + i);
+                c[3 + i] = srcSpan.Read(p + 4 + i);
+            }
+            const int32_t b = (c[0] + c[3]) >> 1, g = (c[1] + c[4]) >> 1, rr = (c[2] + c[5]) >> 1;
+            srcSpan.Write(p, LumaOf(c[0], c[1], c[2]));
+            srcSpan.Write(p + 1, CbOf(b, g, rr, 10));
+            srcSpan.Write(p + 2, LumaOf(c[3], c[4], c[5]));
+            srcSpan.Write(p + 3, CrOf(b, g, rr, 10));
+        }
+    }
+}
+
+}  // namespace
+
+void ConvRgb32ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                          int32_t width, int32_t height) {
+    ToYuy2Plain<4>(dst, dstStride, src, srcStride, width, height);
+}
+
+void ConvRgb24ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+                          int32_t width, int32_t height) {
+    ToYuy2Plain<3>(dst, dstStride, src, srcStride, width, height);
+}
+
+void ConvRgb32ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
+                         int32_t width, int32_t height) {
+    ToYuy2Sse2<4>(dst, dstStride, src, srcStride, width, height);
+}
+
+void ConvRgb24ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
+                         int32_t width, int32_t height) {
+    ToYuy2Sse2<3>(dst, dstStride, src, srcStride, width, height);
+}
+
+}  // namespace tarn

@@ -1,0 +1,107 @@
+// RGB to planar 4:2:0, all tiers. The tiers give the same bytes and differ
+// only in speed: the plain and MMX kernels run the scalar rows, the SSE2
+// kernels the fastest form this processor has (rgb_rows.h).
+#include <vector>
+
+#include "convert/conversion_kernels.h"
+#include "convert/frame_span.h"
+#include "convert/rgb_rows.h"
+
+namespace tarn {
+
+namespace {
+
+// Row pair k reads source rows 2k and 2k + 1 (from the last row up when the
+// height is negative) and writes luma rows 2k, 2k + 1 and chroma row k. An odd
+// width leaves the last column alone, and as the row step subtracts the whole
+// width each later pair starts one pixel further left in source and luma.
+template <int Bpp>
+void ConvertRows(const RgbRowForms& f, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV,
+                 int32_t yStride, int32_t uvStride, const uint8_t* src, int32_t srcStride,
+                 int32_t width, int32_t height) {
+    const int32_t rows = height < 0 ? -height : height;
+    const int32_t pairs = width >> 1;
+    if (rows < 2 || pairs == 0) return;
+    Addr srcBase = AddrOf(src);
+    ptrdiff_t step = srcStride;
+    if (height < 0) {
+        srcBase = Offset(srcBase, step * (rows - 1));
+        step = -step;
+    }
+    const Span srcSpan = Span::OfFrame(src, srcStride, rows);
+    const Span dstSpan = Span::OfFrame(dstY, yStride, rows)
+                             .Union(Span::OfFrame(dstU, uvStride, rows / 2))
+                             .Union(Span::OfFrame(dstV, uvStride, rows / 2));
+    const size_t n = 2 * static_cast<size_t>(pairs);
+    const size_t srcBytes = n * Bpp + kRgbRowReadSlack;
+    const size_t cap = srcBytes + 64;
+    std::vector<uint8_t> work(cap * 6);
+    uint8_t* scratch[6];
+    for (int i = 0; i < 6; ++i) scratch[i] = work.data() + cap * i;
+    auto planar = Bpp == 4 ? f.planar32 : f.planar24;
+
+    for (int32_t k = 0; k < rows / 2; ++k) {
+        const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
+        const Addr s0At = Offset(srcBase, ptrdiff_t(2 * k) * step + shift * Bpp);
+        const uint8_t* s0 = srcSpan.Fetch(s0At, srcBytes, scratch[0]);
+        const uint8_t* s1 = srcSpan.Fetch(Offset(s0At, step), srcBytes, scratch[1]);
+        const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
+        const Addr y1At = Offset(y0At, yStride);
+        const Addr uAt = Offset(AddrOf(dstU), ptrdiff_t(k) * uvStride);
+        const Addr vAt = Offset(AddrOf(dstV), ptrdiff_t(k) * uvStride);
+        uint8_t* y0 = dstSpan.Target(y0At, n, scratch[2]);
+        uint8_t* y1 = dstSpan.Target(y1At, n, scratch[3]);
+        uint8_t* u = dstSpan.Target(uAt, size_t(pairs), scratch[4]);
+        uint8_t* v = dstSpan.Target(vAt, size_t(pairs), scratch[5]);
+        planar(y0, y1, u, v, s0, s1, size_t(pairs));
+        dstSpan.Store(y0At, y0, n);
+        dstSpan.Store(y1At, y1, n);
+        dstSpan.Store(uAt, u, size_t(pairs));
+        dstSpan.Store(vAt, v, size_t(pairs));
+    }
+}
+
+}  // namespace
+
+void ConvRgb32ToPlanarPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                            int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                            int32_t height) {
+    ConvertRows<4>(kRgbRowsPlain, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+}
+
+void ConvRgb24ToPlanarPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                            int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                            int32_t height) {
+    ConvertRows<3>(kRgbRowsPlain, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+}
+
+// The MMX tier computes the same integers; its 24-bit kernel runs the last row
+// pair through the plain code only so as not to read past the frame, which the
+// guarded fetch already ensures here.
+void ConvRgb32ToPlanarMmx(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                          int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                          int32_t height) {
+    ConvertRows<4>(kRgbRowsPlain, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+}
+
+void ConvRgb24ToPlanarMmx(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                          int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                          int32_t height) {
+    ConvertRows<3>(kRgbRowsPlain, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+}
+
+void ConvRgb32ToPlanarSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                           int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                           int32_t height) {
+    ConvertRows<4>(ActiveRgbRows(), dstY, dstU, dstV, yStride, uvStride, src, srcStride, width,
+                   height);
+}
+
+void ConvRgb24ToPlanarSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+                           int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                           int32_t height) {
+    ConvertRows<3>(ActiveRgbRows(), dstY, dstU, dstV, yStride, uvStride, src, srcStride, width,
+                   height);
+}
+
+}  // namespace tarn

@@ -1,0 +1,43 @@
+// Row primitives of the YUV side of the conversions: vertical averages of
+// whole rows and the vector-form conversion of a row, in forms of one tier.
+//
+// These are what the SSE2 tier's kernels run in their block columns, so every
+// form computes the rounding averages r() and s() of smoothing.h and the
+// vector form of colour_formulas.h, bit for bit. The plain forms are the
+// scalar reference; the SSE2 and AVX2 forms are chosen by PickForm.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "convert/kernel_forms.h"
+
+namespace tarn {
+
+struct YuvRowForms {
+    // out[i] = s(a[i], b[i], c[i]): neighbours a and b, centre c.
+    void (*smooth)(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n);
+    // out[i] = r(a[i], b[i]).
+    void (*average)(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n);
+    // Vector form of `pixels` pixels (a multiple of 16), chroma u[i / 2],
+    // v[i / 2]; blue, green, red and 0, or blue, green, red.
+    void (*toBgra)(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v,
+                   size_t pixels);
+    void (*toBgr)(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v,
+                  size_t pixels);
+    // Packed rows: y0 u y1 v for each pair, from `pairs` pairs.
+    void (*packYuy2)(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v,
+                     size_t pairs);
+    void (*unpackYuy2)(uint8_t* y, uint8_t* u, uint8_t* v, const uint8_t* yuy2, size_t pairs);
+};
+
+extern const YuvRowForms kYuvRowsPlain;
+#if defined(TARN_HAVE_X86_SIMD)
+extern const YuvRowForms kYuvRowsSse2;
+extern const YuvRowForms kYuvRowsAvx2;
+#endif
+
+// The fastest forms allowed now.
+const YuvRowForms& ActiveYuvRows();
+
+}  // namespace tarn

@@ -1,0 +1,183 @@
+// The format-conversion functions: kernel choice by tier, plane addresses and
+// row order. The tier follows the feature word: SSE2 (bit 26) is tested
+// first, then MMX (bit 23), and the plain kernel runs otherwise.
+#include "operations/convert_functions.h"
+
+#include <cstring>
+
+#include "convert/conversion_kernels.h"
+#include "convert/cpu_features.h"
+
+namespace tarn {
+
+namespace {
+
+// One kernel per tier; where a tier has no kernel of its own the table names
+// the plain one.
+template <class Fn>
+struct TierKernels {
+    Fn plain, mmx, sse2;
+    Fn For(uint32_t features) const {
+        const Fn byTier[] = {plain, mmx, sse2};
+        return byTier[static_cast<int>(TierOf(features))];
+    }
+};
+
+using PlanarSource = void (*)(uint8_t*, int32_t, const uint8_t*, const uint8_t*, const uint8_t*,
+                              int32_t, int32_t, int32_t, int32_t);
+using PlanarDestination = void (*)(uint8_t*, uint8_t*, uint8_t*, int32_t, int32_t, const uint8_t*,
+                                   int32_t, int32_t, int32_t);
+using OneToOne = void (*)(uint8_t*, int32_t, const uint8_t*, int32_t, int32_t, int32_t);
+using OneToOneInPlace = void (*)(uint8_t*, int32_t, uint8_t*, int32_t, int32_t, int32_t);
+
+// 24-bit output smooths on every processor but those with SSE2, which take
+// the row-by-row kernel without smoothing.
+constexpr TierKernels<PlanarSource> kPlanarToRgb24{
+    ConvPlanarToRgb24SmoothPlain, ConvPlanarToRgb24SmoothPlain, ConvPlanarToRgb24Sse2};
+constexpr TierKernels<PlanarSource> kPlanarToRgb32{
+    ConvPlanarToRgb32SmoothPlain, ConvPlanarToRgb32SmoothMmx, ConvPlanarToRgb32SmoothSse2};
+constexpr TierKernels<PlanarDestination> kRgb24ToPlanar{
+    ConvRgb24ToPlanarPlain, ConvRgb24ToPlanarMmx, ConvRgb24ToPlanarSse2};
+constexpr TierKernels<PlanarDestination> kRgb32ToPlanar{
+    ConvRgb32ToPlanarPlain, ConvRgb32ToPlanarMmx, ConvRgb32ToPlanarSse2};
+constexpr TierKernels<PlanarSource> kPlanarToPacked{
+    ConvPlanarToYuy2SmoothPlain, ConvPlanarToYuy2SmoothMmx, ConvPlanarToYuy2SmoothSse2};
+constexpr TierKernels<PlanarDestination> kPackedToPlanar{
+    ConvYuy2ToPlanarSmoothPlain, ConvYuy2ToPlanarSmoothMmx, ConvYuy2ToPlanarSmoothSse2};
+constexpr TierKernels<OneToOne> kPackedToRgb24{ConvYuy2ToRgb24Plain, ConvYuy2ToRgb24Mmx,
+                                               ConvYuy2ToRgb24Sse2};
+constexpr TierKernels<OneToOne> kPackedToRgb32{ConvYuy2ToRgb32Plain, ConvYuy2ToRgb32Mmx,
+                                               ConvYuy2ToRgb32Sse2};
+
+// The plain RGB-to-packed kernels read their source only; the SSE2 ones write
+// into it, so all are called through the writable shape.
+void Rgb24ToYuy2Plain(uint8_t* d, int32_t ds, uint8_t* s, int32_t ss, int32_t w, int32_t h) {
+    ConvRgb24ToYuy2Plain(d, ds, s, ss, w, h);
+}
+void Rgb32ToYuy2Plain(uint8_t* d, int32_t ds, uint8_t* s, int32_t ss, int32_t w, int32_t h) {
+    ConvRgb32ToYuy2Plain(d, ds, s, ss, w, h);
+}
+constexpr TierKernels<OneToOneInPlace> kRgb24ToPacked{Rgb24ToYuy2Plain, Rgb24ToYuy2Plain,
+                                                      ConvRgb24ToYuy2Sse2};
+constexpr TierKernels<OneToOneInPlace> kRgb32ToPacked{Rgb32ToYuy2Plain, Rgb32ToYuy2Plain,
+                                                      ConvRgb32ToYuy2Sse2};
+
+// The plane addresses of a planar picture: the second chroma plane follows
+// the first by (planarStride x height) / 4 bytes, except in ConvertPlanarToRgb,
+// which counts ((planarStride / 2) x height) / 2.
+struct Planes {
+    uint8_t* y;
+    uint8_t* first;
+    uint8_t* second;
+    int32_t chromaStride;
+};
+Planes PlanesOf(uint8_t* planar, int32_t stride, int32_t height, bool halfStrideCount) {
+    uint8_t* first = planar + int64_t(stride) * height;
+    const int64_t gap = halfStrideCount ? (int64_t(stride / 2) * height) / 2
+                                        : (int64_t(stride) * height) / 4;
+    return {planar, first, first + gap, stride / 2};
+}
+
+int32_t Signed(int32_t height, bool negative) { return negative ? -height : height; }
+
+}  // namespace
+
+int32_t ConvertPlanarToRgb(uint8_t* planar, int32_t planarStride, uint8_t* rgb, int32_t rgbStride,
+                           int32_t width, int32_t height, int32_t bits, uint32_t features,
+                           uint32_t flip) {
+    if (!planar || !rgb) return 0;
+    if (bits != 24 && bits != 32) return 1;
+    const Planes p = PlanesOf(planar, planarStride, height, true);
+    const PlanarSource kernel = (bits == 24 ? kPlanarToRgb24 : kPlanarToRgb32).For(features);
+    // The opposite sign rule of all the other functions: flip asks for a mirror.
+    kernel(rgb, rgbStride, p.y, p.second, p.first, planarStride, p.chromaStride, width,
+           Signed(height, flip != 0));
+    return 1;
+}
+
+int32_t ConvertRgbToPlanar(uint8_t* rgb, int32_t rgbStride, uint8_t* planar, int32_t planarStride,
+                           int32_t width, int32_t height, int32_t bits, uint32_t features,
+                           uint32_t flip) {
+    if (!rgb || !planar) return 0;
+    if (bits != 24 && bits != 32) return 1;
+    const Planes p = PlanesOf(planar, planarStride, height, false);
+    const PlanarDestination kernel = (bits == 24 ? kRgb24ToPlanar : kRgb32ToPlanar).For(features);
+    kernel(p.y, p.second, p.first, planarStride, p.chromaStride, rgb, rgbStride, width,
+           Signed(height, flip == 0));
+    return 1;
+}
+
+int32_t ConvertPlanarToPacked(uint8_t* planar, int32_t planarStride, uint8_t* packed,
+                              int32_t packedStride, int32_t width, int32_t height,
+                              uint32_t features) {
+    if (!planar || !packed) return 0;
+    const Planes p = PlanesOf(planar, planarStride, height, false);
+    kPlanarToPacked.For(features)(packed, packedStride, p.y, p.second, p.first, planarStride,
+                                  p.chromaStride, width, height);
+    return 1;
+}
+
+int32_t ConvertPackedToPlanar(uint8_t* packed, int32_t packedStride, uint8_t* planar,
+                              int32_t planarStride, int32_t width, int32_t height,
+                              uint32_t features) {
+    if (!packed || !planar) return 0;
+    const Planes p = PlanesOf(planar, planarStride, height, false);
+    kPackedToPlanar.For(features)(p.y, p.second, p.first, planarStride, p.chromaStride, packed,
+                                  packedStride, width, height);
+    return 1;
+}
+
+int32_t ConvertRgb24ToRgb32(uint8_t* rgb24, int32_t rgb24Stride, uint8_t* rgb32,
+                            int32_t rgb32Stride, int32_t width, int32_t height, uint32_t,
+                            uint32_t flip) {
+    if (!rgb24 || !rgb32) return 0;
+    ConvRgb24ToRgb32(rgb32, rgb32Stride, rgb24, rgb24Stride, width, Signed(height, flip == 0));
+    return 1;
+}
+
+int32_t ConvertRgb32ToRgb24(uint8_t* rgb32, int32_t rgb32Stride, uint8_t* rgb24,
+                            int32_t rgb24Stride, int32_t width, int32_t height, uint32_t,
+                            uint32_t flip) {
+    if (!rgb32 || !rgb24) return 0;
+    ConvRgb32ToRgb24(rgb24, rgb24Stride, rgb32, rgb32Stride, width, Signed(height, flip == 0));
+    return 1;
+}
+
+int32_t ConvertRgbToPacked(uint8_t* rgb, int32_t rgbStride, uint8_t* packed, int32_t packedStride,
+                           int32_t width, int32_t height, int32_t bits, uint32_t features,
+                           uint32_t flip) {
+    if (!rgb || !packed) return 0;
+    if (bits != 24 && bits != 32) return 1;
+    (bits == 24 ? kRgb24ToPacked : kRgb32ToPacked)
+        .For(features)(packed, packedStride, rgb, rgbStride, width, Signed(height, flip == 0));
+    return 1;
+}
+
+int32_t ConvertPackedToRgb(uint8_t* packed, int32_t packedStride, uint8_t* rgb, int32_t rgbStride,
+                           int32_t width, int32_t height, int32_t bits, uint32_t features,
+                           uint32_t flip) {
+    if (!packed || !rgb) return 0;
+    if (bits != 24 && bits != 32) return 1;
+    (bits == 24 ? kPackedToRgb24 : kPackedToRgb32)
+        .For(features)(rgb, rgbStride, packed, packedStride, width, Signed(height, flip == 0));
+    return 1;
+}
+
+int32_t SwapChromaPlanes(uint8_t* first, uint8_t* second, int32_t count) {
+    int32_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        uint8_t a[16], b[16];  // unaligned 16-byte loads and stores
+        std::memcpy(a, first + i, 16);
+        std::memcpy(b, second + i, 16);
+        std::memcpy(first + i, b, 16);
+        std::memcpy(second + i, a, 16);
+    }
+    for (; i < count; ++i) {
+        const uint8_t t = first[i];
+        first[i] = second[i];
+        second[i] = t;
+    }
+    return 1;
+}
+
+}  // namespace tarn

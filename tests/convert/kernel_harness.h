@@ -1,0 +1,77 @@
+// Test harness for the colour kernels: frames in byte vectors with margins,
+// run once through the kernel and once through the reference form, compared
+// byte for byte including the margins.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "convert/cpu_features.h"
+#include "convert/kernel_forms.h"
+#include "support/colour_reference.h"
+
+namespace tarn::test {
+
+inline constexpr ptrdiff_t kMargin = 96;
+
+// A frame of `bytes` between two margins. Random frames have random margins
+// too, so that a kernel that read them would differ from the reference, which
+// reads 0 outside; canary frames are 0xCD throughout.
+struct Buffer {
+    Buffer(size_t bytes, uint32_t seed) : data(bytes + 2 * kMargin), hi(kMargin + ptrdiff_t(bytes)) {
+        if (seed == 0) {
+            std::fill(data.begin(), data.end(), uint8_t(0xCD));
+            return;
+        }
+        std::mt19937 gen(seed);
+        for (auto& b : data) b = static_cast<uint8_t>(gen());
+    }
+    uint8_t* At(ptrdiff_t offset) { return data.data() + offset; }
+    ref::Mem Mem() { return {&data, kMargin, hi}; }
+    std::vector<uint8_t> data;
+    ptrdiff_t hi;
+};
+
+// Every form of the SSE2 tier this machine runs.
+inline std::vector<SimdForm> FormsHere() {
+    std::vector<SimdForm> forms{SimdForm::Plain};
+    if (HostSimdForm() >= SimdForm::Sse2) forms.push_back(SimdForm::Sse2);
+    if (HostSimdForm() >= SimdForm::Avx2) forms.push_back(SimdForm::Avx2);
+    return forms;
+}
+
+inline const std::vector<int32_t>& AwkwardWidths() {
+    static const std::vector<int32_t> widths{1,  2,  3,  7,  8,  9,  14, 15, 16, 17, 23, 24, 25,
+                                             31, 32, 33, 40, 41, 47, 48, 49, 63, 64, 65, 72};
+    return widths;
+}
+inline const std::vector<int32_t>& AwkwardHeights() {
+    static const std::vector<int32_t> heights{4, 5, 6, 7, 12, -4, -5, -6, -12};
+    return heights;
+}
+
+inline std::string Case(int32_t w, int32_t h, SimdForm form) {
+    return "width " + std::to_string(w) + " height " + std::to_string(h) + " form " + FormName(form);
+}
+
+// A planar frame as a surface lays it out: Y, then Cr, then Cb, chroma stride
+// half the Y stride.
+struct PlanarLayout {
+    int32_t yStride, uvStride;
+    size_t bytes;
+    ref::PlanarSrc planes;  // offsets in the buffer
+};
+inline PlanarLayout PlanarOf(int32_t width, int32_t rows, int32_t pad) {
+    PlanarLayout l;
+    l.yStride = width + pad;
+    l.uvStride = l.yStride / 2;
+    const ptrdiff_t luma = ptrdiff_t(l.yStride) * rows;
+    const ptrdiff_t chroma = ptrdiff_t(l.uvStride) * (rows / 2);
+    l.bytes = size_t(luma + 2 * chroma);
+    l.planes = {kMargin, kMargin + luma + chroma, kMargin + luma, l.yStride, l.uvStride};
+    return l;
+}
+
+}  // namespace tarn::test
