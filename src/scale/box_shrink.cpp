@@ -13,6 +13,7 @@
 
 #include "scale/box_shrink.h"
 #include "scale/box_chains.h"
+#include "convert/kernel_forms.h"
 #include "scale/pixel_ops.h"
 
 namespace tarn {
@@ -158,6 +159,22 @@ const FamilyPitches kFamilies[] = {
     {BoxFamily::D, 4, 4, 4, 4, 4, BoxShrinkRow<BoxFamily::D>},
 };
 
+BoxRowFn PickBoxRow(BoxFamily family, BoxRowFn plain) {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<BoxRowFn> c[] = {{SimdForm::Avx2, BoxShrinkRowAvx2<BoxFamily::C>},
+                                            {SimdForm::Sse2, BoxShrinkRowSse2<BoxFamily::C>},
+                                            {SimdForm::Plain, BoxShrinkRow<BoxFamily::C>}};
+    static const FormEntry<BoxRowFn> d[] = {{SimdForm::Avx2, BoxShrinkRowAvx2<BoxFamily::D>},
+                                            {SimdForm::Sse2, BoxShrinkRowSse2<BoxFamily::D>},
+                                            {SimdForm::Plain, BoxShrinkRow<BoxFamily::D>}};
+    if (family == BoxFamily::C) return PickForm(c);
+    if (family == BoxFamily::D) return PickForm(d);
+#else
+    (void)family;
+#endif
+    return plain;
+}
+
 }  // namespace
 
 void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uint8_t* src,
@@ -165,11 +182,12 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
                    int32_t dstStride, int32_t maxFactor, const Bands& b, int32_t srcStride,
                    uint32_t background, uint32_t fade) {
     const FamilyPitches& f = kFamilies[(srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0)];
+    const BoxRowFn fastRow = PickBoxRow(f.family, f.fast);
     const bool exact = maxFactor > 15;
     const uint32_t exDst = fade ? f.fadeDst : f.exactDst, exSrc = fade ? f.fadeSrc : f.exactSrc;
     auto fast = [&](uint8_t* d, const uint8_t* r, uint32_t col, uint32_t len, uint32_t rw) {
         if (exact) BoxRowExact(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, exDst, exSrc);
-        else f.fast(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw);
+        else fastRow(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw);
     };
     uint8_t bg[4];
     Store4(bg, background);

@@ -27,3 +27,30 @@ void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const
                 int32_t maxFactor, const uint8_t* background);
 
 }  // namespace tarn
+
+namespace tarn {
+
+// Fast forms of BoxShrinkRow for the families with 4-byte sources: runs of
+// boxes two samples wide over consecutive samples (a shrink by two) are
+// summed several pixels at a time; everything else goes pixel by pixel
+// through the plain kernels.
+#if defined(TARN_HAVE_X86_SIMD)
+template <BoxFamily F>
+void BoxShrinkRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                      uint32_t len, int32_t stride, uint32_t rowCount);
+template <BoxFamily F>
+void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                      uint32_t len, int32_t stride, uint32_t rowCount);
+#endif
+
+// How many entries from `j` (counts) and `k` (offsets) form boxes of two
+// consecutive 4-byte samples each, up to `want`.
+inline uint32_t PairedRun(const uint32_t* offsets, const uint32_t* counts, uint32_t j, uint32_t k, uint32_t len,
+                          uint32_t want) {
+    uint32_t n = 0;
+    while (n < want && j + n < len && counts[j + n] == 2 && (n == 0 || offsets[k + n] == offsets[k + n - 1] + 8))
+        ++n;
+    return n;
+}
+
+}  // namespace tarn

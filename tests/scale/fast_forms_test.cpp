@@ -9,6 +9,7 @@
 
 #include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
+#include "scale/box_shrink.h"
 #include "scale/drivers.h"
 #include "scale/inner_rows_fast.h"
 #include "scale/scale.h"
@@ -94,6 +95,39 @@ TEST(FastForms, GrayRowsMatchPlain) {
             ASSERT_EQ(a, b) << "gather len " << len << " width " << width;
         }
 }
+TEST(FastForms, BoxRowsMatchPlain) {
+    // Runs of paired boxes broken by other counts, zero counts (whose offsets
+    // lag) and gaps in the offsets; every row count.
+    RandomRows r;
+    for (uint32_t len : kLens)
+        for (uint32_t rows = 0; rows <= 17; ++rows) {
+            const int32_t stride = 4 * 160 + 12;
+            std::vector<uint8_t> src(size_t(stride) * 17 + 64);
+            for (auto& b : src) b = uint8_t(r.Next());
+            std::vector<uint32_t> counts(len + 1), offsets(len + 1);
+            uint32_t at = 0;
+            for (uint32_t j = 0; j < len; ++j) {
+                const uint32_t pick = r.Next() % 10;
+                counts[j] = pick < 7 ? 2 : pick == 7 ? 0 : 1 + r.Next() % 5;
+                offsets[j] = at;
+                at += (pick == 9 ? 12 : 8);
+            }
+            for (BoxFamily f : {BoxFamily::C, BoxFamily::D}) {
+                const bool c = f == BoxFamily::C;
+                std::vector<uint8_t> a(len * 4 + 8, 0x5A), b(len * 4 + 8, 0x5A);
+                (c ? BoxShrinkRow<BoxFamily::C> : BoxShrinkRow<BoxFamily::D>)(a.data(), src.data(), offsets.data(),
+                                                                              counts.data(), len, stride, rows);
+                (c ? BoxShrinkRowSse2<BoxFamily::C> : BoxShrinkRowSse2<BoxFamily::D>)(
+                    b.data(), src.data(), offsets.data(), counts.data(), len, stride, rows);
+                ASSERT_EQ(a, b) << "SSE2 len " << len << " rows " << rows << " family " << int(f);
+                if (HostSimdForm() < SimdForm::Avx2) continue;
+                std::fill(b.begin(), b.end(), 0x5A);
+                (c ? BoxShrinkRowAvx2<BoxFamily::C> : BoxShrinkRowAvx2<BoxFamily::D>)(
+                    b.data(), src.data(), offsets.data(), counts.data(), len, stride, rows);
+                ASSERT_EQ(a, b) << "AVX2 len " << len << " rows " << rows << " family " << int(f);
+            }
+        }
+}
 #endif
 
 // Whole images through ScaleImage with the plain form forced and with each
@@ -103,7 +137,7 @@ TEST(FastForms, ScaleImageAgreesAcrossForms) {
     struct Size {
         uint32_t sw, sh, dw, dh;
     };
-    const Size sizes[] = {{37, 23, 61, 41}, {67, 45, 29, 17}, {40, 40, 40, 40}, {96, 64, 31, 30}, {33, 70, 16, 22}};
+    const Size sizes[] = {{37, 23, 61, 41}, {67, 45, 29, 17}, {40, 40, 40, 40}, {96, 64, 31, 30}, {33, 70, 16, 22}, {80, 44, 40, 22}, {83, 41, 40, 20}};
     const SimdForm forms[] = {SimdForm::Sse2, SimdForm::Avx2};
     for (const Size& s : sizes)
         for (uint32_t sb : {1u, 3u, 4u})

@@ -1,0 +1,105 @@
+// Box shrink, AVX2 form, families C and D (4-byte sources): boxes two
+// samples wide over consecutive samples are summed 4 target pixels at a
+// time in 16-bit lanes and divided by the same chain as the plain kernels
+// (the chain's shifts and adds on each lane are the plain arithmetic). Other
+// pixels, count 0 with its lagging offsets included, go to the plain kernels.
+#include <immintrin.h>
+
+#include <bit>
+#include <cstring>
+
+#include "scale/box_shrink.h"
+
+namespace tarn {
+namespace {
+
+__m256i Divide(__m256i s, const BoxChain& ch) {
+    if (ch.preShift) s = _mm256_srli_epi16(s, 1);
+    __m256i a = s, t = s;
+    for (uint32_t i = 0; i < ch.count; ++i) {
+        t = _mm256_srl_epi16(t, _mm_cvtsi32_si128(ch.k[i]));
+        a = _mm256_add_epi16(a, t);
+    }
+    return _mm256_srl_epi16(a, _mm_cvtsi32_si128(ch.finalShift));
+}
+
+// PairedRun eight entries at a time: counts of 2 and offsets 8 bytes apart.
+uint32_t PairedRunWide(const uint32_t* offsets, const uint32_t* counts, uint32_t j, uint32_t k, uint32_t len) {
+    if (j >= len || counts[j] != 2) return 0;
+    uint32_t n = 1;
+    const __m256i two = _mm256_set1_epi32(2), eight = _mm256_set1_epi32(8);
+    while (j + n + 8 <= len) {
+        const __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(counts + j + n));
+        const __m256i o = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(offsets + k + n));
+        const __m256i prev = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(offsets + k + n - 1));
+        const __m256i ok = _mm256_and_si256(_mm256_cmpeq_epi32(c, two),
+                                            _mm256_cmpeq_epi32(o, _mm256_add_epi32(prev, eight)));
+        const uint32_t mask = static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(ok)));
+        if (mask != 0xFF) return n + static_cast<uint32_t>(std::countr_zero(~mask));
+        n += 8;
+    }
+    while (j + n < len && counts[j + n] == 2 && offsets[k + n] == offsets[k + n - 1] + 8) ++n;
+    return n;
+}
+
+// Four boxes of two samples from `rows` rows: 32 bytes of each row.
+template <uint32_t R>
+inline __m256i SumFour(const uint8_t* p, intptr_t stride, uint32_t rows) {
+    const __m256i zero = _mm256_setzero_si256();
+    __m256i lo = zero, hi = zero;
+    const uint32_t n = R ? R : rows;
+    for (uint32_t i = 0; i < n; ++i, p += stride) {
+        const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+        lo = _mm256_add_epi16(lo, _mm256_unpacklo_epi8(v, zero));
+        hi = _mm256_add_epi16(hi, _mm256_unpackhi_epi8(v, zero));
+    }
+    // Per 128-bit lane: samples 0 1 in lo, 2 3 in hi; targets 0 and 1.
+    return _mm256_add_epi16(_mm256_unpacklo_epi64(lo, hi), _mm256_unpackhi_epi64(lo, hi));
+}
+
+template <BoxFamily F, uint32_t R>
+void PairedSegment(uint8_t* dst, const uint8_t* p, uint32_t blocks, intptr_t stride, uint32_t rows,
+                   const BoxChain& ch) {
+    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    for (uint32_t b = 0; b < blocks; ++b, p += 32, dst += 4 * dp) {
+        const __m256i packed = _mm256_packus_epi16(Divide(SumFour<R>(p, stride, rows), ch), _mm256_setzero_si256());
+        const __m128i px = _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0)));
+        if constexpr (dp == 4) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), px);
+        } else {
+            int32_t v[4];
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(v), px);
+            for (int i = 0; i < 4; ++i) std::memcpy(dst + 3 * i, &v[i], 4);
+        }
+    }
+}
+
+}  // namespace
+
+template <BoxFamily F>
+void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                      uint32_t len, int32_t stride, uint32_t rowCount) {
+    if (rowCount < 1 || rowCount > 16) return;
+    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    const BoxChain ch = ChainFor(F, rowCount, 2);
+    uint32_t j = 0, k = 0;
+    while (j < len) {
+        // A whole segment of paired boxes at once, in blocks of four.
+        const uint32_t blocks = PairedRunWide(offsets, counts, j, k, len) / 4;
+        if (blocks) {
+            const uint8_t* p = row + offsets[k];
+            if (rowCount == 2) PairedSegment<F, 2>(dst, p, blocks, stride, 2, ch);
+            else PairedSegment<F, 0>(dst, p, blocks, stride, rowCount, ch);
+            j += 4 * blocks, k += 4 * blocks, dst += 4 * blocks * dp;
+            continue;
+        }
+        BoxShrinkRowSse2<F>(dst, row, offsets + k, counts + j, 1, stride, rowCount);
+        k += counts[j] != 0;
+        ++j, dst += dp;
+    }
+}
+
+template void BoxShrinkRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowAvx2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+
+}  // namespace tarn

@@ -1,0 +1,65 @@
+// Box shrink, SSE2 form, families C and D (4-byte sources): boxes two
+// samples wide over consecutive samples are summed 2 target pixels at a
+// time in 16-bit lanes and divided by the same chain as the plain kernels
+// (the chain's shifts and adds on each lane are the plain arithmetic). Other
+// pixels, count 0 with its lagging offsets included, go to the plain kernels.
+#include <emmintrin.h>
+
+#include <cstring>
+
+#include "scale/box_shrink.h"
+
+namespace tarn {
+namespace {
+
+__m128i Divide(__m128i s, const BoxChain& ch) {
+    if (ch.preShift) s = _mm_srli_epi16(s, 1);
+    __m128i a = s, t = s;
+    for (uint32_t i = 0; i < ch.count; ++i) {
+        t = _mm_srl_epi16(t, _mm_cvtsi32_si128(ch.k[i]));
+        a = _mm_add_epi16(a, t);
+    }
+    return _mm_srl_epi16(a, _mm_cvtsi32_si128(ch.finalShift));
+}
+
+}  // namespace
+
+template <BoxFamily F>
+void BoxShrinkRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                      uint32_t len, int32_t stride, uint32_t rowCount) {
+    if (rowCount < 1 || rowCount > 16) return;
+    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    const BoxChain ch = ChainFor(F, rowCount, 2);
+    const __m128i zero = _mm_setzero_si128();
+    uint32_t j = 0, k = 0;
+    while (j < len) {
+        if (PairedRun(offsets, counts, j, k, len, 2) == 2) {
+            const uint8_t* p = row + offsets[k];
+            __m128i lo = zero, hi = zero;
+            for (uint32_t i = 0; i < rowCount; ++i, p += stride) {
+                const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+                lo = _mm_add_epi16(lo, _mm_unpacklo_epi8(v, zero));
+                hi = _mm_add_epi16(hi, _mm_unpackhi_epi8(v, zero));
+            }
+            const __m128i s = _mm_add_epi16(_mm_unpacklo_epi64(lo, hi), _mm_unpackhi_epi64(lo, hi));
+            const __m128i px = _mm_packus_epi16(Divide(s, ch), zero);
+            if constexpr (dp == 4) {
+                _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), px);
+            } else {
+                const int32_t p0 = _mm_cvtsi128_si32(px), p1 = _mm_cvtsi128_si32(_mm_srli_si128(px, 4));
+                std::memcpy(dst, &p0, 4);
+                std::memcpy(dst + 3, &p1, 4);
+            }
+            j += 2, k += 2, dst += 2 * dp;
+            continue;
+        }
+        BoxShrinkRow<F>(dst, row, offsets + k, counts + j, 1, stride, rowCount);
+        k += counts[j] != 0;
+        ++j, dst += dp;
+    }
+}
+
+template void BoxShrinkRowSse2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowSse2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+
+}  // namespace tarn
