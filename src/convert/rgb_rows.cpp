@@ -54,7 +54,7 @@ const RgbRowForms kRgbRowsPlain = {PlanarPlain<4>, PlanarPlain<3>, Yuy2BlocksPla
 
 const RgbRowForms& ActiveRgbRows() {
     static const FormEntry<const RgbRowForms*> table[] = {
-#if defined(TARN_HAVE_X86_SIMD) && defined(TARN_RGB_ROWS_SIMD)
+#if defined(TARN_HAVE_X86_SIMD)
         {SimdForm::Avx2, &kRgbRowsAvx2},
         {SimdForm::Sse2, &kRgbRowsSse2},
 #endif

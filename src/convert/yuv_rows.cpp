@@ -54,7 +54,7 @@ const YuvRowForms kYuvRowsPlain = {SmoothPlain,    AveragePlain, VectorPlain<4>,
 
 const YuvRowForms& ActiveYuvRows() {
     static const FormEntry<const YuvRowForms*> table[] = {
-#if defined(TARN_HAVE_X86_SIMD) && defined(TARN_YUV_ROWS_SIMD)
+#if defined(TARN_HAVE_X86_SIMD)
         {SimdForm::Avx2, &kYuvRowsAvx2},
         {SimdForm::Sse2, &kYuvRowsSse2},
 #endif

@@ -1,0 +1,47 @@
+// Row primitives of the YUV side: SSE2 forms. Unaligned loads and stores
+// throughout; counts of any size, tails done with the scalar rule.
+// _mm_avg_epu8 is (a + b + 1) >> 1, which is r(); s() is r(r(a, b), c).
+#include "convert/yuv_rows_sse2.h"
+
+#include "convert/smoothing.h"
+#include "convert/yuv_rows.h"
+
+namespace tarn {
+
+namespace {
+
+void SmoothSse2(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16)
+        Store(out + i, _mm_avg_epu8(_mm_avg_epu8(Load(a + i), Load(b + i)), Load(c + i)));
+    for (; i < n; ++i) out[i] = static_cast<uint8_t>(Smooth(a[i], b[i], c[i]));
+}
+
+void AverageSse2(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16) Store(out + i, _mm_avg_epu8(Load(a + i), Load(b + i)));
+    for (; i < n; ++i) out[i] = static_cast<uint8_t>(RoundAvg(a[i], b[i]));
+}
+
+void ToBgraSse2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t pixels) {
+    for (size_t i = 0; i < pixels; i += 16, dst += 64) {
+        __m128i px[4];
+        Interleave(VectorForm16(y + i, u + i / 2, v + i / 2), px);
+        for (int k = 0; k < 4; ++k) Store(dst + 16 * k, px[k]);
+    }
+}
+
+void ToBgrSse2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t pixels) {
+    for (size_t i = 0; i < pixels; i += 16, dst += 48) {
+        __m128i px[4];
+        Interleave(VectorForm16(y + i, u + i / 2, v + i / 2), px);
+        StoreBgr(dst, px, i + 16 == pixels);
+    }
+}
+
+}  // namespace
+
+const YuvRowForms kYuvRowsSse2 = {SmoothSse2, AverageSse2,   ToBgraSse2,
+                                  ToBgrSse2,  PackYuy2Simd, UnpackYuy2Simd};
+
+}  // namespace tarn
