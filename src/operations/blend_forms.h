@@ -68,6 +68,9 @@ void BlendKeyedQueueScalar(const KeyedQueueJob& job);
 void BlendMaskedPlanarSse2(const MaskedPlanarJob& job);
 void BlendMaskedPackedSse2(const MaskedPackedJob& job);
 void BlendKeyedQueueSse2(const KeyedQueueJob& job);
+void BlendKeyedQueueAvx2(const KeyedQueueJob& job);
+// match[x] = 0xFF where pixel x of row y of the job carries the key.
+void MarkKeyedPixelsSse2(const KeyedQueueJob& job, int32_t y, uint8_t* match);
 void BlendMaskedPlanarAvx2(const MaskedPlanarJob& job);
 void BlendMaskedPackedAvx2(const MaskedPackedJob& job);
 #endif

@@ -53,6 +53,7 @@ void BlendKeyedPlain(const KeyedQueueJob& job) {
 
 constexpr FormEntry<KeyedQueueFn> kQueueForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
+    {SimdForm::Avx2, BlendKeyedQueueAvx2},
     {SimdForm::Sse2, BlendKeyedQueueSse2},
 #endif
     {SimdForm::Plain, BlendKeyedQueueScalar},

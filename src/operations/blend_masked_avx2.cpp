@@ -29,16 +29,21 @@ inline __m256i Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_ca
 inline void Store(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
 inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 
-// Thirty-two bytes blended with thirty-two byte weights.
+// Thirty-two bytes blended with thirty-two byte weights, even and odd bytes
+// as separate 16-bit lanes: no shuffles. An odd byte's overlay sample already
+// stands at o * 256 in its lane, and its result is taken from the high byte.
 inline __m256i BlendBytes(__m256i o, __m256i t, __m256i w) {
-    const __m256i z = _mm256_setzero_si256();
-    // The unpacks work within 128-bit halves and the pack undoes them the
-    // same way, so bytes come back in their places.
-    const __m256i lo =
-        Blend16(_mm256_unpacklo_epi8(o, z), _mm256_unpacklo_epi8(t, z), _mm256_unpacklo_epi8(w, z));
-    const __m256i hi =
-        Blend16(_mm256_unpackhi_epi8(o, z), _mm256_unpackhi_epi8(t, z), _mm256_unpackhi_epi8(w, z));
-    return _mm256_packus_epi16(lo, hi);
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const __m256i high = _mm256_set1_epi16(int16_t(0xFF00));
+    const __m256i oe = _mm256_and_si256(o, low);
+    const __m256i evenSum = _mm256_add_epi16(
+        _mm256_slli_epi16(oe, 8),
+        _mm256_mullo_epi16(_mm256_and_si256(w, low), _mm256_sub_epi16(_mm256_and_si256(t, low), oe)));
+    const __m256i oddSum = _mm256_add_epi16(
+        _mm256_and_si256(o, high),
+        _mm256_mullo_epi16(_mm256_srli_epi16(w, 8),
+                           _mm256_sub_epi16(_mm256_srli_epi16(t, 8), _mm256_srli_epi16(o, 8))));
+    return _mm256_or_si256(_mm256_srli_epi16(evenSum, 8), _mm256_and_si256(oddSum, high));
 }
 
 inline void BlendChroma16(uint8_t* t, const uint8_t* o, __m256i w) {
@@ -47,31 +52,41 @@ inline void BlendChroma16(uint8_t* t, const uint8_t* o, __m256i w) {
 
 }  // namespace
 
+namespace {
+
+// The groups of one row pair, the chroma weight fixed for the whole loop.
+template <bool kLowerLeft>
+void PlanarGroups(uint8_t* ty, uint8_t* tu, uint8_t* tv, const uint8_t* oy, const uint8_t* ou,
+                  const uint8_t* ov, const uint8_t* m, ptrdiff_t ts, ptrdiff_t os, int32_t pairs) {
+    const __m256i evenBytes = _mm256_set1_epi16(0x00FF);
+    for (int32_t g = 0; g < pairs; ++g, ty += 32, oy += 32, m += 32, tu += 16, tv += 16, ou += 16, ov += 16) {
+        const __m256i m0 = Load(m), m1 = Load(m + os);
+        Store(ty, BlendBytes(Load(oy), Load(ty), m0));
+        Store(ty + ts, BlendBytes(Load(oy + os), Load(ty + ts), m1));
+        const __m256i w = kLowerLeft ? _mm256_and_si256(m1, evenBytes) : _mm256_srli_epi16(m1, 8);
+        BlendChroma16(tu, ou, w);
+        BlendChroma16(tv, ov, w);
+    }
+}
+
+}  // namespace
+
 void BlendMaskedPlanarAvx2(const MaskedPlanarJob& job) {
     // Pairs of groups of 16 columns; an odd last group and the tail go to the
-    // SSE2 form's scalar pieces with the same weights.
+    // scalar pieces with the same weights.
     const int32_t groups = job.blocks >> 3;
     const int32_t pairs = groups >> 1;
     const bool lowerLeft = job.lowerLeftInGroups;
-    const __m256i evenBytes = _mm256_set1_epi16(0x00FF);
+    const ptrdiff_t ts = job.tStride, os = job.oStride;
     for (int32_t p = 0; p < job.rowPairs; ++p) {
-        uint8_t* ty = job.ty + 2 * p * job.tStride;
+        uint8_t* ty = job.ty + 2 * p * ts;
         uint8_t* tu = job.tu + p * job.tChromaStride;
         uint8_t* tv = job.tv + p * job.tChromaStride;
-        const uint8_t* oy = job.oy + 2 * p * job.oStride;
+        const uint8_t* oy = job.oy + 2 * p * os;
         const uint8_t* ou = job.ou + p * job.oChromaStride;
         const uint8_t* ov = job.ov + p * job.oChromaStride;
-        const uint8_t* m = job.mask + 2 * p * job.oStride;
-        const ptrdiff_t ts = job.tStride, os = job.oStride;
-        for (int32_t g = 0; g < pairs; ++g) {
-            const int32_t x = 32 * g, c = 16 * g;
-            const __m256i m0 = Load(m + x), m1 = Load(m + os + x);
-            Store(ty + x, BlendBytes(Load(oy + x), Load(ty + x), m0));
-            Store(ty + ts + x, BlendBytes(Load(oy + os + x), Load(ty + ts + x), m1));
-            const __m256i w = lowerLeft ? _mm256_and_si256(m1, evenBytes) : _mm256_srli_epi16(m1, 8);
-            BlendChroma16(tu + c, ou + c, w);
-            BlendChroma16(tv + c, ov + c, w);
-        }
+        const uint8_t* m = job.mask + 2 * p * os;
+        (lowerLeft ? PlanarGroups<true> : PlanarGroups<false>)(ty, tu, tv, oy, ou, ov, m, ts, os, pairs);
         const int32_t done = pairs << 4;  // blocks
         const int32_t rest = groups & 1;  // one group of eight blocks left
         BlendMaskedPlanarBlocks(job, ty + 2 * done, tu + done, tv + done, oy + 2 * done, ou + done,

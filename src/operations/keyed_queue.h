@@ -23,6 +23,12 @@ struct KeyedQueue {
     int32_t n = 0;
 };
 
+// False when no sample can equal the key (no key, or a luma above 255).
+inline bool KeyedSamplesCanMatch(const KeyedQueueJob& job) {
+    const auto sample = [](int32_t v) { return v >= 0 && v <= 255; };
+    return sample(job.keyY) && sample(job.keyU) && sample(job.keyV);
+}
+
 // True when the overlay's samples of pixel (x, y) all equal the key.
 inline bool KeyedPixelMatches(const KeyedQueueJob& job, int32_t x, int32_t y) {
     const ptrdiff_t c = (y >> 1) * job.oChromaPitch + (x >> 1);

@@ -1,0 +1,248 @@
+// Flatten of 1080p YUV420 frames against the peer's YUV blend: one
+// full-frame masked overlay, one full-frame keyed overlay at alpha 128,
+// 16 overlays of 320x180, and one overlay that needs stretching. The peer
+// does the same blends with its alpha-plane blend (and its scaler for the
+// stretched case). Run: build with -DTARN_BUILD_BENCH=ON, then
+// ./bench/tarn_bench_compose
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "bench_support.h"
+#include "convert/cpu_features.h"
+#include "convert/kernel_forms.h"
+#include "operations/compose.h"
+#include "tarn/TarnSurface.h"
+
+#if defined(TARN_HAVE_PEER)
+#include <libyuv.h>
+#endif
+
+namespace {
+
+using tarn::Ref;
+constexpr int kW = 1920, kH = 1080;
+
+class Source : public IPixelSource {
+public:
+    explicit Source(std::vector<uint8_t>& b) : b_(b) {}
+    uint32_t TARN_CALL AddRef() override { return 1; }
+    uint32_t TARN_CALL Release() override { return 1; }
+    VedResult TARN_CALL QueryInterface(const VedId&, void**) override { return VED_E_NOTSUPPORTED; }
+    uint8_t* TARN_CALL GetData() override { return b_.data(); }
+
+private:
+    std::vector<uint8_t>& b_;
+};
+
+Ref<ISurfaceBuilder> Builder() {
+    Ref<ISurfaceBuilder> b;
+    CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, b.put_void());
+    return b;
+}
+
+Ref<ITarnSurface> Yuv420(int w, int h, uint32_t seed) {
+    auto data = tarn::bench::RandomFrame(size_t(w) * h * 3 / 2, seed);
+    SurfaceInfo info{52, uint32_t(w), uint32_t(h), SURFACE_FORMAT_YUV420, 4, 12, w, 0, 0, 0, 0, 1, 1};
+    Source src(data);
+    Ref<ITarnSurface> s;
+    Builder()->CreateFromData(&info, &src, s.put());
+    return s;
+}
+
+Ref<ITarnSurface> Mask(int w, int h, uint32_t seed) {
+    SurfaceInfo info{52, uint32_t(w), uint32_t(h), SURFACE_FORMAT_GRAY8, 4, 8, (w + 3) & ~3, 0, 0, 0, 0, 1, 1};
+    Ref<ITarnSurface> s;
+    Builder()->CreateBlank(&info, nullptr, s.put());
+    uint8_t* p = nullptr;
+    s->GetPixels(&p);
+    const auto bytes = tarn::bench::RandomFrame(size_t(info.stride) * h, seed);
+    std::memcpy(p, bytes.data(), size_t(info.stride) * h);
+    return s;
+}
+
+// One overlay placed on the frame.
+struct Placed {
+    Ref<ITarnSurface> surface;
+    VedRect source, dest;
+};
+
+template <class Body>
+void Time(benchmark::State& state, const std::string& key, const char* who, Body body) {
+    const auto start = std::chrono::steady_clock::now();
+    for (auto _ : state) {
+        body();
+        benchmark::ClobberMemory();
+    }
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    tarn::bench::RecordTime(key, who, state, seconds / double(state.iterations()));
+}
+
+// Adds the overlays and flattens in place, once per iteration.
+void FlattenOnce(ITarnSurface* frame, const std::vector<Placed>& overlays) {
+    for (const Placed& p : overlays) frame->AddOverlay(p.surface.get());
+    Ref<ITarnSurface> out;
+    frame->Flatten(out.put());
+}
+
+std::vector<Placed> Overlays(const char* kind) {
+    std::vector<Placed> v;
+    const std::string k = kind;
+    if (k == "masked" || k == "keyed128") {
+        Placed p{Yuv420(kW, kH, 2), {0, 0, kW, kH}, {0, 0, kW, kH}};
+        if (k == "masked") p.surface->SetMask(Mask(kW, kH, 3).get());
+        else p.surface->SetAlpha(128);
+        v.push_back(p);
+    } else if (k == "16x320x180") {
+        for (int i = 0; i < 16; ++i) {
+            // Scattered over the frame on a 4 by 4 grid with uneven offsets.
+            const int x = (i % 4) * 480 + (i * 37) % 100, y = (i / 4) * 270 + (i * 53) % 80;
+            Placed p{Yuv420(320, 180, 10 + i), {0, 0, 320, 180}, {x, y, x + 320, y + 180}};
+            p.surface->SetMask(Mask(320, 180, 40 + i).get());
+            v.push_back(p);
+        }
+    } else {  // stretched: a 960x540 overlay onto the whole frame
+        Placed p{Yuv420(kW / 2, kH / 2, 4), {0, 0, kW / 2, kH / 2}, {0, 0, kW, kH}};
+        p.surface->SetMask(Mask(kW / 2, kH / 2, 5).get());
+        v.push_back(p);
+    }
+    for (Placed& p : v) {
+        p.surface->SetSourceRect(p.source.left, p.source.top, p.source.right, p.source.bottom);
+        p.surface->SetDestRect(p.dest.left, p.dest.top, p.dest.right, p.dest.bottom);
+    }
+    return v;
+}
+
+void Ours(benchmark::State& state, const char* kind, tarn::SimdForm form) {
+    tarn::ScopedKernelChoice choice(tarn::g_cpuFeatures, form);
+    Ref<ITarnSurface> frame = Yuv420(kW, kH, 1);
+    const auto overlays = Overlays(kind);
+    Time(state, std::string("Flatten/") + kind + "/" + tarn::FormName(form) + "/1920x1080", "ours",
+         [&] { FlattenOnce(frame.get(), overlays); });
+}
+
+#if defined(TARN_HAVE_PEER)
+// The peer's alpha runs the other way (255 shows the first picture), so the
+// mask is passed as it is with the overlay first: the same amount of work.
+void Peer(benchmark::State& state, const char* kind, tarn::SimdForm form) {
+    auto frame = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 1);
+    const auto overlays = Overlays(kind);
+    struct Plain {
+        std::vector<uint8_t> pic, alpha, scaled;
+        int w, h;
+        VedRect dest;
+    };
+    std::vector<Plain> plains;
+    for (const Placed& p : overlays) {
+        SurfaceInfo info{};
+        p.surface->GetInfo(&info);
+        uint8_t* px = nullptr;
+        p.surface->GetPixels(&px);
+        const int w = int(info.width), h = int(info.height);
+        Plain q{std::vector<uint8_t>(px, px + size_t(w) * h * 3 / 2), {}, {}, w, h, p.dest};
+        const int dw = p.dest.right - p.dest.left, dh = p.dest.bottom - p.dest.top;
+        q.alpha.assign(size_t(dw) * dh, 128);
+        Ref<ITarnSurface> mask;
+        if (p.surface->GetMask(mask.put()) >= 0 && mask && dw == w) {
+            uint8_t* m = nullptr;
+            mask->GetPixels(&m);
+            SurfaceInfo mi{};
+            mask->GetInfo(&mi);
+            for (int y = 0; y < h; ++y) std::memcpy(q.alpha.data() + size_t(y) * w, m + size_t(y) * mi.stride, w);
+        }
+        q.scaled.resize(size_t(dw) * dh * 3 / 2);
+        plains.push_back(std::move(q));
+    }
+    uint8_t* fy = frame.data();
+    uint8_t* fu = fy + kW * kH;
+    uint8_t* fv = fu + kW * kH / 4;
+    const auto body = [&] {
+        for (Plain& q : plains) {
+            const int dw = q.dest.right - q.dest.left, dh = q.dest.bottom - q.dest.top;
+            const uint8_t* oy = q.pic.data();
+            const uint8_t* ou = oy + q.w * q.h;
+            const uint8_t* ov = ou + q.w * q.h / 4;
+            int os = q.w;
+            if (dw != q.w || dh != q.h) {
+                uint8_t* sy = q.scaled.data();
+                uint8_t* su = sy + dw * dh;
+                uint8_t* sv = su + dw * dh / 4;
+                libyuv::I420Scale(oy, q.w, ou, q.w / 2, ov, q.w / 2, q.w, q.h, sy, dw, su, dw / 2, sv,
+                                  dw / 2, dw, dh, libyuv::kFilterNone);
+                oy = sy, ou = su, ov = sv, os = dw;
+            }
+            const int l = q.dest.left, t = q.dest.top;
+            uint8_t* ty = fy + t * kW + l;
+            uint8_t* tu = fu + (t / 2) * (kW / 2) + l / 2;
+            uint8_t* tv = fv + (t / 2) * (kW / 2) + l / 2;
+            libyuv::I420Blend(oy, os, ou, os / 2, ov, os / 2, ty, kW, tu, kW / 2, tv, kW / 2,
+                              q.alpha.data(), dw, ty, kW, tu, kW / 2, tv, kW / 2, dw & ~1, dh & ~1);
+        }
+    };
+    Time(state, std::string("Flatten/") + kind + "/" + tarn::FormName(form) + "/1920x1080", "peer",
+         body);
+}
+#endif
+
+// The masked kernel alone, without Flatten's calls around it.
+void KernelOurs(benchmark::State& state, tarn::SimdForm form) {
+    tarn::ScopedKernelChoice choice(tarn::g_cpuFeatures, form);
+    auto target = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 1);
+    const auto overlay = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 2);
+    const auto mask = tarn::bench::RandomFrame(size_t(kW) * kH, 3);
+    const VedRect r{0, 0, kW, kH};
+    Time(state, std::string("BlendMaskedPlanar/") + tarn::FormName(form) + "/1920x1080", "ours", [&] {
+        tarn::BlendMaskedPlanar(target.data(), overlay.data(), mask.data(), kW, kH, kW, kH, &r, &r, true);
+    });
+}
+
+#if defined(TARN_HAVE_PEER)
+void KernelPeer(benchmark::State& state, tarn::SimdForm form) {
+    auto target = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 1);
+    const auto overlay = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 2);
+    const auto mask = tarn::bench::RandomFrame(size_t(kW) * kH, 3);
+    uint8_t* ty = target.data();
+    uint8_t* tu = ty + kW * kH;
+    uint8_t* tv = tu + kW * kH / 4;
+    const uint8_t* oy = overlay.data();
+    const uint8_t* ou = oy + kW * kH;
+    const uint8_t* ov = ou + kW * kH / 4;
+    Time(state, std::string("BlendMaskedPlanar/") + tarn::FormName(form) + "/1920x1080", "peer", [&] {
+        libyuv::I420Blend(oy, kW, ou, kW / 2, ov, kW / 2, ty, kW, tu, kW / 2, tv, kW / 2, mask.data(), kW,
+                          ty, kW, tu, kW / 2, tv, kW / 2, kW, kH);
+    });
+}
+#endif
+
+const bool registered = [] {
+    for (tarn::SimdForm form : {tarn::SimdForm::Avx2, tarn::SimdForm::Sse2}) {
+        if (form > tarn::HostSimdForm()) continue;
+        const std::string name = std::string("BlendMaskedPlanar/") + tarn::FormName(form) + "/1920x1080";
+        benchmark::RegisterBenchmark((name + "/ours").c_str(), [form](benchmark::State& s) { KernelOurs(s, form); })
+            ->Unit(benchmark::kMillisecond);
+#if defined(TARN_HAVE_PEER)
+        benchmark::RegisterBenchmark((name + "/peer").c_str(), [form](benchmark::State& s) { KernelPeer(s, form); })
+            ->Unit(benchmark::kMillisecond);
+#endif
+    }
+    static const char* kinds[] = {"masked", "keyed128", "16x320x180", "stretched"};
+    for (const char* kind : kinds)
+        for (tarn::SimdForm form : {tarn::SimdForm::Avx2, tarn::SimdForm::Sse2}) {
+            if (form > tarn::HostSimdForm()) continue;
+            const std::string name = std::string("Flatten/") + kind + "/" + tarn::FormName(form) + "/1920x1080";
+            benchmark::RegisterBenchmark((name + "/ours").c_str(),
+                                         [kind, form](benchmark::State& s) { Ours(s, kind, form); })
+                ->Unit(benchmark::kMillisecond);
+#if defined(TARN_HAVE_PEER)
+            benchmark::RegisterBenchmark((name + "/peer").c_str(),
+                                         [kind, form](benchmark::State& s) { Peer(s, kind, form); })
+                ->Unit(benchmark::kMillisecond);
+#endif
+        }
+    return true;
+}();
+
+}  // namespace
+
+TARN_BENCH_MAIN()
