@@ -2,12 +2,13 @@
 // one run: planar bilinear and nearest to 1280x720, 4-byte bilinear to
 // 1280x720, 4-byte box to 960x540, planar area shrink to 1280x720.
 // Run: configure with -DTARN_BUILD_BENCH=ON, build tarn_bench_scale, then
-// ./bench/tarn_bench_scale
+// ./bench/tarn_bench_scale (argument /0 /1 /2: plain, SSE2, AVX2 form)
 #include <chrono>
 #include <string>
 #include <vector>
 
 #include "bench_support.h"
+#include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
 #include "scale/scale.h"
 
@@ -19,15 +20,40 @@ namespace {
 
 constexpr int kW = 1920, kH = 1080;
 
+// Our cases run once per form the machine has; the peer's time is filed
+// under the key of every form so that each gets a ratio.
+const tarn::SimdForm kForms[] = {tarn::SimdForm::Plain, tarn::SimdForm::Sse2, tarn::SimdForm::Avx2};
+
+std::string Key(const char* family, tarn::SimdForm form, int w, int h) {
+    return std::string(family) + "/" + tarn::FormName(form) + "/" + std::to_string(w) + "x" + std::to_string(h);
+}
+
 template <class Body>
-void Time(benchmark::State& state, const std::string& key, const char* who, Body body) {
+double Seconds(benchmark::State& state, Body body) {
     const auto start = std::chrono::steady_clock::now();
     for (auto _ : state) {
         body();
         benchmark::ClobberMemory();
     }
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    tarn::bench::RecordTime(key, who, state, seconds / double(state.iterations()));
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() /
+           double(state.iterations());
+}
+
+template <class Body>
+void Ours(benchmark::State& state, const char* family, int w, int h, Body body) {
+    const tarn::SimdForm form = kForms[state.range(0)];
+    if (tarn::HostSimdForm() < form) {
+        state.SkipWithError("form not available");
+        return;
+    }
+    tarn::ScopedKernelChoice choice(tarn::g_cpuFeatures, form);
+    tarn::bench::RecordTime(Key(family, form, w, h), "ours", state, Seconds(state, body));
+}
+
+template <class Body>
+void Peer(benchmark::State& state, const char* family, int w, int h, Body body) {
+    const double s = Seconds(state, body);
+    for (tarn::SimdForm form : kForms) tarn::bench::RecordTime(Key(family, form, w, h), "peer", state, s);
 }
 
 struct Planar {
@@ -39,14 +65,9 @@ struct Planar {
           v(tarn::bench::RandomFrame(size_t(w_ / 2) * (h_ / 2), seed + 2)) {}
 };
 
-std::string Key(const char* family, int w, int h) {
-    return std::string(family) + "/" + tarn::FormName(tarn::ActiveSimdForm()) + "/" + std::to_string(w) + "x" +
-           std::to_string(h);
-}
-
 void PlanarOurs(benchmark::State& state, uint32_t mode, const char* family, int dw, int dh) {
     Planar s(kW, kH, 1), d(dw, dh, 9);
-    Time(state, Key(family, dw, dh), "ours", [&] {
+    Ours(state, family, dw, dh, [&] {
         tarn::ScalePlanar(s.y.data(), s.u.data(), s.v.data(), kW, kH, kW, d.y.data(), d.u.data(), d.v.data(), dw,
                           dh, dw, mode);
     });
@@ -55,7 +76,7 @@ void PlanarOurs(benchmark::State& state, uint32_t mode, const char* family, int 
 void ArgbOurs(benchmark::State& state, uint32_t mode, const char* family, int dw, int dh) {
     auto s = tarn::bench::RandomFrame(size_t(kW) * kH * 4, 3);
     auto d = tarn::bench::RandomFrame(size_t(dw) * dh * 4, 4);
-    Time(state, Key(family, dw, dh), "ours", [&] {
+    Ours(state, family, dw, dh, [&] {
         tarn::ScaleImage(d.data(), dw, dh, dw * 4, 4, s.data(), kW, kH, kW * 4, 4, 0.0, double(kW) / dw, 0.0,
                          double(kH) / dh, mode, nullptr);
     });
@@ -66,16 +87,16 @@ void BM_PlanarNearest(benchmark::State& st) { PlanarOurs(st, 0, "planar_nearest"
 void BM_PlanarArea(benchmark::State& st) { PlanarOurs(st, 6, "planar_area", 1280, 720); }
 void BM_ArgbBilinear(benchmark::State& st) { ArgbOurs(st, 1, "argb_bilinear", 1280, 720); }
 void BM_ArgbBox(benchmark::State& st) { ArgbOurs(st, 3, "argb_box", 960, 540); }
-BENCHMARK(BM_PlanarBilinear)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_PlanarNearest)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_PlanarArea)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_ArgbBilinear)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_ArgbBox)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PlanarBilinear)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PlanarNearest)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PlanarArea)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ArgbBilinear)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ArgbBox)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
 #if defined(TARN_HAVE_PEER)
 void PlanarPeer(benchmark::State& state, libyuv::FilterMode filter, const char* family, int dw, int dh) {
     Planar s(kW, kH, 1), d(dw, dh, 9);
-    Time(state, Key(family, dw, dh), "peer", [&] {
+    Peer(state, family, dw, dh, [&] {
         libyuv::I420Scale(s.y.data(), kW, s.u.data(), kW / 2, s.v.data(), kW / 2, kW, kH, d.y.data(), dw,
                           d.u.data(), dw / 2, d.v.data(), dw / 2, dw, dh, filter);
     });
@@ -84,7 +105,7 @@ void PlanarPeer(benchmark::State& state, libyuv::FilterMode filter, const char* 
 void ArgbPeer(benchmark::State& state, libyuv::FilterMode filter, const char* family, int dw, int dh) {
     auto s = tarn::bench::RandomFrame(size_t(kW) * kH * 4, 3);
     auto d = tarn::bench::RandomFrame(size_t(dw) * dh * 4, 4);
-    Time(state, Key(family, dw, dh), "peer", [&] {
+    Peer(state, family, dw, dh, [&] {
         libyuv::ARGBScale(s.data(), kW * 4, kW, kH, d.data(), dw * 4, dw, dh, filter);
     });
 }

@@ -3,11 +3,14 @@
 // the source rows; a row that a target row's lower edge cuts is split
 // between the two target rows. Values named float are rounded to single
 // precision where they are stored, and that rounding is part of the result.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
 
 #include "scale/planar_scale.h"
+
+#include "convert/kernel_forms.h"
 
 namespace tarn {
 namespace {
@@ -49,20 +52,106 @@ bool AreaShrink(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32
                           list.data(), uint32_t(list.size()), current.data(), carry.data());
 }
 
+// The list of a single-channel shrink as a dense table: for each target
+// column its records in list order, padded to the same number with weight 0
+// (adding the +0 product leaves a sum of non-negative values unchanged).
+struct DenseArea {
+    uint32_t perColumn = 0, wide = 0;
+    std::vector<int32_t> index;  // [record][column]
+    std::vector<float> weight;
+};
+
+DenseArea Densify(const AreaCoefficient* list, uint32_t count, uint32_t width, uint32_t srcWidth) {
+    DenseArea d;
+    std::vector<uint32_t> n(width, 0);
+    for (uint32_t i = 0; i < count; ++i) d.perColumn = std::max(d.perColumn, ++n[list[i].targetIndex]);
+    d.index.assign(size_t(d.perColumn) * width, 0);
+    d.weight.assign(size_t(d.perColumn) * width, 0.0f);
+    std::fill(n.begin(), n.end(), 0);
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t x = list[i].targetIndex, r = n[x]++;
+        d.index[size_t(r) * width + x] = int32_t(list[i].sourceOffset);
+        d.weight[size_t(r) * width + x] = list[i].weight;
+    }
+    for (uint32_t x = 0; x < width; ++x)
+        for (uint32_t r = n[x]; r < d.perColumn; ++r) d.index[size_t(r) * width + x] = d.index[x];
+    // Columns whose samples all have 3 more bytes after them in the row.
+    d.wide = width;
+    for (uint32_t r = 0; r < d.perColumn; ++r) {
+        uint32_t k = 0;
+        while (k < d.wide && d.index[size_t(r) * width + k] + 3 < int32_t(srcWidth)) ++k;
+        d.wide = k;
+    }
+    return d;
+}
+
+// A target row ends on a source row boundary: both sums go out, rounded.
+void EmitRow(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total) {
+    for (uint32_t i = 0; i < total; ++i) {
+        out[i] = ByteOf(current[i] + carry[i] + 0.5);
+        current[i] = carry[i] = 0;
+    }
+}
+
+// A target row ends inside a source row: the part 1 - f of that row goes
+// out with it, the part f opens the next target row.
+void EmitSplitRow(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total, float f) {
+    const float g = static_cast<float>(1.0 - f);
+    for (uint32_t i = 0; i < total; ++i) {
+        out[i] = ByteOf(current[i] * g + carry[i] + 0.5);
+        carry[i] = current[i] * f;
+        current[i] = 0;
+    }
+}
+
+void CarryRow(float* __restrict current, float* __restrict carry, uint32_t total) {
+    for (uint32_t i = 0; i < total; ++i) {
+        carry[i] += current[i];
+        current[i] = 0;
+    }
+}
+
+AreaGrayRowFn PickAreaGrayRow() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<AreaGrayRowFn> t[] = {{SimdForm::Avx2, AreaGrayRowAvx2}, {SimdForm::Plain, AreaGrayRow}};
+    return PickForm(t);
+#else
+    return AreaGrayRow;
+#endif
+}
+
 }  // namespace
 
-bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t /*srcWidth*/, uint32_t srcHeight,
+void AreaGrayRow(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn, uint32_t width,
+                 uint32_t /*wide*/, float* current) {
+    for (uint32_t x = 0; x < width; ++x) {
+        float v = current[x];
+        for (uint32_t r = 0; r < perColumn; ++r) v += row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x];
+        current[x] = v;
+    }
+}
+
+bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, uint32_t srcHeight,
                     uint8_t*& dst, int32_t dstStride, uint32_t dstWidth, uint32_t dstHeight, uint32_t c,
                     const AreaCoefficient* list, uint32_t count, float* current, float* carry) {
     const float ry = static_cast<float>(double(srcHeight) / double(dstHeight));
     const uint32_t total = dstWidth * c;
+    // Records of one target column touch only its own accumulators, in list
+    // order; the single-channel sweep runs from a dense table of them.
+    const bool dense = c == 1;
+    const DenseArea table = dense ? Densify(list, count, dstWidth, srcWidth) : DenseArea{};
+    const AreaGrayRowFn grayRow = PickAreaGrayRow();
     uint32_t t = 1;
     for (uint32_t y = 0; y < srcHeight; ++y) {
         const uint8_t* row = src + intptr_t(y) * srcStride;
-        for (uint32_t i = 0; i < count; ++i) {
-            const AreaCoefficient& k = list[i];
-            for (uint32_t ch = 0; ch < c; ++ch)
-                current[k.targetIndex + ch] += row[k.sourceOffset + ch] * k.weight;
+        if (dense) {
+            grayRow(row, table.index.data(), table.weight.data(), table.perColumn, dstWidth, table.wide, current);
+        } else {
+            for (uint32_t i = 0; i < count; ++i) {
+                const AreaCoefficient& k = list[i];
+                for (uint32_t ch = 0; ch < c; ++ch)
+                    current[k.targetIndex + ch] += row[k.sourceOffset + ch] * k.weight;
+            }
         }
         const double boundary = double(t) * ry;
         const float next = static_cast<float>(y + 1);
@@ -71,26 +160,12 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t /*srcWidth*/
         if (next >= boundary || y + 1 == srcHeight) {
             float f = static_cast<float>(next - boundary);
             if (!(f > 0)) f = 0;
-            if (std::fabs(f) < 0.001) {
-                for (uint32_t i = 0; i < total; ++i) {
-                    dst[i] = ByteOf(current[i] + carry[i] + 0.5);
-                    current[i] = carry[i] = 0;
-                }
-            } else {
-                const float g = static_cast<float>(1.0 - f);
-                for (uint32_t i = 0; i < total; ++i) {
-                    dst[i] = ByteOf(current[i] * g + carry[i] + 0.5);
-                    carry[i] = current[i] * f;
-                    current[i] = 0;
-                }
-            }
+            if (std::fabs(f) < 0.001) EmitRow(dst, current, carry, total);
+            else EmitSplitRow(dst, current, carry, total, f);
             dst += dstStride;
             ++t;
         } else {
-            for (uint32_t i = 0; i < total; ++i) {
-                carry[i] += current[i];
-                current[i] = 0;
-            }
+            CarryRow(current, carry, total);
         }
     }
     return true;

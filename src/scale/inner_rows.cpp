@@ -80,20 +80,14 @@ InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
 
 GrayInnerFn PickGrayInnerRow() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<GrayInnerFn> t[] = {{SimdForm::Avx2, GrayInnerRowAvx2}, {SimdForm::Plain, GrayInnerRow}};
+    static const FormEntry<GrayInnerFn> t[] = {{SimdForm::Sse2, GrayInnerRowSse2}, {SimdForm::Plain, GrayInnerRow}};
     return PickForm(t);
 #else
     return GrayInnerRow;
 #endif
 }
 
-GrayGatherFn PickGrayGatherRow() {
-#if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<GrayGatherFn> t[] = {{SimdForm::Avx2, GrayGatherRowAvx2}, {SimdForm::Plain, GrayGatherRow}};
-    return PickForm(t);
-#else
-    return GrayGatherRow;
-#endif
-}
+// A vector gather is slower than the plain loop on the processors we run on.
+GrayGatherFn PickGrayGatherRow() { return GrayGatherRow; }
 
 }  // namespace tarn

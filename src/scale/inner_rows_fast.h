@@ -12,9 +12,8 @@ void InnerRow34Sse2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, 
 void InnerRow43Sse2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 void InnerRow44Sse2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 void InnerRow44Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-void GrayInnerRowAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
+void GrayInnerRowSse2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
                       uint32_t len, int32_t below, uint32_t rw, uint32_t wide);
-void GrayGatherRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len, uint32_t wide);
 #endif
 
 }  // namespace tarn

@@ -74,7 +74,6 @@ TEST(FastForms, InnerRowsMatchPlain) {
 }
 
 TEST(FastForms, GrayRowsMatchPlain) {
-    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     RandomRows r;
     for (uint32_t len : kLens)
         for (uint32_t width : {5u, 13u, 40u, 97u}) {
@@ -88,11 +87,8 @@ TEST(FastForms, GrayRowsMatchPlain) {
             const uint32_t rw = (r.Next() & 255) * 0x01010101u;
             std::vector<uint8_t> a(len + 8, 0x5A), b(len + 8, 0x5A);
             GrayInnerRow(a.data(), src.data(), block.data(), offsets.data(), len, stride, rw, wide);
-            GrayInnerRowAvx2(b.data(), src.data(), block.data(), offsets.data(), len, stride, rw, wide);
+            GrayInnerRowSse2(b.data(), src.data(), block.data(), offsets.data(), len, stride, rw, wide);
             ASSERT_EQ(a, b) << "inner len " << len << " width " << width;
-            GrayGatherRow(a.data(), src.data(), offsets.data(), len, wide);
-            GrayGatherRowAvx2(b.data(), src.data(), offsets.data(), len, wide);
-            ASSERT_EQ(a, b) << "gather len " << len << " width " << width;
         }
 }
 TEST(FastForms, BoxRowsMatchPlain) {
