@@ -150,7 +150,7 @@ void RunDemo(const DemoOptions& options) {
     for (int i = 0; i < 4; ++i)
         Paint(logo.get(), 4 + 64 * (i % 2), 4 + 64 * (i / 2), 60 + 64 * (i % 2), 60 + 64 * (i / 2), kTiles[i]);
     PrepareOverlay(logo.get(), {0, 0, 128, 128}, {1096, 520, 1224, 648}, 0, 0x000000);
-    clock.Report("overlays", "box alpha 96, title with alpha mask, inset 64x48 to 256x192, logo keyed on black");
+    clock.Report("overlays", "box alpha 96, title with alpha, inset stretched x4, logo keyed");
 
     for (ITarnSurface* overlay : {box.get(), title.get(), inset.get(), logo.get()})
         Check(frame->AddOverlay(overlay), "AddOverlay");

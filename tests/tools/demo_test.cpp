@@ -1,0 +1,56 @@
+// The demo writes its three pictures, and what is in them is where the scene
+// puts it: letterbox bands, a logo keyed on black, white title text.
+#include "demo.h"
+#include "png_io.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <random>
+
+namespace tarnsurf {
+namespace {
+
+namespace fs = std::filesystem;
+
+const uint8_t* Pixel(const Image& image, int x, int y) { return image.Row(y) + 3 * x; }
+
+TEST(Demo, WritesTheSceneAndBothFittedSizes) {
+    const fs::path dir = fs::temp_directory_path() / ("tarnsurf-demo-" + std::to_string(std::random_device()()));
+    DemoOptions options;
+    options.outDir = (dir / "made" / "here").string();  // made when missing
+    RunDemo(options);
+
+    const Image scene = ReadPng((dir / "made/here/tarnsurf-demo-1280x720.png").string());
+    const Image large = ReadPng((dir / "made/here/tarnsurf-demo-1920x1080.png").string());
+    const Image small = ReadPng((dir / "made/here/tarnsurf-demo-640x480.png").string());
+    fs::remove_all(dir);
+    ASSERT_EQ(scene.width, 1280);
+    ASSERT_EQ(scene.height, 720);
+    ASSERT_EQ(large.width, 1920);
+    ASSERT_EQ(large.height, 1080);
+    ASSERT_EQ(small.width, 640);
+    ASSERT_EQ(small.height, 480);
+
+    // 16:9 into 4:3: black bands of 60 rows above and below, picture between.
+    for (int y : {0, 59, 420, 479})
+        for (int c = 0; c < 3; ++c) EXPECT_LE(Pixel(small, 320, y)[c], 1) << "row " << y;
+    EXPECT_GT(Pixel(small, 320, 240)[1], 100);
+
+    // The logo's black gap between its tiles shows the grey ramp behind it,
+    // and its red tile is red.
+    const uint8_t* gap = Pixel(scene, 1096 + 63, 520 + 30);
+    EXPECT_GT(gap[0], 150);
+    EXPECT_NEAR(gap[0], gap[2], 6);
+    const uint8_t* tile = Pixel(scene, 1096 + 30, 520 + 30);
+    EXPECT_GT(tile[0], 180);
+    EXPECT_LT(tile[1], 100);
+    EXPECT_LT(tile[2], 100);
+    // The top bar of the title's T is white through its alpha mask.
+    for (int c = 0; c < 3; ++c) EXPECT_GT(Pixel(scene, 368 + 8 + 4, 56 + 4 + 4)[c], 225);
+    // The first colour bar outside every overlay stays 75% grey.
+    for (int c = 0; c < 3; ++c) EXPECT_NEAR(Pixel(scene, 20, 300)[c], 191, 3);
+}
+
+}  // namespace
+}  // namespace tarnsurf
