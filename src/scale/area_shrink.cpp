@@ -56,12 +56,12 @@ bool AreaShrink(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32
 // column its records in list order, padded to the same number with weight 0
 // (adding the +0 product leaves a sum of non-negative values unchanged).
 struct DenseArea {
-    uint32_t perColumn = 0, wide = 0;
+    uint32_t perColumn = 0;
     std::vector<int32_t> index;  // [record][column]
     std::vector<float> weight;
 };
 
-DenseArea Densify(const AreaCoefficient* list, uint32_t count, uint32_t width, uint32_t srcWidth) {
+DenseArea Densify(const AreaCoefficient* list, uint32_t count, uint32_t width) {
     DenseArea d;
     std::vector<uint32_t> n(width, 0);
     for (uint32_t i = 0; i < count; ++i) d.perColumn = std::max(d.perColumn, ++n[list[i].targetIndex]);
@@ -75,13 +75,6 @@ DenseArea Densify(const AreaCoefficient* list, uint32_t count, uint32_t width, u
     }
     for (uint32_t x = 0; x < width; ++x)
         for (uint32_t r = n[x]; r < d.perColumn; ++r) d.index[size_t(r) * width + x] = d.index[x];
-    // Columns whose samples all have 3 more bytes after them in the row.
-    d.wide = width;
-    for (uint32_t r = 0; r < d.perColumn; ++r) {
-        uint32_t k = 0;
-        while (k < d.wide && d.index[size_t(r) * width + k] + 3 < int32_t(srcWidth)) ++k;
-        d.wide = k;
-    }
     return d;
 }
 
@@ -122,8 +115,8 @@ AreaGrayRowFn PickAreaGrayRow() {
 
 }  // namespace
 
-void AreaGrayRow(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn, uint32_t width,
-                 uint32_t /*wide*/, float* current) {
+void AreaGrayRow(const uint8_t* row, uint32_t /*srcWidth*/, const int32_t* index, const float* weight,
+                 uint32_t perColumn, uint32_t width, float* /*scratch*/, float* current) {
     for (uint32_t x = 0; x < width; ++x) {
         float v = current[x];
         for (uint32_t r = 0; r < perColumn; ++r) v += row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x];
@@ -139,13 +132,15 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
     // Records of one target column touch only its own accumulators, in list
     // order; the single-channel sweep runs from a dense table of them.
     const bool dense = c == 1;
-    const DenseArea table = dense ? Densify(list, count, dstWidth, srcWidth) : DenseArea{};
+    const DenseArea table = dense ? Densify(list, count, dstWidth) : DenseArea{};
     const AreaGrayRowFn grayRow = PickAreaGrayRow();
+    std::vector<float> scratch(dense ? srcWidth + 16 : 0, 0.0f);
     uint32_t t = 1;
     for (uint32_t y = 0; y < srcHeight; ++y) {
         const uint8_t* row = src + intptr_t(y) * srcStride;
         if (dense) {
-            grayRow(row, table.index.data(), table.weight.data(), table.perColumn, dstWidth, table.wide, current);
+            grayRow(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth, scratch.data(),
+                    current);
         } else {
             for (uint32_t i = 0; i < count; ++i) {
                 const AreaCoefficient& k = list[i];

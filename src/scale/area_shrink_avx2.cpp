@@ -1,39 +1,58 @@
-// Single-channel area shrink, AVX2 form of one source row's sweep: eight
-// target columns at a time, each column's records added in list order with
-// separate multiplies and adds (no fused form), so every float rounding is
-// that of the plain form. Samples are gathered 4 bytes at a time inside
-// `wide`; the rest goes to the plain form.
+// Single-channel area shrink, AVX2 form of one source row's sweep. The row
+// is widened to floats once; eight target columns at a time then pick their
+// samples out of a 16-float window by two permutes and a blend (exact
+// copies), and add each column's records in list order with separate
+// multiplies and adds, so every rounding is that of the plain form. Blocks
+// whose samples spread wider than the window go column by column.
 #include <immintrin.h>
 
 #include "scale/planar_scale.h"
 
 namespace tarn {
+namespace {
 
-void AreaGrayRowAvx2(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn,
-                     uint32_t width, uint32_t wide, float* current) {
-    const uint32_t fast = (wide < width ? wide : width) & ~7u;
-    const __m256i lowByte = _mm256_set1_epi32(0xFF);
-    const int* base = reinterpret_cast<const int*>(row);
+void Column(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn, uint32_t width,
+            uint32_t x, float* current) {
+    float v = current[x];
+    for (uint32_t r = 0; r < perColumn; ++r) v += row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x];
+    current[x] = v;
+}
+
+}  // namespace
+
+void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
+                     uint32_t perColumn, uint32_t width, float* scratch, float* current) {
+    uint32_t i = 0;
+    for (; i + 8 <= srcWidth; i += 8)
+        _mm256_storeu_ps(scratch + i, _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(
+                                          _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + i)))));
+    for (; i < srcWidth; ++i) scratch[i] = row[i];
+    const __m256i eight = _mm256_set1_epi32(8);
+    const __m256i seven = _mm256_set1_epi32(7);
+    const uint32_t fast = width & ~7u;
     for (uint32_t x = 0; x < fast; x += 8) {
+        const int32_t base = index[x];
+        bool fits = true;
+        for (uint32_t r = 0; r < perColumn; ++r) fits &= index[size_t(r) * width + x + 7] - base < 16;
+        if (!fits) {
+            for (uint32_t k = x; k < x + 8; ++k) Column(row, index, weight, perColumn, width, k, current);
+            continue;
+        }
+        const __m256 lo = _mm256_loadu_ps(scratch + base);
+        const __m256 hi = _mm256_loadu_ps(scratch + base + 8);
+        const __m256i b = _mm256_set1_epi32(base);
         __m256 v = _mm256_loadu_ps(current + x);
         for (uint32_t r = 0; r < perColumn; ++r) {
             const size_t at = size_t(r) * width + x;
-            const __m256i idx = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(index + at));
-            const __m256i s = _mm256_and_si256(_mm256_i32gather_epi32(base, idx, 1), lowByte);
-            v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_cvtepi32_ps(s), _mm256_loadu_ps(weight + at)));
+            const __m256i rel = _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(index + at)), b);
+            const __m256 pick = _mm256_blendv_ps(_mm256_permutevar8x32_ps(lo, rel),
+                                                 _mm256_permutevar8x32_ps(hi, _mm256_sub_epi32(rel, eight)),
+                                                 _mm256_castsi256_ps(_mm256_cmpgt_epi32(rel, seven)));
+            v = _mm256_add_ps(v, _mm256_mul_ps(pick, _mm256_loadu_ps(weight + at)));
         }
         _mm256_storeu_ps(current + x, v);
     }
-    if (fast < width) {
-        // The plain form indexes its table by the full width, so it is run
-        // column by column on the remainder.
-        for (uint32_t x = fast; x < width; ++x) {
-            float v = current[x];
-            for (uint32_t r = 0; r < perColumn; ++r)
-                v += row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x];
-            current[x] = v;
-        }
-    }
+    for (uint32_t x = fast; x < width; ++x) Column(row, index, weight, perColumn, width, x, current);
 }
 
 }  // namespace tarn

@@ -40,15 +40,14 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
 
 // One source row of a single-channel area shrink: for each target column x,
 // current[x] += row[index[r][x]] * weight[r][x] for r in order, rounding to
-// float at each step. `wide` counts the leading columns whose samples have 3
-// more bytes after them in the row (a fast form may read 4 at once).
-using AreaGrayRowFn = void (*)(const uint8_t* row, const int32_t* index, const float* weight,
-                               uint32_t perColumn, uint32_t width, uint32_t wide, float* current);
-void AreaGrayRow(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn,
-                 uint32_t width, uint32_t wide, float* current);
+// float at each step. `scratch` holds srcWidth + 16 floats for a fast form.
+using AreaGrayRowFn = void (*)(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
+                               uint32_t perColumn, uint32_t width, float* scratch, float* current);
+void AreaGrayRow(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
+                 uint32_t perColumn, uint32_t width, float* scratch, float* current);
 #if defined(TARN_HAVE_X86_SIMD)
-void AreaGrayRowAvx2(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn,
-                     uint32_t width, uint32_t wide, float* current);
+void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
+                     uint32_t perColumn, uint32_t width, float* scratch, float* current);
 #endif
 
 }  // namespace tarn
