@@ -163,6 +163,32 @@ TEST(Driver, ZeroSizesAndUnknownPairsWriteNothing) {
     for (uint8_t b : d4.data) ASSERT_EQ(b, test::kCanary);
 }
 
+TEST(Driver24To24, FieldPairsReadEvenAndOddRows) {
+    // Rows doubled in mode 5: pairs at p = -0.25, 0.25, 0.75 read source rows
+    // 0 and 1 with weights 0, 64, 191; the second row of a pair blends the
+    // odd row with the even row below it. The last pair is the bottom band.
+    Image src(4, 4, 3), dst(4, 8, 3);
+    const uint8_t rows[4] = {0, 100, 200, 40};
+    for (uint32_t y = 0; y < 4; ++y) src.SetRow(y, {rows[y], rows[y], rows[y], rows[y]});
+    test::Scale(dst, src, 5);
+    const uint8_t expect[8] = {0, 100, 25, 125, 74, 174, 200, 40};
+    for (uint32_t y = 0; y < 8; ++y)
+        for (uint32_t x = 0; x < 4; ++x) EXPECT_EQ(dst.at(x, y)[2], expect[y]) << x << "," << y;
+}
+
+TEST(Driver, BoxNeedsBothStepsAtTwo) {
+    // Mode 3 with steps 4 and 1.5 runs as mode 1; mode 4 as mode 2.
+    Image src(16, 6, 4), box(4, 4, 4), bilinear(4, 4, 4);
+    for (uint32_t y = 0; y < 6; ++y)
+        for (uint32_t x = 0; x < 16; ++x) src.Set(x, y, uint8_t(x * 13 + y * 31));
+    test::Scale(box, src, 3);
+    test::Scale(bilinear, src, 1);
+    EXPECT_EQ(box.data, bilinear.data);
+    test::Scale(box, src, 4);
+    test::Scale(bilinear, src, 2);
+    EXPECT_EQ(box.data, bilinear.data);
+}
+
 TEST(ScaleGray, TrailingPixelsTakeWeightsFromTheBlock) {
     // 4 to 8 columns at step 0.5: the middle band is columns 1..6, a run of
     // 6. Its last two pixels (j = 4, 5) read the weight bytes at 4 * j past
