@@ -2,6 +2,7 @@
 // but the first and last is smoothed with its neighbours (F below); luma takes
 // F, and the chroma of a row pair averages the F of its two rows, so that four
 // or more source rows meet in one chroma sample. Heights below 4 write nothing.
+#include <algorithm>
 #include <vector>
 
 #include "convert/conversion_kernels.h"
@@ -48,7 +49,7 @@ void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_
     const size_t n = pairs * 4;
 
     const size_t cap = n + 64;
-    std::vector<uint8_t> work(cap * 14);
+    std::vector<uint8_t> work(cap * 16);
     const auto row = [&](int i) { return work.data() + cap * size_t(i); };
     for (int32_t k = 0; k <= lastPair; ++k) {
         // An odd width makes each later pair start one pixel further left in
@@ -61,71 +62,80 @@ void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_
             if (r < 0 || r > 2 * lastPair + 1) continue;
             s[i] = srcSpan.Fetch(Offset(srcBase, r * step + shift * 2), n, row(i));
         }
-        // F of rows 2k and 2k + 1: body columns with the tier's average,
-        // remainder columns rounding.
-        const uint8_t* fb[2];
-        const uint8_t* fr[2];
-        for (int i = 0; i < 2; ++i) {
-            if (i == 0 ? first : last) {
-                fb[i] = fr[i] = s[1 + i];
-                continue;
-            }
-            uint8_t* out = row(4 + i);
-            f.smooth(out, s[i], s[i + 2], s[i + 1], n);
-            fr[i] = out;
-            fb[i] = out;
-            if (trunc) {
-                uint8_t* t = row(6 + i);
-                SmoothTruncRow(t, s[i], s[i + 2], s[i + 1], nb);
-                fb[i] = t;
-            }
-        }
-        // Packed rows whose luma bytes give the two luma rows and whose chroma
-        // bytes give the chroma row.
-        uint8_t* a0 = row(8);
-        uint8_t* a1 = row(9);
-        uint8_t* ac = row(10);
-        std::memcpy(a0, fb[0], nb);
-        std::memcpy(a1, fb[1], nb);
-        if (trunc)
-            TruncAvgRow(ac, fb[0], fb[1], nb);
-        else
-            f.average(ac, fb[0], fb[1], nb);
-        const size_t rest = n - nb;
-        if (body == Body::Plain || first) {
-            // Pair 0 of the remainder columns agrees with the plain rule.
-            std::memcpy(a0 + nb, fr[0] + nb, rest);
-            std::memcpy(a1 + nb, fr[1] + nb, rest);
-            f.average(ac + nb, fr[0] + nb, fr[1] + nb, rest);
-        } else if (!last) {
-            // Middle pairs of the remainder take row 2k + 1 for both luma rows
-            // and for chroma: the SIMD kernels have always done this.
-            std::memcpy(a0 + nb, fr[1] + nb, rest);
-            std::memcpy(a1 + nb, fr[1] + nb, rest);
-            std::memcpy(ac + nb, fr[1] + nb, rest);
-        } else {
-            // The last pair of the remainder starts from source row 2k - 1 as
-            // stored, one row above its own.
-            std::memcpy(a0 + nb, s[0] + nb, rest);
-            std::memcpy(a1 + nb, fr[0] + nb, rest);
-            f.average(ac + nb, s[0] + nb, fr[0] + nb, rest);
-        }
-
-        uint8_t* spare = row(11);
-        uint8_t* spare2 = row(12);
         const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
         const Addr y1At = Offset(y0At, yStride);
         const Addr uAt = Offset(AddrOf(dstU), ptrdiff_t(k) * uvStride);
         const Addr vAt = Offset(AddrOf(dstV), ptrdiff_t(k) * uvStride);
-        uint8_t* y0 = dstSpan.Target(y0At, 2 * pairs, row(13));
-        f.unpackYuy2(y0, spare, spare2, a0, pairs);
-        dstSpan.Store(y0At, y0, 2 * pairs);
-        uint8_t* y1 = dstSpan.Target(y1At, 2 * pairs, row(13));
-        f.unpackYuy2(y1, spare, spare2, a1, pairs);
-        dstSpan.Store(y1At, y1, 2 * pairs);
+        uint8_t* y0 = dstSpan.Target(y0At, 2 * pairs, row(11));
+        uint8_t* y1 = dstSpan.Target(y1At, 2 * pairs, row(12));
         uint8_t* u = dstSpan.Target(uAt, pairs, row(13));
         uint8_t* v = dstSpan.Target(vAt, pairs, row(13) + pairs + 16);
-        f.unpackYuy2(spare, u, v, ac, pairs);
+
+        // Rounding body columns (every column of the plain kernel) in one
+        // pass: F of each row, luma from it, chroma r(F0, F1). Stored rows
+        // are given three times.
+        size_t done = 0;
+        if (!trunc) {
+            const Rows3 a = first ? Rows3{s[1], s[1], s[1]} : Rows3{s[0], s[2], s[1]};
+            const Rows3 b = last ? Rows3{s[2], s[2], s[2]} : Rows3{s[1], s[3], s[2]};
+            done = body == Body::Plain ? pairs : nb / 4;
+            f.smoothPairFromYuy2(y0, y1, u, v, a, b, done);
+        }
+        if (done < pairs) {
+            // Working packed rows from byte o on: their luma bytes give the
+            // two luma rows, their chroma bytes the chroma row.
+            const size_t o = 4 * done;
+            const uint8_t* fb[2];
+            const uint8_t* fr[2];
+            for (int i = 0; i < 2; ++i) {
+                if (i == 0 ? first : last) {
+                    fb[i] = fr[i] = s[1 + i];
+                    continue;
+                }
+                uint8_t* out = row(4 + i);
+                f.smooth(out + o, s[i] + o, s[i + 2] + o, s[i + 1] + o, n - o);
+                fr[i] = fb[i] = out;
+                if (trunc) {
+                    uint8_t* t = row(6 + i);
+                    SmoothTruncRow(t, s[i], s[i + 2], s[i + 1], nb);
+                    fb[i] = t;
+                }
+            }
+            uint8_t* a0 = row(8);
+            uint8_t* a1 = row(9);
+            uint8_t* ac = row(10);
+            if (trunc) {  // the MMX body: t() for s() and m() for r()
+                std::memcpy(a0, fb[0], nb);
+                std::memcpy(a1, fb[1], nb);
+                TruncAvgRow(ac, fb[0], fb[1], nb);
+            }
+            const size_t from = std::max(o, nb), rest = n - from;
+            if (first) {
+                // Pair 0 of the remainder columns agrees with the plain rule.
+                std::memcpy(a0 + from, fr[0] + from, rest);
+                std::memcpy(a1 + from, fr[1] + from, rest);
+                f.average(ac + from, fr[0] + from, fr[1] + from, rest);
+            } else if (!last) {
+                // Middle pairs of the remainder take row 2k + 1 for both luma
+                // rows and for chroma: the SIMD kernels have always done this.
+                std::memcpy(a0 + from, fr[1] + from, rest);
+                std::memcpy(a1 + from, fr[1] + from, rest);
+                std::memcpy(ac + from, fr[1] + from, rest);
+            } else {
+                // The last pair of the remainder starts from source row 2k - 1
+                // as stored, one row above its own.
+                std::memcpy(a0 + from, s[0] + from, rest);
+                std::memcpy(a1 + from, fr[0] + from, rest);
+                f.average(ac + from, s[0] + from, fr[0] + from, rest);
+            }
+            uint8_t* spare = row(14);
+            uint8_t* spare2 = row(15);
+            f.unpackYuy2(y0 + 2 * done, spare, spare2, a0 + o, pairs - done);
+            f.unpackYuy2(y1 + 2 * done, spare, spare2, a1 + o, pairs - done);
+            f.unpackYuy2(spare, u + done, v + done, ac + o, pairs - done);
+        }
+        dstSpan.Store(y0At, y0, 2 * pairs);
+        dstSpan.Store(y1At, y1, 2 * pairs);
         dstSpan.Store(uAt, u, pairs);
         dstSpan.Store(vAt, v, pairs);
     }

@@ -48,14 +48,14 @@ void FromYuy2(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src, in
         // An odd width makes each later row start one pixel further left.
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
         const uint8_t* s = srcSpan.Fetch(Offset(srcBase, r * step + shift * 2), n * 2, in);
-        f.unpackYuy2(y, u, v, s, n / 2);
         const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * Bpp);
         uint8_t* out = dstSpan.Target(at, outBytes, outScratch);
         if (Bpp == 4)
-            f.toBgra(out, y, u, v, nb);
+            f.yuy2ToBgra(out, s, nb);
         else
-            f.toBgr(out, y, u, v, nb);
+            f.yuy2ToBgr(out, s, nb);
         if (trailingZero) out[nb * 3] = 0;
+        f.unpackYuy2(y + nb, u + nb / 2, v + nb / 2, s + 2 * nb, (n - nb) / 2);
         for (size_t x = nb; x < n; ++x) {
             const Bgr c = TableForm(y[x], u[x / 2], v[x / 2]);
             out[x * Bpp] = c.b;

@@ -62,47 +62,62 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
             if (r < 0 || r > 2 * lastPair + 1) continue;
             y[i] = srcSpan.Fetch(Offset(AddrOf(srcY), ptrdiff_t(r) * yStride + shift), n, row(i));
         }
-        const uint8_t* luma[2];
-        for (int i = 0; i < 2; ++i) {
-            if (i == 0 ? first : last) {
-                luma[i] = y[1 + i];
-                continue;
-            }
-            uint8_t* out = row(4 + i);
-            const size_t from = trunc ? nb : 0;
-            if (trunc) SmoothTruncRow(out, y[i], y[i + 2], y[i + 1], nb);
-            f.smooth(out + from, y[i] + from, y[i + 2] + from, y[i + 1] + from, n - from);
-            luma[i] = out;
-        }
-        const uint8_t* chroma[2];
+        const uint8_t* c[2][3] = {};
         const uint8_t* planes[2] = {srcU, srcV};
-        for (int p = 0; p < 2; ++p) {
-            const uint8_t* c[3] = {};
+        for (int p = 0; p < 2; ++p)
             for (int i = 0; i < 3; ++i) {
                 const int32_t r = k - 1 + i;
                 if (r < 0 || r > lastPair) continue;
-                c[i] = srcSpan.Fetch(Offset(AddrOf(planes[p]), ptrdiff_t(r) * uvStride), pairs,
-                                     row(6 + 3 * p + i));
+                c[p][i] = srcSpan.Fetch(Offset(AddrOf(planes[p]), ptrdiff_t(r) * uvStride), pairs,
+                                        row(6 + 3 * p + i));
             }
-            uint8_t* out = row(12 + p);
-            const size_t from = trunc ? nbc : 0;
-            if (first || last) {
-                const uint8_t* a = first ? c[1] : c[0];
-                const uint8_t* b = first ? c[2] : c[1];
-                if (trunc) TruncAvgRow(out, a, b, nbc);
-                f.average(out + from, a + from, b + from, pairs - from);
-            } else {
-                if (trunc) SmoothTruncRow(out, c[0], c[2], c[1], nbc);
-                f.smooth(out + from, c[0] + from, c[2] + from, c[1] + from, pairs - from);
-            }
-            chroma[p] = out;
-        }
+        Addr at[2];
+        uint8_t* outs[2];
         for (int i = 0; i < 2; ++i) {
-            const Addr at = Offset(dstBase, ptrdiff_t(2 * k + i) * step + shift * 2);
-            uint8_t* out = dstSpan.Target(at, 2 * n, row(14 + i));
-            f.packYuy2(out, luma[i], chroma[0], chroma[1], pairs);
-            dstSpan.Store(at, out, 2 * n);
+            at[i] = Offset(dstBase, ptrdiff_t(2 * k + i) * step + shift * 2);
+            outs[i] = dstSpan.Target(at[i], 2 * n, row(14 + i));
         }
+        if (!trunc) {
+            // Rounding everywhere: one pass per row pair. Stored rows are
+            // given three times, and the end pairs' r(a, b) is s(a, a, b).
+            Rows3 ly[2], lc[2];
+            for (int i = 0; i < 2; ++i)
+                ly[i] = (i == 0 ? first : last) ? Rows3{y[1 + i], y[1 + i], y[1 + i]}
+                                                : Rows3{y[i], y[i + 2], y[i + 1]};
+            for (int p = 0; p < 2; ++p)
+                lc[p] = first ? Rows3{c[p][1], c[p][1], c[p][2]}
+                        : last ? Rows3{c[p][0], c[p][0], c[p][1]}
+                               : Rows3{c[p][0], c[p][2], c[p][1]};
+            f.smoothPairToYuy2(outs[0], outs[1], ly[0], ly[1], lc[0], lc[1], pairs);
+        } else {
+            const uint8_t* luma[2];
+            for (int i = 0; i < 2; ++i) {
+                if (i == 0 ? first : last) {
+                    luma[i] = y[1 + i];
+                    continue;
+                }
+                uint8_t* out = row(4 + i);
+                SmoothTruncRow(out, y[i], y[i + 2], y[i + 1], nb);
+                f.smooth(out + nb, y[i] + nb, y[i + 2] + nb, y[i + 1] + nb, n - nb);
+                luma[i] = out;
+            }
+            const uint8_t* chroma[2];
+            for (int p = 0; p < 2; ++p) {
+                uint8_t* out = row(12 + p);
+                if (first || last) {
+                    const uint8_t* a = first ? c[p][1] : c[p][0];
+                    const uint8_t* b = first ? c[p][2] : c[p][1];
+                    TruncAvgRow(out, a, b, nbc);
+                    f.average(out + nbc, a + nbc, b + nbc, pairs - nbc);
+                } else {
+                    SmoothTruncRow(out, c[p][0], c[p][2], c[p][1], nbc);
+                    f.smooth(out + nbc, c[p][0] + nbc, c[p][2] + nbc, c[p][1] + nbc, pairs - nbc);
+                }
+                chroma[p] = out;
+            }
+            for (int i = 0; i < 2; ++i) f.packYuy2(outs[i], luma[i], chroma[0], chroma[1], pairs);
+        }
+        for (int i = 0; i < 2; ++i) dstSpan.Store(at[i], outs[i], 2 * n);
     }
 }
 

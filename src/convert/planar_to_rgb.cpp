@@ -94,14 +94,19 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
     const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
     const bool trunc = body == Body::Mmx;
 
+    // The SSE2 body smooths and converts its block columns in one pass; the
+    // other columns and tiers go through working rows.
+    const bool fused = body == Body::Sse2 && Bpp == 4;
     PairRows w(static_cast<size_t>(width + 16) * 4);
     for (int32_t k = 0; k <= lastPair; ++k) {
         const PairLayout g = LayoutOf(body, width, k);
         const size_t n = static_cast<size_t>(g.pixels), nc = n / 2;
         const size_t nb = static_cast<size_t>(g.blockPixels), nbc = nb / 2;
         const bool first = k == 0, last = k == lastPair;
+        const size_t skip = fused ? nb : 0, skipc = skip / 2;
 
-        // Luma rows 2k - 1 to 2k + 2, each where it is needed.
+        // Luma rows 2k - 1 to 2k + 2 and chroma rows k - 1 to k + 1, each
+        // where it is needed.
         const uint8_t* y[4] = {};
         for (int i = 0; i < 4; ++i) {
             const int32_t r = 2 * k - 1 + i;
@@ -109,48 +114,48 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
             const Addr at = Offset(AddrOf(srcY), ptrdiff_t(r) * yStride + g.shift);
             y[i] = srcSpan.Fetch(at, n, w.Row(i));
         }
-        const uint8_t* luma[2];
-        for (int i = 0; i < 2; ++i) {
-            const bool stored = i == 0 ? first : last;  // rows 0 and 2P - 1
-            if (stored) {
-                luma[i] = y[1 + i];
-                continue;
-            }
-            // The MMX body smooths its block columns with the truncating t().
-            uint8_t* out = w.Row(4 + i);
-            const size_t from = trunc ? nb : 0;
-            if (trunc) SmoothTruncRow(out, y[i], y[i + 2], y[i + 1], nb);
-            f.smooth(out + from, y[i] + from, y[i + 2] + from, y[i + 1] + from, n - from);
-            luma[i] = out;
-        }
-
-        // Chroma of the pair, per plane: rows k - 1, k, k + 1 as needed.
-        const uint8_t* chroma[2];
+        const uint8_t* c[2][3] = {};
         const uint8_t* planes[2] = {srcU, srcV};
-        for (int p = 0; p < 2; ++p) {
-            const uint8_t* c[3] = {};
+        for (int p = 0; p < 2; ++p)
             for (int i = 0; i < 3; ++i) {
                 const int32_t r = k - 1 + i;
                 if (r < 0 || r > lastPair) continue;
                 const Addr at = Offset(AddrOf(planes[p]), ptrdiff_t(r) * uvStride + g.chromaShift);
-                c[i] = srcSpan.Fetch(at, nc, w.Row(6 + 3 * p + i));
+                c[p][i] = srcSpan.Fetch(at, nc, w.Row(6 + 3 * p + i));
             }
+
+        // Rows 0 and 2P - 1 stand as stored; the others are smoothed, in the
+        // MMX body's block columns with the truncating t().
+        const uint8_t* luma[2];
+        for (int i = 0; i < 2; ++i) {
+            if (i == 0 ? first : last) {
+                luma[i] = y[1 + i];
+                continue;
+            }
+            uint8_t* out = w.Row(4 + i);
+            const size_t from = trunc ? nb : skip;
+            if (trunc) SmoothTruncRow(out, y[i], y[i + 2], y[i + 1], nb);
+            f.smooth(out + from, y[i] + from, y[i + 2] + from, y[i + 1] + from, n - from);
+            luma[i] = out;
+        }
+        // Chroma: block columns average the two rows at the ends; the plain
+        // columns take row 0 at the top and, at the bottom, row P - 2: the
+        // last chroma row is read from one row above on purpose.
+        const uint8_t* chroma[2];
+        for (int p = 0; p < 2; ++p) {
             uint8_t* out = w.Row(12 + p);
             if (first || last) {
-                // Block columns average the two rows of the end; the plain
-                // columns take row 0 at the top and, at the bottom, row P - 2:
-                // the last chroma row is read from one row above on purpose.
-                const uint8_t* a = first ? c[1] : c[0];
-                const uint8_t* b = first ? c[2] : c[1];
+                const uint8_t* a = first ? c[p][1] : c[p][0];
+                const uint8_t* b = first ? c[p][2] : c[p][1];
                 if (trunc)
                     TruncAvgRow(out, a, b, nbc);
-                else
+                else if (!fused)
                     f.average(out, a, b, nbc);
                 std::memcpy(out + nbc, a + nbc, nc - nbc);
             } else {
-                const size_t from = trunc ? nbc : 0;
-                if (trunc) SmoothTruncRow(out, c[0], c[2], c[1], nbc);
-                f.smooth(out + from, c[0] + from, c[2] + from, c[1] + from, nc - from);
+                const size_t from = trunc ? nbc : skipc;
+                if (trunc) SmoothTruncRow(out, c[p][0], c[p][2], c[p][1], nbc);
+                f.smooth(out + from, c[p][0] + from, c[p][2] + from, c[p][1] + from, nc - from);
             }
             chroma[p] = out;
         }
@@ -164,10 +169,25 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
         for (int i = 0; i < 2; ++i) {
             at[i] = Offset(dstBase, ptrdiff_t(2 * k + i) * step + g.shift * Bpp);
             outs[i] = trunc ? w.Row(14 + 2 * i) : dstSpan.Target(at[i], bytes, w.Row(14 + 2 * i));
-            if (Bpp == 4)
-                f.toBgra(outs[i], luma[i], chroma[0], chroma[1], nb);
-            else
-                f.toBgr(outs[i], luma[i], chroma[0], chroma[1], nb);
+        }
+        if (fused) {
+            const auto rows = [](const uint8_t* a, const uint8_t* b, const uint8_t* cc) { return Rows3{a, b, cc}; };
+            Rows3 ly[2], lc[2];
+            for (int i = 0; i < 2; ++i)
+                ly[i] = (i == 0 ? first : last) ? rows(y[1 + i], y[1 + i], y[1 + i]) : rows(y[i], y[i + 2], y[i + 1]);
+            for (int p = 0; p < 2; ++p)  // r(a, b) is s(a, a, b)
+                lc[p] = first ? rows(c[p][1], c[p][1], c[p][2])
+                        : last ? rows(c[p][0], c[p][0], c[p][1])
+                               : rows(c[p][0], c[p][2], c[p][1]);
+            f.smoothPairToBgra(outs[0], outs[1], ly[0], ly[1], lc[0], lc[1], nb);
+        }
+        for (int i = 0; i < 2; ++i) {
+            if (!fused) {
+                if (Bpp == 4)
+                    f.toBgra(outs[i], luma[i], chroma[0], chroma[1], nb);
+                else
+                    f.toBgr(outs[i], luma[i], chroma[0], chroma[1], nb);
+            }
             TableRow<Bpp>(outs[i], luma[i], chroma[0], chroma[1], g.blockPixels, g.pixels);
             if (!trunc) dstSpan.Store(at[i], outs[i], bytes);
         }

@@ -2,6 +2,8 @@
 // reference of the SSE2 tier's row arithmetic, and the choice of form.
 #include "convert/yuv_rows.h"
 
+#include <cstring>
+
 #include "convert/colour_formulas.h"
 #include "convert/smoothing.h"
 
@@ -47,10 +49,64 @@ void UnpackPlain(uint8_t* y, uint8_t* u, uint8_t* v, const uint8_t* src, size_t 
     }
 }
 
+template <int Bpp>
+void PackedVectorPlain(uint8_t* dst, const uint8_t* src, size_t pixels) {
+    for (size_t i = 0; i < pixels; ++i, dst += Bpp) {
+        const uint8_t* pair = src + 4 * (i / 2);
+        const Bgr c = VectorForm(pair[2 * (i % 2)], pair[1], pair[3]);
+        dst[0] = c.b;
+        dst[1] = c.g;
+        dst[2] = c.r;
+        if constexpr (Bpp == 4) dst[3] = 0;
+    }
+}
+
+uint8_t S(const Rows3& r, size_t i) { return static_cast<uint8_t>(Smooth(r.a[i], r.b[i], r.c[i])); }
+
+void SmoothPairToBgraPlain(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
+                           size_t pixels) {
+    for (size_t i = 0; i < pixels; ++i) {
+        const uint8_t cu = S(u, i / 2), cv = S(v, i / 2);
+        const Bgr c0 = VectorForm(S(y0, i), cu, cv), c1 = VectorForm(S(y1, i), cu, cv);
+        const uint8_t p0[4] = {c0.b, c0.g, c0.r, 0}, p1[4] = {c1.b, c1.g, c1.r, 0};
+        std::memcpy(d0 + 4 * i, p0, 4);
+        std::memcpy(d1 + 4 * i, p1, 4);
+    }
+}
+
+void SmoothPairToYuy2Plain(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
+                           size_t pairs) {
+    for (size_t i = 0; i < pairs; ++i) {
+        const uint8_t cu = S(u, i), cv = S(v, i);
+        const uint8_t p0[4] = {S(y0, 2 * i), cu, S(y0, 2 * i + 1), cv};
+        const uint8_t p1[4] = {S(y1, 2 * i), cu, S(y1, 2 * i + 1), cv};
+        std::memcpy(d0 + 4 * i, p0, 4);
+        std::memcpy(d1 + 4 * i, p1, 4);
+    }
+}
+
+void SmoothPairFromYuy2Plain(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
+                             size_t pairs) {
+    for (size_t i = 0; i < pairs; ++i) {
+        uint8_t f0[4], f1[4];
+        for (size_t k = 0; k < 4; ++k) {
+            f0[k] = S(a, 4 * i + k);
+            f1[k] = S(b, 4 * i + k);
+        }
+        y0[2 * i] = f0[0];
+        y0[2 * i + 1] = f0[2];
+        y1[2 * i] = f1[0];
+        y1[2 * i + 1] = f1[2];
+        u[i] = static_cast<uint8_t>(RoundAvg(f0[1], f1[1]));
+        v[i] = static_cast<uint8_t>(RoundAvg(f0[3], f1[3]));
+    }
+}
+
 }  // namespace
 
-const YuvRowForms kYuvRowsPlain = {SmoothPlain,    AveragePlain, VectorPlain<4>,
-                                   VectorPlain<3>, PackPlain,    UnpackPlain};
+const YuvRowForms kYuvRowsPlain = {SmoothPlain, AveragePlain, VectorPlain<4>,         VectorPlain<3>,
+                                   PackPlain,   UnpackPlain,  PackedVectorPlain<4>, PackedVectorPlain<3>,
+                                   SmoothPairToBgraPlain, SmoothPairToYuy2Plain, SmoothPairFromYuy2Plain};
 
 const YuvRowForms& ActiveYuvRows() {
     static const FormEntry<const YuvRowForms*> table[] = {

@@ -14,6 +14,15 @@
 
 namespace tarn {
 
+// Three rows smoothed as s(a, b, c). A row given three times stands as it
+// is (s(x, x, x) = x) and r(a, b) is s(a, a, b), so one form serves the
+// stored, averaged and smoothed rows of every row pair.
+struct Rows3 {
+    const uint8_t* a;
+    const uint8_t* b;
+    const uint8_t* c;
+};
+
 struct YuvRowForms {
     // out[i] = s(a[i], b[i], c[i]): neighbours a and b, centre c.
     void (*smooth)(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n);
@@ -29,6 +38,18 @@ struct YuvRowForms {
     void (*packYuy2)(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v,
                      size_t pairs);
     void (*unpackYuy2)(uint8_t* y, uint8_t* u, uint8_t* v, const uint8_t* yuy2, size_t pairs);
+    // Vector form straight from a packed row, `pixels` a multiple of 16.
+    void (*yuy2ToBgra)(uint8_t* dst, const uint8_t* yuy2, size_t pixels);
+    void (*yuy2ToBgr)(uint8_t* dst, const uint8_t* yuy2, size_t pixels);
+    // A row pair at once: luma of each row and the pair's chroma smoothed,
+    // then the vector form (`pixels` a multiple of 16) or packing.
+    void (*smoothPairToBgra)(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
+                             size_t pixels);
+    void (*smoothPairToYuy2)(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
+                             size_t pairs);
+    // Packed rows F0 = s(a), F1 = s(b): luma of each, chroma r(F0, F1).
+    void (*smoothPairFromYuy2)(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
+                               size_t pairs);
 };
 
 extern const YuvRowForms kYuvRowsPlain;

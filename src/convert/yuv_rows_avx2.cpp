@@ -50,8 +50,125 @@ inline Channels VectorFormAvx2(const uint8_t* y, const uint8_t* u, const uint8_t
     return {PackHalves(b), PackHalves(g), PackHalves(r)};
 }
 
+// 32 pixels at a time. The products of chroma are taken at chroma resolution
+// and then doubled, which gives the same 16-bit values as per pixel. In-lane
+// unpacks leave luma as pixels 0-7 | 16-23 and 8-15 | 24-31, and the doubled
+// chroma falls in the same order, so the packs come out in pixel order.
+struct Products {
+    __m256i ub, gc, vr;  // 129 u', 25 u' +s 52 v', 102 v'
+};
+inline Products ChromaProducts(__m256i u16, __m256i v16) {
+    return {_mm256_mullo_epi16(u16, _mm256_set1_epi16(129)),
+            _mm256_adds_epi16(_mm256_mullo_epi16(u16, _mm256_set1_epi16(25)),
+                              _mm256_mullo_epi16(v16, _mm256_set1_epi16(52))),
+            _mm256_mullo_epi16(v16, _mm256_set1_epi16(102))};
+}
+
+// Blue, green, red (16-bit) of luma y' (offset removed) with its products.
+inline void Colour(__m256i y16, __m256i ub, __m256i gc, __m256i vr, __m256i* b, __m256i* g, __m256i* r) {
+    const __m256i l = _mm256_mullo_epi16(y16, _mm256_set1_epi16(74));
+    *b = _mm256_srai_epi16(_mm256_adds_epi16(l, ub), 6);
+    *g = _mm256_srai_epi16(_mm256_subs_epi16(l, gc), 6);
+    *r = _mm256_srai_epi16(_mm256_adds_epi16(l, vr), 6);
+}
+
+struct Bytes32 {
+    __m256i b, g, r;  // 32 pixels in order
+};
+
+// y8: 32 luma bytes; u8, v8: 16 chroma bytes each.
+inline Bytes32 Planar32(__m256i y8, __m128i u8, __m128i v8) {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i off16 = _mm256_set1_epi16(16), off128 = _mm256_set1_epi16(128);
+    const __m256i ys[2] = {_mm256_sub_epi16(_mm256_unpacklo_epi8(y8, zero), off16),
+                           _mm256_sub_epi16(_mm256_unpackhi_epi8(y8, zero), off16)};
+    const Products p = ChromaProducts(_mm256_sub_epi16(_mm256_cvtepu8_epi16(u8), off128),
+                                      _mm256_sub_epi16(_mm256_cvtepu8_epi16(v8), off128));
+    __m256i b[2], g[2], r[2];
+    for (int h = 0; h < 2; ++h) {
+        const auto twice = [h](__m256i c) {
+            return h == 0 ? _mm256_unpacklo_epi16(c, c) : _mm256_unpackhi_epi16(c, c);
+        };
+        Colour(ys[h], twice(p.ub), twice(p.gc), twice(p.vr), &b[h], &g[h], &r[h]);
+    }
+    return {_mm256_packus_epi16(b[0], b[1]), _mm256_packus_epi16(g[0], g[1]), _mm256_packus_epi16(r[0], r[1])};
+}
+
+inline Bytes32 Planar32(const uint8_t* y, const uint8_t* u, const uint8_t* v) {
+    return Planar32(Load32(y), Load(u), Load(v));
+}
+
+// 32 packed pixels: luma is the low byte of each word; each pixel's chroma is
+// Cb or Cr of its own 4-byte group, doubled by word shuffles.
+inline Bytes32 Packed32(const uint8_t* src) {
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const __m256i off16 = _mm256_set1_epi16(16), off128 = _mm256_set1_epi16(128);
+    __m256i b[2], g[2], r[2];
+    for (int h = 0; h < 2; ++h) {
+        const __m256i a = Load32(src + 32 * h);
+        const __m256i y16 = _mm256_sub_epi16(_mm256_and_si256(a, low), off16);
+        const __m256i c16 = _mm256_sub_epi16(_mm256_srli_epi16(a, 8), off128);  // u v u v ...
+        const __m256i u16 = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(c16, 0xA0), 0xA0);
+        const __m256i v16 = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(c16, 0xF5), 0xF5);
+        const Products p = ChromaProducts(u16, v16);
+        Colour(y16, p.ub, p.gc, p.vr, &b[h], &g[h], &r[h]);
+    }
+    // The in-lane pack leaves 0-7, 16-23 | 8-15, 24-31; the permute orders it.
+    const auto pack = [](__m256i x, __m256i y) {
+        return _mm256_permute4x64_epi64(_mm256_packus_epi16(x, y), _MM_SHUFFLE(3, 1, 2, 0));
+    };
+    return {pack(b[0], b[1]), pack(g[0], g[1]), pack(r[0], r[1])};
+}
+
+// Four registers of 4-byte pixels: 0-3 | 16-19, 4-7 | 20-23, 8-11 | 24-27,
+// 12-15 | 28-31.
+inline void Quads(const Bytes32& c, __m256i q[4]) {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i bgLo = _mm256_unpacklo_epi8(c.b, c.g), bgHi = _mm256_unpackhi_epi8(c.b, c.g);
+    const __m256i r0Lo = _mm256_unpacklo_epi8(c.r, zero), r0Hi = _mm256_unpackhi_epi8(c.r, zero);
+    q[0] = _mm256_unpacklo_epi16(bgLo, r0Lo);
+    q[1] = _mm256_unpackhi_epi16(bgLo, r0Lo);
+    q[2] = _mm256_unpacklo_epi16(bgHi, r0Hi);
+    q[3] = _mm256_unpackhi_epi16(bgHi, r0Hi);
+}
+
+inline void StoreBgra32(uint8_t* dst, const Bytes32& c) {
+    __m256i q[4];
+    Quads(c, q);
+    Store32(dst, _mm256_permute2x128_si256(q[0], q[1], 0x20));
+    Store32(dst + 32, _mm256_permute2x128_si256(q[2], q[3], 0x20));
+    Store32(dst + 64, _mm256_permute2x128_si256(q[0], q[1], 0x31));
+    Store32(dst + 96, _mm256_permute2x128_si256(q[2], q[3], 0x31));
+}
+
+// 3-byte pixels, 12 bytes per four, in increasing order so that the 4 bytes
+// each 16-byte store writes beyond are rewritten by the next; the last four
+// of a row go exactly.
+inline void StoreBgr32(uint8_t* dst, const Bytes32& c, bool last) {
+    __m256i q[4];
+    Quads(c, q);
+    const __m256i squeeze = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,
+                                             0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    __m128i lanes[8];
+    for (int k = 0; k < 4; ++k) {
+        const __m256i s = _mm256_shuffle_epi8(q[k], squeeze);
+        lanes[k] = _mm256_castsi256_si128(s);
+        lanes[4 + k] = _mm256_extracti128_si256(s, 1);
+    }
+    for (int k = 0; k < 7; ++k) Store(dst + 12 * k, lanes[k]);
+    if (last) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + 84), lanes[7]);
+        const int32_t tail = _mm_cvtsi128_si32(_mm_srli_si128(lanes[7], 8));
+        std::memcpy(dst + 92, &tail, 4);
+    } else {
+        Store(dst + 84, lanes[7]);
+    }
+}
+
 void ToBgraAvx2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t pixels) {
-    for (size_t i = 0; i < pixels; i += 16, dst += 64) {
+    size_t i = 0;
+    for (; i + 32 <= pixels; i += 32, dst += 128) StoreBgra32(dst, Planar32(y + i, u + i / 2, v + i / 2));
+    if (i < pixels) {
         __m128i px[4];
         Interleave(VectorFormAvx2(y + i, u + i / 2, v + i / 2), px);
         Store32(dst, _mm256_set_m128i(px[1], px[0]));
@@ -60,16 +177,89 @@ void ToBgraAvx2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t*
 }
 
 void ToBgrAvx2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t pixels) {
-    for (size_t i = 0; i < pixels; i += 16, dst += 48) {
+    size_t i = 0;
+    for (; i + 32 <= pixels; i += 32, dst += 96) StoreBgr32(dst, Planar32(y + i, u + i / 2, v + i / 2), i + 32 == pixels);
+    if (i < pixels) {
         __m128i px[4];
         Interleave(VectorFormAvx2(y + i, u + i / 2, v + i / 2), px);
-        StoreBgr(dst, px, i + 16 == pixels);
+        StoreBgr(dst, px, true);
     }
+}
+
+// A 16-pixel tail of a packed row: split, then the planar path.
+inline void PackedTail16(const uint8_t* src, uint8_t yy[16], uint8_t uu[8], uint8_t vv[8]) {
+    UnpackYuy2Simd(yy, uu, vv, src, 8);
+}
+
+void Yuy2ToBgraAvx2(uint8_t* dst, const uint8_t* src, size_t pixels) {
+    size_t i = 0;
+    for (; i + 32 <= pixels; i += 32, dst += 128) StoreBgra32(dst, Packed32(src + 2 * i));
+    if (i < pixels) {
+        uint8_t yy[16], uu[8], vv[8];
+        PackedTail16(src + 2 * i, yy, uu, vv);
+        __m128i px[4];
+        Interleave(VectorFormAvx2(yy, uu, vv), px);
+        Store32(dst, _mm256_set_m128i(px[1], px[0]));
+        Store32(dst + 32, _mm256_set_m128i(px[3], px[2]));
+    }
+}
+
+void Yuy2ToBgrAvx2(uint8_t* dst, const uint8_t* src, size_t pixels) {
+    size_t i = 0;
+    for (; i + 32 <= pixels; i += 32, dst += 96) StoreBgr32(dst, Packed32(src + 2 * i), i + 32 == pixels);
+    if (i < pixels) {
+        uint8_t yy[16], uu[8], vv[8];
+        PackedTail16(src + 2 * i, yy, uu, vv);
+        __m128i px[4];
+        Interleave(VectorFormAvx2(yy, uu, vv), px);
+        StoreBgr(dst, px, true);
+    }
+}
+
+inline __m256i Smooth32(const uint8_t* a, const uint8_t* b, const uint8_t* c) {
+    return _mm256_avg_epu8(_mm256_avg_epu8(Load32(a), Load32(b)), Load32(c));
+}
+
+void SmoothPairToBgraAvx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
+                          size_t pixels) {
+    size_t i = 0;
+    for (; i + 32 <= pixels; i += 32) {
+        const size_t c = i / 2;
+        const __m128i uu = Smooth16(u.a + c, u.b + c, u.c + c), vv = Smooth16(v.a + c, v.b + c, v.c + c);
+        StoreBgra32(d0 + 4 * i, Planar32(Smooth32(y0.a + i, y0.b + i, y0.c + i), uu, vv));
+        StoreBgra32(d1 + 4 * i, Planar32(Smooth32(y1.a + i, y1.b + i, y1.c + i), uu, vv));
+    }
+    if (i < pixels) {
+        const size_t c = i / 2;
+        const __m128i uu = Smooth8(u.a + c, u.b + c, u.c + c), vv = Smooth8(v.a + c, v.b + c, v.c + c);
+        __m128i px[4];
+        Interleave(VectorForm16(Smooth16(y0.a + i, y0.b + i, y0.c + i), uu, vv), px);
+        for (int k = 0; k < 4; ++k) Store(d0 + 4 * i + 16 * k, px[k]);
+        Interleave(VectorForm16(Smooth16(y1.a + i, y1.b + i, y1.c + i), uu, vv), px);
+        for (int k = 0; k < 4; ++k) Store(d1 + 4 * i + 16 * k, px[k]);
+    }
+}
+
+void SmoothPairToYuy2Avx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
+                          size_t pairs) {
+    const uint8_t* ya[3] = {y0.a, y0.b, y0.c};
+    const uint8_t* yb[3] = {y1.a, y1.b, y1.c};
+    const uint8_t* uu[3] = {u.a, u.b, u.c};
+    const uint8_t* vv[3] = {v.a, v.b, v.c};
+    SmoothPairToYuy2Simd(d0, d1, ya, yb, uu, vv, 0, pairs);
+}
+
+void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
+                            size_t pairs) {
+    const uint8_t* ra[3] = {a.a, a.b, a.c};
+    const uint8_t* rb[3] = {b.a, b.b, b.c};
+    SmoothPairFromYuy2Simd(y0, y1, u, v, ra, rb, 0, pairs);
 }
 
 }  // namespace
 
-const YuvRowForms kYuvRowsAvx2 = {SmoothAvx2, AverageAvx2,  ToBgraAvx2,
-                                  ToBgrAvx2,  PackYuy2Simd, UnpackYuy2Simd};
+const YuvRowForms kYuvRowsAvx2 = {SmoothAvx2,   AverageAvx2,    ToBgraAvx2,     ToBgrAvx2,
+                                  PackYuy2Simd, UnpackYuy2Simd, Yuy2ToBgraAvx2, Yuy2ToBgrAvx2,
+                                  SmoothPairToBgraAvx2, SmoothPairToYuy2Avx2, SmoothPairFromYuy2Avx2};
 
 }  // namespace tarn

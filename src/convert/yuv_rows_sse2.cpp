@@ -39,9 +39,58 @@ void ToBgrSse2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* 
     }
 }
 
+// Packed rows are split 16 pixels at a time into luma and chroma, then take
+// the planar path.
+template <bool Four>
+void PackedSse2(uint8_t* dst, const uint8_t* src, size_t pixels) {
+    for (size_t i = 0; i < pixels; i += 16, src += 32) {
+        uint8_t y[16], u[8], v[8];
+        UnpackYuy2Simd(y, u, v, src, 8);
+        __m128i px[4];
+        Interleave(VectorForm16(y, u, v), px);
+        if constexpr (Four) {
+            for (int k = 0; k < 4; ++k) Store(dst + 16 * k, px[k]);
+            dst += 64;
+        } else {
+            StoreBgr(dst, px, i + 16 == pixels);
+            dst += 48;
+        }
+    }
+}
+
+void SmoothPairToBgraSse2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
+                          size_t pixels) {
+    for (size_t i = 0; i < pixels; i += 16) {
+        const size_t c = i / 2;
+        const __m128i uu = Smooth8(u.a + c, u.b + c, u.c + c), vv = Smooth8(v.a + c, v.b + c, v.c + c);
+        __m128i px[4];
+        Interleave(VectorForm16(Smooth16(y0.a + i, y0.b + i, y0.c + i), uu, vv), px);
+        for (int k = 0; k < 4; ++k) Store(d0 + 4 * i + 16 * k, px[k]);
+        Interleave(VectorForm16(Smooth16(y1.a + i, y1.b + i, y1.c + i), uu, vv), px);
+        for (int k = 0; k < 4; ++k) Store(d1 + 4 * i + 16 * k, px[k]);
+    }
+}
+
+void SmoothPairToYuy2Sse2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
+                          size_t pairs) {
+    const uint8_t* ya[3] = {y0.a, y0.b, y0.c};
+    const uint8_t* yb[3] = {y1.a, y1.b, y1.c};
+    const uint8_t* uu[3] = {u.a, u.b, u.c};
+    const uint8_t* vv[3] = {v.a, v.b, v.c};
+    SmoothPairToYuy2Simd(d0, d1, ya, yb, uu, vv, 0, pairs);
+}
+
+void SmoothPairFromYuy2Sse2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
+                            size_t pairs) {
+    const uint8_t* ra[3] = {a.a, a.b, a.c};
+    const uint8_t* rb[3] = {b.a, b.b, b.c};
+    SmoothPairFromYuy2Simd(y0, y1, u, v, ra, rb, 0, pairs);
+}
+
 }  // namespace
 
-const YuvRowForms kYuvRowsSse2 = {SmoothSse2, AverageSse2,   ToBgraSse2,
-                                  ToBgrSse2,  PackYuy2Simd, UnpackYuy2Simd};
+const YuvRowForms kYuvRowsSse2 = {SmoothSse2,   AverageSse2,    ToBgraSse2,        ToBgrSse2,
+                                  PackYuy2Simd, UnpackYuy2Simd, PackedSse2<true>, PackedSse2<false>,
+                                  SmoothPairToBgraSse2, SmoothPairToYuy2Sse2, SmoothPairFromYuy2Sse2};
 
 }  // namespace tarn

@@ -21,13 +21,13 @@ inline __m128i Load8(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast
 struct Channels {
     __m128i b, g, r;
 };
-inline Channels VectorForm16(const uint8_t* y, const uint8_t* u, const uint8_t* v) {
+// y8: 16 luma bytes; u8, v8: 8 chroma bytes in the low half.
+inline Channels VectorForm16(__m128i y8, __m128i u8, __m128i v8) {
     const __m128i zero = _mm_setzero_si128();
-    const __m128i y8 = Load(y);
     const __m128i ylo = _mm_sub_epi16(_mm_unpacklo_epi8(y8, zero), _mm_set1_epi16(16));
     const __m128i yhi = _mm_sub_epi16(_mm_unpackhi_epi8(y8, zero), _mm_set1_epi16(16));
-    const __m128i u16 = _mm_sub_epi16(_mm_unpacklo_epi8(Load8(u), zero), _mm_set1_epi16(128));
-    const __m128i v16 = _mm_sub_epi16(_mm_unpacklo_epi8(Load8(v), zero), _mm_set1_epi16(128));
+    const __m128i u16 = _mm_sub_epi16(_mm_unpacklo_epi8(u8, zero), _mm_set1_epi16(128));
+    const __m128i v16 = _mm_sub_epi16(_mm_unpacklo_epi8(v8, zero), _mm_set1_epi16(128));
     // One chroma sample for two pixels: each lane doubled.
     const __m128i us[2] = {_mm_unpacklo_epi16(u16, u16), _mm_unpackhi_epi16(u16, u16)};
     const __m128i vs[2] = {_mm_unpacklo_epi16(v16, v16), _mm_unpackhi_epi16(v16, v16)};
@@ -42,6 +42,17 @@ inline Channels VectorForm16(const uint8_t* y, const uint8_t* u, const uint8_t* 
         r[h] = _mm_srai_epi16(_mm_adds_epi16(l, _mm_mullo_epi16(vs[h], _mm_set1_epi16(102))), 6);
     }
     return {_mm_packus_epi16(b[0], b[1]), _mm_packus_epi16(g[0], g[1]), _mm_packus_epi16(r[0], r[1])};
+}
+
+inline Channels VectorForm16(const uint8_t* y, const uint8_t* u, const uint8_t* v) {
+    return VectorForm16(Load(y), Load8(u), Load8(v));
+}
+
+inline __m128i Smooth16(const uint8_t* a, const uint8_t* b, const uint8_t* c) {
+    return _mm_avg_epu8(_mm_avg_epu8(Load(a), Load(b)), Load(c));
+}
+inline __m128i Smooth8(const uint8_t* a, const uint8_t* b, const uint8_t* c) {
+    return _mm_avg_epu8(_mm_avg_epu8(Load8(a), Load8(b)), Load8(c));
 }
 
 // Four vectors of four pixels: blue, green, red, 0.
@@ -117,6 +128,78 @@ inline void UnpackYuy2Simd(uint8_t* y, uint8_t* u, uint8_t* v, const uint8_t* sr
         u[i] = src[1];
         y[2 * i + 1] = src[2];
         v[i] = src[3];
+    }
+}
+
+inline void Pack16Pairs(uint8_t* dst, __m128i y0, __m128i y1, __m128i uvLo, __m128i uvHi) {
+    Store(dst, _mm_unpacklo_epi8(y0, uvLo));
+    Store(dst + 16, _mm_unpackhi_epi8(y0, uvLo));
+    Store(dst + 32, _mm_unpacklo_epi8(y1, uvHi));
+    Store(dst + 48, _mm_unpackhi_epi8(y1, uvHi));
+}
+
+// 16 pairs a step, the rest by the scalar rule.
+inline void SmoothPairToYuy2Simd(uint8_t* d0, uint8_t* d1, const uint8_t* const y0[3],
+                                 const uint8_t* const y1[3], const uint8_t* const u[3],
+                                 const uint8_t* const v[3], size_t from, size_t pairs) {
+    size_t i = from;
+    for (; i + 16 <= pairs; i += 16) {
+        const size_t j = 2 * i;
+        const __m128i uu = Smooth16(u[0] + i, u[1] + i, u[2] + i), vv = Smooth16(v[0] + i, v[1] + i, v[2] + i);
+        const __m128i uvLo = _mm_unpacklo_epi8(uu, vv), uvHi = _mm_unpackhi_epi8(uu, vv);
+        Pack16Pairs(d0 + 4 * i, Smooth16(y0[0] + j, y0[1] + j, y0[2] + j),
+                    Smooth16(y0[0] + j + 16, y0[1] + j + 16, y0[2] + j + 16), uvLo, uvHi);
+        Pack16Pairs(d1 + 4 * i, Smooth16(y1[0] + j, y1[1] + j, y1[2] + j),
+                    Smooth16(y1[0] + j + 16, y1[1] + j + 16, y1[2] + j + 16), uvLo, uvHi);
+    }
+    const auto s = [](const uint8_t* const r[3], size_t k) {
+        return static_cast<uint8_t>((((r[0][k] + r[1][k] + 1) >> 1) + r[2][k] + 1) >> 1);
+    };
+    for (; i < pairs; ++i) {
+        const uint8_t cu = s(u, i), cv = s(v, i);
+        const uint8_t p0[4] = {s(y0, 2 * i), cu, s(y0, 2 * i + 1), cv};
+        const uint8_t p1[4] = {s(y1, 2 * i), cu, s(y1, 2 * i + 1), cv};
+        std::memcpy(d0 + 4 * i, p0, 4);
+        std::memcpy(d1 + 4 * i, p1, 4);
+    }
+}
+
+// 16 pairs (64 packed bytes) a step, the rest by the scalar rule.
+inline void SmoothPairFromYuy2Simd(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
+                                   const uint8_t* const a[3], const uint8_t* const b[3], size_t from,
+                                   size_t pairs) {
+    const __m128i low = _mm_set1_epi16(0x00FF);
+    const auto luma = [&](__m128i p, __m128i q) {
+        return _mm_packus_epi16(_mm_and_si128(p, low), _mm_and_si128(q, low));
+    };
+    size_t i = from;
+    for (; i + 16 <= pairs; i += 16) {
+        const size_t o = 4 * i;
+        __m128i f0[4], f1[4], c[4];
+        for (int k = 0; k < 4; ++k) {
+            f0[k] = Smooth16(a[0] + o + 16 * k, a[1] + o + 16 * k, a[2] + o + 16 * k);
+            f1[k] = Smooth16(b[0] + o + 16 * k, b[1] + o + 16 * k, b[2] + o + 16 * k);
+            c[k] = _mm_srli_epi16(_mm_avg_epu8(f0[k], f1[k]), 8);
+        }
+        Store(y0 + 2 * i, luma(f0[0], f0[1]));
+        Store(y0 + 2 * i + 16, luma(f0[2], f0[3]));
+        Store(y1 + 2 * i, luma(f1[0], f1[1]));
+        Store(y1 + 2 * i + 16, luma(f1[2], f1[3]));
+        const __m128i c01 = _mm_packus_epi16(c[0], c[1]), c23 = _mm_packus_epi16(c[2], c[3]);
+        Store(u + i, luma(c01, c23));
+        Store(v + i, _mm_packus_epi16(_mm_srli_epi16(c01, 8), _mm_srli_epi16(c23, 8)));
+    }
+    const auto s = [](const uint8_t* const r[3], size_t k) {
+        return (((r[0][k] + r[1][k] + 1) >> 1) + r[2][k] + 1) >> 1;
+    };
+    for (; i < pairs; ++i) {
+        const size_t o = 4 * i;
+        y0[2 * i] = static_cast<uint8_t>(s(a, o));
+        y0[2 * i + 1] = static_cast<uint8_t>(s(a, o + 2));
+        y1[2 * i] = static_cast<uint8_t>(s(b, o));
+        y1[2 * i + 1] = static_cast<uint8_t>(s(b, o + 2));
+        u[i] = static_cast<uint8_t>((s(a, o + 1) + s(b, o + 1) + 1) >> 1);
+        v[i] = static_cast<uint8_t>((s(a, o + 3) + s(b, o + 3) + 1) >> 1);
     }
 }
 
