@@ -18,57 +18,47 @@ inline __m256i Expand8(const uint8_t* p) {
     return _mm256_set_m128i(_mm_shuffle_epi8(LoadRgb(p + 12), spread), _mm_shuffle_epi8(LoadRgb(p), spread));
 }
 
-struct Bgr256 {
-    __m256i b, g, r;
-};
-// 16 pixels in two registers of 4-byte lanes to 16-bit lanes in pixel order
-// (the in-lane pack is put back in order by the 64-bit permute).
-inline Bgr256 Split16(__m256i p0, __m256i p1) {
-    const __m256i m = _mm256_set1_epi32(0xFF);
-    const auto channel = [&](int shift) {
-        const __m256i c = _mm256_packs_epi32(_mm256_and_si256(_mm256_srli_epi32(p0, shift), m),
-                                             _mm256_and_si256(_mm256_srli_epi32(p1, shift), m));
-        return _mm256_permute4x64_epi64(c, _MM_SHUFFLE(3, 1, 2, 0));
-    };
-    return {channel(0), channel(8), channel(16)};
+// Per-pixel sums by unsigned-by-signed byte multiply-adds. 129 does not fit
+// a signed byte, so luma takes 25 B + 1 G + 66 R from the multiply and adds
+// 128 G as the green byte shifted (at most 56100: exact in unsigned 16 bits).
+// Chroma coefficients fit bytes; 112 B - 74 G stays within 16 bits per pixel
+// and the second multiply-add widens to 32.
+inline __m256i LumaTerms(__m256i p) {
+    const __m256i m = _mm256_maddubs_epi16(p, _mm256_set1_epi32(0x00420119));  // 25, 1, 66, 0
+    const __m256i g128 = _mm256_and_si256(_mm256_srli_epi16(p, 1), _mm256_set1_epi32(0x00007F80));
+    return _mm256_add_epi16(m, g128);
 }
-
-inline __m128i PackHalves(__m256i v) {
-    return _mm_packus_epi16(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
-}
-
-inline __m256i Luma16(const Bgr256& c) {
-    const __m256i sum = _mm256_add_epi16(_mm256_add_epi16(_mm256_mullo_epi16(c.r, _mm256_set1_epi16(66)),
-                                                          _mm256_mullo_epi16(c.g, _mm256_set1_epi16(129))),
-                                         _mm256_mullo_epi16(c.b, _mm256_set1_epi16(25)));
+// Luma of 16 pixels in 16-bit lanes, pixels 0-3, 8-11 | 4-7, 12-15.
+inline __m256i Luma16(__m256i p0, __m256i p1) {
+    const __m256i sum = _mm256_hadd_epi16(LumaTerms(p0), LumaTerms(p1));
     return _mm256_add_epi16(_mm256_srli_epi16(sum, 8), _mm256_set1_epi16(16));
 }
+inline __m256i Weighted(__m256i p, int32_t coefficients) {
+    return _mm256_madd_epi16(_mm256_maddubs_epi16(p, _mm256_set1_epi32(coefficients)), _mm256_set1_epi16(1));
+}
+constexpr int32_t kCb = 0x00DAB670;  // 112, -74, -38, 0
+constexpr int32_t kCr = 0x0070A2EE;  // -18, -94, 112, 0
 
-inline void PlanarBlock16(const Bgr256& c0, const Bgr256& c1, uint8_t* y0, uint8_t* y1, uint8_t* u,
-                          uint8_t* v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(y0), PackHalves(Luma16(c0)));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(y1), PackHalves(Luma16(c1)));
-    const __m256i ones = _mm256_set1_epi16(1);
-    const __m256i sb = _mm256_madd_epi16(_mm256_add_epi16(c0.b, c1.b), ones);
-    const __m256i sg = _mm256_madd_epi16(_mm256_add_epi16(c0.g, c1.g), ones);
-    const __m256i sr = _mm256_madd_epi16(_mm256_add_epi16(c0.r, c1.r), ones);
-    const __m256i bg = _mm256_or_si256(sb, _mm256_slli_epi32(sg, 16));
-    const __m256i offset = _mm256_set1_epi32(128);
-    const __m256i cb = _mm256_add_epi32(
-        _mm256_srai_epi32(_mm256_add_epi32(_mm256_madd_epi16(bg, _mm256_set1_epi32(int32_t(0xFFB60070u))),
-                                           _mm256_madd_epi16(sr, _mm256_set1_epi32(-38 & 0xFFFF))),
-                          10),
-        offset);
-    const __m256i cr = _mm256_add_epi32(
-        _mm256_srai_epi32(_mm256_add_epi32(_mm256_madd_epi16(bg, _mm256_set1_epi32(int32_t(0xFFA2FFEEu))),
-                                           _mm256_madd_epi16(sr, _mm256_set1_epi32(112))),
-                          10),
-        offset);
-    // In-lane pack gives Cb 0-3, Cr 0-3 | Cb 4-7, Cr 4-7; the permute orders it.
-    const __m256i words = _mm256_permute4x64_epi64(_mm256_packs_epi32(cb, cr), _MM_SHUFFLE(3, 1, 2, 0));
-    const __m128i bytes = PackHalves(words);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(u), bytes);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(v), _mm_srli_si128(bytes, 8));
+// Two rows of 16 pixels (8 per register): 16 luma bytes per row, 8 Cb, 8 Cr.
+inline void PlanarBlock16(__m256i a0, __m256i a1, __m256i b0, __m256i b1, uint8_t* y0, uint8_t* y1,
+                          uint8_t* u, uint8_t* v) {
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    const __m256i luma = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(Luma16(a0, a1), Luma16(b0, b1)), order);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(y0), _mm256_castsi256_si128(luma));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(y1), _mm256_extracti128_si256(luma, 1));
+    // Sums of the 2 x 2 blocks: rows added, then neighbours; the 64-bit
+    // permute puts the blocks back in order.
+    const auto blocks = [&](int32_t k) {
+        const __m256i s = _mm256_hadd_epi32(_mm256_add_epi32(Weighted(a0, k), Weighted(b0, k)),
+                                            _mm256_add_epi32(Weighted(a1, k), Weighted(b1, k)));
+        const __m256i ordered = _mm256_permute4x64_epi64(s, _MM_SHUFFLE(3, 1, 2, 0));
+        return _mm256_add_epi32(_mm256_srai_epi32(ordered, 10), _mm256_set1_epi32(128));
+    };
+    const __m256i words = _mm256_packs_epi32(blocks(kCb), blocks(kCr));  // Cb 0-3 Cr 0-3 | Cb 4-7 Cr 4-7
+    const __m256i bytes = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words, words), order);
+    const __m128i low = _mm256_castsi256_si128(bytes);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(u), low);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(v), _mm_srli_si128(low, 8));
 }
 
 void Planar32Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_t* s0,
@@ -77,8 +67,7 @@ void Planar32Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_
     for (; i + 8 <= pairs; i += 8) {
         const uint8_t* a = s0 + 8 * i;
         const uint8_t* b = s1 + 8 * i;
-        PlanarBlock16(Split16(Load32(a), Load32(a + 32)), Split16(Load32(b), Load32(b + 32)),
-                      y0 + 2 * i, y1 + 2 * i, u + i, v + i);
+        PlanarBlock16(Load32(a), Load32(a + 32), Load32(b), Load32(b + 32), y0 + 2 * i, y1 + 2 * i, u + i, v + i);
     }
     PlanarPairs<4>(y0, y1, u, v, s0, s1, i, pairs);
 }
@@ -89,19 +78,42 @@ void Planar24Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_
     for (; i + 8 <= pairs; i += 8) {
         const uint8_t* a = s0 + 6 * i;
         const uint8_t* b = s1 + 6 * i;
-        PlanarBlock16(Split16(Expand8(a), Expand8(a + 24)), Split16(Expand8(b), Expand8(b + 24)),
-                      y0 + 2 * i, y1 + 2 * i, u + i, v + i);
+        PlanarBlock16(Expand8(a), Expand8(a + 24), Expand8(b), Expand8(b + 24), y0 + 2 * i, y1 + 2 * i, u + i, v + i);
     }
     PlanarPairs<3>(y0, y1, u, v, s0, s1, i, pairs);
 }
 
+// Two packed blocks (16 pixels) at once. Per four pixels the words are
+// Y0|Cb1, Y2|Cr1, Y1|Cb3, Y3|Cr3: luma with its middle pair traded, and the
+// chroma of the odd pixels alone, shifted by 8.
+inline __m256i Yuy2Blocks2(__m256i p0, __m256i p1) {
+    const __m256i y = Luma16(p0, p1);  // groups 0, 2 | 1, 3
+    const __m256i ySwapped = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(y, _MM_SHUFFLE(3, 1, 2, 0)),
+                                                    _MM_SHUFFLE(3, 1, 2, 0));
+    const auto odd = [](__m256i p) {
+        const __m256i cb = Weighted(p, kCb), cr = Weighted(p, kCr);
+        // Cb of pixels 1, 3 and Cr of pixels 1, 3 of each four: Cb1 Cr1 Cb3 Cr3.
+        const __m256i c = _mm256_blend_epi32(_mm256_srli_si256(cb, 4), cr, 0xAA);
+        return _mm256_add_epi32(_mm256_srai_epi32(c, 8), _mm256_set1_epi32(128));
+    };
+    const __m256i chroma = _mm256_packs_epi32(odd(p0), odd(p1));  // groups 0, 2 | 1, 3
+    const __m256i words = _mm256_or_si256(ySwapped, _mm256_slli_epi16(chroma, 8));
+    return _mm256_permute4x64_epi64(words, _MM_SHUFFLE(3, 1, 2, 0));
+}
+
 void Yuy2Blocks32Avx2(uint8_t* dst, const uint8_t* src, size_t blocks) {
-    for (size_t i = 0; i < blocks; ++i, src += 32, dst += 16)
+    size_t i = 0;
+    for (; i + 2 <= blocks; i += 2, src += 64, dst += 32)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), Yuy2Blocks2(Load32(src), Load32(src + 32)));
+    if (i < blocks)
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), Yuy2Block(Split8(LoadRgb(src), LoadRgb(src + 16))));
 }
 
 void Yuy2Blocks24Avx2(uint8_t* dst, const uint8_t* src, size_t blocks) {
-    for (size_t i = 0; i < blocks; ++i, src += 32, dst += 16)
+    size_t i = 0;
+    for (; i + 2 <= blocks; i += 2, src += 64, dst += 32)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), Yuy2Blocks2(Expand8(src), Expand8(src + 32)));
+    if (i < blocks)
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), Yuy2Block(Split8(Expand4(src), Expand4(src + 12))));
 }
 
