@@ -13,6 +13,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "convert/simd_constant.h"
+
 #include "convert/colour_formulas.h"
 
 namespace tarn {
@@ -43,9 +45,9 @@ inline Bgr16 Split8(__m128i p0, __m128i p1) {
 
 // ((66 R + 129 G + 25 B) >> 8) + 16 in 16-bit lanes.
 inline __m128i Luma8(const Bgr16& c) {
-    const __m128i sum = _mm_add_epi16(_mm_add_epi16(_mm_mullo_epi16(c.r, _mm_set1_epi16(66)),
-                                                    _mm_mullo_epi16(c.g, _mm_set1_epi16(129))),
-                                      _mm_mullo_epi16(c.b, _mm_set1_epi16(25)));
+    const __m128i sum = _mm_add_epi16(_mm_add_epi16(_mm_mullo_epi16(c.r, Multiplier(_mm_set1_epi16(66))),
+                                                    _mm_mullo_epi16(c.g, Multiplier(_mm_set1_epi16(129)))),
+                                      _mm_mullo_epi16(c.b, Multiplier(_mm_set1_epi16(25))));
     return _mm_add_epi16(_mm_srli_epi16(sum, 8), _mm_set1_epi16(16));
 }
 

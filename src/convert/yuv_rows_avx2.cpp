@@ -41,12 +41,12 @@ inline __m128i PackHalves(__m256i v) {
 inline Channels VectorFormAvx2(const uint8_t* y, const uint8_t* u, const uint8_t* v) {
     const __m256i y16 = _mm256_sub_epi16(_mm256_cvtepu8_epi16(Load(y)), _mm256_set1_epi16(16));
     const __m256i u16 = Chroma16(u), v16 = Chroma16(v);
-    const __m256i l = _mm256_mullo_epi16(y16, _mm256_set1_epi16(74));
-    const __m256i gc = _mm256_adds_epi16(_mm256_mullo_epi16(u16, _mm256_set1_epi16(25)),
-                                         _mm256_mullo_epi16(v16, _mm256_set1_epi16(52)));
-    const __m256i b = _mm256_srai_epi16(_mm256_adds_epi16(l, _mm256_mullo_epi16(u16, _mm256_set1_epi16(129))), 6);
+    const __m256i l = _mm256_mullo_epi16(y16, Multiplier(_mm256_set1_epi16(74)));
+    const __m256i gc = _mm256_adds_epi16(_mm256_mullo_epi16(u16, Multiplier(_mm256_set1_epi16(25))),
+                                         _mm256_mullo_epi16(v16, Multiplier(_mm256_set1_epi16(52))));
+    const __m256i b = _mm256_srai_epi16(_mm256_adds_epi16(l, _mm256_mullo_epi16(u16, Multiplier(_mm256_set1_epi16(129)))), 6);
     const __m256i g = _mm256_srai_epi16(_mm256_subs_epi16(l, gc), 6);
-    const __m256i r = _mm256_srai_epi16(_mm256_adds_epi16(l, _mm256_mullo_epi16(v16, _mm256_set1_epi16(102))), 6);
+    const __m256i r = _mm256_srai_epi16(_mm256_adds_epi16(l, _mm256_mullo_epi16(v16, Multiplier(_mm256_set1_epi16(102)))), 6);
     return {PackHalves(b), PackHalves(g), PackHalves(r)};
 }
 
@@ -58,15 +58,15 @@ struct Products {
     __m256i ub, gc, vr;  // 129 u', 25 u' +s 52 v', 102 v'
 };
 inline Products ChromaProducts(__m256i u16, __m256i v16) {
-    return {_mm256_mullo_epi16(u16, _mm256_set1_epi16(129)),
-            _mm256_adds_epi16(_mm256_mullo_epi16(u16, _mm256_set1_epi16(25)),
-                              _mm256_mullo_epi16(v16, _mm256_set1_epi16(52))),
-            _mm256_mullo_epi16(v16, _mm256_set1_epi16(102))};
+    return {_mm256_mullo_epi16(u16, Multiplier(_mm256_set1_epi16(129))),
+            _mm256_adds_epi16(_mm256_mullo_epi16(u16, Multiplier(_mm256_set1_epi16(25))),
+                              _mm256_mullo_epi16(v16, Multiplier(_mm256_set1_epi16(52)))),
+            _mm256_mullo_epi16(v16, Multiplier(_mm256_set1_epi16(102)))};
 }
 
 // Blue, green, red (16-bit) of luma y' (offset removed) with its products.
 inline void Colour(__m256i y16, __m256i ub, __m256i gc, __m256i vr, __m256i* b, __m256i* g, __m256i* r) {
-    const __m256i l = _mm256_mullo_epi16(y16, _mm256_set1_epi16(74));
+    const __m256i l = _mm256_mullo_epi16(y16, Multiplier(_mm256_set1_epi16(74)));
     *b = _mm256_srai_epi16(_mm256_adds_epi16(l, ub), 6);
     *g = _mm256_srai_epi16(_mm256_subs_epi16(l, gc), 6);
     *r = _mm256_srai_epi16(_mm256_adds_epi16(l, vr), 6);

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "convert/simd_constant.h"
+
 namespace tarn {
 namespace {
 
@@ -34,12 +36,12 @@ inline Channels VectorForm16(__m128i y8, __m128i u8, __m128i v8) {
     const __m128i ys[2] = {ylo, yhi};
     __m128i b[2], g[2], r[2];
     for (int h = 0; h < 2; ++h) {
-        const __m128i l = _mm_mullo_epi16(ys[h], _mm_set1_epi16(74));
-        const __m128i gc = _mm_adds_epi16(_mm_mullo_epi16(us[h], _mm_set1_epi16(25)),
-                                          _mm_mullo_epi16(vs[h], _mm_set1_epi16(52)));
-        b[h] = _mm_srai_epi16(_mm_adds_epi16(l, _mm_mullo_epi16(us[h], _mm_set1_epi16(129))), 6);
+        const __m128i l = _mm_mullo_epi16(ys[h], Multiplier(_mm_set1_epi16(74)));
+        const __m128i gc = _mm_adds_epi16(_mm_mullo_epi16(us[h], Multiplier(_mm_set1_epi16(25))),
+                                          _mm_mullo_epi16(vs[h], Multiplier(_mm_set1_epi16(52))));
+        b[h] = _mm_srai_epi16(_mm_adds_epi16(l, _mm_mullo_epi16(us[h], Multiplier(_mm_set1_epi16(129)))), 6);
         g[h] = _mm_srai_epi16(_mm_subs_epi16(l, gc), 6);
-        r[h] = _mm_srai_epi16(_mm_adds_epi16(l, _mm_mullo_epi16(vs[h], _mm_set1_epi16(102))), 6);
+        r[h] = _mm_srai_epi16(_mm_adds_epi16(l, _mm_mullo_epi16(vs[h], Multiplier(_mm_set1_epi16(102)))), 6);
     }
     return {_mm_packus_epi16(b[0], b[1]), _mm_packus_epi16(g[0], g[1]), _mm_packus_epi16(r[0], r[1])};
 }
