@@ -10,6 +10,12 @@
 // 4-byte pixel group past the last pixel of the last row (24-bit stores are
 // done 4 bytes at a time); give such buffers 16 bytes of slack after the last
 // row. The library's own pixel buffers always carry that slack.
+// A format conversion that CopyOut runs straight into the caller's buffer
+// stays inside the frame the call describes: stride x height bytes, and for
+// YUV420 output the two chroma planes behind the luma as well (stride x
+// height x 3 / 2 in all). Where a processor tier's conversion runs past the
+// end of its rows (the MMX tier at some widths, odd widths walked bottom-up),
+// bytes that would fall outside that frame are not written.
 #pragma once
 
 #include <cstddef>
