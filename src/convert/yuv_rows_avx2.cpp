@@ -240,20 +240,66 @@ void SmoothPairToBgraAvx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
     }
 }
 
+// 32 pairs a step. The in-lane unpacks want chroma as pairs 0-7, 16-23 |
+// 8-15, 24-31, which one 64-bit permute gives; the 128-bit permutes put the
+// packed pairs back in order for the stores.
 void SmoothPairToYuy2Avx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
                           size_t pairs) {
+    size_t i = 0;
+    for (; i + 32 <= pairs; i += 32) {
+        const __m256i uu = _mm256_permute4x64_epi64(Smooth32(u.a + i, u.b + i, u.c + i), _MM_SHUFFLE(3, 1, 2, 0));
+        const __m256i vv = _mm256_permute4x64_epi64(Smooth32(v.a + i, v.b + i, v.c + i), _MM_SHUFFLE(3, 1, 2, 0));
+        const __m256i uv[2] = {_mm256_unpacklo_epi8(uu, vv), _mm256_unpackhi_epi8(uu, vv)};
+        const Rows3 rows[2] = {y0, y1};
+        uint8_t* outs[2] = {d0 + 4 * i, d1 + 4 * i};
+        for (int r = 0; r < 2; ++r) {
+            for (int h = 0; h < 2; ++h) {
+                const size_t j = 2 * i + 32 * h;
+                const __m256i yy = Smooth32(rows[r].a + j, rows[r].b + j, rows[r].c + j);
+                const __m256i lo = _mm256_unpacklo_epi8(yy, uv[h]), hi = _mm256_unpackhi_epi8(yy, uv[h]);
+                Store32(outs[r] + 64 * h, _mm256_permute2x128_si256(lo, hi, 0x20));
+                Store32(outs[r] + 64 * h + 32, _mm256_permute2x128_si256(lo, hi, 0x31));
+            }
+        }
+    }
     const uint8_t* ya[3] = {y0.a, y0.b, y0.c};
     const uint8_t* yb[3] = {y1.a, y1.b, y1.c};
     const uint8_t* uu[3] = {u.a, u.b, u.c};
     const uint8_t* vv[3] = {v.a, v.b, v.c};
-    SmoothPairToYuy2Simd(d0, d1, ya, yb, uu, vv, 0, pairs);
+    SmoothPairToYuy2Simd(d0, d1, ya, yb, uu, vv, i, pairs);
 }
 
+// 32 pairs (128 packed bytes) a step; each pack is put in order by a 64-bit
+// permute.
 void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
                             size_t pairs) {
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const auto pack = [](__m256i p, __m256i q) {
+        return _mm256_permute4x64_epi64(_mm256_packus_epi16(p, q), _MM_SHUFFLE(3, 1, 2, 0));
+    };
+    const auto lowBytes = [&](__m256i p, __m256i q) {
+        return pack(_mm256_and_si256(p, low), _mm256_and_si256(q, low));
+    };
+    size_t i = 0;
+    for (; i + 32 <= pairs; i += 32) {
+        const size_t o = 4 * i;
+        __m256i f0[4], f1[4], c[4];
+        for (int k = 0; k < 4; ++k) {
+            f0[k] = Smooth32(a.a + o + 32 * k, a.b + o + 32 * k, a.c + o + 32 * k);
+            f1[k] = Smooth32(b.a + o + 32 * k, b.b + o + 32 * k, b.c + o + 32 * k);
+            c[k] = _mm256_srli_epi16(_mm256_avg_epu8(f0[k], f1[k]), 8);
+        }
+        Store32(y0 + 2 * i, lowBytes(f0[0], f0[1]));
+        Store32(y0 + 2 * i + 32, lowBytes(f0[2], f0[3]));
+        Store32(y1 + 2 * i, lowBytes(f1[0], f1[1]));
+        Store32(y1 + 2 * i + 32, lowBytes(f1[2], f1[3]));
+        const __m256i c01 = pack(c[0], c[1]), c23 = pack(c[2], c[3]);  // u v u v ...
+        Store32(u + i, lowBytes(c01, c23));
+        Store32(v + i, pack(_mm256_srli_epi16(c01, 8), _mm256_srli_epi16(c23, 8)));
+    }
     const uint8_t* ra[3] = {a.a, a.b, a.c};
     const uint8_t* rb[3] = {b.a, b.b, b.c};
-    SmoothPairFromYuy2Simd(y0, y1, u, v, ra, rb, 0, pairs);
+    SmoothPairFromYuy2Simd(y0, y1, u, v, ra, rb, i, pairs);
 }
 
 }  // namespace
