@@ -17,9 +17,9 @@ int32_t Height(const VedRect& r) { return r.bottom - r.top; }
 
 // Stretches overlay and mask to D's size through two blank surfaces. On
 // success they replace `overlay` and `mask` (the old ones released) and S
-// becomes (0, 0, dw, dh). On failure the ones that came in are released and
-// a stretched overlay already made is kept, not released: the caller answers
-// the failure and nothing else holds that surface.
+// becomes (0, 0, dw, dh). On failure the ones that came in are released; a
+// stretched overlay already made when only the mask's blank fails is not:
+// that leak is old behaviour and kept as it is.
 VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, const VedRect& d,
                                 VedRect& s) {
     const int32_t dw = Width(d), dh = Height(d);
@@ -28,7 +28,9 @@ VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, con
     overlay->GetInfo(&info);
     info.width = static_cast<uint32_t>(dw);
     info.height = static_cast<uint32_t>(dh);
-    info.stride = dw;  // also for YUV422, which needs twice that: see below
+    // Also for YUV422, whose rows need twice that: the builder refuses such a
+    // surface, and the composition answers its result with nothing painted.
+    info.stride = dw;
     ITarnSurface* stretched = nullptr;
     int32_t bytes = 0;
     VedResult r = builder.CreateBlank(&info, &bytes, &stretched);
@@ -50,8 +52,7 @@ VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, con
         return r < 0 ? r : VED_E_FAIL;
     }
     // A mask has its overlay's size, so S serves for both. The results are
-    // not looked at: a YUV422 target surface is refused by the draw and stays
-    // as CreateBlank left it, which hosts see.
+    // not looked at: composition goes on with what is there.
     stretched->DrawToSurface(nullptr, overlay, &s, 0);
     stretchedMask->DrawToSurface(nullptr, mask, &s, 0);
     overlay->Release();

@@ -67,11 +67,12 @@ Ref<ITarnSurface> Mask(int w, int h, uint8_t value) {
     return s;
 }
 
+// Drains first: GetInfo alone would show the format before queued work.
 Bytes PixelsOf(ITarnSurface* s) {
-    SurfaceInfo info{};
-    s->GetInfo(&info);
     uint8_t* p = nullptr;
     s->GetPixels(&p);
+    SurfaceInfo info{};
+    s->GetInfo(&info);
     return Bytes(p, p + BufferBytes(info));
 }
 
