@@ -63,23 +63,13 @@ InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes);
 
 // Single-channel Inner over a run; `weights` points into the driver's block,
 // whose layout the trailing pixels depend on (they read the byte at 4 * j).
-// `wide` counts the leading pixels whose offset lies at least 4 bytes before
-// the row's end, where a fast form may read 4 bytes at once; the plain form
-// ignores it.
 using GrayInnerFn = void (*)(uint8_t* dst, const uint8_t* row, const uint8_t* weights,
-                             const uint32_t* offsets, uint32_t len, int32_t below, uint32_t rw,
-                             uint32_t wide);
+                             const uint32_t* offsets, uint32_t len, int32_t below, uint32_t rw);
 void GrayInnerRow(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
-                  uint32_t len, int32_t below, uint32_t rw, uint32_t wide);
+                  uint32_t len, int32_t below, uint32_t rw);
 GrayInnerFn PickGrayInnerRow();
 
-// Single-channel gather: dst[j] = row[offsets[j]]; `wide` as above.
-using GrayGatherFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
-                              uint32_t wide);
-void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len, uint32_t wide);
-GrayGatherFn PickGrayGatherRow();
-
-// Leading entries of an offset list that lie below `limit`.
-uint32_t CountBelow(const uint32_t* offsets, uint32_t len, uint32_t limit);
+// Single-channel gather: dst[j] = row[offsets[j]].
+void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len);
 
 }  // namespace tarn

@@ -33,7 +33,7 @@ void InnerRow44(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t
 // with weights j to j + 3 as they should be. The output of those trailing
 // pixels depends on this and on the block layout; both are kept.
 void GrayInnerRow(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
-                  uint32_t len, int32_t below, uint32_t rw, uint32_t /*wide*/) {
+                  uint32_t len, int32_t below, uint32_t rw) {
     const uint32_t w8 = rw & 255;
     const uint32_t groups = len & ~3u;
     for (uint32_t j = len; j-- > groups;) {
@@ -48,14 +48,10 @@ void GrayInnerRow(uint8_t* dst, const uint8_t* row, const uint8_t* weights, cons
     }
 }
 
-void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len, uint32_t /*wide*/) {
+// A vector gather is slower than this loop on the processors we run on, so
+// the gather has no fast form.
+void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len) {
     for (uint32_t j = 0; j < len; ++j) dst[j] = row[offsets[j]];
-}
-
-uint32_t CountBelow(const uint32_t* offsets, uint32_t len, uint32_t limit) {
-    uint32_t n = 0;
-    while (n < len && offsets[n] < limit) ++n;
-    return n;
 }
 
 InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
@@ -86,8 +82,5 @@ GrayInnerFn PickGrayInnerRow() {
     return GrayInnerRow;
 #endif
 }
-
-// A vector gather is slower than the plain loop on the processors we run on.
-GrayGatherFn PickGrayGatherRow() { return GrayGatherRow; }
 
 }  // namespace tarn

@@ -69,7 +69,7 @@ void Inner(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t*
 // (the two bytes the plain form reads), and each lerp is one multiply-add of
 // the pairs (S, S+) and (256 - w, w).
 void GrayInnerRowSse2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
-                      uint32_t len, int32_t below, uint32_t rw, uint32_t /*wide*/) {
+                      uint32_t len, int32_t below, uint32_t rw) {
     const uint32_t groups = len & ~3u;
     const uint32_t fast = groups & ~7u;
     const __m128i zero = _mm_setzero_si128();
@@ -107,7 +107,7 @@ void GrayInnerRowSse2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, 
     }
     // The rest of the groups as a run of their own (all of it groups of
     // four), then the trailing pixels with their weights at 4 * j.
-    if (fast < groups) GrayInnerRow(dst + fast, row, weights + fast, offsets + fast, groups - fast, below, rw, 0);
+    if (fast < groups) GrayInnerRow(dst + fast, row, weights + fast, offsets + fast, groups - fast, below, rw);
     const uint32_t w8 = rw & 255;
     for (uint32_t j = groups; j < len; ++j) {
         const uint8_t* s = row + offsets[j];

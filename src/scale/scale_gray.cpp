@@ -37,16 +37,10 @@ void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstS
     std::memcpy(block + w * 5, rowWeights, h * 4);
     std::memcpy(block + w * 5 + h * 4, rowOffsets, h * 4);
 
-    const GrayGatherFn gather = PickGrayGatherRow();
     const GrayInnerFn inner = PickGrayInnerRow();
     const uint32_t left = cf, right = dstWidth - cl;
     const uint32_t middle = left + right < dstWidth ? cl - cf : 0;
     const bool equalWidths = dstWidth == srcWidth;
-    // Columns whose sample has 3 more bytes after it in the row.
-    const uint32_t wideAll = srcWidth >= 4 ? CountBelow(colOffsets, dstWidth, srcWidth - 3) : 0;
-    auto wide = [wideAll](uint32_t from, uint32_t len) {
-        return wideAll <= from ? 0 : wideAll - from < len ? wideAll - from : len;
-    };
     const bool wholeRows = startX == 0.0 && equalWidths;
     for (uint32_t y = 0; y < dstHeight; ++y) {
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
@@ -54,27 +48,27 @@ void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstS
         const uint32_t rw = rowWeights[y];
         if (mode == SCALE_NEAREST) {
             if (equalWidths) std::memcpy(d, r, w);
-            else gather(d, r, colOffsets, dstWidth, wideAll);
+            else GrayGatherRow(d, r, colOffsets, dstWidth);
             continue;
         }
         const bool centre = y >= rf && y < rl;
         if (!centre) {
             if (wholeRows && y < rf) std::memcpy(d, r, w);
-            else gather(d, r, colOffsets, dstWidth, wideAll);
+            else GrayGatherRow(d, r, colOffsets, dstWidth);
             continue;
         }
         if (wholeRows && rw == 0) {
             std::memcpy(d, r, w);
             continue;
         }
-        gather(d, r, colOffsets, left, wide(0, left));
+        GrayGatherRow(d, r, colOffsets, left);
         if (wholeRows) {
             for (uint32_t j = cf; j < cf + middle; ++j)
                 d[j] = static_cast<uint8_t>(LerpByte(r[j], r[j + static_cast<intptr_t>(srcStride)], rw & 255));
         } else if (middle) {
-            inner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw, wide(cf, middle));
+            inner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw);
         }
-        gather(d + cl, r, colOffsets + cl, right, wide(cl, right));
+        GrayGatherRow(d + cl, r, colOffsets + cl, right);
     }
     delete[] words;
     delete[] block;
