@@ -22,10 +22,14 @@ void PlanarGroups(uint8_t* ty, uint8_t* tu, uint8_t* tv, const uint8_t* oy, cons
     const __m128i evenBytes = _mm_set1_epi16(0x00FF);
     _mm_prefetch(reinterpret_cast<const char*>(oy + 2 * os), _MM_HINT_NTA);
     _mm_prefetch(reinterpret_cast<const char*>(m + 2 * os), _MM_HINT_NTA);
+    // The upper row alone first, then the lower row with the chroma that
+    // takes its weights from it: fewer streams at a time.
+    for (int32_t x = 0; x < 16 * groups; x += 16)
+        Store16(ty + x, BlendBytes(Load16(oy + x), Load16(ty + x), Load16(m + x)));
+    ty += ts, oy += os, m += os;
     for (int32_t g = 0; g < groups; ++g, ty += 16, oy += 16, m += 16, tu += 8, tv += 8, ou += 8, ov += 8) {
-        const __m128i m0 = Load16(m), m1 = Load16(m + os);
-        Store16(ty, BlendBytes(Load16(oy), Load16(ty), m0));
-        Store16(ty + ts, BlendBytes(Load16(oy + os), Load16(ty + ts), m1));
+        const __m128i m1 = Load16(m);
+        Store16(ty, BlendBytes(Load16(oy), Load16(ty), m1));
         // Even bytes of the lower mask row are the lower left pixels, odd
         // bytes the lower right ones.
         const __m128i w = kLowerLeft ? _mm_and_si128(m1, evenBytes) : _mm_srli_epi16(m1, 8);
