@@ -302,5 +302,52 @@ TEST(Compose, RangeGuard) {
     EXPECT_NE(PixelsOf(frame.get()), before);
 }
 
+// Answers of the compositors on their own, and which references each keeps.
+TEST(Compose, RefusalsAndTheReferencesTheyKeep) {
+    Ref<ITarnSurface> frame = Yuv420(8, 8, 10, 20, 30);
+    auto* self = static_cast<CTarnSurfaceBuffer*>(frame.get());
+    Ref<ITarnSurface> bare = Yuv420(8, 8, 1, 2, 3);
+    Place(bare.get(), {0, 0, 8, 8}, {0, 0, 8, 8});
+    EXPECT_EQ(ComposeMasked(nullptr, bare.get()), VED_E_INVALIDARG);
+    EXPECT_EQ(ComposeKeyed(self, frame.get(), nullptr), VED_E_INVALIDARG);
+    EXPECT_EQ(Count(bare.get()), 1u);
+
+    bare->AddRef();  // no mask: VED_E_FAIL, the overlay's reference stays
+    EXPECT_EQ(ComposeMasked(frame.get(), bare.get()), VED_E_FAIL);
+    EXPECT_EQ(Count(bare.get()), 2u);
+    bare->Release();
+
+    Ref<ITarnSurface> mask = Mask(8, 8, 0);
+    bare->SetMask(mask.get());
+    Ref<ITarnSurface> gray = Mask(8, 8, 7);  // a target neither YUV420 nor YUV422
+    bare->AddRef();
+    EXPECT_EQ(ComposeMasked(gray.get(), bare.get()), VED_E_BADSTATE);
+    EXPECT_EQ(Count(bare.get()), 2u);  // overlay and mask both kept
+    EXPECT_EQ(Count(mask.get()), 3u);
+    bare->Release();
+    mask->Release();
+
+    Ref<ITarnSurface> empty = Yuv420(8, 8, 1, 2, 3);
+    Place(empty.get(), {0, 0, 8, 8}, {4, 4, 4, 8});  // empty D: released
+    empty->AddRef();
+    EXPECT_EQ(ComposeKeyed(self, frame.get(), empty.get()), VED_E_INVALIDARG);
+    EXPECT_EQ(Count(empty.get()), 1u);
+}
+
+// A copy that cannot be made: VED_E_FAIL and the list as it was.
+TEST(Flatten, FailedCopyKeepsTheList) {
+    Ref<ITarnSurface> frame = Yuv420(8, 8, 10, 20, 30);
+    frame->SetFlattenInPlace(0);
+    Ref<ITarnSurface> title = Yuv420(8, 8, 1, 2, 3);
+    Place(title.get(), {0, 0, 8, 8}, {0, 0, 8, 8});
+    frame->AddOverlay(title.get());
+    static_cast<CTarnSurfaceBuffer*>(frame.get())->info.storage = 0;  // Clone refuses it
+    ITarnSurface* out = nullptr;
+    EXPECT_EQ(frame->Flatten(&out), VED_E_FAIL);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(frame->GetOverlayCount(), 1);
+    EXPECT_EQ(Count(title.get()), 2u);
+}
+
 }  // namespace
 }  // namespace tarn
