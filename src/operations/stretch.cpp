@@ -90,7 +90,7 @@ int32_t StretchPlanar(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, i
                       int32_t quality, uint32_t padColor) {
     if (!dst || !src) return 0;
     // The two sides place their second chroma plane by different sums; they
-    // agree for even sizes, which is all the library makes.
+    // agree for even sizes; for odd ones both stay inside the buffer.
     const uint8_t* srcY = src;
     const uint8_t* srcU = srcY + int64_t(srcHeight) * srcStride;
     const uint8_t* srcV = srcU + int64_t(srcHeight / 2) * (srcStride / 2);

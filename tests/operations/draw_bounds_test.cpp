@@ -29,15 +29,18 @@ bool Allowed(VedResult r) {
 struct Kind {
     SurfaceFormat format;
     uint32_t topDown;
+    uint32_t width, height;  // of the target; the source is 8 x 6
 };
-constexpr Kind kKinds[] = {{SURFACE_FORMAT_RGB24, 1}, {SURFACE_FORMAT_RGB24, 0}, {SURFACE_FORMAT_RGB32, 0},
-                           {SURFACE_FORMAT_GRAY8, 1}, {SURFACE_FORMAT_YUV420, 1}, {SURFACE_FORMAT_YUV422, 1}};
+constexpr Kind kKinds[] = {{SURFACE_FORMAT_RGB24, 1, 8, 8}, {SURFACE_FORMAT_RGB24, 0, 9, 7},
+                           {SURFACE_FORMAT_RGB32, 0, 8, 8}, {SURFACE_FORMAT_GRAY8, 1, 8, 8},
+                           {SURFACE_FORMAT_YUV420, 1, 8, 8}, {SURFACE_FORMAT_YUV420, 1, 7, 9},
+                           {SURFACE_FORMAT_YUV422, 1, 8, 8}};
 
 TEST(RectangleBounds, AnyRectangleAnswersWithoutStrayWrites) {
     std::mt19937 rng(5);
     for (const Kind& kind : kKinds) {
         SCOPED_TRACE(testing::Message() << kind.format << "/" << kind.topDown);
-        Ref<ITarnSurface> target = MakeBlank(kind.format, 8, 8, kind.topDown);
+        Ref<ITarnSurface> target = MakeBlank(kind.format, kind.width, kind.height, kind.topDown);
         Ref<ITarnSurface> source = MakeBlank(kind.format, 8, 6, kind.topDown);
         for (int i = 0; i < 3000; ++i) {
             VedRect a = RandomRect(rng), b = RandomRect(rng);
