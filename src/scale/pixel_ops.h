@@ -30,6 +30,14 @@ inline void Store3(uint8_t* p, uint32_t v) {
 inline uint32_t LerpByte(uint32_t a, uint32_t b, uint32_t w) { return (a * (256 - w) + b * w) >> 8; }
 
 inline uint32_t Lerp(uint32_t a, uint32_t b, uint32_t w) {
+    const uint32_t w8 = w & 255;
+    if (w == w8 * 0x01010101u) {
+        // One weight in all lanes: lanes 0 and 2, then 1 and 3, share one
+        // multiply; each 16-bit half stays below 65281, so none carries.
+        const uint32_t even = ((a & 0x00FF00FFu) * (256 - w8) + (b & 0x00FF00FFu) * w8) >> 8;
+        const uint32_t odd = (((a >> 8) & 0x00FF00FFu) * (256 - w8) + ((b >> 8) & 0x00FF00FFu) * w8) >> 8;
+        return (even & 0x00FF00FFu) | ((odd & 0x00FF00FFu) << 8);
+    }
     uint32_t r = 0;
     for (int s = 0; s < 32; s += 8)
         r |= LerpByte((a >> s) & 255, (b >> s) & 255, (w >> s) & 255) << s;

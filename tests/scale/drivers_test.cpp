@@ -132,6 +132,29 @@ TEST(DriverMixed, FadeRunsAreExactAtTheirFirstPixel) {
     EXPECT_EQ(dst.at(1, 0)[0], 20 + (200 - 25 - 20) * 128 / 256);             // 200 + floor(-100*64/256) = 175
 }
 
+TEST(DriverMixed, FadeLaneValuesCarryToTheNextPixel) {
+    // 4 to 3 bytes, step 0.25 in mode 2: columns and rows 0 and 1 lie before
+    // the source (weights 0 and 128), so row 0 (rw 0) runs the top-left
+    // template over two pixels, loading only P3 := S = (100, 50, 200, 0).
+    // Pixel 0 comes out as the background (10, 20, 30, 40) and leaves P0
+    // packed: 16-bit lanes 20 * 256 + 10 and 40 * 256 + 30, and P1, P2 at 0.
+    // Pixel 1 (cw 128): P1 := ((0 - 5130) * 128 mod 65536) >> 8 = 251 and
+    // 241; P0 + P1 bytewise = 20 * 256 + 5 and 40 * 256 + 15; rw 0 keeps it;
+    // the saturating pack gives 255 in every byte.
+    Image src(4, 4, 4), dst(16, 16, 3);
+    for (uint32_t y = 0; y < 4; ++y)
+        for (uint32_t x = 0; x < 4; ++x) {
+            uint8_t* p = src.at(x, y);
+            p[0] = 100, p[1] = 50, p[2] = 200, p[3] = 0;
+        }
+    const uint8_t bg[4] = {10, 20, 30, 40};
+    test::Scale(dst, src, 2, bg);
+    EXPECT_EQ(dst.at(0, 0)[0], 10);
+    EXPECT_EQ(dst.at(0, 0)[1], 20);
+    EXPECT_EQ(dst.at(0, 0)[2], 30);
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(dst.at(1, 0)[c], 255) << c;
+}
+
 TEST(Driver, NearestCopiesAndFourthBytes) {
     Image src(4, 4, 3), same(4, 4, 4), half(2, 2, 4);
     for (uint32_t y = 0; y < 4; ++y)
