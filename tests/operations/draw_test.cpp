@@ -1,10 +1,8 @@
 // DrawToSurface and DrawToBuffer: rectangle tests, the flip of picture
 // rectangles for bottom-up RGB, the content rectangle that only grows, the
 // refusals that leave the source alone, and DrawToBuffer's default strides.
-// Also the answers of Transform.
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <vector>
 
 #include "blank_surface.h"
@@ -216,19 +214,6 @@ TEST(DrawToBuffer, Refusals) {
     EXPECT_EQ(out, untouched);
     Ref<ITarnSurface> packed = MakeBlank(SURFACE_FORMAT_YUV422, 8, 8);
     EXPECT_EQ(packed->DrawToBuffer(nullptr, nullptr, out.data(), 4, 4, 16, 0), VED_E_NOTSUPPORTED);
-}
-
-TEST(Transform, AnswersOnlyAboutItsArguments) {
-    Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_RGB24, 8, 8);
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    struct Case {
-        int32_t first;
-        double a, c;
-        VedResult answer;
-    } cases[] = {{0, 1, 1, VED_E_INVALIDARG},  {1, -0.5, 1, VED_E_INVALIDARG},
-                 {1, 1, -1, VED_E_INVALIDARG}, {1, 0, 0, VED_E_NOTSUPPORTED},
-                 {7, nan, nan, VED_E_NOTSUPPORTED}, {-3, 2, 2, VED_E_NOTSUPPORTED}};
-    for (const Case& c : cases) EXPECT_EQ(s->Transform(c.first, 0, c.a, -9, c.c, -9, 0), c.answer);
 }
 
 }  // namespace
