@@ -159,6 +159,21 @@ const FamilyPitches kFamilies[] = {
     {BoxFamily::D, 4, 4, 4, 4, 4, BoxShrinkRow<BoxFamily::D>},
 };
 
+// A run paired throughout skips the per-row search for paired boxes.
+BoxRowFn PickPairedRow(BoxFamily family, BoxRowFn general) {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<BoxRowFn> c[] = {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::C>}, {SimdForm::Plain, nullptr}};
+    static const FormEntry<BoxRowFn> d[] = {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::D>}, {SimdForm::Plain, nullptr}};
+    BoxRowFn f = nullptr;
+    if (family == BoxFamily::C) f = PickForm(c);
+    if (family == BoxFamily::D) f = PickForm(d);
+    if (f) return f;
+#else
+    (void)family;
+#endif
+    return general;
+}
+
 BoxRowFn PickBoxRow(BoxFamily family, BoxRowFn plain) {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<BoxRowFn> c[] = {{SimdForm::Avx2, BoxShrinkRowAvx2<BoxFamily::C>},
@@ -183,11 +198,16 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
                    uint32_t background, uint32_t fade) {
     const FamilyPitches& f = kFamilies[(srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0)];
     const BoxRowFn fastRow = PickBoxRow(f.family, f.fast);
+    // The fast path runs over all columns, or over the middle band with fade.
+    const uint32_t fastFrom = fade ? b.colFirst : 0, fastLen = fade ? b.middle : width;
+    const bool paired = fastLen > 0 && PairedRun(cols.offsets + fastFrom, cols.weights + fastFrom, 0, 0, fastLen,
+                                                 fastLen) == fastLen;
+    const BoxRowFn pairedRow = paired ? PickPairedRow(f.family, fastRow) : fastRow;
     const bool exact = maxFactor > 15;
     const uint32_t exDst = fade ? f.fadeDst : f.exactDst, exSrc = fade ? f.fadeSrc : f.exactSrc;
     auto fast = [&](uint8_t* d, const uint8_t* r, uint32_t col, uint32_t len, uint32_t rw) {
         if (exact) BoxRowExact(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, exDst, exSrc);
-        else fastRow(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw);
+        else pairedRow(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw);
     };
     uint8_t bg[4];
     Store4(bg, background);

@@ -41,6 +41,10 @@ void BoxShrinkRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
 template <BoxFamily F>
 void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount);
+// The same for a run known to be paired throughout (PairedRun over all of it).
+template <BoxFamily F>
+void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                      uint32_t len, int32_t stride, uint32_t rowCount);
 #endif
 
 // How many entries from `j` (counts) and `k` (offsets) form boxes of two

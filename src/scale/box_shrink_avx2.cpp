@@ -99,6 +99,22 @@ void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
     }
 }
 
+template <BoxFamily F>
+void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                      uint32_t len, int32_t stride, uint32_t rowCount) {
+    if (rowCount < 1 || rowCount > 16 || len == 0) return;
+    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    const BoxChain ch = ChainFor(F, rowCount, 2);
+    const uint32_t blocks = len / 4;
+    if (rowCount == 2) PairedSegment<F, 2>(dst, row + offsets[0], blocks, stride, 2, ch);
+    else PairedSegment<F, 0>(dst, row + offsets[0], blocks, stride, rowCount, ch);
+    const uint32_t done = 4 * blocks;
+    if (done < len)
+        BoxShrinkRowSse2<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
+}
+
+template void BoxPairedRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxPairedRowAvx2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxShrinkRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxShrinkRowAvx2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 

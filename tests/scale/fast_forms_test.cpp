@@ -120,6 +120,16 @@ TEST(FastForms, BoxRowsMatchPlain) {
                 (c ? BoxShrinkRowAvx2<BoxFamily::C> : BoxShrinkRowAvx2<BoxFamily::D>)(
                     b.data(), src.data(), offsets.data(), counts.data(), len, stride, rows);
                 ASSERT_EQ(a, b) << "AVX2 len " << len << " rows " << rows << " family " << int(f);
+                // The same row with every box paired, through the paired-run form.
+                std::vector<uint32_t> two(len + 1, 2), step(len + 1);
+                for (uint32_t j = 0; j < len; ++j) step[j] = 8 * j + 4;
+                std::fill(a.begin(), a.end(), 0x5A);
+                std::fill(b.begin(), b.end(), 0x5A);
+                (c ? BoxShrinkRow<BoxFamily::C> : BoxShrinkRow<BoxFamily::D>)(a.data(), src.data(), step.data(),
+                                                                              two.data(), len, stride, rows);
+                (c ? BoxPairedRowAvx2<BoxFamily::C> : BoxPairedRowAvx2<BoxFamily::D>)(
+                    b.data(), src.data(), step.data(), two.data(), len, stride, rows);
+                ASSERT_EQ(a, b) << "paired len " << len << " rows " << rows << " family " << int(f);
             }
         }
 }
