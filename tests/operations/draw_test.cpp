@@ -88,23 +88,6 @@ TEST(DrawToSurface, ContentRectangleOnlyGrows) {
     EXPECT_TRUE(SameRect(ContentOf(target), {0, 0, 8, 8}));
 }
 
-TEST(DrawToSurface, PlanarRectanglesEnterEachPlane) {
-    Ref<ITarnSurface> target = FlatPlanar(16, 12, 1, 2, 3);
-    Ref<ITarnSurface> source = FlatPlanar(8, 8, 50, 60, 70);
-    VedRect dest{4, 2, 13, 8};  // 9 wide: drawn 8 wide
-    ASSERT_EQ(target->DrawToSurface(&dest, source.get(), nullptr, SCALE_BILINEAR), VED_S_OK);
-    const uint8_t* p = Buffer(target)->pixels;
-    for (int32_t y = 0; y < 12; ++y)
-        for (int32_t x = 0; x < 16; ++x)
-            ASSERT_EQ(p[y * 16 + x], (x >= 4 && x < 12 && y >= 2 && y < 8) ? 50 : 1) << x << "," << y;
-    for (int32_t plane = 0; plane < 2; ++plane)
-        for (int32_t y = 0; y < 6; ++y)
-            for (int32_t x = 0; x < 8; ++x) {
-                const bool inside = x >= 2 && x < 6 && y >= 1 && y < 4;
-                ASSERT_EQ(p[192 + plane * 48 + y * 8 + x], inside ? 60 + 10 * plane : 2 + plane);
-            }
-}
-
 TEST(DrawToSurface, BadAndThinRectangles) {
     Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_RGB24, 8, 8);
     Paint(target, kCanary);
