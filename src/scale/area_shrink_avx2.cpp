@@ -11,10 +11,28 @@
 namespace tarn {
 namespace {
 
+// This file is built with fused multiply-add available, and the compiler
+// would fuse a product into the sum that follows; the sums must round the
+// product on its own, as the plain form does. An empty asm statement hides
+// the product from that contraction and costs nothing.
+inline float Rounded(float p) {
+#if defined(__GNUC__)
+    __asm__("" : "+x"(p));
+#endif
+    return p;
+}
+
+inline __m256 Rounded(__m256 p) {
+#if defined(__GNUC__)
+    __asm__("" : "+x"(p));
+#endif
+    return p;
+}
+
 void Column(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn, uint32_t width,
             uint32_t x, float* current) {
     float v = current[x];
-    for (uint32_t r = 0; r < perColumn; ++r) v += row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x];
+    for (uint32_t r = 0; r < perColumn; ++r) v += Rounded(row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x]);
     current[x] = v;
 }
 
@@ -48,7 +66,7 @@ void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index
             const __m256 pick = _mm256_blendv_ps(_mm256_permutevar8x32_ps(lo, rel),
                                                  _mm256_permutevar8x32_ps(hi, _mm256_sub_epi32(rel, eight)),
                                                  _mm256_castsi256_ps(_mm256_cmpgt_epi32(rel, seven)));
-            v = _mm256_add_ps(v, _mm256_mul_ps(pick, _mm256_loadu_ps(weight + at)));
+            v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick, _mm256_loadu_ps(weight + at))));
         }
         _mm256_storeu_ps(current + x, v);
     }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "scale/box_shrink.h"
 #include "scale/drivers.h"
 #include "scale/inner_rows_fast.h"
+#include "scale/planar_scale.h"
 #include "scale/scale.h"
 
 namespace tarn {
@@ -168,6 +170,60 @@ TEST(FastForms, ScaleImageAgreesAcrossForms) {
                 }
             }
 }
+
+TEST(FastForms, AreaShrinkAgreesOnALargePlane) {
+    // Float sums over many rows: a fused multiply-add in a fast form would
+    // round differently from the plain form somewhere in here.
+    std::mt19937 rng(5);
+    const uint32_t sw = 641, sh = 363, dw = 427, dh = 241;
+    std::vector<uint8_t> src(size_t(sw) * sh + 64);
+    for (auto& b : src) b = uint8_t(rng());
+    auto run = [&](SimdForm form) {
+        ScopedKernelChoice choice(g_cpuFeatures, form);
+        std::vector<uint8_t> out(size_t(dw) * dh + 64, 0x77);
+        ScaleImage(out.data(), dw, dh, int32_t(dw), 1, src.data(), sw, sh, int32_t(sw), 1, 0.0, double(sw) / dw, 0.0,
+                   double(sh) / dh, SCALE_AREA, nullptr);
+        return out;
+    };
+    const auto plain = run(SimdForm::Plain);
+    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+        if (HostSimdForm() < f) continue;
+        EXPECT_EQ(run(f), plain) << FormName(f);
+    }
+}
+
+#if defined(TARN_HAVE_X86_SIMD)
+TEST(FastForms, AreaRowSumsAreBitExact) {
+    // The accumulators themselves, bit for bit, over a few dense tables.
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::mt19937 rng(11);
+    for (uint32_t width : {1u, 7u, 8u, 9u, 40u, 203u})
+        for (uint32_t per : {1u, 2u, 3u, 5u}) {
+            const uint32_t srcWidth = width * 2 + 5;
+            std::vector<uint8_t> row(srcWidth + 8);
+            for (auto& b : row) b = uint8_t(rng());
+            std::vector<int32_t> index(size_t(per) * width);
+            std::vector<float> weight(size_t(per) * width);
+            for (uint32_t x = 0; x < width; ++x)
+                for (uint32_t r = 0; r < per; ++r) {
+                    index[size_t(r) * width + x] = int32_t(std::min(srcWidth - 1, 2 * x + r));
+                    weight[size_t(r) * width + x] = float(rng() % 100000) / 77777.0f;
+                }
+            std::vector<float> a(width), b(width), scratch(srcWidth + 16);
+            for (uint32_t x = 0; x < width; ++x) a[x] = b[x] = float(rng() % 1000) / 7.0f;
+            for (int pass = 0; pass < 3; ++pass) {
+                AreaGrayRow(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), a.data());
+                AreaGrayRowAvx2(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), b.data());
+            }
+            for (uint32_t x = 0; x < width; ++x) {
+                uint32_t ua, ub;
+                std::memcpy(&ua, &a[x], 4);
+                std::memcpy(&ub, &b[x], 4);
+                ASSERT_EQ(ua, ub) << "width " << width << " per " << per << " x " << x;
+            }
+        }
+}
+#endif
 
 }  // namespace
 }  // namespace tarn
