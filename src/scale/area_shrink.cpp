@@ -78,8 +78,10 @@ DenseArea Densify(const AreaCoefficient* list, uint32_t count, uint32_t width) {
     return d;
 }
 
+}  // namespace
+
 // A target row ends on a source row boundary: both sums go out, rounded.
-void EmitRow(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total) {
+void AreaEmitRow(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total) {
     for (uint32_t i = 0; i < total; ++i) {
         out[i] = ByteOf(current[i] + carry[i] + 0.5);
         current[i] = carry[i] = 0;
@@ -88,7 +90,7 @@ void EmitRow(uint8_t* out, float* __restrict current, float* __restrict carry, u
 
 // A target row ends inside a source row: the part 1 - f of that row goes
 // out with it, the part f opens the next target row.
-void EmitSplitRow(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total, float f) {
+void AreaEmitSplitRow(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total, float f) {
     const float g = static_cast<float>(1.0 - f);
     for (uint32_t i = 0; i < total; ++i) {
         out[i] = ByteOf(current[i] * g + carry[i] + 0.5);
@@ -97,12 +99,14 @@ void EmitSplitRow(uint8_t* out, float* __restrict current, float* __restrict car
     }
 }
 
-void CarryRow(float* __restrict current, float* __restrict carry, uint32_t total) {
+void AreaCarryRow(float* __restrict current, float* __restrict carry, uint32_t total) {
     for (uint32_t i = 0; i < total; ++i) {
         carry[i] += current[i];
         current[i] = 0;
     }
 }
+
+namespace {
 
 AreaGrayRowFn PickAreaGrayRow() {
 #if defined(TARN_HAVE_X86_SIMD)
@@ -110,6 +114,23 @@ AreaGrayRowFn PickAreaGrayRow() {
     return PickForm(t);
 #else
     return AreaGrayRow;
+#endif
+}
+
+struct AreaRowForms {
+    void (*emit)(uint8_t*, float*, float*, uint32_t);
+    void (*split)(uint8_t*, float*, float*, uint32_t, float);
+    void (*carry)(float*, float*, uint32_t);
+};
+
+AreaRowForms PickAreaRowForms() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<AreaRowForms> t[] = {
+        {SimdForm::Avx2, {AreaEmitRowAvx2, AreaEmitSplitRowAvx2, AreaCarryRowAvx2}},
+        {SimdForm::Plain, {AreaEmitRow, AreaEmitSplitRow, AreaCarryRow}}};
+    return PickForm(t);
+#else
+    return {AreaEmitRow, AreaEmitSplitRow, AreaCarryRow};
 #endif
 }
 
@@ -135,6 +156,7 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
     const DenseArea table = dense ? Densify(list, count, dstWidth) : DenseArea{};
     const AreaGrayRowFn grayRow = PickAreaGrayRow();
     std::vector<float> scratch(dense ? srcWidth + 16 : 0, 0.0f);
+    const AreaRowForms forms = PickAreaRowForms();
     uint32_t t = 1;
     for (uint32_t y = 0; y < srcHeight; ++y) {
         const uint8_t* row = src + intptr_t(y) * srcStride;
@@ -155,12 +177,12 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
         if (next >= boundary || y + 1 == srcHeight) {
             float f = static_cast<float>(next - boundary);
             if (!(f > 0)) f = 0;
-            if (std::fabs(f) < 0.001) EmitRow(dst, current, carry, total);
-            else EmitSplitRow(dst, current, carry, total, f);
+            if (std::fabs(f) < 0.001) forms.emit(dst, current, carry, total);
+            else forms.split(dst, current, carry, total, f);
             dst += dstStride;
             ++t;
         } else {
-            CarryRow(current, carry, total);
+            forms.carry(current, carry, total);
         }
     }
     return true;

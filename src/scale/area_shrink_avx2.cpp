@@ -73,4 +73,54 @@ void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index
     for (uint32_t x = fast; x < width; ++x) Column(row, index, weight, perColumn, width, x, current);
 }
 
+namespace {
+
+// Bytes of trunc(v + 0.5) for eight float sums, the addition in double.
+inline __m128i RoundedBytes(__m256 v) {
+    const __m256d half = _mm256_set1_pd(0.5);
+    const __m128i lo = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(_mm256_castps256_ps128(v)), half));
+    const __m128i hi = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(_mm256_extractf128_ps(v, 1)), half));
+    const __m128i mask = _mm_set1_epi32(0xFF);
+    const __m128i words = _mm_packs_epi32(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
+    return _mm_packus_epi16(words, words);
+}
+
+}  // namespace
+
+void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total) {
+    uint32_t i = 0;
+    const __m256 zero = _mm256_setzero_ps();
+    for (; i + 8 <= total; i += 8) {
+        const __m256 sum = _mm256_add_ps(_mm256_loadu_ps(current + i), _mm256_loadu_ps(carry + i));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i), RoundedBytes(sum));
+        _mm256_storeu_ps(current + i, zero);
+        _mm256_storeu_ps(carry + i, zero);
+    }
+    if (i < total) AreaEmitRow(out + i, current + i, carry + i, total - i);
+}
+
+void AreaEmitSplitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total, float f) {
+    const float g = static_cast<float>(1.0 - f);
+    const __m256 gv = _mm256_set1_ps(g), fv = _mm256_set1_ps(f), zero = _mm256_setzero_ps();
+    uint32_t i = 0;
+    for (; i + 8 <= total; i += 8) {
+        const __m256 c = _mm256_loadu_ps(current + i);
+        const __m256 sum = _mm256_add_ps(Rounded(_mm256_mul_ps(c, gv)), _mm256_loadu_ps(carry + i));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i), RoundedBytes(sum));
+        _mm256_storeu_ps(carry + i, _mm256_mul_ps(c, fv));
+        _mm256_storeu_ps(current + i, zero);
+    }
+    if (i < total) AreaEmitSplitRow(out + i, current + i, carry + i, total - i, f);
+}
+
+void AreaCarryRowAvx2(float* current, float* carry, uint32_t total) {
+    uint32_t i = 0;
+    const __m256 zero = _mm256_setzero_ps();
+    for (; i + 8 <= total; i += 8) {
+        _mm256_storeu_ps(carry + i, _mm256_add_ps(_mm256_loadu_ps(carry + i), _mm256_loadu_ps(current + i)));
+        _mm256_storeu_ps(current + i, zero);
+    }
+    if (i < total) AreaCarryRow(current + i, carry + i, total - i);
+}
+
 }  // namespace tarn

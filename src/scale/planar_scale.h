@@ -45,7 +45,17 @@ using AreaGrayRowFn = void (*)(const uint8_t* row, uint32_t srcWidth, const int3
                                uint32_t perColumn, uint32_t width, float* scratch, float* current);
 void AreaGrayRow(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
                  uint32_t perColumn, uint32_t width, float* scratch, float* current);
+// The end of a source row: a target row goes out whole (trunc(current +
+// carry + 0.5)), goes out split by f (the part f carries on), or the row's
+// sums are carried into the target row under way.
+void AreaEmitRow(uint8_t* out, float* current, float* carry, uint32_t total);
+void AreaEmitSplitRow(uint8_t* out, float* current, float* carry, uint32_t total, float f);
+void AreaCarryRow(float* current, float* carry, uint32_t total);
+
 #if defined(TARN_HAVE_X86_SIMD)
+void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total);
+void AreaEmitSplitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total, float f);
+void AreaCarryRowAvx2(float* current, float* carry, uint32_t total);
 void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
                      uint32_t perColumn, uint32_t width, float* scratch, float* current);
 #endif
