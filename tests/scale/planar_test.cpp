@@ -81,6 +81,35 @@ TEST(ScalePlanarSpecial, EqualSizesCopyWithoutSharpening) {
               0);
 }
 
+TEST(ScalePlanar, FieldModePairsLumaOnly) {
+    Planes s(8, 8), d5(8, 16), d1(8, 16);
+    for (size_t i = 0; i < 64; ++i) s.y[i] = uint8_t(i * 5);
+    for (size_t i = 0; i < 16; ++i) s.u[i] = uint8_t(i * 9), s.v[i] = uint8_t(250 - i * 7);
+    Scale(d5, s, 5);
+    Scale(d1, s, 1);
+    EXPECT_EQ(d5.u, d1.u) << "chroma of mode 5 is plain bilinear";
+    EXPECT_EQ(d5.v, d1.v);
+    EXPECT_NE(d5.y, d1.y);
+    // Luma pairs: rows 0 and 1 of the target read source rows 0 and 1.
+    EXPECT_EQ(d5.y[8], s.y[8 + 0]);
+}
+
+TEST(ScalePlanarSpecial, AreaTakesTheFirstChromaStrideAsHalfTheWidth) {
+    // Source 8 x 8 with a luma stride of 12: chroma is 4 x 4 with stride 6.
+    // The chroma plane second in ScalePlanar's order is read at stride 4.
+    Planes s(8, 8, 4), d(4, 4);
+    for (size_t i = 0; i < s.y.size(); ++i) s.y[i] = uint8_t(i * 3);
+    for (size_t i = 0; i < s.u.size(); ++i) s.u[i] = uint8_t(i * 11), s.v[i] = uint8_t(i * 13 + 1);
+    Scale(d, s, SCALE_PLANAR_AREA);
+    std::vector<uint8_t> u(4, 0), v(4, 0);
+    uint8_t* pu = u.data();
+    uint8_t* pv = v.data();
+    AreaShrinkGray(s.u.data(), 4, 4, 6, pu, 2, 2, 2);
+    AreaShrinkGray(s.v.data(), 4, 4, 4, pv, 2, 2, 2);
+    EXPECT_EQ((std::vector<uint8_t>{d.u[0], d.u[1], d.u[2], d.u[3]}), u);
+    EXPECT_EQ((std::vector<uint8_t>{d.v[0], d.v[1], d.v[2], d.v[3]}), v);
+}
+
 TEST(Sharpen, BlurOfOnePixelTruncatesBeforeRenormalising) {
     // One pixel of 100: the centre tap is 1 / 3.7515 = 0.26656; the vertical
     // pass truncates 26.656 to 26 before dividing by it: 97.5 -> 97.
