@@ -59,7 +59,10 @@ public:
     // a copy in `scratch` with 0 for each byte outside.
     const uint8_t* Fetch(Addr a, size_t n, uint8_t* scratch) const {
         if (Holds(a, n)) return reinterpret_cast<const uint8_t*>(a);
-        for (size_t i = 0; i < n; ++i) scratch[i] = Read(a + i);
+        std::memset(scratch, 0, n);
+        size_t from, count;
+        if (Overlap(a, n, &from, &count))
+            std::memcpy(scratch + from, reinterpret_cast<const uint8_t*>(a + from), count);
         return scratch;
     }
     // Writable n bytes at a: the memory itself, or `scratch` to be handed to
@@ -70,14 +73,22 @@ public:
     // Completes a Target: copies the bytes of `data` that fall inside.
     void Store(Addr a, const uint8_t* data, size_t n) const {
         if (data == reinterpret_cast<const uint8_t*>(a)) return;
-        if (Holds(a, n)) {
-            std::memcpy(reinterpret_cast<uint8_t*>(a), data, n);
-            return;
-        }
-        for (size_t i = 0; i < n; ++i) Write(a + i, data[i]);
+        size_t from, count;
+        if (Overlap(a, n, &from, &count))
+            std::memcpy(reinterpret_cast<uint8_t*>(a + from), data + from, count);
     }
 
 private:
+    // The bytes [a + from, a + from + count) of [a, a + n) that lie inside.
+    bool Overlap(Addr a, size_t n, size_t* from, size_t* count) const {
+        const Addr end = a + n;  // rows never wrap the address space
+        const Addr first = std::max(a, lo_), last = std::min(end, hi_);
+        if (first >= last) return false;
+        *from = first - a;
+        *count = last - first;
+        return true;
+    }
+
     Addr lo_ = 0, hi_ = 0;
 };
 

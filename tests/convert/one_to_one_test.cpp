@@ -122,3 +122,33 @@ TEST(RgbDepth, WidensWithAZeroFourthByteAndNarrowsDroppingIt) {
 
 }  // namespace
 }  // namespace tarn::test
+
+namespace tarn::test {
+namespace {
+
+TEST(Yuy2ToRgb, Sse2AtWidth8RunsNoBlockAndMmx24LeavesAZeroBehindItsLastBlock) {
+    // Luma 235, neutral chroma: 254 in the table form, 253 in the vector form.
+    for (int32_t w : {8, 16}) {
+        std::vector<uint8_t> yuy2(size_t(w) * 4), out(size_t(w) * 4 + 8, 0xCD);
+        for (size_t i = 0; i < yuy2.size(); i += 4) yuy2[i] = yuy2[i + 2] = 235, yuy2[i + 1] = yuy2[i + 3] = 128;
+        ConvYuy2ToRgb32Sse2(out.data(), w * 4, yuy2.data(), w * 2, w, 1);
+        EXPECT_EQ(out[0], w == 8 ? 254 : 253) << w;
+        // Rows with 4 bytes of padding: the byte past each row lands in its
+        // padding. Without padding, the byte past the last row lies outside
+        // the frame and is not written.
+        const size_t stride = size_t(w) * 3 + 4;
+        std::vector<uint8_t> rgb24(stride * 2 + 8, 0xCD);
+        ConvYuy2ToRgb24Mmx(rgb24.data(), int32_t(stride), yuy2.data(), w * 2, w, 2);
+        EXPECT_EQ(rgb24[0], 253);
+        for (size_t r = 0; r < 2; ++r) {
+            EXPECT_EQ(rgb24[r * stride + size_t(w) * 3], 0) << "the 8-byte store's last byte, past the row";
+            EXPECT_EQ(rgb24[r * stride + size_t(w) * 3 + 1], 0xCD);
+        }
+        std::vector<uint8_t> tight(size_t(w) * 3 + 8, 0xCD);
+        ConvYuy2ToRgb24Mmx(tight.data(), w * 3, yuy2.data(), w * 2, w, 1);
+        EXPECT_EQ(tight[size_t(w) * 3], 0xCD);
+    }
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -151,3 +151,41 @@ TEST(Yuy2ToPlanar, FlatFrameComesThroughTheSmoothingUnchanged) {
 
 }  // namespace
 }  // namespace tarn::test
+
+namespace tarn::test {
+namespace {
+
+TEST(Yuy2ToPlanar, SimdRemainderColumnsFollowTheirOwnRowRules) {
+    // Width 2: no block in either SIMD kernel, one remainder pair per row.
+    // Luma of rows 0..5: 0, 100, 20, 200, 60, 90 (chroma 128 throughout).
+    // F(1) = s(0, 20, 100) = 55, F(2) = s(100, 200, 20) = 85,
+    // F(3) = s(20, 60, 200) = 120, F(4) = s(200, 90, 60) = 103.
+    const uint8_t luma[6] = {0, 100, 20, 200, 60, 90};
+    std::vector<uint8_t> yuy2(6 * 4 + 64);
+    for (int r = 0; r < 6; ++r) {
+        yuy2[4 * r] = yuy2[4 * r + 2] = luma[r];
+        yuy2[4 * r + 1] = yuy2[4 * r + 3] = 128;
+    }
+    struct Expect {
+        Kernel kernel;
+        uint8_t rows[6];
+    };
+    const Expect expects[] = {
+        {ConvYuy2ToPlanarSmoothPlain, {0, 55, 85, 120, 103, 90}},
+        // Middle pair: row 2k + 1 for both rows; last pair: source row 2k - 1
+        // as stored, then F(2k).
+        {ConvYuy2ToPlanarSmoothSse2, {0, 55, 120, 120, 200, 103}},
+        {ConvYuy2ToPlanarSmoothMmx, {0, 55, 120, 120, 200, 103}},
+    };
+    for (const Expect& e : expects) {
+        std::vector<uint8_t> y(12), u(3), v(3);
+        e.kernel(y.data(), u.data(), v.data(), 2, 1, yuy2.data(), 4, 2, 6);
+        for (int r = 0; r < 6; ++r) {
+            EXPECT_EQ(y[2 * r], e.rows[r]) << r;
+            EXPECT_EQ(y[2 * r + 1], e.rows[r]) << r;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tarn::test
