@@ -33,38 +33,38 @@ Composer::Composer(const Library& lib, const ComposeOptions& options, int width,
     : lib_(lib), options_(options), width_(width), height_(height),
       outWidth_(options.resize ? options.resize->width : width),
       outHeight_(options.resize ? options.resize->height : height) {
-    for (const OverlaySpec& spec : options.overlays) {
-        SurfaceRef overlay = LoadOverlay(spec);
+    for (const OverlayPlacement& placement : options.overlays) {
+        SurfaceRef overlay = LoadOverlay(placement);
         if (overlay) overlays_.push_back(std::move(overlay));
     }
 }
 
-SurfaceRef Composer::LoadOverlay(const OverlaySpec& spec) const {
-    const Image image = ReadPng(spec.file);
+SurfaceRef Composer::LoadOverlay(const OverlayPlacement& placement) const {
+    const Image image = ReadPng(placement.file);
     const bool masked = image.channels == 4;
-    if (masked && spec.key)
-        Fail(spec.file, "has an alpha channel; a key colour works only with overlays without one");
-    CheckRgbSize(image, spec.file);
+    if (masked && placement.key)
+        Fail(placement.file, "has an alpha channel; a key colour works only with overlays without one");
+    CheckRgbSize(image, placement.file);
     const int w = RgbWidthKept(image.width), h = RgbHeightKept(image.height);
-    const PixelRect src = spec.source.value_or(PixelRect{0, 0, w, h});
+    const PixelRect src = placement.source.value_or(PixelRect{0, 0, w, h});
     if (src.right > w || src.bottom > h)
-        Fail(spec.file, "source rectangle " + RectText(src.left, src.top, src.right, src.bottom) +
+        Fail(placement.file, "source rectangle " + RectText(src.left, src.top, src.right, src.bottom) +
                             " reaches outside the picture of " + std::to_string(w) + "x" + std::to_string(h));
-    const int dw = spec.width ? spec.width : src.right - src.left;
-    const int dh = spec.height ? spec.height : src.bottom - src.top;
-    const PixelRect dest{spec.x, spec.y, spec.x + dw, spec.y + dh};
+    const int dw = placement.width ? placement.width : src.right - src.left;
+    const int dh = placement.height ? placement.height : src.bottom - src.top;
+    const PixelRect dest{placement.x, placement.y, placement.x + dw, placement.y + dh};
     if (dest.right > width_ || dest.bottom > height_)
-        Fail(spec.file, "overlay rectangle " + RectText(dest.left, dest.top, dest.right, dest.bottom) +
+        Fail(placement.file, "overlay rectangle " + RectText(dest.left, dest.top, dest.right, dest.bottom) +
                             " lies outside the frame of " + std::to_string(width_) + "x" + std::to_string(height_));
     // At 256 the overlay is invisible; a mask could only make it nearly so.
-    if (spec.alpha >= 256) return SurfaceRef();
+    if (placement.alpha >= 256) return SurfaceRef();
 
-    SurfaceRef overlay = masked ? RgbaSurfaceFrom(lib_, image, spec.alpha) : RgbSurfaceFrom(lib_, image);
+    SurfaceRef overlay = masked ? RgbaSurfaceFrom(lib_, image, placement.alpha) : RgbSurfaceFrom(lib_, image);
     // With a mask the library takes no constant transparency: it went into
     // the alpha bytes above.
     PrepareOverlay(overlay.get(), VedRect{src.left, src.top, src.right, src.bottom},
-                   VedRect{dest.left, dest.top, dest.right, dest.bottom}, masked ? 0 : spec.alpha,
-                   spec.key.value_or(kNoKey));
+                   VedRect{dest.left, dest.top, dest.right, dest.bottom}, masked ? 0 : placement.alpha,
+                   placement.key.value_or(kNoKey));
     return overlay;
 }
 
@@ -74,7 +74,7 @@ void Composer::Compose(ITarnSurface* frame) const {
     SurfaceRef flattened;
     Check(frame->Flatten(flattened.put()), "Flatten");
     if (options_.resize) {
-        const ResizeSpec& r = *options_.resize;
+        const ResizeTarget& r = *options_.resize;
         Check(frame->Resize(r.width, r.height, r.fit ? 1 : 0, options_.quality), "Resize");
     }
 }

@@ -28,7 +28,7 @@ public:
 
 private:
     void Compose(ITarnSurface* frame) const;
-    SurfaceRef LoadOverlay(const OverlaySpec& spec) const;
+    SurfaceRef LoadOverlay(const OverlayPlacement& placement) const;
 
     const Library& lib_;
     const ComposeOptions& options_;

@@ -111,10 +111,10 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
     CLI::App* compose = app.add_subcommand("compose", "Put PNG overlays onto a PNG frame or every frame of a stream");
     compose->add_option("INPUT", c.input, "Frame (.png) or stream (.y4m, '-' for standard input)")->required();
     compose->add_option("--overlay", overlays, "Overlay PNG with its placement (see below); repeatable")
-        ->check(Grammar("OVERLAY", [](const std::string& t) { ParseOverlaySpec(t); }))
+        ->check(Grammar("OVERLAY", [](const std::string& t) { ParseOverlay(t); }))
         ->allow_extra_args(false);
     compose->add_option("--resize", resize, "Resize the composed frames to WxH; ':fit' keeps the shape")
-        ->check(Grammar("WxH[:fit]", [](const std::string& t) { ParseResizeSpec(t); }));
+        ->check(Grammar("WxH[:fit]", [](const std::string& t) { ParseResize(t); }));
     compose->add_option("--quality", composeQuality, "Scaling mode: " + QualityNames())
         ->check(CLI::Validator(QualityCheck, "MODE"))
         ->capture_default_str();
@@ -137,8 +137,8 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
         result.demo.quality = *QualityByName(demoQuality);
     } else {
         result.command = Command::Compose;
-        for (const std::string& text : overlays) c.overlays.push_back(ParseOverlaySpec(text));
-        if (!resize.empty()) c.resize = ParseResizeSpec(resize);
+        for (const std::string& text : overlays) c.overlays.push_back(ParseOverlay(text));
+        if (!resize.empty()) c.resize = ParseResize(resize);
         c.quality = *QualityByName(composeQuality);
     }
     return result;

@@ -14,7 +14,7 @@ struct PixelRect {
 };
 
 // One --overlay: FILE, then options as :key=value, in any order.
-struct OverlaySpec {
+struct OverlayPlacement {
     std::string file;
     int x = 0, y = 0;                // where the overlay's top left corner goes
     int width = 0, height = 0;       // size on the frame; 0: that of the source rectangle
@@ -23,7 +23,7 @@ struct OverlaySpec {
     std::optional<uint32_t> key;     // 0xRRGGBB: overlay pixels of this colour are not drawn
 };
 
-struct ResizeSpec {
+struct ResizeTarget {
     int width = 0, height = 0;
     bool fit = false;  // keep the picture's shape and pad with black
 };
@@ -31,8 +31,8 @@ struct ResizeSpec {
 struct ComposeOptions {
     std::string input;
     std::string output;
-    std::vector<OverlaySpec> overlays;
-    std::optional<ResizeSpec> resize;
+    std::vector<OverlayPlacement> overlays;
+    std::optional<ResizeTarget> resize;
     int32_t quality = 1;  // a scaling mode of the library; bilinear by default
     int threads = 1;
 };
@@ -59,8 +59,8 @@ CommandLine ParseCommandLine(int argc, const char* const* argv);
 
 // The grammars, each refusing malformed text with a ToolError that says what
 // is wrong.
-OverlaySpec ParseOverlaySpec(const std::string& text);
-ResizeSpec ParseResizeSpec(const std::string& text);
+OverlayPlacement ParseOverlay(const std::string& text);
+ResizeTarget ParseResize(const std::string& text);
 // Quality names ("bilinear", "area", ...) and the library's scaling modes.
 std::optional<int32_t> QualityByName(const std::string& name);
 std::string QualityNames();

@@ -102,8 +102,8 @@ TEST(CommandLine, RefusesMalformedLines) {
     }
 }
 
-TEST(OverlaySpec, ReadsEveryOption) {
-    const OverlaySpec s = ParseOverlaySpec("logo.png:x=10:y=20:w=100:h=50:src=2,4,42,24:alpha=256:key=#00ff80");
+TEST(OverlayPlacement, ReadsEveryOption) {
+    const OverlayPlacement s = ParseOverlay("logo.png:x=10:y=20:w=100:h=50:src=2,4,42,24:alpha=256:key=#00ff80");
     EXPECT_EQ(s.file, "logo.png");
     EXPECT_EQ(s.x, 10);
     EXPECT_EQ(s.y, 20);
@@ -116,21 +116,21 @@ TEST(OverlaySpec, ReadsEveryOption) {
     EXPECT_EQ(s.source->bottom, 24);
     EXPECT_EQ(s.alpha, 256u);
     EXPECT_EQ(s.key, 0x00FF80u);
-    EXPECT_EQ(ParseOverlaySpec("a.png:key=0x102030").key, 0x102030u);
+    EXPECT_EQ(ParseOverlay("a.png:key=0x102030").key, 0x102030u);
 }
 
-TEST(OverlaySpec, ColonsThatStartNoOptionBelongToTheFile) {
-    EXPECT_EQ(ParseOverlaySpec("C:\\logos\\a.png:x=4").file, "C:\\logos\\a.png");
-    EXPECT_EQ(ParseOverlaySpec("take:2.png").file, "take:2.png");
-    EXPECT_EQ(ParseOverlaySpec("take:2.png:y=6").y, 6);
-    const OverlaySpec plain = ParseOverlaySpec("plain.png");
+TEST(OverlayPlacement, ColonsThatStartNoOptionBelongToTheFile) {
+    EXPECT_EQ(ParseOverlay("C:\\logos\\a.png:x=4").file, "C:\\logos\\a.png");
+    EXPECT_EQ(ParseOverlay("take:2.png").file, "take:2.png");
+    EXPECT_EQ(ParseOverlay("take:2.png:y=6").y, 6);
+    const OverlayPlacement plain = ParseOverlay("plain.png");
     EXPECT_EQ(plain.x, 0);
     EXPECT_EQ(plain.alpha, 0u);
     EXPECT_FALSE(plain.source.has_value());
     EXPECT_FALSE(plain.key.has_value());
 }
 
-TEST(OverlaySpec, RefusesWithTheReason) {
+TEST(OverlayPlacement, RefusesWithTheReason) {
     const struct {
         const char* text;
         const char* problem;
@@ -151,7 +151,7 @@ TEST(OverlaySpec, RefusesWithTheReason) {
     for (const auto& c : cases) {
         std::string message;
         try {
-            ParseOverlaySpec(c.text);
+            ParseOverlay(c.text);
         } catch (const ToolError& e) {
             message = e.what();
         }

@@ -56,12 +56,12 @@ PixelRect ParseRect(const std::string& text) {
 
 }  // namespace
 
-OverlaySpec ParseOverlaySpec(const std::string& text) {
+OverlayPlacement ParseOverlay(const std::string& text) {
     size_t colon = text.find(':');
     while (colon != std::string::npos && !StartsOption(text, colon)) colon = text.find(':', colon + 1);
-    OverlaySpec spec;
-    spec.file = text.substr(0, colon);
-    if (spec.file.empty()) throw ToolError("overlay '" + text + "' names no file");
+    OverlayPlacement placement;
+    placement.file = text.substr(0, colon);
+    if (placement.file.empty()) throw ToolError("overlay '" + text + "' names no file");
     while (colon != std::string::npos) {
         const size_t next = text.find(':', colon + 1);
         const std::string item = text.substr(colon + 1, next - colon - 1);
@@ -70,40 +70,40 @@ OverlaySpec ParseOverlaySpec(const std::string& text) {
         if (equals == std::string::npos) throw ToolError("overlay option '" + item + "' has no '=value'");
         const std::string key = item.substr(0, equals);
         const std::string value = item.substr(equals + 1);
-        if (key == "x") spec.x = int(ParseNumber(value, "x", 0, kMaxCoordinate));
-        else if (key == "y") spec.y = int(ParseNumber(value, "y", 0, kMaxCoordinate));
-        else if (key == "w") spec.width = int(ParseNumber(value, "w", 2, kMaxCoordinate));
-        else if (key == "h") spec.height = int(ParseNumber(value, "h", 2, kMaxCoordinate));
-        else if (key == "src") spec.source = ParseRect(value);
-        else if (key == "alpha") spec.alpha = uint32_t(ParseNumber(value, "alpha", 0, 256));
+        if (key == "x") placement.x = int(ParseNumber(value, "x", 0, kMaxCoordinate));
+        else if (key == "y") placement.y = int(ParseNumber(value, "y", 0, kMaxCoordinate));
+        else if (key == "w") placement.width = int(ParseNumber(value, "w", 2, kMaxCoordinate));
+        else if (key == "h") placement.height = int(ParseNumber(value, "h", 2, kMaxCoordinate));
+        else if (key == "src") placement.source = ParseRect(value);
+        else if (key == "alpha") placement.alpha = uint32_t(ParseNumber(value, "alpha", 0, 256));
         else if (key == "key") {
             const std::string hex = value.substr(value.rfind('#') == 0 ? 1 : value.rfind("0x", 0) == 0 ? 2 : 0);
             if (hex.size() != 6) throw ToolError("key '" + value + "' is not a colour RRGGBB in hex");
-            spec.key = uint32_t(ParseNumber(hex, "key", 0, 0xFFFFFF, 16));
+            placement.key = uint32_t(ParseNumber(hex, "key", 0, 0xFFFFFF, 16));
         } else {
             throw ToolError("unknown overlay option '" + key + "' (known: x, y, w, h, src, alpha, key)");
         }
     }
-    return spec;
+    return placement;
 }
 
-ResizeSpec ParseResizeSpec(const std::string& text) {
-    ResizeSpec spec;
+ResizeTarget ParseResize(const std::string& text) {
+    ResizeTarget placement;
     std::string size = text;
     const size_t colon = text.find(':');
     if (colon != std::string::npos) {
         if (text.substr(colon + 1) != "fit")
             throw ToolError("resize '" + text + "': the only option after ':' is 'fit'");
-        spec.fit = true;
+        placement.fit = true;
         size = text.substr(0, colon);
     }
     const size_t times = size.find('x');
     if (times == std::string::npos) throw ToolError("resize '" + text + "' is not WIDTHxHEIGHT");
-    spec.width = int(ParseNumber(size.substr(0, times), "resize width", 4, kMaxCoordinate));
-    spec.height = int(ParseNumber(size.substr(times + 1), "resize height", 4, kMaxCoordinate));
-    if ((spec.width | spec.height) & 1)
+    placement.width = int(ParseNumber(size.substr(0, times), "resize width", 4, kMaxCoordinate));
+    placement.height = int(ParseNumber(size.substr(times + 1), "resize height", 4, kMaxCoordinate));
+    if ((placement.width | placement.height) & 1)
         throw ToolError("resize " + size + " is odd; frames are 4:2:0 and need an even width and height");
-    return spec;
+    return placement;
 }
 
 }  // namespace tarnsurf
