@@ -79,12 +79,17 @@ void Composer::Compose(ITarnSurface* frame) const {
     }
 }
 
-void Composer::ComposePlanar(const uint8_t* frame, std::vector<uint8_t>& out) const {
-    SurfaceRef surface = lib_.FromData(DescribeSurface(SURFACE_FORMAT_YUV420, width_, height_, true), frame);
-    Compose(surface.get());
-    out.resize(PlanarBytes(outWidth_, outHeight_) + kWriteSlack);
-    // With a resize queued, CopyOut lets it write straight into `out`.
-    Check(surface->CopyOut(out.data(), outWidth_, 1), "CopyOut");
+SurfaceRef Composer::NewPlanarFrame() const {
+    return lib_.Blank(DescribeSurface(SURFACE_FORMAT_YUV420, width_, height_, true));
+}
+
+void Composer::ComposePlanar(ITarnSurface* frame, std::vector<uint8_t>& resized) const {
+    Compose(frame);
+    if (!options_.resize) return;
+    resized.resize(PlanarBytes(outWidth_, outHeight_) + kWriteSlack);
+    // The queued resize is the last record, so CopyOut has it write straight
+    // into `resized`, and the frame keeps its size and buffer for the next one.
+    Check(frame->CopyOut(resized.data(), outWidth_, 1), "CopyOut");
 }
 
 Image Composer::ComposeImage(const Image& frame) const {
@@ -142,26 +147,39 @@ void RunCompose(const ComposeOptions& options) {
     if (!pngOut) writer = std::make_unique<Y4mWriter>(out.file(), outHeader, out.name());
     Progress progress(reader.name());
 
-    const auto read = [&](FrameJob& job) {
-        job.input.resize(PlanarBytes(in.width, in.height));
-        if (!reader.ReadFrame(StreamPlanesOf(job.input.data(), in.width, in.height))) return false;
+    // Each job keeps its frame surface: a frame is read into the pixels the
+    // library composes in, and written from them, with no copy in between.
+    struct Job {
+        long index = 0;
+        SurfaceRef frame;
+        uint8_t* pixels = nullptr;
+        std::vector<uint8_t> resized;
+    };
+    const auto read = [&](Job& job) {
+        if (!job.frame) {
+            job.frame = composer.NewPlanarFrame();
+            Check(job.frame->GetPixels(&job.pixels), "GetPixels");
+            if (!job.pixels) Fail(reader.name(), "the library gave a frame without pixels");
+        }
+        if (!reader.ReadFrame(StreamPlanesOf(job.pixels, in.width, in.height))) return false;
         if (pngOut && reader.framesRead() > 1)
             Fail(options.output, "PNG output takes one frame, and " + reader.name() + " has more");
         return true;
     };
-    const auto work = [&](FrameJob& job) { composer.ComposePlanar(job.input.data(), job.output); };
-    const auto write = [&](FrameJob& job) {
+    const auto work = [&](Job& job) { composer.ComposePlanar(job.frame.get(), job.resized); };
+    const auto write = [&](Job& job) {
+        uint8_t* composed = options.resize ? job.resized.data() : job.pixels;
         if (writer) {
-            const PlanePointers p = StreamPlanesOf(job.output.data(), outHeader.width, outHeader.height);
+            const PlanePointers p = StreamPlanesOf(composed, outHeader.width, outHeader.height);
             writer->WriteFrame(p.y, p.u, p.v);
         } else {
             const SurfaceRef frame = lib.FromData(
-                DescribeSurface(SURFACE_FORMAT_YUV420, outHeader.width, outHeader.height, true), job.output.data());
+                DescribeSurface(SURFACE_FORMAT_YUV420, outHeader.width, outHeader.height, true), composed);
             WritePngTo(out.file(), ImageFromSurface(frame.get()), out.name());
         }
         progress.Frame(job.index + 1);
     };
-    const long frames = OrderedPipeline::Run(options.threads, read, work, write);
+    const long frames = OrderedPipeline<Job>::Run(options.threads, read, work, write);
     progress.Done(frames);
     if (frames == 0) Fail(reader.name(), "the stream has no frames");
     out.Commit();

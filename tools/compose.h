@@ -20,9 +20,13 @@ public:
     int outWidth() const { return outWidth_; }
     int outHeight() const { return outHeight_; }
 
-    // A planar frame in the library's layout (PlanarBytes of the input size)
-    // into `out`, planar at the output size, with slack for the library.
-    void ComposePlanar(const uint8_t* frame, std::vector<uint8_t>& out) const;
+    // A blank planar frame of the input size, made once per frame slot and
+    // reused: frames are read straight into its pixels.
+    SurfaceRef NewPlanarFrame() const;
+    // Composes `frame` in place. With a resize, the resized picture goes to
+    // `resized` (planar, output size, with slack) and `frame` keeps its size;
+    // without, `resized` is left alone.
+    void ComposePlanar(ITarnSurface* frame, std::vector<uint8_t>& resized) const;
     // An RGB picture in, an RGB picture out.
     Image ComposeImage(const Image& frame) const;
 
