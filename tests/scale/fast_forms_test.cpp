@@ -137,6 +137,19 @@ TEST(FastForms, BoxRowsMatchPlain) {
 }
 #endif
 
+TEST(FastForms, GrayGatherPicksEachOffset) {
+    RandomRows r;
+    std::vector<uint8_t> row(300);
+    for (auto& b : row) b = uint8_t(r.Next());
+    for (uint32_t len : kLens) {
+        const auto offsets = r.SortedOffsets(len, 299, 1);
+        std::vector<uint8_t> out(len + 8, 0x5A);
+        GrayGatherRow(out.data(), row.data(), offsets.data(), len);
+        for (uint32_t j = 0; j < len; ++j) ASSERT_EQ(out[j], row[offsets[j]]) << len << " " << j;
+        ASSERT_EQ(out[len], 0x5A) << "nothing past the run";
+    }
+}
+
 // Whole images through ScaleImage with the plain form forced and with each
 // fast form: the bytes must agree in every mode and pixel pair.
 TEST(FastForms, ScaleImageAgreesAcrossForms) {
