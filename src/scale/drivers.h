@@ -31,7 +31,6 @@ struct Bands {
         if (b.left + b.right < w) b.middle = cols.last - cols.first;
         return b;
     }
-    uint32_t BottomStart() const { return rowLast > rowFirst ? rowLast : rowFirst; }
 };
 
 // Area-weighted shrink, c = 1, 3, 4 bytes per pixel. Sizes must be positive;

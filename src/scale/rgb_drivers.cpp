@@ -48,9 +48,8 @@ void NearestRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const 
 
 // Modes 1, 5 and 6 of the 3-to-3, 3-to-4 and 4-to-3 drivers.
 template <uint32_t SB, uint32_t DB>
-void BilinearRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
-                  int32_t stride, const DriverTables& t, const Bands& b) {
-    (void)w;
+void BilinearRows(uint8_t* dst, uint32_t h, int32_t dstStride, const uint8_t* src, int32_t stride,
+                  const DriverTables& t, const Bands& b) {
     constexpr bool k3 = DB == 3;  // Copy and VerticalOnly store three bytes there
     const InnerRowFn inner = PickInnerRow(SB, DB);
     const AxisTable& c = t.cols;
@@ -185,7 +184,7 @@ void Drive(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_
             return;
         }
     }
-    BilinearRows<SB, DB>(dst, w, h, dstStride, src, srcStride, t, b);
+    BilinearRows<SB, DB>(dst, h, dstStride, src, srcStride, t, b);
 }
 
 }  // namespace
