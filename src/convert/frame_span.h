@@ -18,6 +18,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
 namespace tarn {
 
@@ -90,6 +91,17 @@ private:
     }
 
     Addr lo_ = 0, hi_ = 0;
+};
+
+// Working rows of one kernel call. Left uninitialised: every byte is written
+// before it is read, and a frame's worth of zeroing would cost a pass.
+class Scratch {
+public:
+    explicit Scratch(size_t bytes) : data_(new uint8_t[bytes]) {}
+    uint8_t* data() { return data_.get(); }
+
+private:
+    std::unique_ptr<uint8_t[]> data_;
 };
 
 }  // namespace tarn

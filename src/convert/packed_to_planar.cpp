@@ -3,7 +3,6 @@
 // F, and the chroma of a row pair averages the F of its two rows, so that four
 // or more source rows meet in one chroma sample. Heights below 4 write nothing.
 #include <algorithm>
-#include <vector>
 
 #include "convert/conversion_kernels.h"
 #include "convert/frame_span.h"
@@ -49,7 +48,7 @@ void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_
     const size_t n = pairs * 4;
 
     const size_t cap = n + 64;
-    std::vector<uint8_t> work(cap * 16);
+    Scratch work(cap * 16);
     const auto row = [&](int i) { return work.data() + cap * size_t(i); };
     for (int32_t k = 0; k <= lastPair; ++k) {
         // An odd width makes each later pair start one pixel further left in

@@ -1,7 +1,6 @@
 // Packed 4:2:2 to 32- and 24-bit RGB, all tiers. Rows are converted one at a
 // time, all of them; each pixel pair takes the chroma of its four bytes. Block
 // columns of the SIMD tiers use the vector form, the rest the table form.
-#include <vector>
 
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
@@ -38,7 +37,7 @@ void FromYuy2(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src, in
     const bool trailingZero = body == Body::Mmx && Bpp == 3 && nb > 0 && nb == n;
     const size_t outBytes = n * Bpp + (trailingZero ? 1 : 0);
 
-    std::vector<uint8_t> work(n * 2 + outBytes + 256);
+    Scratch work(n * 2 + outBytes + 256);
     uint8_t* in = work.data();
     uint8_t* y = in + n * 2 + 32;
     uint8_t* u = y + n + 16;

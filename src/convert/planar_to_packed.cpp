@@ -3,7 +3,6 @@
 // are smoothed with their neighbours, and chroma is smoothed between rows of
 // chroma, averaging two rows at the top and bottom. Heights below 4 write
 // nothing.
-#include <vector>
 
 #include "convert/conversion_kernels.h"
 #include "convert/frame_span.h"
@@ -49,7 +48,7 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
     const size_t nb = trunc ? size_t((width >> 4) << 4) : 0, nbc = nb / 2;
 
     const size_t cap = 2 * n + 64;
-    std::vector<uint8_t> work(cap * 16);
+    Scratch work(cap * 16);
     const auto row = [&](int i) { return work.data() + cap * size_t(i); };
     for (int32_t k = 0; k <= lastPair; ++k) {
         // An odd width makes each later pair start one pixel further left in

@@ -2,7 +2,6 @@
 // output rows in pairs that share one chroma row; the SSE2 24-bit kernel works
 // row by row without smoothing. Block columns of the SIMD tiers use the vector
 // form, the rest the table form (colour_formulas.h).
-#include <vector>
 
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
@@ -71,7 +70,7 @@ struct PairRows {
     explicit PairRows(size_t pixels) : cap(pixels + 64), store(cap * 20) {}
     uint8_t* Row(int i) { return store.data() + cap * static_cast<size_t>(i); }
     size_t cap;
-    std::vector<uint8_t> store;
+    Scratch store;
 };
 
 template <int Bpp>

@@ -2,7 +2,6 @@
 // the plain and MMX tiers; the SSE2 kernels are their own arithmetic, with the
 // luma swap, single-pixel chroma, remainder pairs written into the source and
 // the 4-byte source step of the 24-bit kernel, all kept as hosts know them.
-#include <vector>
 
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
@@ -40,7 +39,7 @@ void ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t sr
     if (walk.rows == 0 || pairs == 0) return;
     const Span srcSpan = Span::OfFrame(src, srcStride, walk.rows);
     const Span dstSpan = Span::OfFrame(dst, dstStride, walk.rows);
-    std::vector<uint8_t> work(pairs * 12 + 64);
+    Scratch work(pairs * 12 + 64);
     uint8_t* inScratch = work.data();
     uint8_t* outScratch = work.data() + pairs * 8 + 32;
     for (int32_t r = 0; r < walk.rows; ++r) {
@@ -75,7 +74,7 @@ void ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride
     const size_t blocks = static_cast<size_t>(width >> 3);
     const size_t restPairs = static_cast<size_t>((width & 7) >> 1);
     const size_t inBytes = blocks * 32 + kRgbRowReadSlack;
-    std::vector<uint8_t> work(inBytes + blocks * 16 + 64);
+    Scratch work(inBytes + blocks * 16 + 64);
     uint8_t* inScratch = work.data();
     uint8_t* outScratch = work.data() + inBytes;
     for (int32_t r = 0; r < walk.rows; ++r) {

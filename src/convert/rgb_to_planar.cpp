@@ -1,7 +1,6 @@
 // RGB to planar 4:2:0, all tiers. The tiers give the same bytes and differ
 // only in speed: the plain and MMX kernels run the scalar rows, the SSE2
 // kernels the fastest form this processor has (rgb_rows.h).
-#include <vector>
 
 #include "convert/conversion_kernels.h"
 #include "convert/frame_span.h"
@@ -35,7 +34,7 @@ void ConvertRows(const RgbRowForms& f, uint8_t* dstY, uint8_t* dstU, uint8_t* ds
     const size_t n = 2 * static_cast<size_t>(pairs);
     const size_t srcBytes = n * Bpp + kRgbRowReadSlack;
     const size_t cap = srcBytes + 64;
-    std::vector<uint8_t> work(cap * 6);
+    Scratch work(cap * 6);
     uint8_t* scratch[6];
     for (int i = 0; i < 6; ++i) scratch[i] = work.data() + cap * i;
     auto planar = Bpp == 4 ? f.planar32 : f.planar24;
