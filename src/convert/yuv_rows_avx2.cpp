@@ -250,15 +250,14 @@ void SmoothPairToYuy2Avx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
         const __m256i uu = _mm256_permute4x64_epi64(Smooth32(u.a + i, u.b + i, u.c + i), _MM_SHUFFLE(3, 1, 2, 0));
         const __m256i vv = _mm256_permute4x64_epi64(Smooth32(v.a + i, v.b + i, v.c + i), _MM_SHUFFLE(3, 1, 2, 0));
         const __m256i uv[2] = {_mm256_unpacklo_epi8(uu, vv), _mm256_unpackhi_epi8(uu, vv)};
-        const Rows3 rows[2] = {y0, y1};
-        uint8_t* outs[2] = {d0 + 4 * i, d1 + 4 * i};
-        for (int r = 0; r < 2; ++r) {
-            for (int h = 0; h < 2; ++h) {
-                const size_t j = 2 * i + 32 * h;
-                const __m256i yy = Smooth32(rows[r].a + j, rows[r].b + j, rows[r].c + j);
-                const __m256i lo = _mm256_unpacklo_epi8(yy, uv[h]), hi = _mm256_unpackhi_epi8(yy, uv[h]);
-                Store32(outs[r] + 64 * h, _mm256_permute2x128_si256(lo, hi, 0x20));
-                Store32(outs[r] + 64 * h + 32, _mm256_permute2x128_si256(lo, hi, 0x31));
+        for (int h = 0; h < 2; ++h) {
+            const size_t j = 2 * i + 32 * h;
+            const __m256i ys[2] = {Smooth32(y0.a + j, y0.b + j, y0.c + j), Smooth32(y1.a + j, y1.b + j, y1.c + j)};
+            uint8_t* outs[2] = {d0 + 4 * i + 64 * h, d1 + 4 * i + 64 * h};
+            for (int r = 0; r < 2; ++r) {
+                const __m256i lo = _mm256_unpacklo_epi8(ys[r], uv[h]), hi = _mm256_unpackhi_epi8(ys[r], uv[h]);
+                Store32(outs[r], _mm256_permute2x128_si256(lo, hi, 0x20));
+                Store32(outs[r] + 32, _mm256_permute2x128_si256(lo, hi, 0x31));
             }
         }
     }
