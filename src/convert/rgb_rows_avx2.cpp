@@ -38,6 +38,9 @@ inline __m256i Weighted(__m256i p, int32_t coefficients) {
 }
 constexpr int32_t kCb = 0x00DAB670;  // 112, -74, -38, 0
 constexpr int32_t kCr = 0x0070A2EE;  // -18, -94, 112, 0
+// The same as 16-bit weights of (sum B, sum G, sum R, sum A).
+constexpr int64_t kCbBlock = 0x0000FFDAFFB60070;  // 112, -74, -38, 0
+constexpr int64_t kCrBlock = 0x00000070FFA2FFEE;  // -18, -94, 112, 0
 
 // Two rows of 16 pixels (8 per register): 16 luma bytes per row, 8 Cb, 8 Cr.
 inline void PlanarBlock16(__m256i a0, __m256i a1, __m256i b0, __m256i b1, uint8_t* y0, uint8_t* y1,
@@ -46,15 +49,23 @@ inline void PlanarBlock16(__m256i a0, __m256i a1, __m256i b0, __m256i b1, uint8_
     const __m256i luma = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(Luma16(a0, a1), Luma16(b0, b1)), order);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(y0), _mm256_castsi256_si128(luma));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(y1), _mm256_extracti128_si256(luma, 1));
-    // Sums of the 2 x 2 blocks: rows added, then neighbours; the 64-bit
-    // permute puts the blocks back in order.
-    const auto blocks = [&](int32_t k) {
-        const __m256i s = _mm256_hadd_epi32(_mm256_add_epi32(Weighted(a0, k), Weighted(b0, k)),
-                                            _mm256_add_epi32(Weighted(a1, k), Weighted(b1, k)));
+    // Exact channel sums of the 2 x 2 blocks: each channel of two neighbours
+    // brought side by side and added by a byte multiply-add with 1s, the rows
+    // added (at most 1020), then weighted in 32 bits. The 64-bit permute puts
+    // the blocks back in order.
+    const __m256i side = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15,
+                                          0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+    const __m256i ones8 = _mm256_set1_epi8(1);
+    const auto pairSums = [&](__m256i p) { return _mm256_maddubs_epi16(_mm256_shuffle_epi8(p, side), ones8); };
+    const __m256i sum0 = _mm256_add_epi16(pairSums(a0), pairSums(b0));  // blocks 0, 1 | 2, 3
+    const __m256i sum1 = _mm256_add_epi16(pairSums(a1), pairSums(b1));  // blocks 4, 5 | 6, 7
+    const auto blocks = [&](int64_t weights) {
+        const __m256i w = _mm256_set1_epi64x(weights);
+        const __m256i s = _mm256_hadd_epi32(_mm256_madd_epi16(sum0, w), _mm256_madd_epi16(sum1, w));
         const __m256i ordered = _mm256_permute4x64_epi64(s, _MM_SHUFFLE(3, 1, 2, 0));
         return _mm256_add_epi32(_mm256_srai_epi32(ordered, 10), _mm256_set1_epi32(128));
     };
-    const __m256i words = _mm256_packs_epi32(blocks(kCb), blocks(kCr));  // Cb 0-3 Cr 0-3 | Cb 4-7 Cr 4-7
+    const __m256i words = _mm256_packs_epi32(blocks(kCbBlock), blocks(kCrBlock));  // Cb 0-3 Cr 0-3 | Cb 4-7 Cr 4-7
     const __m256i bytes = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(words, words), order);
     const __m128i low = _mm256_castsi256_si128(bytes);
     _mm_storel_epi64(reinterpret_cast<__m128i*>(u), low);
