@@ -14,8 +14,11 @@ inline __m256i Load32(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_
 
 // Eight 3-byte pixels from 24 bytes (28 read) spread to 4-byte lanes.
 inline __m256i Expand8(const uint8_t* p) {
-    const __m128i spread = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
-    return _mm256_set_m128i(_mm_shuffle_epi8(LoadRgb(p + 12), spread), _mm_shuffle_epi8(LoadRgb(p), spread));
+    const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,
+                                            0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    return _mm256_shuffle_epi8(_mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 12),
+                                                   reinterpret_cast<const __m128i*>(p)),
+                               spread);
 }
 
 // Per-pixel sums by unsigned-by-signed byte multiply-adds. 129 does not fit
