@@ -22,14 +22,14 @@ inline __m256i Expand8(const uint8_t* p) {
 }
 
 // Per-pixel sums by unsigned-by-signed byte multiply-adds. 129 does not fit
-// a signed byte, so luma takes 25 B + 1 G + 66 R from the multiply and adds
-// 128 G as the green byte shifted (at most 56100: exact in unsigned 16 bits).
-// Chroma coefficients fit bytes; 112 B - 74 G stays within 16 bits per pixel
-// and the second multiply-add widens to 32.
+// a signed byte, so luma takes 24 B - 127 G + 66 R from the multiply and adds
+// the (blue, green) word itself, B + 256 G, which makes 25 B + 129 G; the sum
+// is at most 56100, exact in unsigned 16-bit arithmetic. Chroma coefficients
+// fit bytes; 112 B - 74 G stays within 16 bits per pixel and the second
+// multiply-add widens to 32.
 inline __m256i LumaTerms(__m256i p) {
-    const __m256i m = _mm256_maddubs_epi16(p, _mm256_set1_epi32(0x00420119));  // 25, 1, 66, 0
-    const __m256i g128 = _mm256_and_si256(_mm256_srli_epi16(p, 1), _mm256_set1_epi32(0x00007F80));
-    return _mm256_add_epi16(m, g128);
+    const __m256i m = _mm256_maddubs_epi16(p, _mm256_set1_epi32(0x00428118));  // 24, -127, 66, 0
+    return _mm256_add_epi16(m, _mm256_and_si256(p, _mm256_set1_epi32(0x0000FFFF)));
 }
 // Luma of 16 pixels in 16-bit lanes, pixels 0-3, 8-11 | 4-7, 12-15.
 inline __m256i Luma16(__m256i p0, __m256i p1) {
