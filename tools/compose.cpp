@@ -62,10 +62,9 @@ SurfaceRef Composer::LoadOverlay(const OverlayPlacement& placement) const {
     SurfaceRef overlay = masked ? RgbaSurfaceFrom(lib_, image, placement.alpha) : RgbSurfaceFrom(lib_, image);
     // With a mask the library takes no constant transparency: it went into
     // the alpha bytes above.
-    PrepareOverlay(overlay.get(), VedRect{src.left, src.top, src.right, src.bottom},
-                   VedRect{dest.left, dest.top, dest.right, dest.bottom}, masked ? 0 : placement.alpha,
-                   placement.key.value_or(kNoKey));
-    return overlay;
+    return PrepareOverlay(lib_, std::move(overlay), VedRect{src.left, src.top, src.right, src.bottom},
+                          VedRect{dest.left, dest.top, dest.right, dest.bottom}, masked ? 0 : placement.alpha,
+                          placement.key.value_or(kNoKey));
 }
 
 void Composer::Compose(ITarnSurface* frame) const {

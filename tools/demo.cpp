@@ -136,20 +136,20 @@ void RunDemo(const DemoOptions& options) {
 
     SurfaceRef box = BlankRgb(lib, 1200, 120);
     Paint(box.get(), 0, 0, 1200, 120, 0x102040);
-    PrepareOverlay(box.get(), {0, 0, 1200, 120}, {40, 32, 1240, 152}, 96, kNoKey);
+    box = PrepareOverlay(lib, box, {0, 0, 1200, 120}, {40, 32, 1240, 152}, 96, kNoKey);
 
     const Image titleImage = TitlePicture();
     SurfaceRef title = RgbaSurfaceFrom(lib, titleImage, 0);
-    PrepareOverlay(title.get(), {0, 0, 544, 72}, {368, 56, 912, 128}, 0, kNoKey);
+    title = PrepareOverlay(lib, title, {0, 0, 544, 72}, {368, 56, 912, 128}, 0, kNoKey);
 
     SurfaceRef inset = RgbSurfaceFrom(lib, InsetPicture());
-    PrepareOverlay(inset.get(), {0, 0, 64, 48}, {96, 240, 352, 432}, 0, kNoKey);
+    inset = PrepareOverlay(lib, inset, {0, 0, 64, 48}, {96, 240, 352, 432}, 0, kNoKey);
 
     SurfaceRef logo = BlankRgb(lib, 128, 128);  // black, so the tiles' dents vanish
     static constexpr uint32_t kTiles[] = {0xE03020, 0x30B040, 0x2050E0, 0xF0C020};
     for (int i = 0; i < 4; ++i)
         Paint(logo.get(), 4 + 64 * (i % 2), 4 + 64 * (i / 2), 60 + 64 * (i % 2), 60 + 64 * (i / 2), kTiles[i]);
-    PrepareOverlay(logo.get(), {0, 0, 128, 128}, {1096, 520, 1224, 648}, 0, 0x000000);
+    logo = PrepareOverlay(lib, logo, {0, 0, 128, 128}, {1096, 520, 1224, 648}, 0, 0x000000);
     clock.Report("overlays", "box alpha 96, title with alpha, inset stretched x4, logo keyed");
 
     for (ITarnSurface* overlay : {box.get(), title.get(), inset.get(), logo.get()})

@@ -139,14 +139,48 @@ SurfaceRef RgbaSurfaceFrom(const Library& lib, const Image& image, uint32_t tran
     return lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB32, w, h, false), bgra.data());
 }
 
-void PrepareOverlay(ITarnSurface* overlay, const VedRect& source, const VedRect& dest, uint32_t alpha,
-                    uint32_t key) {
-    Check(overlay->SetSourceRect(source.left, source.top, source.right, source.bottom), "SetSourceRect");
+namespace {
+
+// A blank copy of `from`'s descriptor at the new size, with the stride that
+// size needs, and `from`'s `source` part drawn into all of it by nearest
+// sample, as composition would stretch it.
+SurfaceRef StretchedCopy(const Library& lib, ITarnSurface* from, const VedRect& source, int width, int height) {
+    SurfaceInfo info{};
+    Check(from->GetInfo(&info), "GetInfo");
+    info.width = uint32_t(width);
+    info.height = uint32_t(height);
+    info.stride = info.format == SURFACE_FORMAT_YUV420 ? width : width * (info.bitsPerPixel / 8);
+    SurfaceRef copy = lib.Blank(info);
+    VedRect part = source;
+    Check(copy->DrawToSurface(nullptr, from, &part, SCALE_NEAREST), "DrawToSurface");
+    return copy;
+}
+
+}  // namespace
+
+SurfaceRef PrepareOverlay(const Library& lib, SurfaceRef overlay, const VedRect& source, const VedRect& dest,
+                          uint32_t alpha, uint32_t key) {
+    Check(overlay->SetFormat(SURFACE_FORMAT_YUV420), "SetFormat(YUV420)");
+    Check(overlay->Flush(), "Flush");
+    VedRect take = source;
+    const int dw = dest.right - dest.left, dh = dest.bottom - dest.top;
+    if (dw != source.right - source.left || dh != source.bottom - source.top) {
+        // Stretched here once rather than on every frame. The mask gets the
+        // overlay's stride, as the blend walks it with that stride.
+        SurfaceRef stretched = StretchedCopy(lib, overlay.get(), source, dw, dh);
+        SurfaceRef mask;
+        if (overlay->GetMask(mask.put()) >= 0 && mask) {
+            const SurfaceRef stretchedMask = StretchedCopy(lib, mask.get(), source, dw, dh);
+            Check(stretched->SetMask(stretchedMask.get()), "SetMask");
+        }
+        overlay = std::move(stretched);
+        take = VedRect{0, 0, dw, dh};
+    }
+    Check(overlay->SetSourceRect(take.left, take.top, take.right, take.bottom), "SetSourceRect");
     Check(overlay->SetDestRect(dest.left, dest.top, dest.right, dest.bottom), "SetDestRect");
     Check(overlay->SetAlpha(alpha), "SetAlpha");
     Check(overlay->SetBackColor(key), "SetBackColor");
-    Check(overlay->SetFormat(SURFACE_FORMAT_YUV420), "SetFormat(YUV420)");
-    Check(overlay->Flush(), "Flush");
+    return overlay;
 }
 
 Image ImageFromSurface(ITarnSurface* surface) {

@@ -62,13 +62,14 @@ SurfaceRef RgbSurfaceFrom(const Library& lib, const Image& image);
 // order.
 SurfaceRef RgbaSurfaceFrom(const Library& lib, const Image& image, uint32_t transparency);
 
-// Gives an overlay its rectangles, transparency and key colour (0xFF000000:
-// none), and brings it to the planar format that composition works in, its
-// mask made from alpha on the way. Done once, it leaves nothing for
-// composition to change in the overlay, which frames on several threads can
-// then share.
-void PrepareOverlay(ITarnSurface* overlay, const VedRect& source, const VedRect& dest, uint32_t alpha,
-                    uint32_t key);
+// Makes `overlay` ready for composition: brought to the planar format that
+// composition works in (its mask made from alpha on the way), stretched once
+// here when `dest` and `source` differ in size, and given its rectangles,
+// transparency and key colour (kNoKey: none). Answers the overlay to add,
+// `overlay` itself or its stretched copy. Composition then changes nothing in
+// it, so frames on several threads can share it.
+SurfaceRef PrepareOverlay(const Library& lib, SurfaceRef overlay, const VedRect& source, const VedRect& dest,
+                          uint32_t alpha, uint32_t key);
 
 // Converts the surface's picture to RGB and copies it out, top row first.
 Image ImageFromSurface(ITarnSurface* surface);
