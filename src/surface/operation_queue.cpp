@@ -33,6 +33,10 @@ VedResult CTarnSurface::RunRecord(const OperationRecord& record) {
         if (r < 0) return r;
         r = DoResize(record.width, record.height, record.keepAspect, record.quality);
         if (r < 0) return r;
+        // Under direct output the surface is still packed here and the caller's
+        // buffer already holds the resized picture: the last step has nothing
+        // to do, and must not copy the old picture over the result.
+        if (directOutput) return r;
         return DoSetFormat(SURFACE_FORMAT_YUV422);
     }
     return DoResize(record.width, record.height, record.keepAspect, record.quality);

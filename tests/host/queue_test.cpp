@@ -91,3 +91,25 @@ TEST(CopyOut, QueuedRecordsThatChangeNothingStillDeliverThePicture) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(CopyOut, APackedResizeDeliversTheResizedPicture) {
+    // Rows of a packed 8 x 8 picture hold 10 x row in every byte. Doubling the
+    // height puts target row 2k exactly on source row k, so the delivered
+    // row 2k must read 10 k, not the old picture's 20 k.
+    std::vector<uint8_t> data(16 * 8);
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 16; ++x) data[y * 16 + x] = uint8_t(10 * y);
+    auto s = host::FromData(host::Describe(SURFACE_FORMAT_YUV422, 8, 8), data);
+    ASSERT_EQ(s->Resize(16, 16, 0, SCALE_BILINEAR), VED_S_OK);
+    // A direct resize first paints the buffer as a planar picture: 1.5 x rows.
+    std::vector<uint8_t> out(32 * 16 * 3 / 2, 0xCD);
+    ASSERT_EQ(s->CopyOut(out.data(), 32, 1), VED_S_OK);
+    for (int k = 0; k < 8; ++k) EXPECT_EQ(out[2 * k * 32], 10 * k) << "row " << 2 * k;
+    const SurfaceInfo after = host::InfoOf(s.get());
+    EXPECT_EQ(after.width, 8u);  // the surface keeps its size and format
+    EXPECT_EQ(after.format, SURFACE_FORMAT_YUV422);
+}
+
+}  // namespace
