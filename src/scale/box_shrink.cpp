@@ -162,12 +162,13 @@ const FamilyPitches kFamilies[] = {
 // A run paired throughout skips the per-row search for paired boxes.
 BoxRowFn PickPairedRow(BoxFamily family, BoxRowFn general) {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<BoxRowFn> c[] = {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::C>}, {SimdForm::Plain, nullptr}};
-    static const FormEntry<BoxRowFn> d[] = {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::D>}, {SimdForm::Plain, nullptr}};
-    BoxRowFn f = nullptr;
-    if (family == BoxFamily::C) f = PickForm(c);
-    if (family == BoxFamily::D) f = PickForm(d);
-    if (f) return f;
+    static const FormEntry<BoxRowFn> forms[4][2] = {
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::A>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::B>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::C>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::D>}, {SimdForm::Plain, nullptr}},
+    };
+    if (const BoxRowFn f = PickForm(forms[static_cast<int>(family)])) return f;
 #else
     (void)family;
 #endif
@@ -201,7 +202,7 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
     // The fast path runs over all columns, or over the middle band with fade.
     const uint32_t fastFrom = fade ? b.colFirst : 0, fastLen = fade ? b.middle : width;
     const bool paired = fastLen > 0 && PairedRun(cols.offsets + fastFrom, cols.weights + fastFrom, 0, 0, fastLen,
-                                                 fastLen) == fastLen;
+                                                 fastLen, 2 * srcBytes) == fastLen;
     const BoxRowFn pairedRow = paired ? PickPairedRow(f.family, fastRow) : fastRow;
     const bool exact = maxFactor > 15;
     const uint32_t exDst = fade ? f.fadeDst : f.exactDst, exSrc = fade ? f.fadeSrc : f.exactSrc;

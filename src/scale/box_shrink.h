@@ -41,18 +41,20 @@ void BoxShrinkRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
 template <BoxFamily F>
 void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount);
-// The same for a run known to be paired throughout (PairedRun over all of it).
+// The same for a run known to be paired throughout (PairedRun over all of
+// it); families A and B (3-byte sources) have this form only.
 template <BoxFamily F>
 void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount);
 #endif
 
 // How many entries from `j` (counts) and `k` (offsets) form boxes of two
-// consecutive 4-byte samples each, up to `want`.
+// consecutive samples each (`pairBytes` apart), up to `want`.
 inline uint32_t PairedRun(const uint32_t* offsets, const uint32_t* counts, uint32_t j, uint32_t k, uint32_t len,
-                          uint32_t want) {
+                          uint32_t want, uint32_t pairBytes = 8) {
     uint32_t n = 0;
-    while (n < want && j + n < len && counts[j + n] == 2 && (n == 0 || offsets[k + n] == offsets[k + n - 1] + 8))
+    while (n < want && j + n < len && counts[j + n] == 2 &&
+           (n == 0 || offsets[k + n] == offsets[k + n - 1] + pairBytes))
         ++n;
     return n;
 }

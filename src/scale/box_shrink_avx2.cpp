@@ -1,6 +1,7 @@
-// Box shrink, AVX2 form, families C and D (4-byte sources): boxes two
-// samples wide over consecutive samples are summed 4 target pixels at a
-// time in 16-bit lanes and divided by the same chain as the plain kernels
+// Box shrink, AVX2 form: boxes two samples wide over consecutive samples
+// are summed 4 target pixels at a time (families C and D, 4-byte sources,
+// within any run; families A and B, 3-byte sources, in runs paired
+// throughout) in 16-bit lanes and divided by the same chain as the plain kernels
 // (the chain's shifts and adds on each lane are the plain arithmetic). Other
 // pixels, count 0 with its lagging offsets included, go to the plain kernels.
 #include <immintrin.h>
@@ -60,12 +61,35 @@ inline __m256i SumFour(const uint8_t* p, intptr_t stride, uint32_t rows) {
     return sum;
 }
 
+// The same for 3-byte samples: eight samples are 24 bytes, taken as two
+// 16-byte halves 12 bytes apart so that each lane holds four samples and the
+// byte after them (the fourth lane of the last sample).
+template <uint32_t R>
+inline __m256i SumFour3(const uint8_t* p, intptr_t stride, uint32_t rows) {
+    const __m256i pairs = _mm256_setr_epi8(0, 3, 1, 4, 2, 5, 3, 6, 6, 9, 7, 10, 8, 11, 9, 12,
+                                           0, 3, 1, 4, 2, 5, 3, 6, 6, 9, 7, 10, 8, 11, 9, 12);
+    const __m256i ones = _mm256_set1_epi8(1);
+    __m256i sum = _mm256_setzero_si256();
+    const uint32_t n = R ? R : rows;
+    for (uint32_t i = 0; i < n; ++i, p += stride) {
+        const __m256i v = _mm256_inserti128_si256(
+            _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))),
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 12)), 1);
+        sum = _mm256_add_epi16(sum, _mm256_maddubs_epi16(_mm256_shuffle_epi8(v, pairs), ones));
+    }
+    return sum;
+}
+
 template <BoxFamily F, uint32_t R>
 void PairedSegment(uint8_t* dst, const uint8_t* p, uint32_t blocks, intptr_t stride, uint32_t rows,
                    const BoxChain& ch) {
-    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
-    for (uint32_t b = 0; b < blocks; ++b, p += 32, dst += 4 * dp) {
-        const __m256i packed = _mm256_packus_epi16(Divide(SumFour<R>(p, stride, rows), ch), _mm256_setzero_si256());
+    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
+    constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
+    for (uint32_t b = 0; b < blocks; ++b, p += 8 * sp, dst += 4 * dp) {
+        __m256i sums;
+        if constexpr (sp == 4) sums = SumFour<R>(p, stride, rows);
+        else sums = SumFour3<R>(p, stride, rows);
+        const __m256i packed = _mm256_packus_epi16(Divide(sums, ch), _mm256_setzero_si256());
         const __m128i px = _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0)));
         if constexpr (dp == 4) {
             _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), px);
@@ -106,16 +130,24 @@ template <BoxFamily F>
 void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount) {
     if (rowCount < 1 || rowCount > 16 || len == 0) return;
-    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    constexpr bool threeBytes = F == BoxFamily::A || F == BoxFamily::B;
+    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
     const BoxChain ch = ChainFor(F, rowCount, 2);
-    const uint32_t blocks = len / 4;
+    // With 3-byte samples a block reads 3 bytes past its last sample's load,
+    // so the last block stops one pixel early: reads stay within the plain form's.
+    const uint32_t blocks = threeBytes ? (len >= 5 ? (len - 1) / 4 : 0) : len / 4;
     if (rowCount == 2) PairedSegment<F, 2>(dst, row + offsets[0], blocks, stride, 2, ch);
     else PairedSegment<F, 0>(dst, row + offsets[0], blocks, stride, rowCount, ch);
     const uint32_t done = 4 * blocks;
-    if (done < len)
+    if (done == len) return;
+    if constexpr (threeBytes)
+        BoxShrinkRow<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
+    else
         BoxShrinkRowSse2<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
 }
 
+template void BoxPairedRowAvx2<BoxFamily::A>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxPairedRowAvx2<BoxFamily::B>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxPairedRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxPairedRowAvx2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxShrinkRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);

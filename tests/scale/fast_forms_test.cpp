@@ -122,16 +122,30 @@ TEST(FastForms, BoxRowsMatchPlain) {
                 (c ? BoxShrinkRowAvx2<BoxFamily::C> : BoxShrinkRowAvx2<BoxFamily::D>)(
                     b.data(), src.data(), offsets.data(), counts.data(), len, stride, rows);
                 ASSERT_EQ(a, b) << "AVX2 len " << len << " rows " << rows << " family " << int(f);
-                // The same row with every box paired, through the paired-run form.
+            }
+            // The same rows with every box paired, through the paired-run
+            // form, for all four families.
+            using Fn = void (*)(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+            const struct {
+                Fn plain, paired;
+                uint32_t pitch;
+            } families[] = {{BoxShrinkRow<BoxFamily::A>, BoxPairedRowAvx2<BoxFamily::A>, 3},
+                            {BoxShrinkRow<BoxFamily::B>, BoxPairedRowAvx2<BoxFamily::B>, 3},
+                            {BoxShrinkRow<BoxFamily::C>, BoxPairedRowAvx2<BoxFamily::C>, 4},
+                            {BoxShrinkRow<BoxFamily::D>, BoxPairedRowAvx2<BoxFamily::D>, 4}};
+            if (HostSimdForm() < SimdForm::Avx2) continue;
+            for (const auto& fam : families) {
                 std::vector<uint32_t> two(len + 1, 2), step(len + 1);
-                for (uint32_t j = 0; j < len; ++j) step[j] = 8 * j + 4;
-                std::fill(a.begin(), a.end(), 0x5A);
-                std::fill(b.begin(), b.end(), 0x5A);
-                (c ? BoxShrinkRow<BoxFamily::C> : BoxShrinkRow<BoxFamily::D>)(a.data(), src.data(), step.data(),
-                                                                              two.data(), len, stride, rows);
-                (c ? BoxPairedRowAvx2<BoxFamily::C> : BoxPairedRowAvx2<BoxFamily::D>)(
-                    b.data(), src.data(), step.data(), two.data(), len, stride, rows);
-                ASSERT_EQ(a, b) << "paired len " << len << " rows " << rows << " family " << int(f);
+                for (uint32_t j = 0; j < len; ++j) step[j] = 2 * fam.pitch * j + 4;
+                // The row ends right after the last box's reads, so a fast
+                // form that read further would leave the buffer.
+                const size_t end = len ? step[len - 1] + fam.pitch + 4 : 0;
+                std::vector<uint8_t> tight(size_t(stride) * (rows ? rows - 1 : 0) + end);
+                std::copy(src.begin(), src.begin() + tight.size(), tight.begin());
+                std::vector<uint8_t> a(len * 4 + 8, 0x5A), b(len * 4 + 8, 0x5A);
+                fam.plain(a.data(), tight.data(), step.data(), two.data(), len, stride, rows);
+                fam.paired(b.data(), tight.data(), step.data(), two.data(), len, stride, rows);
+                ASSERT_EQ(a, b) << "paired len " << len << " rows " << rows << " pitch " << fam.pitch;
             }
         }
 }
