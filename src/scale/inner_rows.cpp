@@ -66,9 +66,12 @@ void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, ui
 InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
     const unsigned k = (srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0);
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<InnerRowFn> t33[] = {{SimdForm::Sse2, InnerRow33Sse2}, {SimdForm::Plain, InnerRow33}};
-    static const FormEntry<InnerRowFn> t34[] = {{SimdForm::Sse2, InnerRow34Sse2}, {SimdForm::Plain, InnerRow34}};
-    static const FormEntry<InnerRowFn> t43[] = {{SimdForm::Sse2, InnerRow43Sse2}, {SimdForm::Plain, InnerRow43}};
+    static const FormEntry<InnerRowFn> t33[] = {
+        {SimdForm::Avx2, InnerRow33Avx2}, {SimdForm::Sse2, InnerRow33Sse2}, {SimdForm::Plain, InnerRow33}};
+    static const FormEntry<InnerRowFn> t34[] = {
+        {SimdForm::Avx2, InnerRow34Avx2}, {SimdForm::Sse2, InnerRow34Sse2}, {SimdForm::Plain, InnerRow34}};
+    static const FormEntry<InnerRowFn> t43[] = {
+        {SimdForm::Avx2, InnerRow43Avx2}, {SimdForm::Sse2, InnerRow43Sse2}, {SimdForm::Plain, InnerRow43}};
     static const FormEntry<InnerRowFn> t44[] = {
         {SimdForm::Avx2, InnerRow44Avx2}, {SimdForm::Sse2, InnerRow44Sse2}, {SimdForm::Plain, InnerRow44}};
     switch (k) {

@@ -1,4 +1,4 @@
-// Bilinear Inner for 4-byte pixels, AVX2 form: four pixels per register in
+// Bilinear Inner for 3- and 4-byte pixels, AVX2 form: four pixels per register in
 // 16-bit lanes. Lerps are (a * (256 - w) + b * w) >> 8, equal to the plain
 // a + floor((b - a) * w / 256). Loads are those of the plain form.
 #include <immintrin.h>
@@ -15,35 +15,64 @@ inline __m256i LerpLanes(__m256i a, __m256i b, __m256i w, __m256i wi) {
     return _mm256_srli_epi16(_mm256_add_epi16(_mm256_mullo_epi16(a, wi), _mm256_mullo_epi16(b, w)), 8);
 }
 
-// S and S+ of four pixels, one 8-byte load each (gathers are slower here).
+// S and S+ of four pixels as 64-bit elements, loaded as the plain form
+// loads them (gathers are slower here).
+template <uint32_t SB>
 inline __m256i Four(const uint8_t* row, const uint32_t* co) {
     long long v[4];
-    for (int i = 0; i < 4; ++i) std::memcpy(&v[i], row + co[i], 8);
+    for (int i = 0; i < 4; ++i) {
+        const uint8_t* s = row + co[i];
+        if constexpr (SB == 4) {
+            std::memcpy(&v[i], s, 8);
+        } else {
+            uint32_t a, b;
+            std::memcpy(&a, s, 4);
+            std::memcpy(&b, s + 3, 4);
+            v[i] = static_cast<long long>(uint64_t(a) | uint64_t(b) << 32);
+        }
+    }
     return _mm256_set_epi64x(v[3], v[2], v[1], v[0]);
 }
 
-}  // namespace
-
-void InnerRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len,
-                    int32_t below, uint32_t rw) {
+template <uint32_t SB, uint32_t DB>
+void Inner(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len, int32_t below,
+           uint32_t rw) {
     const __m256i zero = _mm256_setzero_si256();
     const __m256i k256 = _mm256_set1_epi16(256);
     const __m256i rw16 = _mm256_unpacklo_epi8(_mm256_set1_epi32(static_cast<int32_t>(rw)), zero);
     const __m256i rwi = _mm256_sub_epi16(k256, rw16);
     uint32_t j = 0;
-    for (; j + 4 <= len; j += 4, dst += 16) {
+    for (; j + 4 <= len; j += 4, dst += 4 * DB) {
         // Each 64-bit element is [S, S+]; reorder each lane to [S0, S1, S0+, S1+].
-        const __m256i t = _mm256_shuffle_epi32(Four(row, co + j), _MM_SHUFFLE(3, 1, 2, 0));
-        const __m256i d = _mm256_shuffle_epi32(Four(row + below, co + j), _MM_SHUFFLE(3, 1, 2, 0));
+        const __m256i t = _mm256_shuffle_epi32(Four<SB>(row, co + j), _MM_SHUFFLE(3, 1, 2, 0));
+        const __m256i d = _mm256_shuffle_epi32(Four<SB>(row + below, co + j), _MM_SHUFFLE(3, 1, 2, 0));
         const __m256i w = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(cw + j)));
         const __m256i wi = _mm256_sub_epi16(k256, w);
         const __m256i a = LerpLanes(_mm256_unpacklo_epi8(t, zero), _mm256_unpackhi_epi8(t, zero), w, wi);
         const __m256i b = LerpLanes(_mm256_unpacklo_epi8(d, zero), _mm256_unpackhi_epi8(d, zero), w, wi);
         const __m256i px = _mm256_packus_epi16(LerpLanes(a, b, rw16, rwi), zero);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst),
-                         _mm256_castsi256_si128(_mm256_permute4x64_epi64(px, _MM_SHUFFLE(3, 1, 2, 0))));
+        const __m128i four = _mm256_castsi256_si128(_mm256_permute4x64_epi64(px, _MM_SHUFFLE(3, 1, 2, 0)));
+        if constexpr (DB == 4) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), four);
+        } else {
+            // 4-byte stores at pitch 3, each overwriting the spare byte of the last.
+            uint32_t v[4];
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(v), four);
+            for (int i = 0; i < 4; ++i) std::memcpy(dst + 3 * i, &v[i], 4);
+        }
     }
-    if (j < len) InnerRow44Sse2(dst, row, cw + j, co + j, len - j, below, rw);
+    if (j < len) {
+        constexpr InnerRowFn rest = SB == 3 ? (DB == 3 ? InnerRow33Sse2 : InnerRow34Sse2)
+                                            : (DB == 3 ? InnerRow43Sse2 : InnerRow44Sse2);
+        rest(dst, row, cw + j, co + j, len - j, below, rw);
+    }
 }
+
+}  // namespace
+
+void InnerRow33Avx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Inner<3, 3>(d, r, cw, co, n, b, rw); }
+void InnerRow34Avx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Inner<3, 4>(d, r, cw, co, n, b, rw); }
+void InnerRow43Avx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Inner<4, 3>(d, r, cw, co, n, b, rw); }
+void InnerRow44Avx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Inner<4, 4>(d, r, cw, co, n, b, rw); }
 
 }  // namespace tarn

@@ -52,7 +52,8 @@ TEST(FastForms, InnerRowsMatchPlain) {
     const InnerCase cases[] = {
         {3, 3, InnerRow33, InnerRow33Sse2, SimdForm::Sse2}, {3, 4, InnerRow34, InnerRow34Sse2, SimdForm::Sse2},
         {4, 3, InnerRow43, InnerRow43Sse2, SimdForm::Sse2}, {4, 4, InnerRow44, InnerRow44Sse2, SimdForm::Sse2},
-        {4, 4, InnerRow44, InnerRow44Avx2, SimdForm::Avx2},
+        {3, 3, InnerRow33, InnerRow33Avx2, SimdForm::Avx2}, {3, 4, InnerRow34, InnerRow34Avx2, SimdForm::Avx2},
+        {4, 3, InnerRow43, InnerRow43Avx2, SimdForm::Avx2}, {4, 4, InnerRow44, InnerRow44Avx2, SimdForm::Avx2},
     };
     RandomRows r;
     for (const InnerCase& c : cases) {
