@@ -76,26 +76,36 @@ struct Bytes32 {
     __m256i b, g, r;  // 32 pixels in order
 };
 
-// y8: 32 luma bytes; u8, v8: 16 chroma bytes each.
-inline Bytes32 Planar32(__m256i y8, __m128i u8, __m128i v8) {
-    const __m256i zero = _mm256_setzero_si256();
-    const __m256i off16 = _mm256_set1_epi16(16), off128 = _mm256_set1_epi16(128);
-    const __m256i ys[2] = {_mm256_sub_epi16(_mm256_unpacklo_epi8(y8, zero), off16),
-                           _mm256_sub_epi16(_mm256_unpackhi_epi8(y8, zero), off16)};
+// The chroma products of 32 pixels, each doubled: [0] for pixels 0-7 | 16-23,
+// [1] for 8-15 | 24-31. A row pair computes them once for both rows.
+struct Doubled {
+    Products half[2];
+};
+inline Doubled ChromaFor32(__m128i u8, __m128i v8) {
+    const __m256i off128 = _mm256_set1_epi16(128);
     const Products p = ChromaProducts(_mm256_sub_epi16(_mm256_cvtepu8_epi16(u8), off128),
                                       _mm256_sub_epi16(_mm256_cvtepu8_epi16(v8), off128));
+    Doubled d;
+    d.half[0] = {_mm256_unpacklo_epi16(p.ub, p.ub), _mm256_unpacklo_epi16(p.gc, p.gc),
+                 _mm256_unpacklo_epi16(p.vr, p.vr)};
+    d.half[1] = {_mm256_unpackhi_epi16(p.ub, p.ub), _mm256_unpackhi_epi16(p.gc, p.gc),
+                 _mm256_unpackhi_epi16(p.vr, p.vr)};
+    return d;
+}
+
+// y8: 32 luma bytes with the chroma of ChromaFor32.
+inline Bytes32 Planar32(__m256i y8, const Doubled& c) {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i off16 = _mm256_set1_epi16(16);
+    const __m256i ys[2] = {_mm256_sub_epi16(_mm256_unpacklo_epi8(y8, zero), off16),
+                           _mm256_sub_epi16(_mm256_unpackhi_epi8(y8, zero), off16)};
     __m256i b[2], g[2], r[2];
-    for (int h = 0; h < 2; ++h) {
-        const auto twice = [h](__m256i c) {
-            return h == 0 ? _mm256_unpacklo_epi16(c, c) : _mm256_unpackhi_epi16(c, c);
-        };
-        Colour(ys[h], twice(p.ub), twice(p.gc), twice(p.vr), &b[h], &g[h], &r[h]);
-    }
+    for (int h = 0; h < 2; ++h) Colour(ys[h], c.half[h].ub, c.half[h].gc, c.half[h].vr, &b[h], &g[h], &r[h]);
     return {_mm256_packus_epi16(b[0], b[1]), _mm256_packus_epi16(g[0], g[1]), _mm256_packus_epi16(r[0], r[1])};
 }
 
 inline Bytes32 Planar32(const uint8_t* y, const uint8_t* u, const uint8_t* v) {
-    return Planar32(Load32(y), Load(u), Load(v));
+    return Planar32(Load32(y), ChromaFor32(Load(u), Load(v)));
 }
 
 // 32 packed pixels: luma is the low byte of each word; each pixel's chroma is
@@ -226,8 +236,9 @@ void SmoothPairToBgraAvx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
     for (; i + 32 <= pixels; i += 32) {
         const size_t c = i / 2;
         const __m128i uu = Smooth16(u.a + c, u.b + c, u.c + c), vv = Smooth16(v.a + c, v.b + c, v.c + c);
-        StoreBgra32(d0 + 4 * i, Planar32(Smooth32(y0.a + i, y0.b + i, y0.c + i), uu, vv));
-        StoreBgra32(d1 + 4 * i, Planar32(Smooth32(y1.a + i, y1.b + i, y1.c + i), uu, vv));
+        const Doubled chroma = ChromaFor32(uu, vv);
+        StoreBgra32(d0 + 4 * i, Planar32(Smooth32(y0.a + i, y0.b + i, y0.c + i), chroma));
+        StoreBgra32(d1 + 4 * i, Planar32(Smooth32(y1.a + i, y1.b + i, y1.c + i), chroma));
     }
     if (i < pixels) {
         const size_t c = i / 2;
