@@ -131,11 +131,14 @@ VedResult CTarnSurfaceBuffer::DoSetFormat(SurfaceFormat format) {
     if (!c) return VED_E_NOTSUPPORTED;
 
     if (c->function == Function::RgbToPlanar && ((info.width | info.height) & 1)) {
-        // Planar surfaces never have an odd size: trim to even first.
+        // Planar surfaces never have an odd size: trim to even first. Under
+        // direct output the resize writes the caller's buffer and the surface
+        // keeps its size; the conversion then goes over it at the odd size.
         const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
         DoResize(w - (w & 1), h - (h & 1), 1, 1);
-        // A resize that could not trim leaves nothing to convert safely.
-        if ((info.width | info.height) & 1) return VED_E_NOTSUPPORTED;
+        // A resize that could not trim must not leave a planar surface of odd
+        // size behind.
+        if (!directOutput && ((info.width | info.height) & 1)) return VED_E_NOTSUPPORTED;
     }
     const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
 

@@ -241,6 +241,30 @@ TEST(SetFormat, OddSizesTrimOnlyOnTheWayFromRgbToPlanar) {
     EXPECT_EQ(planar.stride, 101);
 }
 
+TEST(SetFormat, CopyOutOfAnOddRgbSurfaceToPlanarConvertsAtTheOddSize) {
+    // The trimming resize writes the caller's buffer under direct output and
+    // leaves the surface alone; the conversion then writes over it at 21 x 9.
+    const int32_t w = 21, h = 9, stride = 64;
+    Ref<ITarnSurface> s = host::Blank(Describe(SURFACE_FORMAT_RGB24, w, h, 0));
+    const SurfaceInfo before = InfoOf(s.get());
+    uint8_t* px = PixelsOf(s.get());
+    const auto bytes = Random(BytesOf(before), 31);
+    std::copy(bytes.begin(), bytes.end(), px);
+    std::vector<uint8_t> out(size_t(stride) * h * 3 / 2, 0);
+    ASSERT_EQ(s->SetFormat(SURFACE_FORMAT_YUV420), VED_S_OK);
+    ASSERT_EQ(s->CopyOut(out.data(), stride, 1), VED_S_OK);
+    const SurfaceInfo after = InfoOf(s.get());
+    EXPECT_EQ(after.format, SURFACE_FORMAT_RGB24);
+    EXPECT_EQ(after.width, uint32_t(w));
+    // Every byte the conversion writes is the reference's: applying the
+    // reference over the result changes nothing (flip: topDown 0 against 1).
+    std::vector<uint8_t> again = out;
+    const std::vector<uint8_t> src(px, px + BytesOf(before));
+    Convert(Tier::Sse2, SURFACE_FORMAT_RGB24, SURFACE_FORMAT_YUV420, w, h, src, before.stride, 1, &again,
+            stride);
+    EXPECT_EQ(out, again);
+}
+
 // 255 - alpha, with the rows reversed: the 32-bit source is taken as bottom-up.
 TEST(SetFormat, AlphaOfRgb32SurvivesAsTheMask) {
     for (SurfaceFormat to : {SURFACE_FORMAT_YUV420, SURFACE_FORMAT_YUV422, SURFACE_FORMAT_RGB24}) {
