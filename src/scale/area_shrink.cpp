@@ -108,12 +108,12 @@ void AreaCarryRow(float* __restrict current, float* __restrict carry, uint32_t t
 
 namespace {
 
-AreaGrayRowFn PickAreaGrayRow() {
+AreaGrayRowEndFn PickAreaGrayRowEnd() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<AreaGrayRowFn> t[] = {{SimdForm::Avx2, AreaGrayRowAvx2}, {SimdForm::Plain, AreaGrayRow}};
+    static const FormEntry<AreaGrayRowEndFn> t[] = {{SimdForm::Avx2, AreaGrayRowEndAvx2}, {SimdForm::Plain, nullptr}};
     return PickForm(t);
 #else
-    return AreaGrayRow;
+    return nullptr;
 #endif
 }
 
@@ -154,35 +154,45 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
     // order; the single-channel sweep runs from a dense table of them.
     const bool dense = c == 1;
     const DenseArea table = dense ? Densify(list, count, dstWidth) : DenseArea{};
-    const AreaGrayRowFn grayRow = PickAreaGrayRow();
     std::vector<float> scratch(dense ? srcWidth + 16 : 0, 0.0f);
     const AreaRowForms forms = PickAreaRowForms();
+    // A fast form may finish the row end in the same sweep as the sums.
+    const AreaGrayRowEndFn endRow = dense ? PickAreaGrayRowEnd() : nullptr;
     uint32_t t = 1;
     for (uint32_t y = 0; y < srcHeight; ++y) {
         const uint8_t* row = src + intptr_t(y) * srcStride;
-        if (dense) {
-            grayRow(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth, scratch.data(),
-                    current);
-        } else {
-            for (uint32_t i = 0; i < count; ++i) {
-                const AreaCoefficient& k = list[i];
-                for (uint32_t ch = 0; ch < c; ++ch)
-                    current[k.targetIndex + ch] += row[k.sourceOffset + ch] * k.weight;
-            }
-        }
         const double boundary = double(t) * ry;
         const float next = static_cast<float>(y + 1);
         // The last source row always ends a target row, so rounding in the
         // boundary cannot lose the last one.
-        if (next >= boundary || y + 1 == srcHeight) {
-            float f = static_cast<float>(next - boundary);
+        const bool ends = next >= boundary || y + 1 == srcHeight;
+        float f = 0;
+        if (ends) {
+            f = static_cast<float>(next - boundary);
             if (!(f > 0)) f = 0;
-            if (std::fabs(f) < 0.001) forms.emit(dst, current, carry, total);
+        }
+        const int rowEnd = !ends ? 0 : std::fabs(f) < 0.001 ? 1 : 2;
+        if (endRow) {
+            endRow(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth, scratch.data(),
+                   rowEnd, f, carry, dst);
+        } else {
+            if (dense) {
+                AreaGrayRow(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth,
+                            scratch.data(), current);
+            } else {
+                for (uint32_t i = 0; i < count; ++i) {
+                    const AreaCoefficient& k = list[i];
+                    for (uint32_t ch = 0; ch < c; ++ch)
+                        current[k.targetIndex + ch] += row[k.sourceOffset + ch] * k.weight;
+                }
+            }
+            if (rowEnd == 0) forms.carry(current, carry, total);
+            else if (rowEnd == 1) forms.emit(dst, current, carry, total);
             else forms.split(dst, current, carry, total, f);
+        }
+        if (ends) {
             dst += dstStride;
             ++t;
-        } else {
-            forms.carry(current, carry, total);
         }
     }
     return true;

@@ -29,17 +29,67 @@ inline __m256 Rounded(__m256 p) {
     return p;
 }
 
-void Column(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn, uint32_t width,
-            uint32_t x, float* current) {
-    float v = current[x];
-    for (uint32_t r = 0; r < perColumn; ++r) v += Rounded(row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x]);
-    current[x] = v;
+// Bytes of trunc(v + 0.5) for eight float sums, the addition in double.
+inline __m128i RoundedBytes(__m256 v) {
+    const __m256d half = _mm256_set1_pd(0.5);
+    const __m128i lo = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(_mm256_castps256_ps128(v)), half));
+    const __m128i hi = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(_mm256_extractf128_ps(v, 1)), half));
+    const __m128i mask = _mm_set1_epi32(0xFF);
+    const __m128i words = _mm_packs_epi32(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
+    return _mm_packus_epi16(words, words);
 }
 
-}  // namespace
+uint8_t ByteOf(double v) { return static_cast<uint8_t>(static_cast<int32_t>(v)); }
 
-void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
-                     uint32_t perColumn, uint32_t width, float* scratch, float* current) {
+// The row end applied to a column's sum of this source row at once. The
+// accumulator is 0 at the start of every source row (each row end clears
+// it), so the sum in hand is exactly what `current` would hold.
+enum class End { Carry, Emit, Split };
+
+struct Sink {
+    float* carry;
+    uint8_t* out;
+    float f, g;
+
+    template <End E>
+    void Put(uint32_t x, float v) const {
+        if constexpr (E == End::Carry) {
+            carry[x] += v;
+        } else if constexpr (E == End::Emit) {
+            out[x] = ByteOf(v + carry[x] + 0.5);
+            carry[x] = 0;
+        } else {
+            out[x] = ByteOf(Rounded(v * g) + carry[x] + 0.5);
+            carry[x] = v * f;
+        }
+    }
+
+    template <End E>
+    void Put8(uint32_t x, __m256 v) const {
+        if constexpr (E == End::Carry) {
+            _mm256_storeu_ps(carry + x, _mm256_add_ps(_mm256_loadu_ps(carry + x), v));
+        } else if constexpr (E == End::Emit) {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + x),
+                             RoundedBytes(_mm256_add_ps(v, _mm256_loadu_ps(carry + x))));
+            _mm256_storeu_ps(carry + x, _mm256_setzero_ps());
+        } else {
+            const __m256 part = Rounded(_mm256_mul_ps(v, _mm256_set1_ps(g)));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + x),
+                             RoundedBytes(_mm256_add_ps(part, _mm256_loadu_ps(carry + x))));
+            _mm256_storeu_ps(carry + x, _mm256_mul_ps(v, _mm256_set1_ps(f)));
+        }
+    }
+};
+
+template <End E>
+void Sweep(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight, uint32_t perColumn,
+           uint32_t width, float* scratch, const Sink& sink) {
+    auto column = [&](uint32_t x) {
+        float v = 0.0f;
+        for (uint32_t r = 0; r < perColumn; ++r)
+            v += Rounded(row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x]);
+        sink.template Put<E>(x, v);
+    };
     uint32_t i = 0;
     for (; i + 8 <= srcWidth; i += 8)
         _mm256_storeu_ps(scratch + i, _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(
@@ -53,13 +103,13 @@ void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index
         bool fits = true;
         for (uint32_t r = 0; r < perColumn; ++r) fits &= index[size_t(r) * width + x + 7] - base < 16;
         if (!fits) {
-            for (uint32_t k = x; k < x + 8; ++k) Column(row, index, weight, perColumn, width, k, current);
+            for (uint32_t k = x; k < x + 8; ++k) column(k);
             continue;
         }
         const __m256 lo = _mm256_loadu_ps(scratch + base);
         const __m256 hi = _mm256_loadu_ps(scratch + base + 8);
         const __m256i b = _mm256_set1_epi32(base);
-        __m256 v = _mm256_loadu_ps(current + x);
+        __m256 v = _mm256_setzero_ps();
         for (uint32_t r = 0; r < perColumn; ++r) {
             const size_t at = size_t(r) * width + x;
             const __m256i rel = _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(index + at)), b);
@@ -68,24 +118,21 @@ void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index
                                                  _mm256_castsi256_ps(_mm256_cmpgt_epi32(rel, seven)));
             v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick, _mm256_loadu_ps(weight + at))));
         }
-        _mm256_storeu_ps(current + x, v);
+        sink.template Put8<E>(x, v);
     }
-    for (uint32_t x = fast; x < width; ++x) Column(row, index, weight, perColumn, width, x, current);
-}
-
-namespace {
-
-// Bytes of trunc(v + 0.5) for eight float sums, the addition in double.
-inline __m128i RoundedBytes(__m256 v) {
-    const __m256d half = _mm256_set1_pd(0.5);
-    const __m128i lo = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(_mm256_castps256_ps128(v)), half));
-    const __m128i hi = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(_mm256_extractf128_ps(v, 1)), half));
-    const __m128i mask = _mm_set1_epi32(0xFF);
-    const __m128i words = _mm_packs_epi32(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
-    return _mm_packus_epi16(words, words);
+    for (uint32_t x = fast; x < width; ++x) column(x);
 }
 
 }  // namespace
+
+void AreaGrayRowEndAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
+                        uint32_t perColumn, uint32_t width, float* scratch, int rowEnd, float f, float* carry,
+                        uint8_t* out) {
+    const Sink sink{carry, out, f, static_cast<float>(1.0 - f)};
+    if (rowEnd == 0) Sweep<End::Carry>(row, srcWidth, index, weight, perColumn, width, scratch, sink);
+    else if (rowEnd == 1) Sweep<End::Emit>(row, srcWidth, index, weight, perColumn, width, scratch, sink);
+    else Sweep<End::Split>(row, srcWidth, index, weight, perColumn, width, scratch, sink);
+}
 
 void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total) {
     uint32_t i = 0;

@@ -41,10 +41,16 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
 // One source row of a single-channel area shrink: for each target column x,
 // current[x] += row[index[r][x]] * weight[r][x] for r in order, rounding to
 // float at each step. `scratch` holds srcWidth + 16 floats for a fast form.
-using AreaGrayRowFn = void (*)(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
-                               uint32_t perColumn, uint32_t width, float* scratch, float* current);
 void AreaGrayRow(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
                  uint32_t perColumn, uint32_t width, float* scratch, float* current);
+// The sweep of one single-channel source row and its row end in one pass:
+// `rowEnd` 0 carries the sums, 1 emits the target row, 2 splits it by f.
+// Gives what AreaGrayRow followed by the row-end function gives, without
+// touching `current` (which is 0 between rows).
+using AreaGrayRowEndFn = void (*)(const uint8_t* row, uint32_t srcWidth, const int32_t* index,
+                                  const float* weight, uint32_t perColumn, uint32_t width, float* scratch,
+                                  int rowEnd, float f, float* carry, uint8_t* out);
+
 // The end of a source row: a target row goes out whole (trunc(current +
 // carry + 0.5)), goes out split by f (the part f carries on), or the row's
 // sums are carried into the target row under way.
@@ -56,8 +62,9 @@ void AreaCarryRow(float* current, float* carry, uint32_t total);
 void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total);
 void AreaEmitSplitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total, float f);
 void AreaCarryRowAvx2(float* current, float* carry, uint32_t total);
-void AreaGrayRowAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
-                     uint32_t perColumn, uint32_t width, float* scratch, float* current);
+void AreaGrayRowEndAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
+                        uint32_t perColumn, uint32_t width, float* scratch, int rowEnd, float f, float* carry,
+                        uint8_t* out);
 #endif
 
 }  // namespace tarn

@@ -222,7 +222,7 @@ TEST(FastForms, AreaShrinkAgreesOnALargePlane) {
 
 #if defined(TARN_HAVE_X86_SIMD)
 TEST(FastForms, AreaRowSumsAreBitExact) {
-    // The accumulators themselves, bit for bit, over a few dense tables.
+    // The carried sums themselves, bit for bit, and the bytes, for each row end.
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     std::mt19937 rng(11);
     for (uint32_t width : {1u, 7u, 8u, 9u, 40u, 203u})
@@ -237,17 +237,26 @@ TEST(FastForms, AreaRowSumsAreBitExact) {
                     index[size_t(r) * width + x] = int32_t(std::min(srcWidth - 1, 2 * x + r));
                     weight[size_t(r) * width + x] = float(rng() % 100000) / 77777.0f;
                 }
-            std::vector<float> a(width), b(width), scratch(srcWidth + 16);
-            for (uint32_t x = 0; x < width; ++x) a[x] = b[x] = float(rng() % 1000) / 7.0f;
-            for (int pass = 0; pass < 3; ++pass) {
-                AreaGrayRow(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), a.data());
-                AreaGrayRowAvx2(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), b.data());
-            }
-            for (uint32_t x = 0; x < width; ++x) {
-                uint32_t ua, ub;
-                std::memcpy(&ua, &a[x], 4);
-                std::memcpy(&ub, &b[x], 4);
-                ASSERT_EQ(ua, ub) << "width " << width << " per " << per << " x " << x;
+            std::vector<float> scratch(srcWidth + 16);
+            for (int rowEnd = 0; rowEnd < 3; ++rowEnd) {
+                // Plain: sums into a zeroed accumulator, then the row end.
+                std::vector<float> current(width, 0.0f), a(width), b(width);
+                for (uint32_t x = 0; x < width; ++x) a[x] = b[x] = float(rng() % 1000) / 7.0f;
+                std::vector<uint8_t> outA(width, 0x5A), outB(width, 0x5A);
+                const float f = 0.3f;
+                AreaGrayRow(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), current.data());
+                if (rowEnd == 0) AreaCarryRow(current.data(), a.data(), width);
+                else if (rowEnd == 1) AreaEmitRow(outA.data(), current.data(), a.data(), width);
+                else AreaEmitSplitRow(outA.data(), current.data(), a.data(), width, f);
+                AreaGrayRowEndAvx2(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), rowEnd,
+                                   f, b.data(), outB.data());
+                ASSERT_EQ(outA, outB) << "width " << width << " per " << per << " end " << rowEnd;
+                for (uint32_t x = 0; x < width; ++x) {
+                    uint32_t ua, ub;
+                    std::memcpy(&ua, &a[x], 4);
+                    std::memcpy(&ub, &b[x], 4);
+                    ASSERT_EQ(ua, ub) << "width " << width << " per " << per << " end " << rowEnd << " x " << x;
+                }
             }
         }
 }
