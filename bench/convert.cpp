@@ -9,6 +9,7 @@
 
 #include "bench_support.h"
 #include "convert/conversion_kernels.h"
+#include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
 #include "object/surface_builder.h"
 #include "tarn/TarnSurface.h"
@@ -157,14 +158,21 @@ void SurfaceCases() {
         peers[1]);
 }
 
+// Each kernel case in every form of the SSE2 tier this processor runs, best
+// first; the form is forced for our side only.
 const bool registered = [] {
-    const std::string form = std::string("sse2-tier-") + tarn::FormName(tarn::ActiveSimdForm());
     static std::vector<Case> cases = Cases();
-    for (const Case& c : cases) {
-        const std::string family = std::string(c.family) + "/" + form + "/1920x1080";
-        benchmark::RegisterBenchmark(family.c_str(), [family, &c](benchmark::State& s) {
-            TimeBoth(s, family, c.ours, c.peer);
-        })->Unit(benchmark::kMillisecond);
+    std::vector<tarn::SimdForm> forms{tarn::HostSimdForm()};
+    if (tarn::HostSimdForm() > tarn::SimdForm::Sse2) forms.push_back(tarn::SimdForm::Sse2);
+    for (tarn::SimdForm form : forms) {
+        for (const Case& c : cases) {
+            const std::string family =
+                std::string(c.family) + "/sse2-tier-" + tarn::FormName(form) + "/1920x1080";
+            benchmark::RegisterBenchmark(family.c_str(), [family, &c, form](benchmark::State& s) {
+                tarn::ScopedKernelChoice choice(tarn::g_cpuFeatures, form);
+                TimeBoth(s, family, c.ours, c.peer);
+            })->Unit(benchmark::kMillisecond);
+        }
     }
     SurfaceCases();
     return true;
