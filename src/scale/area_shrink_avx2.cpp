@@ -95,8 +95,6 @@ void Sweep(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const fl
         _mm256_storeu_ps(scratch + i, _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(
                                           _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + i)))));
     for (; i < srcWidth; ++i) scratch[i] = row[i];
-    const __m256i eight = _mm256_set1_epi32(8);
-    const __m256i seven = _mm256_set1_epi32(7);
     const uint32_t fast = width & ~7u;
     for (uint32_t x = 0; x < fast; x += 8) {
         const int32_t base = index[x];
@@ -113,9 +111,10 @@ void Sweep(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const fl
         for (uint32_t r = 0; r < perColumn; ++r) {
             const size_t at = size_t(r) * width + x;
             const __m256i rel = _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(index + at)), b);
-            const __m256 pick = _mm256_blendv_ps(_mm256_permutevar8x32_ps(lo, rel),
-                                                 _mm256_permutevar8x32_ps(hi, _mm256_sub_epi32(rel, eight)),
-                                                 _mm256_castsi256_ps(_mm256_cmpgt_epi32(rel, seven)));
+            // The permutes look at the low 3 bits only; bit 3 (moved to the
+            // sign bit) chooses the window's upper half.
+            const __m256 pick = _mm256_blendv_ps(_mm256_permutevar8x32_ps(lo, rel), _mm256_permutevar8x32_ps(hi, rel),
+                                                 _mm256_castsi256_ps(_mm256_slli_epi32(rel, 28)));
             v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick, _mm256_loadu_ps(weight + at))));
         }
         sink.template Put8<E>(x, v);
