@@ -80,4 +80,25 @@ constexpr BoxChain ChainFor(BoxFamily f, uint32_t r, uint32_t c) {
     return ch;
 }
 
+// Every chain, worked out once while compiling, for the row kernels that
+// pick theirs at run time.
+struct BoxChainTable {
+    BoxChain chain[4][17][17];
+};
+
+constexpr BoxChainTable MakeBoxChainTable() {
+    BoxChainTable t{};
+    for (int f = 0; f < 4; ++f)
+        for (uint32_t r = 1; r <= 16; ++r)
+            for (uint32_t c = 1; c <= 16; ++c) t.chain[f][r][c] = ChainFor(static_cast<BoxFamily>(f), r, c);
+    return t;
+}
+
+inline constexpr BoxChainTable kBoxChains = MakeBoxChainTable();
+
+// r and c in 1..16.
+inline const BoxChain& ChainOf(BoxFamily f, uint32_t r, uint32_t c) {
+    return kBoxChains.chain[static_cast<int>(f)][r][c];
+}
+
 }  // namespace tarn

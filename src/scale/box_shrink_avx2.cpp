@@ -108,7 +108,7 @@ void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
                       uint32_t len, int32_t stride, uint32_t rowCount) {
     if (rowCount < 1 || rowCount > 16) return;
     constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
-    const BoxChain ch = ChainFor(F, rowCount, 2);
+    const BoxChain& ch = ChainOf(F, rowCount, 2);
     uint32_t j = 0, k = 0;
     while (j < len) {
         // A whole segment of paired boxes at once, in blocks of four.
@@ -132,7 +132,7 @@ void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
     if (rowCount < 1 || rowCount > 16 || len == 0) return;
     constexpr bool threeBytes = F == BoxFamily::A || F == BoxFamily::B;
     constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
-    const BoxChain ch = ChainFor(F, rowCount, 2);
+    const BoxChain& ch = ChainOf(F, rowCount, 2);
     // With 3-byte samples a block reads 3 bytes past its last sample's load,
     // so the last block stops one pixel early: reads stay within the plain form's.
     const uint32_t blocks = threeBytes ? (len >= 5 ? (len - 1) / 4 : 0) : len / 4;

@@ -29,7 +29,7 @@ void BoxShrinkRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
                       uint32_t len, int32_t stride, uint32_t rowCount) {
     if (rowCount < 1 || rowCount > 16) return;
     constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
-    const BoxChain ch = ChainFor(F, rowCount, 2);
+    const BoxChain& ch = ChainOf(F, rowCount, 2);
     const __m128i zero = _mm_setzero_si128();
     uint32_t j = 0, k = 0;
     while (j < len) {
