@@ -4,18 +4,18 @@
 // make surfaces through the builder, and work on them through ITarnSurface.
 // Every interface pointer handed out carries one reference for the receiver.
 //
-// Caller memory: buffers a host passes in (CreateFromData, CopyOut,
-// DrawToBuffer) must hold the rows the call describes; the library reads and
-// writes only inside them. Some conversions into caller memory write up to one
-// 4-byte pixel group past the last pixel of the last row (24-bit stores are
-// done 4 bytes at a time); give such buffers 16 bytes of slack after the last
-// row. The library's own pixel buffers always carry that slack.
-// A format conversion that CopyOut runs straight into the caller's buffer
-// stays inside the frame the call describes: stride x height bytes, and for
-// YUV420 output the two chroma planes behind the luma as well (stride x
-// height x 3 / 2 in all). Where a processor tier's conversion runs past the
-// end of its rows (the MMX tier at some widths, odd widths walked bottom-up),
-// bytes that would fall outside that frame are not written.
+// Caller memory. Buffers a host passes in must hold what the call describes;
+// the library stays inside them:
+// - CreateFromData reads stride x height bytes (x 3 / 2 for YUV420).
+// - CopyOut writes the picture at the caller's stride and row order. A format
+//   conversion run straight into the buffer stays inside stride x height (for
+//   YUV420 output the two chroma planes behind the luma as well, x 3 / 2 in
+//   all). When the last queued operation is a Resize, the buffer is first
+//   painted black as a planar picture, so it must hold stride x height x 3 / 2
+//   bytes whatever the format.
+// - DrawToBuffer writes rows at the buffer's stride; 24-bit pixels are stored
+//   four bytes at a time, so allow 16 bytes after the last row.
+// The library's own pixel buffers carry slack for such stores.
 #pragma once
 
 #include <cstddef>

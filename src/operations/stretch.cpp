@@ -70,6 +70,12 @@ int32_t StretchInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
             targetStride = -dstStride;
         }
         const uint8_t* source = src + ptrdiff_t(s.top) * srcStride + ptrdiff_t(s.left) * srcBytes;
+        // The whole buffers on either side, whatever the order of their rows.
+        const size_t dstBufferBytes = size_t(dstStride < 0 ? -int64_t(dstStride) : dstStride) * size_t(dstHeight);
+        const size_t srcBufferBytes = size_t(srcStride < 0 ? -int64_t(srcStride) : srcStride) * size_t(srcHeight);
+        const uint8_t* dstLowest = dstStride < 0 ? dst + ptrdiff_t(dstHeight - 1) * dstStride : dst;
+        const uint8_t* srcLowest = srcStride < 0 ? src + ptrdiff_t(srcHeight - 1) * srcStride : src;
+        ScopedScaleBounds bounds(dstLowest, dstBufferBytes, srcLowest, srcBufferBytes);
         ScaleImage(target, uint32_t(d.width), uint32_t(d.height), targetStride, uint32_t(dstBytes),
                    source, uint32_t(s.width), uint32_t(s.height), srcStride, uint32_t(srcBytes),
                    0.0, double(s.width) / d.width, 0.0, double(s.height) / d.height,

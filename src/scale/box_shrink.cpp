@@ -12,6 +12,8 @@
 #include <utility>
 
 #include "scale/box_shrink.h"
+
+#include "scale/scale.h"
 #include "scale/box_chains.h"
 #include "convert/kernel_forms.h"
 #include "scale/pixel_ops.h"
@@ -100,6 +102,42 @@ template void BoxShrinkRow<BoxFamily::B>(uint8_t*, const uint8_t*, const uint32_
 template void BoxShrinkRow<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxShrinkRow<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 
+namespace {
+
+// Ranges declared by ScopedScaleBounds; null while nothing is declared.
+thread_local const uint8_t* t_targetLo = nullptr;
+thread_local const uint8_t* t_targetHi = nullptr;
+thread_local const uint8_t* t_sourceLo = nullptr;
+thread_local const uint8_t* t_sourceHi = nullptr;
+
+inline uint32_t ReadSample(const uint8_t* p) {
+    if (t_sourceLo && (p < t_sourceLo || p >= t_sourceHi)) return 0;
+    return *p;
+}
+
+inline void WriteSample(uint8_t* p, uint8_t v) {
+    if (t_targetLo && (p < t_targetLo || p >= t_targetHi)) return;
+    *p = v;
+}
+
+}  // namespace
+
+ScopedScaleBounds::ScopedScaleBounds(const uint8_t* target, size_t targetBytes,
+                                     const uint8_t* source, size_t sourceBytes)
+    : saved_{t_targetLo, t_targetHi, t_sourceLo, t_sourceHi} {
+    t_targetLo = target;
+    t_targetHi = target + targetBytes;
+    t_sourceLo = source;
+    t_sourceHi = source + sourceBytes;
+}
+
+ScopedScaleBounds::~ScopedScaleBounds() {
+    t_targetLo = saved_[0];
+    t_targetHi = saved_[1];
+    t_sourceLo = saved_[2];
+    t_sourceHi = saved_[3];
+}
+
 void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                  uint32_t len, int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch) {
     for (uint32_t j = 0; j < len; ++j, dst += dstPitch) {
@@ -109,10 +147,11 @@ void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, cons
         uint32_t sum[3] = {0, 0, 0};
         for (uint32_t i = 0; i < rowCount; ++i)
             for (uint32_t k = 0; k < c; ++k)
-                for (int ch = 0; ch < 3; ++ch) sum[ch] += p[intptr_t(i) * stride + k * srcPitch + ch];
+                for (int ch = 0; ch < 3; ++ch)
+                    sum[ch] += ReadSample(p + intptr_t(i) * stride + k * srcPitch + ch);
         const uint32_t t = c * rowCount;
         if (t > 0)
-            for (int ch = 0; ch < 3; ++ch) dst[ch] = static_cast<uint8_t>(sum[ch] / t);
+            for (int ch = 0; ch < 3; ++ch) WriteSample(dst + ch, static_cast<uint8_t>(sum[ch] / t));
     }
 }
 
@@ -127,15 +166,16 @@ void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const
         // pixel comes out darkened, as it always has.
         const uint32_t a = ((255 - (cw >> 16)) * (255 - (rowWord >> 16))) >> 8;
         if (t == 0) {
-            dst[0] = background[0], dst[1] = background[1], dst[2] = background[2];
+            for (int ch = 0; ch < 3; ++ch) WriteSample(dst + ch, background[ch]);
             continue;
         }
         const uint8_t* p = row + offsets[j];
         for (int ch = 0; ch < 3; ++ch) {
             uint32_t sum = 0;
             for (uint32_t i = 0; i < rows; ++i)
-                for (uint32_t k = 0; k < cols; ++k) sum += p[intptr_t(i) * stride + k * srcPitch + ch];
-            dst[ch] = static_cast<uint8_t>((sum * a / t + background[ch] * (255 - a)) / 255);
+                for (uint32_t k = 0; k < cols; ++k)
+                    sum += ReadSample(p + intptr_t(i) * stride + k * srcPitch + ch);
+            WriteSample(dst + ch, static_cast<uint8_t>((sum * a / t + background[ch] * (255 - a)) / 255));
         }
     }
 }

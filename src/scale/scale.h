@@ -3,6 +3,7 @@
 // nothing.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tarn {
@@ -24,5 +25,24 @@ void ScalePlanar(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, 
 // Scales a packed 4:2:2 picture, each byte of a pair as a channel of its own.
 void ScalePacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
                  uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride);
+
+// The memory a scaling call on this thread may touch, declared by its caller
+// for as long as the object lives. The exact box functions step through a run
+// at the pitches of their fixed table, which for some pixel-size pairs are
+// wider than the pixels: a run then reaches past its row, and on the last row
+// past the buffer. Inside the declared ranges every byte comes out as that
+// table makes it; writes outside are dropped and reads outside give 0. With
+// nothing declared, nothing is checked.
+class ScopedScaleBounds {
+public:
+    ScopedScaleBounds(const uint8_t* target, size_t targetBytes, const uint8_t* source,
+                      size_t sourceBytes);
+    ~ScopedScaleBounds();
+    ScopedScaleBounds(const ScopedScaleBounds&) = delete;
+    ScopedScaleBounds& operator=(const ScopedScaleBounds&) = delete;
+
+private:
+    const uint8_t* saved_[4];
+};
 
 }  // namespace tarn
