@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Builds and runs benchmarks side by side with the peer library (libyuv from
+# Debian, installed when missing; the library itself never links it).
+#   scripts/bench.sh [name...]   names: fast_copy convert scale resize compose
+# With no name every benchmark runs. Each prints a table of our time, the
+# peer's and the ratio at the end.
+set -euo pipefail
+here=$(cd "$(dirname "$0")/.." && pwd)
+build=$here/build-bench
+"$here/scripts/install-deps.sh" libyuv-dev
+cmake -S "$here" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTARN_BUILD_BENCH=ON \
+  -DTARN_BUILD_TESTS=OFF -DTARN_BUILD_EXAMPLES=OFF -DTARN_BUILD_TOOLS=OFF >/dev/null
+names=("$@")
+((${#names[@]})) || names=(fast_copy convert scale resize compose)
+for name in "${names[@]}"; do
+  cmake --build "$build" -j "$(nproc)" --target "tarn_bench_$name"
+  "$build/bench/tarn_bench_$name"
+done
