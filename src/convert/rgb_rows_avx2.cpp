@@ -75,9 +75,64 @@ inline void PlanarBlock16(__m256i a0, __m256i a1, __m256i b0, __m256i b1, uint8_
     _mm_storel_epi64(reinterpret_cast<__m128i*>(v), _mm_srli_si128(low, 8));
 }
 
+// Two rows of 32 pixels (8 per register): 32 luma bytes per row, 16 Cb and
+// 16 Cr. Luma takes the pixel bytes as signed, each less 128, against the
+// unsigned weights 25, 129, 66: both partial sums and their total stay within
+// 16 bits, and the bias of 220 x 128 = 110 x 256 comes back as 110 after the
+// shift by 8. The chroma sums are those of PlanarBlock16; Cb and Cr of each
+// block are paired by one horizontal add, and the adding of 128 is a flip of
+// the sign bit once they are bytes.
+inline __m256i LumaRow32(const __m256i p[4]) {
+    const __m256i weights = _mm256_set1_epi32(0x00428119);  // 25, 129, 66, 0
+    const __m256i bias = _mm256_set1_epi8(-128);
+    const __m256i ones = _mm256_set1_epi16(1);
+    __m256i s[4];
+    for (int k = 0; k < 4; ++k)
+        s[k] = _mm256_madd_epi16(_mm256_maddubs_epi16(weights, _mm256_xor_si256(p[k], bias)), ones);
+    // Pixels 0-3, 8-11, 16-19, 24-27 | 4-7, 12-15, 20-23, 28-31.
+    const __m256i words = _mm256_packs_epi16(_mm256_srai_epi16(_mm256_packs_epi32(s[0], s[1]), 8),
+                                             _mm256_srai_epi16(_mm256_packs_epi32(s[2], s[3]), 8));
+    const __m256i bytes = _mm256_add_epi8(words, _mm256_set1_epi8(126));
+    return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+inline void PlanarBlock32(const __m256i a[4], const __m256i b[4], uint8_t* y0, uint8_t* y1, uint8_t* u,
+                          uint8_t* v) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(y0), LumaRow32(a));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(y1), LumaRow32(b));
+    const __m256i side = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15,
+                                          0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+    const __m256i ones8 = _mm256_set1_epi8(1);
+    const __m256i wCb = _mm256_set1_epi64x(kCbBlock), wCr = _mm256_set1_epi64x(kCrBlock);
+    const auto pairSums = [&](__m256i p) { return _mm256_maddubs_epi16(_mm256_shuffle_epi8(p, side), ones8); };
+    __m256i h[4];
+    for (int k = 0; k < 4; ++k) {
+        // Blocks 4k, 4k + 1 | 4k + 2, 4k + 3: Cb, Cb, Cr, Cr of each lane.
+        const __m256i sum = _mm256_add_epi16(pairSums(a[k]), pairSums(b[k]));
+        h[k] = _mm256_srai_epi32(_mm256_hadd_epi32(_mm256_madd_epi16(sum, wCb), _mm256_madd_epi16(sum, wCr)), 10);
+    }
+    const __m256i bytes = _mm256_xor_si256(
+        _mm256_packs_epi16(_mm256_packs_epi32(h[0], h[1]), _mm256_packs_epi32(h[2], h[3])), _mm256_set1_epi8(-128));
+    // Byte pairs of blocks 0-1, 4-5, 8-9, 12-13 | 2-3, 6-7, 10-11, 14-15,
+    // Cb then Cr in each 4 bytes: put in order, Cb in the low lane.
+    const __m256i spread = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    const __m256i split = _mm256_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15,
+                                           0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15);
+    const __m256i planes = _mm256_permute4x64_epi64(_mm256_shuffle_epi8(spread, split), _MM_SHUFFLE(3, 1, 2, 0));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(u), _mm256_castsi256_si128(planes));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(v), _mm256_extracti128_si256(planes, 1));
+}
+
 void Planar32Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_t* s0,
                   const uint8_t* s1, size_t pairs) {
     size_t i = 0;
+    for (; i + 16 <= pairs; i += 16) {
+        const uint8_t* a = s0 + 8 * i;
+        const uint8_t* b = s1 + 8 * i;
+        const __m256i pa[4] = {Load32(a), Load32(a + 32), Load32(a + 64), Load32(a + 96)};
+        const __m256i pb[4] = {Load32(b), Load32(b + 32), Load32(b + 64), Load32(b + 96)};
+        PlanarBlock32(pa, pb, y0 + 2 * i, y1 + 2 * i, u + i, v + i);
+    }
     for (; i + 8 <= pairs; i += 8) {
         const uint8_t* a = s0 + 8 * i;
         const uint8_t* b = s1 + 8 * i;
@@ -89,6 +144,13 @@ void Planar32Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_
 void Planar24Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_t* s0,
                   const uint8_t* s1, size_t pairs) {
     size_t i = 0;
+    for (; i + 16 <= pairs; i += 16) {
+        const uint8_t* a = s0 + 6 * i;
+        const uint8_t* b = s1 + 6 * i;
+        const __m256i pa[4] = {Expand8(a), Expand8(a + 24), Expand8(a + 48), Expand8(a + 72)};
+        const __m256i pb[4] = {Expand8(b), Expand8(b + 24), Expand8(b + 48), Expand8(b + 72)};
+        PlanarBlock32(pa, pb, y0 + 2 * i, y1 + 2 * i, u + i, v + i);
+    }
     for (; i + 8 <= pairs; i += 8) {
         const uint8_t* a = s0 + 6 * i;
         const uint8_t* b = s1 + 6 * i;
