@@ -1,12 +1,16 @@
-// The blend on sixteen bytes with SSE2, shared by the SSE2 forms of the
-// composition blends. Include only from *_sse2.cpp files.
+// The blend on sixteen bytes with SSE2, and the loads and stores of 4, 8 and
+// 16 bytes, shared by the vector forms of the composition blends. Include
+// only from *_sse2.cpp and *_avx2.cpp files. Everything here is file-local,
+// so an AVX2 file's copy never stands in for an SSE2 file's at link time.
 #pragma once
 
 #include <emmintrin.h>
 
 #include <cstdint>
+#include <cstring>
 
 namespace tarn {
+namespace {
 
 // ((256 - w) * o + w * t) >> 8 on eight 16-bit lanes, as o * 256 + w * (t - o):
 // the true sum lies in 0..65280, so arithmetic modulo 2^16 gives it exactly.
@@ -34,5 +38,15 @@ inline __m128i Load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cas
 inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 inline __m128i Load8(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
 inline void Store8(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
+inline __m128i Load4(const uint8_t* p) {
+    int32_t v;
+    std::memcpy(&v, p, 4);
+    return _mm_cvtsi32_si128(v);
+}
+inline void Store4(uint8_t* p, __m128i v) {
+    const int32_t w = _mm_cvtsi128_si32(v);
+    std::memcpy(p, &w, 4);
+}
 
+}  // namespace
 }  // namespace tarn

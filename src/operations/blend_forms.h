@@ -75,10 +75,27 @@ void BlendMaskedPlanarAvx2(const MaskedPlanarJob& job);
 void BlendMaskedPackedAvx2(const MaskedPackedJob& job);
 #endif
 
-// Scalar pieces that the vector forms share for their tails.
-void BlendMaskedPlanarBlocks(const MaskedPlanarJob& job, uint8_t* ty, uint8_t* tu, uint8_t* tv,
-                             const uint8_t* oy, const uint8_t* ou, const uint8_t* ov,
-                             const uint8_t* m, int32_t blocks, bool lowerLeft);
-void BlendMaskedPackedPixels(uint8_t* t, const uint8_t* o, const uint8_t* m, int32_t pixels);
+// One row pair of a planar job from some block on.
+struct PlanarRowPair {
+    uint8_t *ty, *tu, *tv;
+    const uint8_t *oy, *ou, *ov, *m;
+    PlanarRowPair From(int32_t blocks) const {
+        return {ty + 2 * blocks, tu + blocks, tv + blocks, oy + 2 * blocks, ou + blocks, ov + blocks,
+                m + 2 * blocks};
+    }
+};
+
+// The vector part of the forms: whole groups of blocks of one row pair, or of
+// pixels of one packed row, every group weighted alike.
+using PlanarGroupsFn = void (*)(const PlanarRowPair& r, ptrdiff_t tStride, ptrdiff_t oStride,
+                                int32_t groups, bool lowerLeft);
+using PackedGroupsFn = void (*)(uint8_t* t, const uint8_t* o, const uint8_t* m, ptrdiff_t oStride,
+                                int32_t groups);
+
+// The row loops all forms share: `groups` (none when null) takes the whole
+// groups of each row, and scalar code the blocks or pixels left over, with
+// the chroma weights the tier gives them.
+void BlendMaskedPlanarRows(const MaskedPlanarJob& job, PlanarGroupsFn groups, int32_t blocksPerGroup);
+void BlendMaskedPackedRows(const MaskedPackedJob& job, PackedGroupsFn groups, int32_t pixelsPerGroup);
 
 }  // namespace tarn

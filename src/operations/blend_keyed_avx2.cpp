@@ -4,10 +4,10 @@
 // alpha 0 goes to the SSE2 form. Exactly the scalar form's bytes.
 #include <immintrin.h>
 
-#include <cstring>
 #include <memory>
 #include <new>
 
+#include "operations/blend_bytes_sse2.h"
 #include "operations/keyed_queue.h"
 
 namespace tarn {
@@ -42,19 +42,6 @@ inline __m128i Blend16(__m128i o, __m128i t, const Weight& w) {
 
 inline __m256i Load32(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 inline void Store32(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
-inline __m128i Load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-inline __m128i Load8(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
-inline void Store8(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
-inline __m128i Load4(const uint8_t* p) {
-    int32_t v;
-    std::memcpy(&v, p, 4);
-    return _mm_cvtsi32_si128(v);
-}
-inline void Store4(uint8_t* p, __m128i v) {
-    const int32_t w = _mm_cvtsi128_si32(v);
-    std::memcpy(p, &w, 4);
-}
 
 // The runs of 32, 16 and 8 pixels: Y, and the chroma of every second pixel
 // from the run's second one, both planes in one register.

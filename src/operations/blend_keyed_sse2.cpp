@@ -4,7 +4,6 @@
 // the place of pixel 2j + 1, so the batch touches consecutive Y and chroma
 // samples, each once. Those runs are blended straight from the planes; every
 // other pixel goes through the queue itself. Exactly the scalar form's bytes.
-#include <cstring>
 #include <memory>
 #include <new>
 
@@ -14,16 +13,6 @@
 namespace tarn {
 
 namespace {
-
-inline __m128i Load4(const uint8_t* p) {
-    int32_t v;
-    std::memcpy(&v, p, 4);
-    return _mm_cvtsi32_si128(v);
-}
-inline void Store4(uint8_t* p, __m128i v) {
-    const int32_t w = _mm_cvtsi128_si32(v);
-    std::memcpy(p, &w, 4);
-}
 
 // Sixteen pixels: Y, and eight samples of each chroma plane in one register.
 // The weight is alpha in every byte (alpha is below 256 here).

@@ -8,53 +8,66 @@
 
 namespace tarn {
 
-void BlendMaskedPlanarBlocks(const MaskedPlanarJob& job, uint8_t* ty, uint8_t* tu, uint8_t* tv,
-                             const uint8_t* oy, const uint8_t* ou, const uint8_t* ov,
-                             const uint8_t* m, int32_t blocks, bool lowerLeft) {
-    const ptrdiff_t ts = job.tStride, os = job.oStride;
+namespace {
+
+void BlendPlanarBlocks(PlanarRowPair r, ptrdiff_t ts, ptrdiff_t os, int32_t blocks,
+                       bool lowerLeft) {
     for (int32_t i = 0; i < blocks; ++i) {
         const int32_t x = 2 * i;
         for (int32_t dy = 0; dy < 2; ++dy)
             for (int32_t dx = 0; dx < 2; ++dx) {
-                uint8_t& t = ty[dy * ts + x + dx];
-                t = BlendSample(oy[dy * os + x + dx], t, m[dy * os + x + dx]);
+                uint8_t& t = r.ty[dy * ts + x + dx];
+                t = BlendSample(r.oy[dy * os + x + dx], t, r.m[dy * os + x + dx]);
             }
         // Chroma takes one weight from the block's lower row.
-        const uint32_t w = m[os + x + (lowerLeft ? 0 : 1)];
-        tu[i] = BlendSample(ou[i], tu[i], w);
-        tv[i] = BlendSample(ov[i], tv[i], w);
+        const uint32_t w = r.m[os + x + (lowerLeft ? 0 : 1)];
+        r.tu[i] = BlendSample(r.ou[i], r.tu[i], w);
+        r.tv[i] = BlendSample(r.ov[i], r.tv[i], w);
     }
 }
 
-void BlendMaskedPlanarScalar(const MaskedPlanarJob& job) {
-    const int32_t grouped = job.lowerLeftInGroups ? (job.blocks >> 3) << 3 : 0;
-    for (int32_t p = 0; p < job.rowPairs; ++p) {
-        uint8_t* ty = job.ty + 2 * p * job.tStride;
-        uint8_t* tu = job.tu + p * job.tChromaStride;
-        uint8_t* tv = job.tv + p * job.tChromaStride;
-        const uint8_t* oy = job.oy + 2 * p * job.oStride;
-        const uint8_t* ou = job.ou + p * job.oChromaStride;
-        const uint8_t* ov = job.ov + p * job.oChromaStride;
-        const uint8_t* m = job.mask + 2 * p * job.oStride;
-        BlendMaskedPlanarBlocks(job, ty, tu, tv, oy, ou, ov, m, grouped, true);
-        BlendMaskedPlanarBlocks(job, ty + 2 * grouped, tu + grouped, tv + grouped, oy + 2 * grouped,
-                                ou + grouped, ov + grouped, m + 2 * grouped, job.blocks - grouped,
-                                false);
-    }
-}
-
-void BlendMaskedPackedPixels(uint8_t* t, const uint8_t* o, const uint8_t* m, int32_t pixels) {
+void BlendPackedPixels(uint8_t* t, const uint8_t* o, const uint8_t* m, int32_t pixels) {
     for (int32_t x = 0; x < pixels; ++x) {
         t[2 * x] = BlendSample(o[2 * x], t[2 * x], m[x]);
         t[2 * x + 1] = BlendSample(o[2 * x + 1], t[2 * x + 1], m[x]);
     }
 }
 
-void BlendMaskedPackedScalar(const MaskedPackedJob& job) {
-    for (int32_t y = 0; y < job.rows; ++y)
-        BlendMaskedPackedPixels(job.t + y * job.tStride, job.o + y * job.oStride,
-                                job.mask + y * job.maskPitch, job.width);
+}  // namespace
+
+void BlendMaskedPlanarRows(const MaskedPlanarJob& job, PlanarGroupsFn groups, int32_t blocksPerGroup) {
+    const ptrdiff_t ts = job.tStride, os = job.oStride;
+    // With SSE2 the blocks in whole groups of eight take the lower left
+    // weight, the rest the lower right one, whatever width the form's own
+    // groups have.
+    const int32_t vector = groups ? job.blocks / blocksPerGroup * blocksPerGroup : 0;
+    const int32_t inEights = (job.blocks >> 3) << 3;
+    for (int32_t p = 0; p < job.rowPairs; ++p) {
+        const PlanarRowPair r{job.ty + 2 * p * ts,          job.tu + p * job.tChromaStride,
+                              job.tv + p * job.tChromaStride, job.oy + 2 * p * os,
+                              job.ou + p * job.oChromaStride, job.ov + p * job.oChromaStride,
+                              job.mask + 2 * p * os};
+        if (vector > 0) groups(r, ts, os, vector / blocksPerGroup, job.lowerLeftInGroups);
+        BlendPlanarBlocks(r.From(vector), ts, os, inEights - vector, job.lowerLeftInGroups);
+        BlendPlanarBlocks(r.From(inEights), ts, os, job.blocks - inEights, false);
+    }
 }
+
+void BlendMaskedPackedRows(const MaskedPackedJob& job, PackedGroupsFn groups, int32_t pixelsPerGroup) {
+    const int32_t count = groups ? job.width / pixelsPerGroup : 0;
+    const int32_t vector = count * pixelsPerGroup;
+    for (int32_t y = 0; y < job.rows; ++y) {
+        uint8_t* t = job.t + y * job.tStride;
+        const uint8_t* o = job.o + y * job.oStride;
+        const uint8_t* m = job.mask + y * job.maskPitch;
+        if (groups) groups(t, o, m, job.oStride, count);
+        BlendPackedPixels(t + 2 * vector, o + 2 * vector, m + vector, job.width - vector);
+    }
+}
+
+void BlendMaskedPlanarScalar(const MaskedPlanarJob& job) { BlendMaskedPlanarRows(job, nullptr, 1); }
+
+void BlendMaskedPackedScalar(const MaskedPackedJob& job) { BlendMaskedPackedRows(job, nullptr, 1); }
 
 namespace {
 

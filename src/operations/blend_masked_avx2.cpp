@@ -1,8 +1,9 @@
-// Masked blends, AVX2 form (both tiers): 32 columns of a row pair or 16
-// packed pixels at a time, then the SSE2 form's scalar pieces for the rest.
-// Unaligned accesses; exactly the bytes of the scalar form.
+// Masked blends, AVX2 form (both tiers): groups of 16 blocks of a row pair or
+// 16 packed pixels, with unaligned loads and stores; the shared row loops do
+// the rest. Exactly the bytes of the scalar form.
 #include <immintrin.h>
 
+#include "operations/blend_bytes_sse2.h"
 #include "operations/blend_forms.h"
 
 namespace tarn {
@@ -27,11 +28,8 @@ inline __m128i Narrow(__m256i v) {
 
 inline __m256i Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 inline void Store(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
-inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 
-// Thirty-two bytes blended with thirty-two byte weights, even and odd bytes
-// as separate 16-bit lanes: no shuffles. An odd byte's overlay sample already
-// stands at o * 256 in its lane, and its result is taken from the high byte.
+// BlendBytes of blend_bytes_sse2.h on thirty-two bytes.
 inline __m256i BlendBytes(__m256i o, __m256i t, __m256i w) {
     const __m256i low = _mm256_set1_epi16(0x00FF);
     const __m256i high = _mm256_set1_epi16(int16_t(0xFF00));
@@ -50,20 +48,18 @@ inline void BlendChroma16(uint8_t* t, const uint8_t* o, __m256i w) {
     Store16(t, Narrow(Blend16(Widen(o), Widen(t), w)));
 }
 
-}  // namespace
-
-namespace {
-
 // The groups of one row pair, the chroma weight fixed for the whole loop.
 template <bool kLowerLeft>
-void PlanarGroups(uint8_t* ty, uint8_t* tu, uint8_t* tv, const uint8_t* oy, const uint8_t* ou,
-                  const uint8_t* ov, const uint8_t* m, ptrdiff_t ts, ptrdiff_t os, int32_t pairs) {
+void PlanarGroups(const PlanarRowPair& r, ptrdiff_t ts, ptrdiff_t os, int32_t groups) {
     const __m256i evenBytes = _mm256_set1_epi16(0x00FF);
+    // Pointers in locals: the byte stores could alias the caller's structure.
+    uint8_t *ty = r.ty, *tu = r.tu, *tv = r.tv;
+    const uint8_t *oy = r.oy, *ou = r.ou, *ov = r.ov, *m = r.m;
     // The upper row alone first, then the lower row with the chroma that
     // takes its weights from it: fewer streams at a time.
-    for (int32_t x = 0; x < 32 * pairs; x += 32) Store(ty + x, BlendBytes(Load(oy + x), Load(ty + x), Load(m + x)));
+    for (int32_t x = 0; x < 32 * groups; x += 32) Store(ty + x, BlendBytes(Load(oy + x), Load(ty + x), Load(m + x)));
     ty += ts, oy += os, m += os;
-    for (int32_t g = 0; g < pairs; ++g, ty += 32, oy += 32, m += 32, tu += 16, tv += 16, ou += 16, ov += 16) {
+    for (int32_t g = 0; g < groups; ++g, ty += 32, oy += 32, m += 32, tu += 16, tv += 16, ou += 16, ov += 16) {
         const __m256i m1 = Load(m);
         Store(ty, BlendBytes(Load(oy), Load(ty), m1));
         const __m256i w = kLowerLeft ? _mm256_and_si256(m1, evenBytes) : _mm256_srli_epi16(m1, 8);
@@ -72,50 +68,23 @@ void PlanarGroups(uint8_t* ty, uint8_t* tu, uint8_t* tv, const uint8_t* oy, cons
     }
 }
 
+void PlanarGroupsAvx2(const PlanarRowPair& r, ptrdiff_t ts, ptrdiff_t os, int32_t groups, bool lowerLeft) {
+    (lowerLeft ? PlanarGroups<true> : PlanarGroups<false>)(r, ts, os, groups);
+}
+
+void PackedGroupsAvx2(uint8_t* t, const uint8_t* o, const uint8_t* m, ptrdiff_t, int32_t groups) {
+    for (int32_t g = 0; g < groups; ++g) {
+        // Each mask byte doubled: pixel i's weight on bytes 2i and 2i + 1.
+        const __m128i m16 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(m + 16 * g));
+        const __m256i w = _mm256_set_m128i(_mm_unpackhi_epi8(m16, m16), _mm_unpacklo_epi8(m16, m16));
+        Store(t + 32 * g, BlendBytes(Load(o + 32 * g), Load(t + 32 * g), w));
+    }
+}
+
 }  // namespace
 
-void BlendMaskedPlanarAvx2(const MaskedPlanarJob& job) {
-    // Pairs of groups of 16 columns; an odd last group and the tail go to the
-    // scalar pieces with the same weights.
-    const int32_t groups = job.blocks >> 3;
-    const int32_t pairs = groups >> 1;
-    const bool lowerLeft = job.lowerLeftInGroups;
-    const ptrdiff_t ts = job.tStride, os = job.oStride;
-    for (int32_t p = 0; p < job.rowPairs; ++p) {
-        uint8_t* ty = job.ty + 2 * p * ts;
-        uint8_t* tu = job.tu + p * job.tChromaStride;
-        uint8_t* tv = job.tv + p * job.tChromaStride;
-        const uint8_t* oy = job.oy + 2 * p * os;
-        const uint8_t* ou = job.ou + p * job.oChromaStride;
-        const uint8_t* ov = job.ov + p * job.oChromaStride;
-        const uint8_t* m = job.mask + 2 * p * os;
-        (lowerLeft ? PlanarGroups<true> : PlanarGroups<false>)(ty, tu, tv, oy, ou, ov, m, ts, os, pairs);
-        const int32_t done = pairs << 4;  // blocks
-        const int32_t rest = groups & 1;  // one group of eight blocks left
-        BlendMaskedPlanarBlocks(job, ty + 2 * done, tu + done, tv + done, oy + 2 * done, ou + done,
-                                ov + done, m + 2 * done, rest << 3, lowerLeft);
-        const int32_t grouped = groups << 3;
-        BlendMaskedPlanarBlocks(job, ty + 2 * grouped, tu + grouped, tv + grouped, oy + 2 * grouped,
-                                ou + grouped, ov + grouped, m + 2 * grouped, job.blocks - grouped,
-                                false);
-    }
-}
+void BlendMaskedPlanarAvx2(const MaskedPlanarJob& job) { BlendMaskedPlanarRows(job, PlanarGroupsAvx2, 16); }
 
-void BlendMaskedPackedAvx2(const MaskedPackedJob& job) {
-    const int32_t groups = job.width >> 4;
-    for (int32_t y = 0; y < job.rows; ++y) {
-        uint8_t* t = job.t + y * job.tStride;
-        const uint8_t* o = job.o + y * job.oStride;
-        const uint8_t* m = job.mask + y * job.maskPitch;
-        for (int32_t g = 0; g < groups; ++g) {
-            // Each mask byte doubled: pixel i's weight on bytes 2i and 2i + 1.
-            const __m128i m16 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(m + 16 * g));
-            const __m256i w = _mm256_set_m128i(_mm_unpackhi_epi8(m16, m16), _mm_unpacklo_epi8(m16, m16));
-            Store(t + 32 * g, BlendBytes(Load(o + 32 * g), Load(t + 32 * g), w));
-        }
-        const int32_t done = groups << 4;
-        BlendMaskedPackedPixels(t + 2 * done, o + 2 * done, m + done, job.width - done);
-    }
-}
+void BlendMaskedPackedAvx2(const MaskedPackedJob& job) { BlendMaskedPackedRows(job, PackedGroupsAvx2, 16); }
 
 }  // namespace tarn

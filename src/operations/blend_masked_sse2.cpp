@@ -1,6 +1,6 @@
-// Masked blends, SSE2 form (both tiers). Unaligned 16-byte loads and stores,
-// exactly the bytes of the scalar form: chroma goes 8 bytes at a time and the
-// last blocks or pixels of a row go through the scalar pieces.
+// Masked blends, SSE2 form (both tiers): groups of 8 blocks of a row pair or
+// 8 packed pixels, with unaligned loads and stores; the shared row loops do
+// the rest. Exactly the bytes of the scalar form.
 #include "operations/blend_bytes_sse2.h"
 #include "operations/blend_forms.h"
 
@@ -17,11 +17,13 @@ inline void BlendChroma8(uint8_t* t, const uint8_t* o, __m128i w) {
 
 // The groups of one row pair, the chroma weight fixed for the whole loop.
 template <bool kLowerLeft>
-void PlanarGroups(uint8_t* ty, uint8_t* tu, uint8_t* tv, const uint8_t* oy, const uint8_t* ou,
-                  const uint8_t* ov, const uint8_t* m, ptrdiff_t ts, ptrdiff_t os, int32_t groups) {
+void PlanarGroups(const PlanarRowPair& r, ptrdiff_t ts, ptrdiff_t os, int32_t groups) {
     const __m128i evenBytes = _mm_set1_epi16(0x00FF);
-    _mm_prefetch(reinterpret_cast<const char*>(oy + 2 * os), _MM_HINT_NTA);
-    _mm_prefetch(reinterpret_cast<const char*>(m + 2 * os), _MM_HINT_NTA);
+    _mm_prefetch(reinterpret_cast<const char*>(r.oy + 2 * os), _MM_HINT_NTA);
+    _mm_prefetch(reinterpret_cast<const char*>(r.m + 2 * os), _MM_HINT_NTA);
+    // Pointers in locals: the byte stores could alias the caller's structure.
+    uint8_t *ty = r.ty, *tu = r.tu, *tv = r.tv;
+    const uint8_t *oy = r.oy, *ou = r.ou, *ov = r.ov, *m = r.m;
     // The upper row alone first, then the lower row with the chroma that
     // takes its weights from it: fewer streams at a time.
     for (int32_t x = 0; x < 16 * groups; x += 16)
@@ -38,44 +40,24 @@ void PlanarGroups(uint8_t* ty, uint8_t* tu, uint8_t* tv, const uint8_t* oy, cons
     }
 }
 
+void PlanarGroupsSse2(const PlanarRowPair& r, ptrdiff_t ts, ptrdiff_t os, int32_t groups, bool lowerLeft) {
+    (lowerLeft ? PlanarGroups<true> : PlanarGroups<false>)(r, ts, os, groups);
+}
+
+void PackedGroupsSse2(uint8_t* t, const uint8_t* o, const uint8_t* m, ptrdiff_t oStride, int32_t groups) {
+    _mm_prefetch(reinterpret_cast<const char*>(o + oStride), _MM_HINT_NTA);
+    for (int32_t g = 0; g < groups; ++g) {
+        // One mask byte serves both bytes of its pixel.
+        const __m128i m8 = Load8(m + 8 * g);
+        const __m128i w = _mm_unpacklo_epi8(m8, m8);
+        Store16(t + 16 * g, BlendBytes(Load16(o + 16 * g), Load16(t + 16 * g), w));
+    }
+}
+
 }  // namespace
 
-void BlendMaskedPlanarSse2(const MaskedPlanarJob& job) {
-    const int32_t groups = job.blocks >> 3;
-    const int32_t grouped = groups << 3;
-    const ptrdiff_t ts = job.tStride, os = job.oStride;
-    for (int32_t p = 0; p < job.rowPairs; ++p) {
-        uint8_t* ty = job.ty + 2 * p * ts;
-        uint8_t* tu = job.tu + p * job.tChromaStride;
-        uint8_t* tv = job.tv + p * job.tChromaStride;
-        const uint8_t* oy = job.oy + 2 * p * os;
-        const uint8_t* ou = job.ou + p * job.oChromaStride;
-        const uint8_t* ov = job.ov + p * job.oChromaStride;
-        const uint8_t* m = job.mask + 2 * p * os;
-        (job.lowerLeftInGroups ? PlanarGroups<true> : PlanarGroups<false>)(ty, tu, tv, oy, ou, ov, m,
-                                                                          ts, os, groups);
-        BlendMaskedPlanarBlocks(job, ty + 2 * grouped, tu + grouped, tv + grouped, oy + 2 * grouped,
-                                ou + grouped, ov + grouped, m + 2 * grouped, job.blocks - grouped,
-                                false);
-    }
-}
+void BlendMaskedPlanarSse2(const MaskedPlanarJob& job) { BlendMaskedPlanarRows(job, PlanarGroupsSse2, 8); }
 
-void BlendMaskedPackedSse2(const MaskedPackedJob& job) {
-    const int32_t groups = job.width >> 3;
-    for (int32_t y = 0; y < job.rows; ++y) {
-        uint8_t* t = job.t + y * job.tStride;
-        const uint8_t* o = job.o + y * job.oStride;
-        const uint8_t* m = job.mask + y * job.maskPitch;
-        _mm_prefetch(reinterpret_cast<const char*>(o + job.oStride), _MM_HINT_NTA);
-        for (int32_t g = 0; g < groups; ++g) {
-            // One mask byte serves both bytes of its pixel.
-            const __m128i m8 = Load8(m + 8 * g);
-            const __m128i w = _mm_unpacklo_epi8(m8, m8);
-            Store16(t + 16 * g, BlendBytes(Load16(o + 16 * g), Load16(t + 16 * g), w));
-        }
-        const int32_t done = groups << 3;
-        BlendMaskedPackedPixels(t + 2 * done, o + 2 * done, m + done, job.width - done);
-    }
-}
+void BlendMaskedPackedSse2(const MaskedPackedJob& job) { BlendMaskedPackedRows(job, PackedGroupsSse2, 8); }
 
 }  // namespace tarn
