@@ -13,9 +13,6 @@ namespace tarn {
 
 namespace {
 
-int32_t Width(const VedRect& r) { return r.right - r.left; }
-int32_t Height(const VedRect& r) { return r.bottom - r.top; }
-
 // Planes laid out from a height and stride: the first chroma plane
 // height * stride after Y, the second a quarter of that after the first.
 struct PlaneLayout {
@@ -35,7 +32,7 @@ PlanarPlanes PlanesAt(uint8_t* pixels, const PlaneLayout& l) {
 // Every byte the keyed blend touches, for the rectangle `r`, lies within a
 // buffer of `bytes` laid out as `l`.
 bool KeyedBlendInside(const PlaneLayout& l, int64_t bytes, const VedRect& r) {
-    const int64_t dw = Width(r), dh = Height(r);
+    const int64_t dw = platform::RectWidth(r), dh = platform::RectHeight(r);
     const TouchedArea y{0, l.pitch, r.top, r.left, dh, dw};
     TouchedArea c{l.first, l.chromaPitch, r.top >> 1, r.left >> 1, ((dh - 1) >> 1) + 1,
                   ((dw - 1) >> 1) + 1};
@@ -51,28 +48,25 @@ VedResult ComposeKeyed(CTarnSurfaceBuffer* self, ITarnSurface* target, ITarnSurf
     VedRect d{}, s{};
     overlay->GetDestRect(&d);
     overlay->GetSourceRect(&s);
-    if (platform::IsRectEmpty(&d)) {
+    // `overlay` is the stretched copy once there is one.
+    const auto release = [&overlay](VedResult r) {
         overlay->Release();
-        return VED_E_INVALIDARG;
-    }
+        return r;
+    };
+    if (platform::IsRectEmpty(&d)) return release(VED_E_INVALIDARG);
     SurfaceInfo ti{}, oi{};
     target->GetInfo(&ti);
     overlay->GetInfo(&oi);
-    if (!RectInside(d, ti.width, ti.height) || !RectInside(s, oi.width, oi.height)) {
-        overlay->Release();
-        return VED_E_INVALIDARG;
-    }
+    if (!RectInside(d, ti.width, ti.height) || !RectInside(s, oi.width, oi.height))
+        return release(VED_E_INVALIDARG);
     uint32_t alpha = 0, keyColor = 0;
     overlay->GetAlpha(&alpha);
     overlay->GetBackColor(&keyColor);
-    if (alpha >= 256) {  // nothing painted and nothing stretched
-        overlay->Release();
-        return VED_S_OK;
-    }
+    if (alpha >= 256) return release(VED_S_OK);  // nothing painted and nothing stretched
 
     VedResult result = VED_S_OK;
-    const int32_t dw = Width(d), dh = Height(d);
-    if (dw != Width(s) || dh != Height(s)) {
+    const int32_t dw = platform::RectWidth(d), dh = platform::RectHeight(d);
+    if (dw != platform::RectWidth(s) || dh != platform::RectHeight(s)) {
         CSurfaceBuilder builder;
         SurfaceInfo info = oi;
         info.width = static_cast<uint32_t>(dw);
@@ -81,10 +75,7 @@ VedResult ComposeKeyed(CTarnSurfaceBuffer* self, ITarnSurface* target, ITarnSurf
         ITarnSurface* stretched = nullptr;
         int32_t bytes = 0;
         result = builder.CreateBlank(&info, &bytes, &stretched);
-        if (result < 0 || !stretched) {
-            overlay->Release();
-            return result < 0 ? result : VED_E_FAIL;
-        }
+        if (result < 0 || !stretched) return release(result < 0 ? result : VED_E_FAIL);
         stretched->DrawToSurface(nullptr, overlay, &s, 0);  // result not looked at
         overlay->Release();
         overlay = stretched;
@@ -102,20 +93,14 @@ VedResult ComposeKeyed(CTarnSurfaceBuffer* self, ITarnSurface* target, ITarnSurf
     overlay->GetPixels(&overlayPixels);
     target->GetInfo(&ti);
     overlay->GetInfo(&oi);
-    if (!targetPixels || !overlayPixels) {
-        overlay->Release();
-        return VED_E_INVALIDARG;
-    }
+    if (!targetPixels || !overlayPixels) return release(VED_E_INVALIDARG);
     const PlaneLayout tl = LayoutOf(self->info.height, self->info.stride);
     const PlaneLayout ol = LayoutOf(oi.height, oi.stride);
-    if (!KeyedBlendInside(tl, BufferBytes(ti), d) || !KeyedBlendInside(ol, BufferBytes(oi), s)) {
-        overlay->Release();
-        return VED_E_INVALIDARG;
-    }
+    if (!KeyedBlendInside(tl, BufferBytes(ti), d) || !KeyedBlendInside(ol, BufferBytes(oi), s))
+        return release(VED_E_INVALIDARG);
     const bool useSse2 = (g_cpuFeatures & kCpuSse2) != 0;
     BlendKeyed(PlanesAt(targetPixels, tl), PlanesAt(overlayPixels, ol), d, s, alpha, KeySamplesOf(keyColor), useSse2);
-    overlay->Release();
-    return result;
+    return release(result);
 }
 
 }  // namespace tarn

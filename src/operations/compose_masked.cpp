@@ -12,9 +12,6 @@ namespace tarn {
 
 namespace {
 
-int32_t Width(const VedRect& r) { return r.right - r.left; }
-int32_t Height(const VedRect& r) { return r.bottom - r.top; }
-
 // Stretches overlay and mask to D's size through two blank surfaces. On
 // success they replace `overlay` and `mask` (the old ones released) and S
 // becomes (0, 0, dw, dh). On failure the ones that came in are released; a
@@ -22,7 +19,7 @@ int32_t Height(const VedRect& r) { return r.bottom - r.top; }
 // that leak is old behaviour and kept as it is.
 VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, const VedRect& d,
                                 VedRect& s) {
-    const int32_t dw = Width(d), dh = Height(d);
+    const int32_t dw = platform::RectWidth(d), dh = platform::RectHeight(d);
     CSurfaceBuilder builder;
     SurfaceInfo info{};
     overlay->GetInfo(&info);
@@ -33,12 +30,13 @@ VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, con
     info.stride = dw;
     ITarnSurface* stretched = nullptr;
     int32_t bytes = 0;
-    VedResult r = builder.CreateBlank(&info, &bytes, &stretched);
-    if (r < 0 || !stretched) {
+    const auto fail = [&](VedResult r) {
         mask->Release();
         overlay->Release();
         return r < 0 ? r : VED_E_FAIL;
-    }
+    };
+    VedResult r = builder.CreateBlank(&info, &bytes, &stretched);
+    if (r < 0 || !stretched) return fail(r);
     SurfaceInfo maskInfo{};
     mask->GetInfo(&maskInfo);
     maskInfo.width = static_cast<uint32_t>(dw);
@@ -46,11 +44,7 @@ VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, con
     maskInfo.stride = ((dw * 8 + 31) >> 5) * 4;
     ITarnSurface* stretchedMask = nullptr;
     r = builder.CreateBlank(&maskInfo, &bytes, &stretchedMask);
-    if (r < 0 || !stretchedMask) {
-        mask->Release();
-        overlay->Release();
-        return r < 0 ? r : VED_E_FAIL;
-    }
+    if (r < 0 || !stretchedMask) return fail(r);
     // A mask has its overlay's size, so S serves for both. The results are
     // not looked at: composition goes on with what is there.
     stretched->DrawToSurface(nullptr, overlay, &s, 0);
@@ -68,7 +62,7 @@ VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, con
 // Every byte the planar blend touches, in target, overlay and mask.
 bool PlanarBlendInside(const SurfaceInfo& ti, const SurfaceInfo& oi, const SurfaceInfo& mi,
                        const VedRect& d, const VedRect& s) {
-    const int64_t pairs = Height(d) >> 1, blocks = Width(d) >> 1;
+    const int64_t pairs = platform::RectHeight(d) >> 1, blocks = platform::RectWidth(d) >> 1;
     const auto planes = [&](const SurfaceInfo& in, const VedRect& r) {
         const int64_t luma = int64_t(in.stride) * in.height;
         const int64_t chroma = (int64_t(in.stride / 2) * in.height) / 2;
@@ -86,7 +80,7 @@ bool PlanarBlendInside(const SurfaceInfo& ti, const SurfaceInfo& oi, const Surfa
 // Every byte the packed blend touches; the mask's first row depends on the tier.
 bool PackedBlendInside(const SurfaceInfo& ti, const SurfaceInfo& oi, const SurfaceInfo& mi,
                        const VedRect& d, const VedRect& s, bool useSse2) {
-    const int64_t rows = Height(d), width = Width(d);
+    const int64_t rows = platform::RectHeight(d), width = platform::RectWidth(d);
     const TouchedArea t{0, ti.stride, d.top, 2 * int64_t(d.left), rows, 2 * width};
     const TouchedArea o{0, oi.stride, s.top, 2 * int64_t(s.left), rows, 2 * width};
     const TouchedArea m{0, oi.width, useSse2 ? s.top : d.top, s.left, rows, width};
@@ -121,7 +115,7 @@ VedResult ComposeMasked(ITarnSurface* target, ITarnSurface* overlay) {
     if (!RectInside(d, ti.width, ti.height) || !RectInside(s, oi.width, oi.height))
         return refuse(VED_E_INVALIDARG);
 
-    if (Width(d) != Width(s) || Height(d) != Height(s)) {
+    if (platform::RectWidth(d) != platform::RectWidth(s) || platform::RectHeight(d) != platform::RectHeight(s)) {
         const VedResult r = StretchOverlayAndMask(overlay, mask, d, s);
         if (r < 0) return r;
     }

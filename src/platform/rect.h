@@ -8,6 +8,9 @@ namespace tarn::platform {
 // Empty when it has no area: right <= left or bottom <= top.
 inline bool IsRectEmpty(const VedRect* r) { return r->right <= r->left || r->bottom <= r->top; }
 
+inline int32_t RectWidth(const VedRect& r) { return r.right - r.left; }
+inline int32_t RectHeight(const VedRect& r) { return r.bottom - r.top; }
+
 inline void CopyRect(VedRect* dst, const VedRect* src) { *dst = *src; }
 
 // Smallest rectangle holding both; an empty one contributes nothing.
