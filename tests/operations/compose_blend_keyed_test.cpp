@@ -6,16 +6,13 @@
 #include <random>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "operations/blend_test_support.h"
 #include "operations/compose.h"
 
 namespace tarn {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
-uint8_t Mix(int o, int t, int w) { return uint8_t(((256 - w) * o + w * t) >> 8); }
+using namespace blend_test;
 
 // A YUV420 picture in one buffer: Y, then two planes of (w / 2) by (h / 2).
 struct Picture {
@@ -33,13 +30,6 @@ struct Picture {
 bool Keyed(const Picture& o, int ox, int oy, int ocx, int ocy, KeySamples k) {
     return o.b[oy * o.w + ox] == k.y && o.b[o.U(ocx, ocy)] == k.first &&
            o.b[o.V(ocx, ocy)] == k.second;
-}
-
-// Index of the first differing byte, -1 when equal.
-int FirstDiff(const Bytes& a, const Bytes& b) {
-    for (size_t i = 0; i < a.size() && i < b.size(); ++i)
-        if (a[i] != b[i]) return int(i);
-    return a.size() == b.size() ? -1 : int(a.size());
 }
 
 // Reference of the tier without SSE2: each pixel blends Y and both chroma.
@@ -203,14 +193,12 @@ TEST(BlendKeyed, FormsMatchReferenceOfEachTier) {
         for (bool sse2 : {true, false}) {
             Picture expected = t0;
             (sse2 ? RefQueue : RefPlain)(expected, o, c.d, c.s, c.alpha, key);
-            for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
-                if (form > HostSimdForm()) continue;
-                ScopedKernelChoice choice(g_cpuFeatures, form);
+            ForEachHostForm([&](SimdForm form) {
                 Picture t = t0;
                 BlendKeyed(t.Planes(), o.Planes(), c.d, c.s, uint32_t(c.alpha), key, sse2);
                 EXPECT_EQ(FirstDiff(t.b, expected.b), -1) << FormName(form) << " sse2 " << sse2 << " width "
                                            << c.d.right - c.d.left;
-            }
+            });
         }
     }
 }

@@ -6,16 +6,13 @@
 #include <random>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "operations/blend_test_support.h"
 #include "operations/compose.h"
 
 namespace tarn {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
-uint8_t Mix(int o, int t, int w) { return uint8_t(((256 - w) * o + w * t) >> 8); }
+using namespace blend_test;
 
 Bytes Random(size_t n, uint32_t seed) {
     std::mt19937 gen(seed);
@@ -24,14 +21,11 @@ Bytes Random(size_t n, uint32_t seed) {
     return b;
 }
 
-// Index of the first differing byte, -1 when equal.
-int FirstDiff(const Bytes& a, const Bytes& b) {
-    for (size_t i = 0; i < a.size() && i < b.size(); ++i)
-        if (a[i] != b[i]) return int(i);
-    return a.size() == b.size() ? -1 : int(a.size());
-}
-
-const SimdForm kForms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
+// Target and overlay sizes, and the rectangles.
+struct Case {
+    int tw, th, ow, oh;
+    VedRect d, s;
+};
 
 // Reference: block by block from the stated coordinates.
 void RefPlanar(Bytes& t, int ts, int th, const Bytes& o, int os, int oh, const Bytes& m,
@@ -110,10 +104,6 @@ TEST(BlendMaskedPlanar, OnlyWholeBlocks) {
 // Rows walked with the overlay's stride: a mask of another stride is read as
 // if it had the overlay's.
 TEST(BlendMaskedPlanar, FormsMatchReferenceOfEachTier) {
-    struct Case {
-        int tw, th, ow, oh;
-        VedRect d, s;
-    };
     const Case cases[] = {
         {64, 16, 64, 16, {0, 0, 64, 16}, {0, 0, 64, 16}},
         {80, 20, 48, 18, {3, 1, 46, 18}, {5, 1, 48, 18}},   // odd offsets, 43 wide
@@ -129,15 +119,13 @@ TEST(BlendMaskedPlanar, FormsMatchReferenceOfEachTier) {
             const Bytes t0 = Random(c.tw * c.th * 3 / 2, ++seed);
             Bytes expected = t0;
             RefPlanar(expected, c.tw, c.th, o, c.ow, c.oh, m, c.d, c.s, sse2);
-            for (SimdForm form : kForms) {
-                if (form > HostSimdForm()) continue;
-                ScopedKernelChoice choice(g_cpuFeatures, form);
+            ForEachHostForm([&](SimdForm form) {
                 Bytes t = t0;
                 BlendMaskedPlanar(t.data(), o.data(), m.data(), c.tw, c.th, c.ow, c.oh, &c.d, &c.s,
                                   sse2);
                 EXPECT_EQ(FirstDiff(t, expected), -1) << FormName(form) << " sse2 " << sse2 << " width "
                                        << c.d.right - c.d.left;
-            }
+            });
         }
 }
 
@@ -160,10 +148,6 @@ TEST(BlendMaskedPacked, MaskRowOfEachTierByHand) {
 }
 
 TEST(BlendMaskedPacked, FormsMatchReferenceOfEachTier) {
-    struct Case {
-        int tw, th, ow, oh;
-        VedRect d, s;
-    };
     const Case cases[] = {
         {64, 8, 64, 8, {0, 0, 64, 8}, {0, 0, 64, 8}},
         {40, 10, 30, 12, {1, 2, 26, 9}, {3, 1, 28, 8}},  // 25 wide, odd offsets
@@ -178,14 +162,12 @@ TEST(BlendMaskedPacked, FormsMatchReferenceOfEachTier) {
             const Bytes t0 = Random(ts * c.th, ++seed);
             Bytes expected = t0;
             RefPacked(expected, ts, o, os, c.ow, m, c.d, c.s, sse2);
-            for (SimdForm form : kForms) {
-                if (form > HostSimdForm()) continue;
-                ScopedKernelChoice choice(g_cpuFeatures, form);
+            ForEachHostForm([&](SimdForm form) {
                 Bytes t = t0;
                 BlendMaskedPacked(t.data(), o.data(), m.data(), c.tw, c.th, c.ow, c.oh, ts, os, &c.d,
                                   &c.s, sse2);
                 EXPECT_EQ(FirstDiff(t, expected), -1) << FormName(form) << " sse2 " << sse2;
-            }
+            });
         }
 }
 
@@ -199,9 +181,7 @@ TEST(BlendMaskedPacked, AllWeights) {
     }
     for (int i = 0; i < w * h; ++i) m[i] = uint8_t(i);
     const VedRect r{0, 0, w, h};
-    for (SimdForm form : kForms) {
-        if (form > HostSimdForm()) continue;
-        ScopedKernelChoice choice(g_cpuFeatures, form);
+    ForEachHostForm([&](SimdForm form) {
         Bytes t = t0;
         BlendMaskedPacked(t.data(), o.data(), m.data(), w, h, w, h, 2 * w, 2 * w, &r, &r, true);
         for (int y = 0; y < h; ++y)
@@ -209,7 +189,7 @@ TEST(BlendMaskedPacked, AllWeights) {
                 const int at = y * 2 * w + i;
                 ASSERT_EQ(t[at], Mix(o[at], t0[at], m[y * w + i / 2])) << FormName(form) << " " << at;
             }
-    }
+    });
 }
 
 }  // namespace

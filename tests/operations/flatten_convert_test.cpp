@@ -8,45 +8,12 @@
 #include <cstring>
 #include <vector>
 
-#include "surface/tarn_surface_buffer.h"
+#include "operations/flatten_support.h"
 
 namespace tarn {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
-class Source : public IPixelSource {
-public:
-    explicit Source(Bytes& b) : b_(b) {}
-    uint32_t TARN_CALL AddRef() override { return 1; }
-    uint32_t TARN_CALL Release() override { return 1; }
-    VedResult TARN_CALL QueryInterface(const VedId&, void**) override { return VED_E_NOTSUPPORTED; }
-    uint8_t* TARN_CALL GetData() override { return b_.data(); }
-
-private:
-    Bytes& b_;
-};
-
-Ref<ITarnSurface> Make(SurfaceFormat format, int w, int h, const Bytes& data) {
-    const int bits = format == SURFACE_FORMAT_RGB24 ? 24 : format == SURFACE_FORMAT_RGB32 ? 32
-                     : format == SURFACE_FORMAT_YUV422 ? 16 : 12;
-    const int stride = format == SURFACE_FORMAT_YUV420 ? w : w * bits / 8;
-    SurfaceInfo info{52, uint32_t(w), uint32_t(h), format, 4, bits, stride, 0, 0, 0, 0, 1, 1};
-    Bytes copy = data;
-    Source src(copy);
-    Ref<ISurfaceBuilder> b;
-    EXPECT_EQ(CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, b.put_void()), VED_S_OK);
-    Ref<ITarnSurface> s;
-    EXPECT_EQ(b->CreateFromData(&info, &src, s.put()), VED_S_OK);
-    return s;
-}
-
-Bytes Yuv420Flat(int w, int h, uint8_t y, uint8_t u, uint8_t v) {
-    Bytes b(w * h * 3 / 2, y);
-    std::memset(b.data() + w * h, u, w * h / 4);
-    std::memset(b.data() + w * h * 5 / 4, v, w * h / 4);
-    return b;
-}
+using namespace flatten_support;
 
 // RGB pixels of one colour; for RGB32 the fourth byte is `alpha`.
 Bytes RgbFlat(int w, int h, int bytes, uint8_t b, uint8_t g, uint8_t r, uint8_t alpha = 255) {
@@ -58,20 +25,7 @@ Bytes RgbFlat(int w, int h, int bytes, uint8_t b, uint8_t g, uint8_t r, uint8_t 
     return p;
 }
 
-// Drains first: GetInfo alone would show the format before queued work.
-Bytes PixelsOf(ITarnSurface* s) {
-    uint8_t* p = nullptr;
-    s->GetPixels(&p);
-    SurfaceInfo info{};
-    s->GetInfo(&info);
-    return Bytes(p, p + BufferBytes(info));
-}
-
-SurfaceFormat FormatOf(ITarnSurface* s) {
-    SurfaceInfo info{};
-    s->GetInfo(&info);
-    return info.format;
-}
+SurfaceFormat FormatOf(ITarnSurface* s) { return host::InfoOf(s).format; }
 
 // A mask of zeros, made the way hosts get masks: from an opaque RGB32 picture.
 Ref<ITarnSurface> ZeroMask(int w, int h) {
@@ -81,11 +35,6 @@ Ref<ITarnSurface> ZeroMask(int w, int h) {
     Ref<ITarnSurface> mask;
     EXPECT_EQ(m->GetMask(mask.put()), VED_S_OK);
     return mask;
-}
-
-uint32_t Count(ITarnSurface* s) {
-    s->AddRef();
-    return s->Release();
 }
 
 // An RGB32 overlay, opaque: converted, it carries a mask of zeros made from

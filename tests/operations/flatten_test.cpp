@@ -9,76 +9,29 @@
 #include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
 #include "operations/compose.h"
+#include "operations/flatten_support.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using namespace flatten_support;
 
-class Source : public IPixelSource {
-public:
-    explicit Source(Bytes& b) : b_(b) {}
-    uint32_t TARN_CALL AddRef() override { return 1; }
-    uint32_t TARN_CALL Release() override { return 1; }
-    VedResult TARN_CALL QueryInterface(const VedId&, void**) override { return VED_E_NOTSUPPORTED; }
-    uint8_t* TARN_CALL GetData() override { return b_.data(); }
-
-private:
-    Bytes& b_;
-};
-
-Ref<ISurfaceBuilder> Builder() {
-    Ref<ISurfaceBuilder> b;
-    EXPECT_EQ(CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, b.put_void()), VED_S_OK);
-    return b;
-}
-
-// A YUV420 picture with flat planes.
 Ref<ITarnSurface> Yuv420(int w, int h, uint8_t y, uint8_t u, uint8_t v) {
-    Bytes b(w * h * 3 / 2, y);
-    std::memset(b.data() + w * h, u, w * h / 4);
-    std::memset(b.data() + w * h * 5 / 4, v, w * h / 4);
-    SurfaceInfo info{52, uint32_t(w), uint32_t(h), SURFACE_FORMAT_YUV420, 4, 12, w, 0, 0, 0, 0, 1, 1};
-    Source src(b);
-    Ref<ITarnSurface> s;
-    EXPECT_EQ(Builder()->CreateFromData(&info, &src, s.put()), VED_S_OK);
-    return s;
+    return Make(SURFACE_FORMAT_YUV420, w, h, Yuv420Flat(w, h, y, u, v));
 }
 
 Ref<ITarnSurface> Yuv422(int w, int h, uint8_t fill) {
-    Bytes b(2 * w * h, fill);
-    SurfaceInfo info{52, uint32_t(w), uint32_t(h), SURFACE_FORMAT_YUV422, 4, 16, 2 * w, 0, 0, 0, 0, 1, 1};
-    Source src(b);
-    Ref<ITarnSurface> s;
-    EXPECT_EQ(Builder()->CreateFromData(&info, &src, s.put()), VED_S_OK);
-    return s;
+    return Make(SURFACE_FORMAT_YUV422, w, h, Bytes(2 * w * h, fill));
 }
 
 // A GRAY8 mask of one value, stride rounded to 4 bytes.
 Ref<ITarnSurface> Mask(int w, int h, uint8_t value) {
-    const int stride = (w + 3) & ~3;
-    SurfaceInfo info{52, uint32_t(w), uint32_t(h), SURFACE_FORMAT_GRAY8, 4, 8, stride, 0, 0, 0, 0, 1, 1};
-    Ref<ITarnSurface> s;
-    EXPECT_EQ(Builder()->CreateBlank(&info, nullptr, s.put()), VED_S_OK);
-    uint8_t* p = nullptr;
-    s->GetPixels(&p);
-    std::memset(p, value, size_t(stride) * h);
+    SurfaceInfo info = host::Describe(SURFACE_FORMAT_GRAY8, uint32_t(w), uint32_t(h));
+    info.stride = (w + 3) & ~3;
+    Ref<ITarnSurface> s = host::Blank(info);
+    std::memset(host::PixelsOf(s.get()), value, size_t(info.stride) * h);
     return s;
-}
-
-// Drains first: GetInfo alone would show the format before queued work.
-Bytes PixelsOf(ITarnSurface* s) {
-    uint8_t* p = nullptr;
-    s->GetPixels(&p);
-    SurfaceInfo info{};
-    s->GetInfo(&info);
-    return Bytes(p, p + BufferBytes(info));
-}
-
-uint32_t Count(ITarnSurface* s) {
-    s->AddRef();
-    return s->Release();
 }
 
 void Place(ITarnSurface* o, VedRect s, VedRect d, uint32_t alpha = 0) {
