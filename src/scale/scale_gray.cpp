@@ -6,6 +6,7 @@
 #include <new>
 
 #include "scale/drivers.h"
+#include "scale/gray_gather.h"
 #include "scale/pixel_ops.h"
 
 namespace tarn {
@@ -37,6 +38,12 @@ void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstS
     std::memcpy(block + w * 5, rowWeights, h * 4);
     std::memcpy(block + w * 5 + h * 4, rowOffsets, h * 4);
 
+    if (mode == SCALE_NEAREST) {
+        NearestGrayRows(dst, dstWidth, dstHeight, dstStride, src, srcWidth, colOffsets, rowOffsets);
+        delete[] words;
+        delete[] block;
+        return;
+    }
     const GrayInnerFn inner = PickGrayInnerRow();
     const uint32_t left = cf, right = dstWidth - cl;
     const uint32_t middle = left + right < dstWidth ? cl - cf : 0;
@@ -46,11 +53,6 @@ void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstS
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
         const uint8_t* r = src + RowDelta(rowOffsets[y]);
         const uint32_t rw = rowWeights[y];
-        if (mode == SCALE_NEAREST) {
-            if (equalWidths) std::memcpy(d, r, w);
-            else GrayGatherRow(d, r, colOffsets, dstWidth);
-            continue;
-        }
         const bool centre = y >= rf && y < rl;
         if (!centre) {
             if (wholeRows && y < rf) std::memcpy(d, r, w);

@@ -1,0 +1,118 @@
+// Nearest-sample rows of single-channel planes: the gather plan, the plain
+// form of the planned gather, and the row loop that copies a target row
+// instead of gathering it again when it repeats the row above.
+#include "scale/gray_gather.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "convert/kernel_forms.h"
+#include "scale/axis_table.h"
+#include "scale/drivers.h"
+
+namespace tarn {
+
+GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len) {
+    const uint32_t n = len / kBlock;
+    if (n == 0) return;
+    base = new (std::nothrow) uint32_t[n];
+    kind = new (std::nothrow) uint8_t[n];
+    masks = new (std::nothrow) uint8_t[size_t(n) * 32];
+    if (!base || !kind || !masks) return;  // blocks stays 0: all byte by byte
+    const uint32_t lo = *std::min_element(offsets, offsets + len);
+    const uint32_t hi = *std::max_element(offsets, offsets + len);
+    for (uint32_t b = 0; b < n; ++b) {
+        const uint32_t* o = offsets + size_t(b) * kBlock;
+        const uint32_t mn = *std::min_element(o, o + kBlock), mx = *std::max_element(o, o + kBlock);
+        kind[b] = 0;
+        base[b] = mn;
+        uint8_t* m = masks + size_t(b) * 32;
+        for (uint32_t loads = 1; loads <= 2; ++loads) {
+            const uint32_t reach = 16 * loads;
+            if (mx - mn >= reach || hi - lo + 1 < reach) continue;
+            // Near the end of the row the load slides left so as not to pass
+            // the largest offset; the block's bytes stay inside it.
+            const uint32_t start = std::min(mn, hi + 1 - reach);
+            for (uint32_t i = 0; i < kBlock; ++i) {
+                const uint32_t rel = o[i] - start;
+                m[i] = rel < 16 ? uint8_t(rel) : 0x80;                // 0x80: a zero from this load
+                m[16 + i] = rel >= 16 ? uint8_t(rel - 16) : 0x80;
+            }
+            base[b] = start;
+            kind[b] = uint8_t(loads);
+            break;
+        }
+    }
+    blocks = n;
+}
+
+GrayGatherPlan::~GrayGatherPlan() {
+    delete[] base;
+    delete[] kind;
+    delete[] masks;
+}
+
+namespace {
+
+void PlainPlannedGather(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
+                        const GrayGatherPlan&) {
+    GrayGatherRow(dst, row, offsets, len);
+}
+
+uintptr_t Address(const uint8_t* p) { return reinterpret_cast<uintptr_t>(p); }
+
+}  // namespace
+
+GrayPlannedGatherFn PickGrayPlannedGather() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<GrayPlannedGatherFn> t[] = {{SimdForm::Avx2, GrayPlannedGatherAvx2},
+                                                       {SimdForm::Plain, PlainPlannedGather}};
+    return PickForm(t);
+#else
+    return PlainPlannedGather;
+#endif
+}
+
+void NearestGrayRows(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride, const uint8_t* src,
+                     uint32_t srcWidth, const uint32_t* colOffsets, const uint32_t* rowOffsets) {
+    const size_t w = dstWidth;
+    const bool equalWidths = dstWidth == srcWidth;
+    // A row that reads the same source row as the one above comes out as the
+    // same bytes, and is copied from it, as long as writing the target cannot
+    // change the source: the two areas must not meet, nor target rows each
+    // other. Otherwise every row is gathered in order, as written.
+    intptr_t rowLo = RowDelta(rowOffsets[0]), rowHi = rowLo;
+    for (uint32_t y = 1; y < dstHeight; ++y) {
+        rowLo = std::min(rowLo, RowDelta(rowOffsets[y]));
+        rowHi = std::max(rowHi, RowDelta(rowOffsets[y]));
+    }
+    const uint32_t colHi = equalWidths ? dstWidth - 1 : *std::max_element(colOffsets, colOffsets + w);
+    const intptr_t lastRow = intptr_t(dstStride) * intptr_t(dstHeight - 1);
+    const uintptr_t dLo = Address(dst) + std::min<intptr_t>(0, lastRow);
+    const uintptr_t dHi = Address(dst) + std::max<intptr_t>(0, lastRow) + w;
+    const uintptr_t sLo = Address(src) + rowLo, sHi = Address(src) + rowHi + colHi + 1;
+    const size_t pitch = dstStride < 0 ? size_t(-int64_t(dstStride)) : size_t(dstStride);
+    const bool apart = (dHi <= sLo || sHi <= dLo) && (dstHeight == 1 || pitch >= w);
+
+    if (!apart) {
+        for (uint32_t y = 0; y < dstHeight; ++y) {
+            uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
+            const uint8_t* r = src + RowDelta(rowOffsets[y]);
+            if (equalWidths) std::memcpy(d, r, w);
+            else GrayGatherRow(d, r, colOffsets, dstWidth);
+        }
+        return;
+    }
+    const GrayGatherPlan plan(colOffsets, equalWidths ? 0 : dstWidth);
+    const GrayPlannedGatherFn gather = PickGrayPlannedGather();
+    for (uint32_t y = 0; y < dstHeight; ++y) {
+        uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
+        const uint8_t* r = src + RowDelta(rowOffsets[y]);
+        if (y > 0 && rowOffsets[y] == rowOffsets[y - 1]) std::memcpy(d, d - dstStride, w);
+        else if (equalWidths) std::memcpy(d, r, w);
+        else gather(d, r, colOffsets, dstWidth, plan);
+    }
+}
+
+}  // namespace tarn

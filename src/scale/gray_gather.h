@@ -1,0 +1,45 @@
+// Nearest-sample scaling of single-channel planes: the gather of one row
+// through its column offsets, planned once per image so that a fast form can
+// fetch each 16 target bytes with one or two loads and a byte shuffle.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace tarn {
+
+// For each run of 16 target columns: where to load from (relative to the
+// row) and how to spread the loaded bytes. Blocks whose columns reach over
+// more than 32 source bytes are gathered byte by byte (kind 0). Loads never
+// reach below the smallest or above the largest offset of the whole table,
+// which every row reads anyway.
+class GrayGatherPlan {
+public:
+    GrayGatherPlan(const uint32_t* offsets, uint32_t len);
+    ~GrayGatherPlan();
+    GrayGatherPlan(const GrayGatherPlan&) = delete;
+    GrayGatherPlan& operator=(const GrayGatherPlan&) = delete;
+
+    static constexpr uint32_t kBlock = 16;
+    uint32_t blocks = 0;          // whole blocks; the columns after them are gathered one by one
+    uint32_t* base = nullptr;     // per block
+    uint8_t* kind = nullptr;      // per block: 0 byte by byte, 1 one load, 2 two loads
+    uint8_t* masks = nullptr;     // per block 32 bytes: shuffle of the first load, of the second
+};
+
+// dst[j] = row[offsets[j]] for j < len, using the plan where a fast form runs.
+using GrayPlannedGatherFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
+                                     const GrayGatherPlan& plan);
+GrayPlannedGatherFn PickGrayPlannedGather();
+
+#if defined(TARN_HAVE_X86_SIMD)
+void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
+                           const GrayGatherPlan& plan);
+#endif
+
+// Mode 0 of ScaleGray over the whole image from its tables (offsets in bytes;
+// row offsets as RowDelta reads them).
+void NearestGrayRows(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride, const uint8_t* src,
+                     uint32_t srcWidth, const uint32_t* colOffsets, const uint32_t* rowOffsets);
+
+}  // namespace tarn
