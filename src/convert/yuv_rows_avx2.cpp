@@ -267,8 +267,10 @@ void SmoothPairToYuy2Avx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
             uint8_t* outs[2] = {d0 + 4 * i + 64 * h, d1 + 4 * i + 64 * h};
             for (int r = 0; r < 2; ++r) {
                 const __m256i lo = _mm256_unpacklo_epi8(ys[r], uv[h]), hi = _mm256_unpackhi_epi8(ys[r], uv[h]);
-                Store32(outs[r], _mm256_permute2x128_si256(lo, hi, 0x20));
-                Store32(outs[r] + 32, _mm256_permute2x128_si256(lo, hi, 0x31));
+                Store(outs[r], _mm256_castsi256_si128(lo));
+                Store(outs[r] + 16, _mm256_castsi256_si128(hi));
+                Store(outs[r] + 32, _mm256_extracti128_si256(lo, 1));
+                Store(outs[r] + 48, _mm256_extracti128_si256(hi, 1));
             }
         }
     }
