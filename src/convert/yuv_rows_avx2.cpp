@@ -93,41 +93,82 @@ inline Doubled ChromaFor32(__m128i u8, __m128i v8) {
     return d;
 }
 
-// y8: 32 luma bytes with the chroma of ChromaFor32.
-inline Bytes32 Planar32(__m256i y8, const Doubled& c) {
+// Blue, green and red of 16 pixels as 16-bit lanes, before saturation.
+struct Words16 {
+    __m256i b, g, r;
+};
+
+// 16 packed pixels (32 bytes): luma is the low byte of each word; each
+// pixel's chroma is Cb or Cr of its own 4-byte group, doubled by one byte
+// shuffle. Pixels come out in order, 0-7 | 8-15.
+inline Words16 PackedWords(__m256i a) {
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const __m256i y16 = _mm256_sub_epi16(_mm256_and_si256(a, low), _mm256_set1_epi16(16));
+    const __m256i c16 = _mm256_sub_epi16(_mm256_srli_epi16(a, 8), _mm256_set1_epi16(128));  // u v u v ...
+    const __m256i evens = _mm256_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13,
+                                           0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13);
+    const __m256i odds = _mm256_setr_epi8(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15,
+                                          2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15);
+    const Products p = ChromaProducts(_mm256_shuffle_epi8(c16, evens), _mm256_shuffle_epi8(c16, odds));
+    Words16 w;
+    Colour(y16, p.ub, p.gc, p.vr, &w.b, &w.g, &w.r);
+    return w;
+}
+
+// 32 packed pixels as bytes. The in-lane pack leaves 0-7, 16-23 | 8-15,
+// 24-31; the permute orders it.
+inline Bytes32 Packed32(const uint8_t* src) {
+    const Words16 w[2] = {PackedWords(Load32(src)), PackedWords(Load32(src + 32))};
+    const auto pack = [](__m256i x, __m256i y) {
+        return _mm256_permute4x64_epi64(_mm256_packus_epi16(x, y), _MM_SHUFFLE(3, 1, 2, 0));
+    };
+    return {pack(w[0].b, w[1].b), pack(w[0].g, w[1].g), pack(w[0].r, w[1].r)};
+}
+
+// Stores 16 pixels given as 16-bit lanes as blue, green, red, 0: the eight
+// of the low lane at lo, those of the high lane at hi. Blue and green are
+// packed with saturation and interleaved by one shuffle; red is clamped to
+// 0..255 in its 16-bit lanes, which is the same saturation and already the
+// red-and-0 half of each pixel.
+inline void StoreBgraLanes(uint8_t* lo, uint8_t* hi, const Words16& c) {
+    const __m256i interleave = _mm256_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15,
+                                                0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15);
+    const __m256i bg = _mm256_shuffle_epi8(_mm256_packus_epi16(c.b, c.g), interleave);
+    const __m256i r0 = _mm256_min_epi16(_mm256_max_epi16(c.r, _mm256_setzero_si256()), _mm256_set1_epi16(255));
+    const __m256i q0 = _mm256_unpacklo_epi16(bg, r0), q1 = _mm256_unpackhi_epi16(bg, r0);
+    Store(lo, _mm256_castsi256_si128(q0));
+    Store(lo + 16, _mm256_castsi256_si128(q1));
+    Store(hi, _mm256_extracti128_si256(q0, 1));
+    Store(hi + 16, _mm256_extracti128_si256(q1, 1));
+}
+
+// y8: 32 luma bytes with the chroma of ChromaFor32; w[0] holds pixels 0-7 |
+// 16-23, w[1] pixels 8-15 | 24-31.
+inline void PlanarWords(__m256i y8, const Doubled& c, Words16 w[2]) {
     const __m256i zero = _mm256_setzero_si256();
     const __m256i off16 = _mm256_set1_epi16(16);
     const __m256i ys[2] = {_mm256_sub_epi16(_mm256_unpacklo_epi8(y8, zero), off16),
                            _mm256_sub_epi16(_mm256_unpackhi_epi8(y8, zero), off16)};
-    __m256i b[2], g[2], r[2];
-    for (int h = 0; h < 2; ++h) Colour(ys[h], c.half[h].ub, c.half[h].gc, c.half[h].vr, &b[h], &g[h], &r[h]);
-    return {_mm256_packus_epi16(b[0], b[1]), _mm256_packus_epi16(g[0], g[1]), _mm256_packus_epi16(r[0], r[1])};
+    for (int h = 0; h < 2; ++h) Colour(ys[h], c.half[h].ub, c.half[h].gc, c.half[h].vr, &w[h].b, &w[h].g, &w[h].r);
+}
+
+inline Bytes32 Planar32(__m256i y8, const Doubled& c) {
+    Words16 w[2];
+    PlanarWords(y8, c, w);
+    return {_mm256_packus_epi16(w[0].b, w[1].b), _mm256_packus_epi16(w[0].g, w[1].g),
+            _mm256_packus_epi16(w[0].r, w[1].r)};
+}
+
+// 32 pixels of PlanarWords as blue, green, red, 0.
+inline void StorePlanarBgra32(uint8_t* dst, __m256i y8, const Doubled& c) {
+    Words16 w[2];
+    PlanarWords(y8, c, w);
+    StoreBgraLanes(dst, dst + 64, w[0]);
+    StoreBgraLanes(dst + 32, dst + 96, w[1]);
 }
 
 inline Bytes32 Planar32(const uint8_t* y, const uint8_t* u, const uint8_t* v) {
     return Planar32(Load32(y), ChromaFor32(Load(u), Load(v)));
-}
-
-// 32 packed pixels: luma is the low byte of each word; each pixel's chroma is
-// Cb or Cr of its own 4-byte group, doubled by word shuffles.
-inline Bytes32 Packed32(const uint8_t* src) {
-    const __m256i low = _mm256_set1_epi16(0x00FF);
-    const __m256i off16 = _mm256_set1_epi16(16), off128 = _mm256_set1_epi16(128);
-    __m256i b[2], g[2], r[2];
-    for (int h = 0; h < 2; ++h) {
-        const __m256i a = Load32(src + 32 * h);
-        const __m256i y16 = _mm256_sub_epi16(_mm256_and_si256(a, low), off16);
-        const __m256i c16 = _mm256_sub_epi16(_mm256_srli_epi16(a, 8), off128);  // u v u v ...
-        const __m256i u16 = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(c16, 0xA0), 0xA0);
-        const __m256i v16 = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(c16, 0xF5), 0xF5);
-        const Products p = ChromaProducts(u16, v16);
-        Colour(y16, p.ub, p.gc, p.vr, &b[h], &g[h], &r[h]);
-    }
-    // The in-lane pack leaves 0-7, 16-23 | 8-15, 24-31; the permute orders it.
-    const auto pack = [](__m256i x, __m256i y) {
-        return _mm256_permute4x64_epi64(_mm256_packus_epi16(x, y), _MM_SHUFFLE(3, 1, 2, 0));
-    };
-    return {pack(b[0], b[1]), pack(g[0], g[1]), pack(r[0], r[1])};
 }
 
 // Four registers of 4-byte pixels: 0-3 | 16-19, 4-7 | 20-23, 8-11 | 24-27,
@@ -140,15 +181,6 @@ inline void Quads(const Bytes32& c, __m256i q[4]) {
     q[1] = _mm256_unpackhi_epi16(bgLo, r0Lo);
     q[2] = _mm256_unpacklo_epi16(bgHi, r0Hi);
     q[3] = _mm256_unpackhi_epi16(bgHi, r0Hi);
-}
-
-inline void StoreBgra32(uint8_t* dst, const Bytes32& c) {
-    __m256i q[4];
-    Quads(c, q);
-    Store32(dst, _mm256_permute2x128_si256(q[0], q[1], 0x20));
-    Store32(dst + 32, _mm256_permute2x128_si256(q[2], q[3], 0x20));
-    Store32(dst + 64, _mm256_permute2x128_si256(q[0], q[1], 0x31));
-    Store32(dst + 96, _mm256_permute2x128_si256(q[2], q[3], 0x31));
 }
 
 // 3-byte pixels, 12 bytes per four, in increasing order so that the 4 bytes
@@ -177,7 +209,8 @@ inline void StoreBgr32(uint8_t* dst, const Bytes32& c, bool last) {
 
 void ToBgraAvx2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t pixels) {
     size_t i = 0;
-    for (; i + 32 <= pixels; i += 32, dst += 128) StoreBgra32(dst, Planar32(y + i, u + i / 2, v + i / 2));
+    for (; i + 32 <= pixels; i += 32, dst += 128)
+        StorePlanarBgra32(dst, Load32(y + i), ChromaFor32(Load(u + i / 2), Load(v + i / 2)));
     if (i < pixels) {
         __m128i px[4];
         Interleave(VectorFormAvx2(y + i, u + i / 2, v + i / 2), px);
@@ -201,17 +234,9 @@ inline void PackedTail16(const uint8_t* src, uint8_t yy[16], uint8_t uu[8], uint
     UnpackYuy2Simd(yy, uu, vv, src, 8);
 }
 
+// `pixels` is a multiple of 16: one 32-byte load a step.
 void Yuy2ToBgraAvx2(uint8_t* dst, const uint8_t* src, size_t pixels) {
-    size_t i = 0;
-    for (; i + 32 <= pixels; i += 32, dst += 128) StoreBgra32(dst, Packed32(src + 2 * i));
-    if (i < pixels) {
-        uint8_t yy[16], uu[8], vv[8];
-        PackedTail16(src + 2 * i, yy, uu, vv);
-        __m128i px[4];
-        Interleave(VectorFormAvx2(yy, uu, vv), px);
-        Store32(dst, _mm256_set_m128i(px[1], px[0]));
-        Store32(dst + 32, _mm256_set_m128i(px[3], px[2]));
-    }
+    for (size_t i = 0; i < pixels; i += 16, dst += 64) StoreBgraLanes(dst, dst + 32, PackedWords(Load32(src + 2 * i)));
 }
 
 void Yuy2ToBgrAvx2(uint8_t* dst, const uint8_t* src, size_t pixels) {
@@ -237,8 +262,8 @@ void SmoothPairToBgraAvx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
         const size_t c = i / 2;
         const __m128i uu = Smooth16(u.a + c, u.b + c, u.c + c), vv = Smooth16(v.a + c, v.b + c, v.c + c);
         const Doubled chroma = ChromaFor32(uu, vv);
-        StoreBgra32(d0 + 4 * i, Planar32(Smooth32(y0.a + i, y0.b + i, y0.c + i), chroma));
-        StoreBgra32(d1 + 4 * i, Planar32(Smooth32(y1.a + i, y1.b + i, y1.c + i), chroma));
+        StorePlanarBgra32(d0 + 4 * i, Smooth32(y0.a + i, y0.b + i, y0.c + i), chroma);
+        StorePlanarBgra32(d1 + 4 * i, Smooth32(y1.a + i, y1.b + i, y1.c + i), chroma);
     }
     if (i < pixels) {
         const size_t c = i / 2;
