@@ -1,14 +1,10 @@
-// Keyed blend of the SSE2 tier, AVX2 form: the SSE2 form's runs (see there),
-// 32 pixels at a time, with the constant weight applied by byte-pair
+// Keyed blend of the SSE2 tier, AVX2 form: runs of 32, 16 and 8 pixels (see
+// keyed_runs_sse2.h), with the constant weight applied by byte-pair
 // multiply-adds. Weights 256 - alpha and alpha must both fit a byte, so
 // alpha 0 goes to the SSE2 form. Exactly the scalar form's bytes.
 #include <immintrin.h>
 
-#include <memory>
-#include <new>
-
-#include "operations/blend_bytes_sse2.h"
-#include "operations/keyed_queue.h"
+#include "operations/keyed_runs_sse2.h"
 
 namespace tarn {
 
@@ -43,14 +39,8 @@ inline __m128i Blend16(__m128i o, __m128i t, const Weight& w) {
 inline __m256i Load32(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 inline void Store32(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
 
-// The runs of 32, 16 and 8 pixels: Y, and the chroma of every second pixel
-// from the run's second one, both planes in one register.
-struct Run {
-    uint8_t *ty, *tu, *tv;
-    const uint8_t *oy, *ou, *ov;
-};
-
-inline void Run32(const Run& r, const Weight& w) {
+// The runs: Y, and both chroma planes in one register.
+inline void Run32(const KeyedRun& r, const Weight& w) {
     Store32(r.ty, Blend32(Load32(r.oy), Load32(r.ty), w));
     const __m256i c = Blend32(_mm256_set_m128i(Load16(r.ov), Load16(r.ou)),
                               _mm256_set_m128i(Load16(r.tv), Load16(r.tu)), w);
@@ -58,7 +48,7 @@ inline void Run32(const Run& r, const Weight& w) {
     Store16(r.tv, _mm256_extracti128_si256(c, 1));
 }
 
-inline void Run16(const Run& r, const Weight& w) {
+inline void Run16(const KeyedRun& r, const Weight& w) {
     Store16(r.ty, Blend16(Load16(r.oy), Load16(r.ty), w));
     const __m128i c = Blend16(_mm_unpacklo_epi64(Load8(r.ou), Load8(r.ov)),
                               _mm_unpacklo_epi64(Load8(r.tu), Load8(r.tv)), w);
@@ -66,7 +56,7 @@ inline void Run16(const Run& r, const Weight& w) {
     Store8(r.tv, _mm_srli_si128(c, 8));
 }
 
-inline void Run8(const Run& r, const Weight& w) {
+inline void Run8(const KeyedRun& r, const Weight& w) {
     const __m128i o = _mm_unpacklo_epi64(Load8(r.oy), _mm_unpacklo_epi32(Load4(r.ou), Load4(r.ov)));
     const __m128i t = _mm_unpacklo_epi64(Load8(r.ty), _mm_unpacklo_epi32(Load4(r.tu), Load4(r.tv)));
     const __m128i b = Blend16(o, t, w);
@@ -75,57 +65,26 @@ inline void Run8(const Run& r, const Weight& w) {
     Store4(r.tv, _mm_srli_si128(b, 12));
 }
 
+struct Runs {
+    static constexpr int32_t kLengths[] = {32, 16, 8};
+    Weight w;
+    void Blend(int32_t length, const KeyedRun& r) const {
+        if (length == 32)
+            Run32(r, w);
+        else if (length == 16)
+            Run16(r, w);
+        else
+            Run8(r, w);
+    }
+};
+
 }  // namespace
 
 void BlendKeyedQueueAvx2(const KeyedQueueJob& job) {
     if (job.alpha == 0 || job.alpha > 255) return BlendKeyedQueueSse2(job);
-    // Set once for the whole composition.
-    const Weight w{_mm256_set1_epi16(static_cast<int16_t>((job.alpha << 8) | (256 - job.alpha))),
-                   _mm256_set1_epi8(static_cast<char>(0x80)),
-                   _mm256_set1_epi16(static_cast<int16_t>(0x8000))};
-    std::unique_ptr<uint8_t[]> match;
-    if (KeyedSamplesCanMatch(job)) {
-        // 32 bytes of slack: runs test up to 32 flags at a time.
-        match.reset(new (std::nothrow) uint8_t[size_t(job.width) + 32]());
-        if (!match) return BlendKeyedQueueScalar(job);
-    }
-    const auto painted = [&](int32_t x, int32_t count) {
-        if (!match) return true;
-        const uint8_t* f = match.get() + x;
-        if (count == 32) return _mm256_testz_si256(Load32(f), Load32(f)) != 0;
-        const __m128i v = count == 16 ? Load16(f) : Load8(f);
-        return _mm_testz_si128(v, v) != 0;
-    };
-    KeyedQueue q;
-    for (int32_t y = 0; y < job.height; ++y) {
-        if (match) MarkKeyedPixelsSse2(job, y, match.get());
-        const ptrdiff_t cRowT = (y >> 1) * job.tChromaPitch, cRowO = (y >> 1) * job.oChromaPitch;
-        const auto runAt = [&](int32_t x) {
-            const int32_t c = (x + 1) >> 1;  // chroma of pixel x + 1, x + 3, ...
-            return Run{job.ty + y * job.tPitch + x, job.tu + cRowT + c, job.tv + cRowT + c,
-                       job.oy + y * job.oPitch + x, job.ou + cRowO + c, job.ov + cRowO + c};
-        };
-        int32_t x = 0;
-        if (q.n == 0 && !match) {  // no key: whole runs straight away
-            for (; x + 32 <= job.width; x += 32) Run32(runAt(x), w);
-        }
-        while (x < job.width) {
-            if (q.n == 0 && x + 32 <= job.width && painted(x, 32)) {
-                Run32(runAt(x), w);
-                x += 32;
-            } else if (q.n == 0 && x + 16 <= job.width && painted(x, 16)) {
-                Run16(runAt(x), w);
-                x += 16;
-            } else if (q.n == 0 && x + 8 <= job.width && painted(x, 8)) {
-                Run8(runAt(x), w);
-                x += 8;
-            } else {
-                if (!(match && match[x])) KeyedQueuePush(q, job, x, y);
-                ++x;
-            }
-        }
-        KeyedQueueRowEnd(q, job.alpha);
-    }
+    BlendKeyedRuns(job, Runs{{_mm256_set1_epi16(static_cast<int16_t>((job.alpha << 8) | (256 - job.alpha))),
+                              _mm256_set1_epi8(static_cast<char>(0x80)),
+                              _mm256_set1_epi16(static_cast<int16_t>(0x8000))}});
 }
 
 }  // namespace tarn
