@@ -8,6 +8,7 @@
 #include <new>
 
 #include "convert/kernel_forms.h"
+#include "scale/areas.h"
 #include "scale/axis_table.h"
 #include "scale/drivers.h"
 
@@ -60,8 +61,6 @@ void PlainPlannedGather(uint8_t* dst, const uint8_t* row, const uint32_t* offset
     GrayGatherRow(dst, row, offsets, len);
 }
 
-uintptr_t Address(const uint8_t* p) { return reinterpret_cast<uintptr_t>(p); }
-
 }  // namespace
 
 GrayPlannedGatherFn PickGrayPlannedGather() {
@@ -88,12 +87,8 @@ void NearestGrayRows(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_
         rowHi = std::max(rowHi, RowDelta(rowOffsets[y]));
     }
     const uint32_t colHi = equalWidths ? dstWidth - 1 : *std::max_element(colOffsets, colOffsets + w);
-    const intptr_t lastRow = intptr_t(dstStride) * intptr_t(dstHeight - 1);
-    const uintptr_t dLo = Address(dst) + std::min<intptr_t>(0, lastRow);
-    const uintptr_t dHi = Address(dst) + std::max<intptr_t>(0, lastRow) + w;
-    const uintptr_t sLo = Address(src) + rowLo, sHi = Address(src) + rowHi + colHi + 1;
-    const size_t pitch = dstStride < 0 ? size_t(-int64_t(dstStride)) : size_t(dstStride);
-    const bool apart = (dHi <= sLo || sHi <= dLo) && (dstHeight == 1 || pitch >= w);
+    const ByteSpan source{AddressOf(src) + rowLo, AddressOf(src) + rowHi + colHi + 1};
+    const bool apart = TargetApart(dst, w, dstHeight, dstStride, source);
 
     if (!apart) {
         for (uint32_t y = 0; y < dstHeight; ++y) {

@@ -2,7 +2,10 @@
 // the single-channel gather) and the tables that pick a fast form.
 #include "scale/drivers.h"
 
+#include <new>
+
 #include "convert/kernel_forms.h"
+#include "scale/inner_row_cache.h"
 #include "scale/inner_rows_fast.h"
 #include "scale/pixel_ops.h"
 
@@ -83,6 +86,28 @@ InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
 #else
     static const InnerRowFn plain[] = {InnerRow33, InnerRow34, InnerRow43, InnerRow44};
     return plain[k];
+#endif
+}
+
+InnerRowCache::InnerRowCache(uint32_t len) {
+    const size_t words = size_t(len & ~3u) * 4;
+    if (!words) return;
+    lanes[0] = new (std::nothrow) uint16_t[words];
+    lanes[1] = new (std::nothrow) uint16_t[words];
+}
+
+InnerRowCache::~InnerRowCache() {
+    delete[] lanes[0];
+    delete[] lanes[1];
+}
+
+CachedInnerRowFn PickCachedInnerRow44() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<CachedInnerRowFn> t[] = {{SimdForm::Avx2, InnerRow44CachedAvx2},
+                                                    {SimdForm::Plain, nullptr}};
+    return PickForm(t);
+#else
+    return nullptr;
 #endif
 }
 

@@ -4,6 +4,8 @@
 // 4-byte store at pitch 3 spills one byte that the next pixel overwrites.
 #include <cstring>
 
+#include "scale/areas.h"
+#include "scale/inner_row_cache.h"
 #include "scale/rgb_driver_common.h"
 
 namespace tarn {
@@ -79,6 +81,20 @@ void BilinearRows(uint8_t* dst, uint32_t h, int32_t dstStride, const uint8_t* sr
     }
 }
 
+// Whether the target lies apart from every source row the rows table and
+// the row below each make the kernels read (8 bytes of slack after a row).
+bool SourceApart(const uint8_t* dst, size_t rowBytes, uint32_t h, int32_t dstStride, const uint8_t* src,
+                 size_t srcRowBytes, int32_t stride, const AxisTable& rows) {
+    intptr_t lo = RowDelta(rows.offsets[0]), hi = lo;
+    for (uint32_t y = 1; y < h; ++y) {
+        lo = std::min(lo, RowDelta(rows.offsets[y]));
+        hi = std::max(hi, RowDelta(rows.offsets[y]));
+    }
+    lo = std::min(lo, lo + intptr_t(stride));
+    hi = std::max(hi, hi + intptr_t(stride));
+    return TargetApart(dst, rowBytes, h, dstStride, {AddressOf(src) + lo, AddressOf(src) + hi + srcRowBytes + 8});
+}
+
 // Fade grid: 3-to-3 pixels in mode 2, 4-to-4 pixels in modes 1, 2 and 5.
 template <uint32_t SB>
 void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
@@ -89,6 +105,14 @@ void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uin
     const AxisTable& c = t.cols;
     // The 4-to-4 driver copies or blends whole rows at equal widths from 0.
     const bool wholeRows = SB == 4 && startX == 0.0 && w == srcWidth;
+    // The middle band of 4-byte pixels blends each source row once where
+    // the target lies apart from every source row read.
+    const CachedInnerRowFn cachedInner =
+        SB == 4 && !wholeRows && b.middle >= 4 && SourceApart(dst, size_t(w) * DB, h, dstStride, src, srcWidth * SB, stride, t.rows)
+            ? PickCachedInnerRow44()
+            : nullptr;
+    InnerRowCache cache(cachedInner ? b.middle : 0);
+    const bool cached = cachedInner && cache.lanes[0] && cache.lanes[1];
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(dst, dstStride, y);
         const uint8_t* r = SourceRow(src, t.rows, y);
@@ -121,6 +145,8 @@ void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uin
                 RunBand<DB, false>(dm, r, cwm, com, b.middle, horizontal);
             } else if (SB == 4 && rw == 0xFFFFFFFFu) {
                 RunBand<DB, false>(dm, r + stride, cwm, com, b.middle, horizontal);
+            } else if (cached) {
+                cachedInner(dm, r, cwm, com, b.middle, stride, rw, cache);
             } else if (b.middle) {
                 inner(dm, r, cwm, com, b.middle, stride, rw);
             }

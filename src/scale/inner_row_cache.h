@@ -1,0 +1,38 @@
+// Bilinear Inner of 4-byte pixels over the rows of one image, blending each
+// source row horizontally once: consecutive target rows that share a source
+// row (every shrink below 2 and every enlargement) reuse its blend. The
+// blend of a row depends only on the row and the band's column tables, which
+// stay the same for the whole image.
+#pragma once
+
+#include <cstdint>
+
+namespace tarn {
+
+// Two rows of horizontal blends (16-bit lanes, in the fast form's order),
+// each tagged with the source row it came from.
+struct InnerRowCache {
+    explicit InnerRowCache(uint32_t len);
+    ~InnerRowCache();
+    InnerRowCache(const InnerRowCache&) = delete;
+    InnerRowCache& operator=(const InnerRowCache&) = delete;
+
+    uint16_t* lanes[2] = {nullptr, nullptr};  // len rounded down to 4, 4 words per pixel
+    const uint8_t* tag[2] = {nullptr, nullptr};
+};
+
+// Same arguments and bytes as InnerRow44, with the cache of the image. The
+// caller keeps the column tables and length the same for every call on one
+// cache, and uses it only where writing the target cannot change the source.
+using CachedInnerRowFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co,
+                                  uint32_t len, int32_t below, uint32_t rw, InnerRowCache& cache);
+
+// Null where no fast form caches; the caller then runs PickInnerRow's form.
+CachedInnerRowFn PickCachedInnerRow44();
+
+#if defined(TARN_HAVE_X86_SIMD)
+void InnerRow44CachedAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len,
+                          int32_t below, uint32_t rw, InnerRowCache& cache);
+#endif
+
+}  // namespace tarn

@@ -1,0 +1,85 @@
+// Bilinear Inner of 4-byte pixels, AVX2 form with a row cache: the
+// horizontal blend of a source row, (S * (256 - cw) + S+ * cw) >> 8 in 16-bit
+// lanes exactly as the uncached form computes it, is kept for the next
+// target row; the vertical blend then reads two cached rows. Loads of the
+// source are those of the plain form; the last (len mod 4) pixels go to the
+// SSE2 form.
+#include <immintrin.h>
+
+#include <cstring>
+
+#include "scale/inner_row_cache.h"
+#include "scale/inner_rows_fast.h"
+
+namespace tarn {
+namespace {
+
+inline __m256i LerpLanes(__m256i a, __m256i b, __m256i w, __m256i wi) {
+    return _mm256_srli_epi16(_mm256_add_epi16(_mm256_mullo_epi16(a, wi), _mm256_mullo_epi16(b, w)), 8);
+}
+
+// [S, S+] of four pixels as 64-bit elements.
+inline __m256i Four(const uint8_t* row, const uint32_t* co) {
+    long long v[4];
+    for (int i = 0; i < 4; ++i) std::memcpy(&v[i], row + co[i], 8);
+    return _mm256_set_epi64x(v[3], v[2], v[1], v[0]);
+}
+
+// Pixels 0 1 of a group of four in the low lane, 2 3 in the high one.
+void Horizontal(uint16_t* out, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t n4) {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i k256 = _mm256_set1_epi16(256);
+    for (uint32_t j = 0; j < n4; j += 4) {
+        const __m256i t = _mm256_shuffle_epi32(Four(row, co + j), _MM_SHUFFLE(3, 1, 2, 0));
+        const __m256i w = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(cw + j)));
+        const __m256i h =
+            LerpLanes(_mm256_unpacklo_epi8(t, zero), _mm256_unpackhi_epi8(t, zero), w, _mm256_sub_epi16(k256, w));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * size_t(j)), h);
+    }
+}
+
+inline __m256i Lanes(const uint16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+
+}  // namespace
+
+void InnerRow44CachedAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len,
+                          int32_t below, uint32_t rw, InnerRowCache& cache) {
+    const uint32_t n4 = len & ~3u;
+    if (n4) {
+        const uint8_t* bottomRow = row + below;
+        int top = cache.tag[0] == row ? 0 : cache.tag[1] == row ? 1 : -1;
+        int bottom = cache.tag[0] == bottomRow ? 0 : cache.tag[1] == bottomRow ? 1 : -1;
+        if (top < 0) {
+            top = bottom == 0 ? 1 : 0;
+            Horizontal(cache.lanes[top], row, cw, co, n4);
+            cache.tag[top] = row;
+            if (bottomRow == row) bottom = top;
+        }
+        if (bottom < 0) {
+            bottom = 1 - top;
+            Horizontal(cache.lanes[bottom], bottomRow, cw, co, n4);
+            cache.tag[bottom] = bottomRow;
+        }
+        const uint16_t* a = cache.lanes[top];
+        const uint16_t* b = cache.lanes[bottom];
+        const __m256i zero = _mm256_setzero_si256();
+        const __m256i rw16 = _mm256_unpacklo_epi8(_mm256_set1_epi32(static_cast<int32_t>(rw)), zero);
+        const __m256i rwi = _mm256_sub_epi16(_mm256_set1_epi16(256), rw16);
+        uint32_t j = 0;
+        // Two groups per store: the pack leaves [0 1 4 5 | 2 3 6 7], the permute orders them.
+        for (; j + 8 <= n4; j += 8) {
+            const __m256i lo = LerpLanes(Lanes(a + 4 * size_t(j)), Lanes(b + 4 * size_t(j)), rw16, rwi);
+            const __m256i hi = LerpLanes(Lanes(a + 4 * size_t(j) + 16), Lanes(b + 4 * size_t(j) + 16), rw16, rwi);
+            const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 4 * size_t(j)), px);
+        }
+        if (j < n4) {
+            const __m256i v = LerpLanes(Lanes(a + 4 * size_t(j)), Lanes(b + 4 * size_t(j)), rw16, rwi);
+            const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(v, zero), _MM_SHUFFLE(3, 1, 2, 0));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4 * size_t(j)), _mm256_castsi256_si128(px));
+        }
+    }
+    if (n4 < len) InnerRow44Sse2(dst + 4 * size_t(n4), row, cw + n4, co + n4, len - n4, below, rw);
+}
+
+}  // namespace tarn
