@@ -6,6 +6,7 @@
 // ./bench/tarn_bench_compose
 #include <chrono>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,43 +25,37 @@ namespace {
 using tarn::Ref;
 constexpr int kW = 1920, kH = 1080;
 
-class Source : public IPixelSource {
-public:
-    explicit Source(std::vector<uint8_t>& b) : b_(b) {}
-    uint32_t TARN_CALL AddRef() override { return 1; }
-    uint32_t TARN_CALL Release() override { return 1; }
-    VedResult TARN_CALL QueryInterface(const VedId&, void**) override { return VED_E_NOTSUPPORTED; }
-    uint8_t* TARN_CALL GetData() override { return b_.data(); }
-
-private:
-    std::vector<uint8_t>& b_;
-};
-
 Ref<ISurfaceBuilder> Builder() {
     Ref<ISurfaceBuilder> b;
     CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, b.put_void());
     return b;
 }
 
-Ref<ITarnSurface> Yuv420(int w, int h, uint32_t seed) {
-    auto data = tarn::bench::RandomFrame(size_t(w) * h * 3 / 2, seed);
-    SurfaceInfo info{52, uint32_t(w), uint32_t(h), SURFACE_FORMAT_YUV420, 4, 12, w, 0, 0, 0, 0, 1, 1};
-    Source src(data);
-    Ref<ITarnSurface> s;
-    Builder()->CreateFromData(&info, &src, s.put());
-    return s;
-}
-
-Ref<ITarnSurface> Mask(int w, int h, uint32_t seed) {
-    SurfaceInfo info{52, uint32_t(w), uint32_t(h), SURFACE_FORMAT_GRAY8, 4, 8, (w + 3) & ~3, 0, 0, 0, 0, 1, 1};
+// A blank surface of `format` filled with random bytes.
+Ref<ITarnSurface> Random(SurfaceFormat format, int bits, int w, int h, int stride, size_t bytes, uint32_t seed) {
+    SurfaceInfo info{52, uint32_t(w), uint32_t(h), format, 4, bits, stride, 0, 0, 0, 0, 1, 1};
     Ref<ITarnSurface> s;
     Builder()->CreateBlank(&info, nullptr, s.put());
     uint8_t* p = nullptr;
     s->GetPixels(&p);
-    const auto bytes = tarn::bench::RandomFrame(size_t(info.stride) * h, seed);
-    std::memcpy(p, bytes.data(), size_t(info.stride) * h);
+    std::memcpy(p, tarn::bench::RandomFrame(bytes, seed).data(), bytes);
     return s;
 }
+
+Ref<ITarnSurface> Yuv420(int w, int h, uint32_t seed) {
+    return Random(SURFACE_FORMAT_YUV420, 12, w, h, w, size_t(w) * h * 3 / 2, seed);
+}
+
+Ref<ITarnSurface> Mask(int w, int h, uint32_t seed) {
+    const int stride = (w + 3) & ~3;
+    return Random(SURFACE_FORMAT_GRAY8, 8, w, h, stride, size_t(stride) * h, seed);
+}
+
+// The three planes of a tightly packed YUV420 picture of w by h.
+struct Planes {
+    uint8_t *y, *u, *v;
+};
+Planes PlanesOf(uint8_t* p, int w, int h) { return {p, p + w * h, p + w * h + w * h / 4}; }
 
 // One overlay placed on the frame.
 struct Placed {
@@ -114,12 +109,11 @@ std::vector<Placed> Overlays(const char* kind) {
     return v;
 }
 
-void Ours(benchmark::State& state, const char* kind, tarn::SimdForm form) {
+void Ours(benchmark::State& state, const std::string& family, const char* kind, tarn::SimdForm form) {
     tarn::ScopedKernelChoice choice(tarn::g_cpuFeatures, form);
     Ref<ITarnSurface> frame = Yuv420(kW, kH, 1);
     const auto overlays = Overlays(kind);
-    Time(state, std::string("Flatten/") + kind + "/" + tarn::FormName(form) + "/1920x1080", "ours",
-         [&] { FlattenOnce(frame.get(), overlays); });
+    Time(state, family, "ours", [&] { FlattenOnce(frame.get(), overlays); });
 }
 
 #if defined(TARN_HAVE_PEER)
@@ -137,7 +131,7 @@ public:
 
 // The peer's alpha runs the other way (255 shows the first picture), so the
 // mask is passed as it is with the overlay first: the same amount of work.
-void Peer(benchmark::State& state, const char* kind, tarn::SimdForm form) {
+void Peer(benchmark::State& state, const std::string& family, const char* kind, tarn::SimdForm form) {
     PeerCpu cpu(form);
     auto frame = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 1);
     const auto overlays = Overlays(kind);
@@ -167,91 +161,77 @@ void Peer(benchmark::State& state, const char* kind, tarn::SimdForm form) {
         q.scaled.resize(size_t(dw) * dh * 3 / 2);
         plains.push_back(std::move(q));
     }
-    uint8_t* fy = frame.data();
-    uint8_t* fu = fy + kW * kH;
-    uint8_t* fv = fu + kW * kH / 4;
+    const Planes f = PlanesOf(frame.data(), kW, kH);
     const auto body = [&] {
         for (Plain& q : plains) {
             const int dw = q.dest.right - q.dest.left, dh = q.dest.bottom - q.dest.top;
-            const uint8_t* oy = q.pic.data();
-            const uint8_t* ou = oy + q.w * q.h;
-            const uint8_t* ov = ou + q.w * q.h / 4;
+            Planes o = PlanesOf(q.pic.data(), q.w, q.h);
             int os = q.w;
             if (dw != q.w || dh != q.h) {
-                uint8_t* sy = q.scaled.data();
-                uint8_t* su = sy + dw * dh;
-                uint8_t* sv = su + dw * dh / 4;
-                libyuv::I420Scale(oy, q.w, ou, q.w / 2, ov, q.w / 2, q.w, q.h, sy, dw, su, dw / 2, sv,
-                                  dw / 2, dw, dh, libyuv::kFilterNone);
-                oy = sy, ou = su, ov = sv, os = dw;
+                const Planes scaled = PlanesOf(q.scaled.data(), dw, dh);
+                libyuv::I420Scale(o.y, q.w, o.u, q.w / 2, o.v, q.w / 2, q.w, q.h, scaled.y, dw, scaled.u,
+                                  dw / 2, scaled.v, dw / 2, dw, dh, libyuv::kFilterNone);
+                o = scaled, os = dw;
             }
             const int l = q.dest.left, t = q.dest.top;
-            uint8_t* ty = fy + t * kW + l;
-            uint8_t* tu = fu + (t / 2) * (kW / 2) + l / 2;
-            uint8_t* tv = fv + (t / 2) * (kW / 2) + l / 2;
-            libyuv::I420Blend(oy, os, ou, os / 2, ov, os / 2, ty, kW, tu, kW / 2, tv, kW / 2,
+            uint8_t* ty = f.y + t * kW + l;
+            uint8_t* tu = f.u + (t / 2) * (kW / 2) + l / 2;
+            uint8_t* tv = f.v + (t / 2) * (kW / 2) + l / 2;
+            libyuv::I420Blend(o.y, os, o.u, os / 2, o.v, os / 2, ty, kW, tu, kW / 2, tv, kW / 2,
                               q.alpha.data(), dw, ty, kW, tu, kW / 2, tv, kW / 2, dw & ~1, dh & ~1);
         }
     };
-    Time(state, std::string("Flatten/") + kind + "/" + tarn::FormName(form) + "/1920x1080", "peer",
-         body);
+    Time(state, family, "peer", body);
 }
 #endif
 
 // The masked kernel alone, without Flatten's calls around it.
-void KernelOurs(benchmark::State& state, tarn::SimdForm form) {
+void KernelOurs(benchmark::State& state, const std::string& family, tarn::SimdForm form) {
     tarn::ScopedKernelChoice choice(tarn::g_cpuFeatures, form);
     auto target = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 1);
     const auto overlay = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 2);
     const auto mask = tarn::bench::RandomFrame(size_t(kW) * kH, 3);
     const VedRect r{0, 0, kW, kH};
-    Time(state, std::string("BlendMaskedPlanar/") + tarn::FormName(form) + "/1920x1080", "ours", [&] {
+    Time(state, family, "ours", [&] {
         tarn::BlendMaskedPlanar(target.data(), overlay.data(), mask.data(), kW, kH, kW, kH, &r, &r, true);
     });
 }
 
 #if defined(TARN_HAVE_PEER)
-void KernelPeer(benchmark::State& state, tarn::SimdForm form) {
+void KernelPeer(benchmark::State& state, const std::string& family, tarn::SimdForm form) {
     PeerCpu cpu(form);
     auto target = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 1);
-    const auto overlay = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 2);
+    auto overlay = tarn::bench::RandomFrame(size_t(kW) * kH * 3 / 2, 2);
     const auto mask = tarn::bench::RandomFrame(size_t(kW) * kH, 3);
-    uint8_t* ty = target.data();
-    uint8_t* tu = ty + kW * kH;
-    uint8_t* tv = tu + kW * kH / 4;
-    const uint8_t* oy = overlay.data();
-    const uint8_t* ou = oy + kW * kH;
-    const uint8_t* ov = ou + kW * kH / 4;
-    Time(state, std::string("BlendMaskedPlanar/") + tarn::FormName(form) + "/1920x1080", "peer", [&] {
-        libyuv::I420Blend(oy, kW, ou, kW / 2, ov, kW / 2, ty, kW, tu, kW / 2, tv, kW / 2, mask.data(), kW,
-                          ty, kW, tu, kW / 2, tv, kW / 2, kW, kH);
+    const Planes t = PlanesOf(target.data(), kW, kH), o = PlanesOf(overlay.data(), kW, kH);
+    Time(state, family, "peer", [&] {
+        libyuv::I420Blend(o.y, kW, o.u, kW / 2, o.v, kW / 2, t.y, kW, t.u, kW / 2, t.v, kW / 2, mask.data(), kW,
+                          t.y, kW, t.u, kW / 2, t.v, kW / 2, kW, kH);
     });
 }
 #endif
 
+void Register(const std::string& name, std::function<void(benchmark::State&)> run) {
+    benchmark::RegisterBenchmark(name.c_str(), std::move(run))->Unit(benchmark::kMillisecond);
+}
+
 const bool registered = [] {
     for (tarn::SimdForm form : {tarn::SimdForm::Avx2, tarn::SimdForm::Sse2}) {
         if (form > tarn::HostSimdForm()) continue;
-        const std::string name = std::string("BlendMaskedPlanar/") + tarn::FormName(form) + "/1920x1080";
-        benchmark::RegisterBenchmark((name + "/ours").c_str(), [form](benchmark::State& s) { KernelOurs(s, form); })
-            ->Unit(benchmark::kMillisecond);
+        const std::string family = std::string("BlendMaskedPlanar/") + tarn::FormName(form) + "/1920x1080";
+        Register(family + "/ours", [=](benchmark::State& s) { KernelOurs(s, family, form); });
 #if defined(TARN_HAVE_PEER)
-        benchmark::RegisterBenchmark((name + "/peer").c_str(), [form](benchmark::State& s) { KernelPeer(s, form); })
-            ->Unit(benchmark::kMillisecond);
+        Register(family + "/peer", [=](benchmark::State& s) { KernelPeer(s, family, form); });
 #endif
     }
     static const char* kinds[] = {"masked", "keyed128", "16x320x180", "stretched"};
     for (const char* kind : kinds)
         for (tarn::SimdForm form : {tarn::SimdForm::Avx2, tarn::SimdForm::Sse2}) {
             if (form > tarn::HostSimdForm()) continue;
-            const std::string name = std::string("Flatten/") + kind + "/" + tarn::FormName(form) + "/1920x1080";
-            benchmark::RegisterBenchmark((name + "/ours").c_str(),
-                                         [kind, form](benchmark::State& s) { Ours(s, kind, form); })
-                ->Unit(benchmark::kMillisecond);
+            const std::string family = std::string("Flatten/") + kind + "/" + tarn::FormName(form) + "/1920x1080";
+            Register(family + "/ours", [=](benchmark::State& s) { Ours(s, family, kind, form); });
 #if defined(TARN_HAVE_PEER)
-            benchmark::RegisterBenchmark((name + "/peer").c_str(),
-                                         [kind, form](benchmark::State& s) { Peer(s, kind, form); })
-                ->Unit(benchmark::kMillisecond);
+            Register(family + "/peer", [=](benchmark::State& s) { Peer(s, family, kind, form); });
 #endif
         }
     return true;
