@@ -108,9 +108,10 @@ void AreaCarryRow(float* __restrict current, float* __restrict carry, uint32_t t
 
 namespace {
 
-AreaGrayRowEndFn PickAreaGrayRowEnd() {
+AreaGrayPlannedRowEndFn PickAreaGrayRowEnd() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<AreaGrayRowEndFn> t[] = {{SimdForm::Avx2, AreaGrayRowEndAvx2}, {SimdForm::Plain, nullptr}};
+    static const FormEntry<AreaGrayPlannedRowEndFn> t[] = {{SimdForm::Avx2, AreaGrayRowEndPlannedAvx2},
+                                                           {SimdForm::Plain, nullptr}};
     return PickForm(t);
 #else
     return nullptr;
@@ -136,6 +137,34 @@ AreaRowForms PickAreaRowForms() {
 
 }  // namespace
 
+AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint32_t width, uint32_t srcWidth) {
+    constexpr uint32_t kWindow = 16;
+    AreaSweepPlan plan;
+    const uint32_t blocks = width / 8;
+    plan.base.assign(blocks, -1);
+    plan.masks.assign(size_t(blocks) * perColumn * 32, 0x80);
+    if (srcWidth < kWindow) return plan;
+    for (uint32_t b = 0; b < blocks; ++b) {
+        const uint32_t x = 8 * b;
+        int32_t lo = index[x], hi = index[x];
+        for (uint32_t r = 0; r < perColumn; ++r)
+            for (uint32_t k = 0; k < 8; ++k) {
+                lo = std::min(lo, index[size_t(r) * width + x + k]);
+                hi = std::max(hi, index[size_t(r) * width + x + k]);
+            }
+        const int32_t base = std::min(lo, int32_t(srcWidth - kWindow));
+        if (base < 0 || hi - base >= int32_t(kWindow)) continue;
+        plan.base[b] = base;
+        for (uint32_t r = 0; r < perColumn; ++r) {
+            uint8_t* m = plan.masks.data() + (size_t(b) * perColumn + r) * 32;
+            // Lane k takes byte rel of the window into its low byte; both
+            // 16-byte halves of the register hold the same window.
+            for (uint32_t k = 0; k < 8; ++k) m[4 * k] = uint8_t(index[size_t(r) * width + x + k] - base);
+        }
+    }
+    return plan;
+}
+
 void AreaGrayRow(const uint8_t* row, uint32_t /*srcWidth*/, const int32_t* index, const float* weight,
                  uint32_t perColumn, uint32_t width, float* /*scratch*/, float* current) {
     for (uint32_t x = 0; x < width; ++x) {
@@ -157,7 +186,9 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
     std::vector<float> scratch(dense ? srcWidth + 16 : 0, 0.0f);
     const AreaRowForms forms = PickAreaRowForms();
     // A fast form may finish the row end in the same sweep as the sums.
-    const AreaGrayRowEndFn endRow = dense ? PickAreaGrayRowEnd() : nullptr;
+    const AreaGrayPlannedRowEndFn endRow = dense ? PickAreaGrayRowEnd() : nullptr;
+    const AreaSweepPlan plan =
+        endRow ? BuildAreaSweepPlan(table.index.data(), table.perColumn, dstWidth, srcWidth) : AreaSweepPlan{};
     uint32_t t = 1;
     for (uint32_t y = 0; y < srcHeight; ++y) {
         const uint8_t* row = src + intptr_t(y) * srcStride;
@@ -174,7 +205,7 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
         const int rowEnd = !ends ? 0 : std::fabs(f) < 0.001 ? 1 : 2;
         if (endRow) {
             endRow(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth, scratch.data(),
-                   rowEnd, f, carry, dst);
+                   rowEnd, f, carry, dst, &plan);
         } else {
             if (dense) {
                 AreaGrayRow(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth,

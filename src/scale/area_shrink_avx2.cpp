@@ -81,22 +81,56 @@ struct Sink {
     }
 };
 
+// Blocks of the plan take their samples straight from the row's bytes: one
+// 16-byte window in both halves of a register, one shuffle per record that
+// zero-extends each column's byte into its lane, then the exact conversion
+// to float. The sums are those of the float window below.
+template <End E>
+void PlannedSweep(const uint8_t* row, const float* weight, uint32_t perColumn, uint32_t width,
+                  const AreaSweepPlan& plan, uint32_t& x, const Sink& sink) {
+    const uint32_t fast = width & ~7u;
+    for (; x < fast; x += 8) {
+        const int32_t base = plan.base[x / 8];
+        if (base < 0) return;
+        const __m256i window =
+            _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base)));
+        const uint8_t* m = plan.masks.data() + size_t(x / 8) * perColumn * 32;
+        __m256 v = _mm256_setzero_ps();
+        for (uint32_t r = 0; r < perColumn; ++r, m += 32) {
+            const __m256i lanes = _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m)));
+            const __m256 pick = _mm256_cvtepi32_ps(lanes);
+            v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick, _mm256_loadu_ps(weight + size_t(r) * width + x))));
+        }
+        sink.template Put8<E>(x, v);
+    }
+}
+
 template <End E>
 void Sweep(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight, uint32_t perColumn,
-           uint32_t width, float* scratch, const Sink& sink) {
+           uint32_t width, float* scratch, const Sink& sink, const AreaSweepPlan* plan) {
     auto column = [&](uint32_t x) {
         float v = 0.0f;
         for (uint32_t r = 0; r < perColumn; ++r)
             v += Rounded(row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x]);
         sink.template Put<E>(x, v);
     };
+    uint32_t start = 0;
+    if (plan) {
+        // Planned blocks first; the window sweep takes over from the first
+        // block the plan leaves out.
+        PlannedSweep<E>(row, weight, perColumn, width, *plan, start, sink);
+        if (start >= (width & ~7u)) {
+            for (uint32_t x = start; x < width; ++x) column(x);
+            return;
+        }
+    }
     uint32_t i = 0;
     for (; i + 8 <= srcWidth; i += 8)
         _mm256_storeu_ps(scratch + i, _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(
                                           _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + i)))));
     for (; i < srcWidth; ++i) scratch[i] = row[i];
     const uint32_t fast = width & ~7u;
-    for (uint32_t x = 0; x < fast; x += 8) {
+    for (uint32_t x = start; x < fast; x += 8) {
         const int32_t base = index[x];
         bool fits = true;
         for (uint32_t r = 0; r < perColumn; ++r) fits &= index[size_t(r) * width + x + 7] - base < 16;
@@ -124,13 +158,19 @@ void Sweep(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const fl
 
 }  // namespace
 
+void AreaGrayRowEndPlannedAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
+                               uint32_t perColumn, uint32_t width, float* scratch, int rowEnd, float f, float* carry,
+                               uint8_t* out, const AreaSweepPlan* plan) {
+    const Sink sink{carry, out, f, static_cast<float>(1.0 - f)};
+    if (rowEnd == 0) Sweep<End::Carry>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
+    else if (rowEnd == 1) Sweep<End::Emit>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
+    else Sweep<End::Split>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
+}
+
 void AreaGrayRowEndAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
                         uint32_t perColumn, uint32_t width, float* scratch, int rowEnd, float f, float* carry,
                         uint8_t* out) {
-    const Sink sink{carry, out, f, static_cast<float>(1.0 - f)};
-    if (rowEnd == 0) Sweep<End::Carry>(row, srcWidth, index, weight, perColumn, width, scratch, sink);
-    else if (rowEnd == 1) Sweep<End::Emit>(row, srcWidth, index, weight, perColumn, width, scratch, sink);
-    else Sweep<End::Split>(row, srcWidth, index, weight, perColumn, width, scratch, sink);
+    AreaGrayRowEndPlannedAvx2(row, srcWidth, index, weight, perColumn, width, scratch, rowEnd, f, carry, out, nullptr);
 }
 
 void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total) {

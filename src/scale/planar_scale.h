@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "scale/drivers.h"
 
@@ -51,6 +52,24 @@ using AreaGrayRowEndFn = void (*)(const uint8_t* row, uint32_t srcWidth, const i
                                   const float* weight, uint32_t perColumn, uint32_t width, float* scratch,
                                   int rowEnd, float f, float* carry, uint8_t* out);
 
+// Blocks of 8 target columns of a single-channel sweep, planned once per
+// image from the dense table: the first of the 16 source bytes a block's
+// samples lie in (-1 where they spread wider or the row is narrower), and
+// per record the byte shuffle that puts each column's sample, zero-extended,
+// in a 32-bit lane (columns 0-3 from the low copy of the 16 bytes, 4-7 from
+// the high one). Windows end inside the row.
+struct AreaSweepPlan {
+    std::vector<int32_t> base;   // [block]
+    std::vector<uint8_t> masks;  // [block][record][32]
+};
+AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint32_t width, uint32_t srcWidth);
+
+// AreaGrayRowEndFn with the plan (null: none).
+using AreaGrayPlannedRowEndFn = void (*)(const uint8_t* row, uint32_t srcWidth, const int32_t* index,
+                                         const float* weight, uint32_t perColumn, uint32_t width, float* scratch,
+                                         int rowEnd, float f, float* carry, uint8_t* out,
+                                         const AreaSweepPlan* plan);
+
 // The end of a source row: a target row goes out whole (trunc(current +
 // carry + 0.5)), goes out split by f (the part f carries on), or the row's
 // sums are carried into the target row under way.
@@ -65,6 +84,9 @@ void AreaCarryRowAvx2(float* current, float* carry, uint32_t total);
 void AreaGrayRowEndAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
                         uint32_t perColumn, uint32_t width, float* scratch, int rowEnd, float f, float* carry,
                         uint8_t* out);
+void AreaGrayRowEndPlannedAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
+                               uint32_t perColumn, uint32_t width, float* scratch, int rowEnd, float f, float* carry,
+                               uint8_t* out, const AreaSweepPlan* plan);
 #endif
 
 }  // namespace tarn
