@@ -43,6 +43,11 @@ public:
         const Addr hi = std::max(first, last) + static_cast<Addr>(stride < 0 ? -stride : stride);
         return {lo, hi};
     }
+    // A planar frame: `rows` rows of luma and rows / 2 of each chroma plane.
+    static Span OfPlanar(const void* y, const void* u, const void* v, ptrdiff_t yStride,
+                         ptrdiff_t uvStride, int32_t rows) {
+        return OfFrame(y, yStride, rows).Union(OfFrame(u, uvStride, rows / 2)).Union(OfFrame(v, uvStride, rows / 2));
+    }
     Span Union(const Span& o) const {
         if (lo_ == hi_) return o;
         if (o.lo_ == o.hi_) return *this;
@@ -92,6 +97,19 @@ private:
 
     Addr lo_ = 0, hi_ = 0;
 };
+
+// The walk over the RGB or packed side of a kernel: |height| rows, and with
+// a negative height from the last row up.
+struct RowWalk {
+    int32_t rows;
+    Addr base;
+    ptrdiff_t step;
+};
+inline RowWalk WalkOf(const void* p, ptrdiff_t stride, int32_t height) {
+    const int32_t rows = height < 0 ? -height : height;
+    if (height < 0) return {rows, Offset(AddrOf(p), stride * (rows - 1)), -stride};
+    return {rows, AddrOf(p), stride};
+}
 
 // Working rows of one kernel call. Left uninitialised: every byte is written
 // before it is read, and a frame's worth of zeroing would cost a pass.

@@ -13,34 +13,18 @@ namespace tarn {
 
 namespace {
 
-enum class Body : uint8_t { Plain, Mmx, Sse2 };
-
-void SmoothTruncRow(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
-    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(SmoothTrunc(a[i], b[i], c[i]));
-}
-void TruncAvgRow(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
-    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(TruncAvg(a[i], b[i]));
-}
-
 void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                   int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
                   int32_t height) {
-    const int32_t rows = height < 0 ? -height : height;
+    // A negative height reads the source from its last row up.
+    const RowWalk walk = WalkOf(src, srcStride, height);
+    const int32_t rows = walk.rows;
     const size_t pairs = static_cast<size_t>(width >> 1);
     if (rows < 4 || pairs == 0) return;
     const int32_t lastPair = rows / 2 - 1;
-    // A negative height reads the source from its last row up.
-    Addr srcBase = AddrOf(src);
-    ptrdiff_t step = srcStride;
-    if (height < 0) {
-        srcBase = Offset(srcBase, step * (rows - 1));
-        step = -step;
-    }
     const Span srcSpan = Span::OfFrame(src, srcStride, rows);
-    const Span dstSpan = Span::OfFrame(dstY, yStride, rows)
-                             .Union(Span::OfFrame(dstU, uvStride, rows / 2))
-                             .Union(Span::OfFrame(dstV, uvStride, rows / 2));
-    const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
+    const Span dstSpan = Span::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
+    const YuvRowForms& f = RowsFor(body);
     const bool trunc = body == Body::Mmx;
     // Block columns in bytes of the packed row; the rest are remainder pairs.
     const int blockShift = body == Body::Sse2 ? 4 : 3;
@@ -59,7 +43,7 @@ void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_
         for (int i = 0; i < 4; ++i) {
             const int32_t r = 2 * k - 1 + i;
             if (r < 0 || r > 2 * lastPair + 1) continue;
-            s[i] = srcSpan.Fetch(Offset(srcBase, r * step + shift * 2), n, row(i));
+            s[i] = srcSpan.Fetch(Offset(walk.base, r * walk.step + shift * 2), n, row(i));
         }
         const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
         const Addr y1At = Offset(y0At, yStride);

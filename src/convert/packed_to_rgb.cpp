@@ -11,24 +11,17 @@ namespace tarn {
 
 namespace {
 
-enum class Body : uint8_t { Plain, Mmx, Sse2 };
-
 template <int Bpp>
 void FromYuy2(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
               int32_t width, int32_t height) {
-    const int32_t rows = height < 0 ? -height : height;
+    // A negative height reads the source from its last row up.
+    const RowWalk walk = WalkOf(src, srcStride, height);
+    const int32_t rows = walk.rows;
     const size_t n = static_cast<size_t>(width & ~1);
     if (rows == 0 || n == 0) return;
-    // A negative height reads the source from its last row up.
-    Addr srcBase = AddrOf(src);
-    ptrdiff_t step = srcStride;
-    if (height < 0) {
-        srcBase = Offset(srcBase, step * (rows - 1));
-        step = -step;
-    }
     const Span srcSpan = Span::OfFrame(src, srcStride, rows);
     const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
-    const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
+    const YuvRowForms& f = RowsFor(body);
     const int blockShift = body == Body::Sse2 ? 4 : body == Body::Mmx ? 3 : 31;
     const size_t nb = body == Body::Plain ? 0 : static_cast<size_t>((width >> blockShift) << blockShift);
     // The MMX 24-bit body ends each block with an 8-byte store, one byte of 0
@@ -46,7 +39,7 @@ void FromYuy2(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src, in
     for (int32_t r = 0; r < rows; ++r) {
         // An odd width makes each later row start one pixel further left.
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
-        const uint8_t* s = srcSpan.Fetch(Offset(srcBase, r * step + shift * 2), n * 2, in);
+        const uint8_t* s = srcSpan.Fetch(Offset(walk.base, r * walk.step + shift * 2), n * 2, in);
         const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * Bpp);
         uint8_t* out = dstSpan.Target(at, outBytes, outScratch);
         if (Bpp == 4)

@@ -13,36 +13,20 @@ namespace tarn {
 
 namespace {
 
-enum class Body : uint8_t { Plain, Mmx, Sse2 };
-
-void SmoothTruncRow(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
-    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(SmoothTrunc(a[i], b[i], c[i]));
-}
-void TruncAvgRow(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
-    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(TruncAvg(a[i], b[i]));
-}
-
 // The MMX body (16-pixel blocks) uses the truncating t() and m(); its
 // remainder pairs and every column of the other tiers round, so the SSE2
 // kernel gives the plain kernel's bytes at any width.
 void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride, int32_t uvStride,
                   int32_t width, int32_t height) {
-    const int32_t rows = height < 0 ? -height : height;
+    const RowWalk walk = WalkOf(dst, dstStride, height);
+    const int32_t rows = walk.rows;
     const size_t pairs = static_cast<size_t>(width >> 1);
     if (rows < 4 || pairs == 0) return;
     const int32_t lastPair = rows / 2 - 1;
-    Addr dstBase = AddrOf(dst);
-    ptrdiff_t step = dstStride;
-    if (height < 0) {
-        dstBase = Offset(dstBase, step * (rows - 1));
-        step = -step;
-    }
     const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
-    const Span srcSpan = Span::OfFrame(srcY, yStride, rows)
-                             .Union(Span::OfFrame(srcU, uvStride, rows / 2))
-                             .Union(Span::OfFrame(srcV, uvStride, rows / 2));
-    const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
+    const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
+    const YuvRowForms& f = RowsFor(body);
     const bool trunc = body == Body::Mmx;
     const size_t n = 2 * pairs;
     const size_t nb = trunc ? size_t((width >> 4) << 4) : 0, nbc = nb / 2;
@@ -73,21 +57,13 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
         Addr at[2];
         uint8_t* outs[2];
         for (int i = 0; i < 2; ++i) {
-            at[i] = Offset(dstBase, ptrdiff_t(2 * k + i) * step + shift * 2);
+            at[i] = Offset(walk.base, ptrdiff_t(2 * k + i) * walk.step + shift * 2);
             outs[i] = dstSpan.Target(at[i], 2 * n, row(14 + i));
         }
         if (!trunc) {
-            // Rounding everywhere: one pass per row pair. Stored rows are
-            // given three times, and the end pairs' r(a, b) is s(a, a, b).
-            Rows3 ly[2], lc[2];
-            for (int i = 0; i < 2; ++i)
-                ly[i] = (i == 0 ? first : last) ? Rows3{y[1 + i], y[1 + i], y[1 + i]}
-                                                : Rows3{y[i], y[i + 2], y[i + 1]};
-            for (int p = 0; p < 2; ++p)
-                lc[p] = first ? Rows3{c[p][1], c[p][1], c[p][2]}
-                        : last ? Rows3{c[p][0], c[p][0], c[p][1]}
-                               : Rows3{c[p][0], c[p][2], c[p][1]};
-            f.smoothPairToYuy2(outs[0], outs[1], ly[0], ly[1], lc[0], lc[1], pairs);
+            // Rounding everywhere: one pass per row pair.
+            f.smoothPairToYuy2(outs[0], outs[1], PairLuma(y, 0, first), PairLuma(y, 1, last),
+                               PairChroma(c[0], first, last), PairChroma(c[1], first, last), pairs);
         } else {
             const uint8_t* luma[2];
             for (int i = 0; i < 2; ++i) {

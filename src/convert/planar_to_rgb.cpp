@@ -13,8 +13,6 @@ namespace tarn {
 
 namespace {
 
-enum class Body : uint8_t { Plain, Mmx, Sse2 };
-
 // The columns one row pair converts and where its rows stand.
 struct PairLayout {
     int32_t blockPixels;    // block columns, from the left of the pair's rows
@@ -45,13 +43,6 @@ PairLayout LayoutOf(Body body, int32_t width, int32_t k) {
     return {0, 2 * pairs, drift, 0};
 }
 
-void SmoothTruncRow(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
-    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(SmoothTrunc(a[i], b[i], c[i]));
-}
-void TruncAvgRow(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
-    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(TruncAvg(a[i], b[i]));
-}
-
 template <int Bpp>
 void TableRow(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v, int32_t from,
               int32_t to) {
@@ -77,20 +68,13 @@ template <int Bpp>
 void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride, int32_t uvStride,
                   int32_t width, int32_t height) {
-    const int32_t rows = height < 0 ? -height : height;
+    const RowWalk walk = WalkOf(dst, dstStride, height);
+    const int32_t rows = walk.rows;
     if (rows < 4 || width < 2) return;  // smoothing needs two row pairs
     const int32_t lastPair = rows / 2 - 1;
-    Addr dstBase = AddrOf(dst);
-    ptrdiff_t step = dstStride;
-    if (height < 0) {
-        dstBase = Offset(dstBase, step * (rows - 1));
-        step = -step;
-    }
     const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
-    const Span srcSpan = Span::OfFrame(srcY, yStride, rows)
-                             .Union(Span::OfFrame(srcU, uvStride, rows / 2))
-                             .Union(Span::OfFrame(srcV, uvStride, rows / 2));
-    const YuvRowForms& f = body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain;
+    const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
+    const YuvRowForms& f = RowsFor(body);
     const bool trunc = body == Body::Mmx;
 
     // The SSE2 body smooths and converts its block columns in one pass; the
@@ -166,19 +150,12 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
         uint8_t* outs[2];
         Addr at[2];
         for (int i = 0; i < 2; ++i) {
-            at[i] = Offset(dstBase, ptrdiff_t(2 * k + i) * step + g.shift * Bpp);
+            at[i] = Offset(walk.base, ptrdiff_t(2 * k + i) * walk.step + g.shift * Bpp);
             outs[i] = trunc ? w.Row(14 + 2 * i) : dstSpan.Target(at[i], bytes, w.Row(14 + 2 * i));
         }
         if (fused) {
-            const auto rows = [](const uint8_t* a, const uint8_t* b, const uint8_t* cc) { return Rows3{a, b, cc}; };
-            Rows3 ly[2], lc[2];
-            for (int i = 0; i < 2; ++i)
-                ly[i] = (i == 0 ? first : last) ? rows(y[1 + i], y[1 + i], y[1 + i]) : rows(y[i], y[i + 2], y[i + 1]);
-            for (int p = 0; p < 2; ++p)  // r(a, b) is s(a, a, b)
-                lc[p] = first ? rows(c[p][1], c[p][1], c[p][2])
-                        : last ? rows(c[p][0], c[p][0], c[p][1])
-                               : rows(c[p][0], c[p][2], c[p][1]);
-            f.smoothPairToBgra(outs[0], outs[1], ly[0], ly[1], lc[0], lc[1], nb);
+            f.smoothPairToBgra(outs[0], outs[1], PairLuma(y, 0, first), PairLuma(y, 1, last),
+                               PairChroma(c[0], first, last), PairChroma(c[1], first, last), nb);
         }
         for (int i = 0; i < 2; ++i) {
             if (!fused) {
@@ -231,18 +208,11 @@ void ConvPlanarToRgb32SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t*
 void ConvPlanarToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                            const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                            int32_t uvStride, int32_t width, int32_t height) {
-    const int32_t rows = height < 0 ? -height : height;
+    const RowWalk walk = WalkOf(dst, dstStride, height);
+    const int32_t rows = walk.rows;
     if (rows == 0 || width < 2) return;
-    Addr dstBase = AddrOf(dst);
-    ptrdiff_t step = dstStride;
-    if (height < 0) {
-        dstBase = Offset(dstBase, step * (rows - 1));
-        step = -step;
-    }
     const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
-    const Span srcSpan = Span::OfFrame(srcY, yStride, rows)
-                             .Union(Span::OfFrame(srcU, uvStride, rows / 2))
-                             .Union(Span::OfFrame(srcV, uvStride, rows / 2));
+    const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const YuvRowForms& f = ActiveYuvRows();
     const size_t blocks = static_cast<size_t>((width >> 4) << 4);
     const size_t n = static_cast<size_t>(width & ~1);
@@ -253,7 +223,7 @@ void ConvPlanarToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
         const ptrdiff_t chromaRow = ptrdiff_t(r / 2) * uvStride;
         const uint8_t* u = srcSpan.Fetch(Offset(AddrOf(srcU), chromaRow), n / 2, w.Row(1));
         const uint8_t* v = srcSpan.Fetch(Offset(AddrOf(srcV), chromaRow), n / 2, w.Row(2));
-        const Addr at = Offset(dstBase, ptrdiff_t(r) * step + shift * 3);
+        const Addr at = Offset(walk.base, ptrdiff_t(r) * walk.step + shift * 3);
         uint8_t* out = dstSpan.Target(at, n * 3, w.Row(3));
         f.toBgr(out, y, u, v, blocks);
         for (size_t x = blocks; x < n; ++x) {

@@ -12,29 +12,12 @@ namespace tarn {
 
 namespace {
 
-struct RowWalk {
-    int32_t rows;
-    Addr srcBase;
-    ptrdiff_t srcStep;
-};
-
-// A negative height reads the source from its last row up.
-RowWalk WalkOf(const uint8_t* src, int32_t srcStride, int32_t height) {
-    const int32_t rows = height < 0 ? -height : height;
-    RowWalk w{rows, AddrOf(src), srcStride};
-    if (height < 0) {
-        w.srcBase = Offset(w.srcBase, w.srcStep * (rows - 1));
-        w.srcStep = -w.srcStep;
-    }
-    return w;
-}
-
 // Every row, every pixel pair; an odd width makes each later row start one
 // pixel further left in source and destination.
 template <int Bpp>
 void ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                  int32_t width, int32_t height) {
-    const RowWalk walk = WalkOf(src, srcStride, height);
+    const RowWalk walk = WalkOf(src, srcStride, height);  // from the last row up when negative
     const size_t pairs = static_cast<size_t>(width >> 1);
     if (walk.rows == 0 || pairs == 0) return;
     const Span srcSpan = Span::OfFrame(src, srcStride, walk.rows);
@@ -44,7 +27,7 @@ void ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t sr
     uint8_t* outScratch = work.data() + pairs * 8 + 32;
     for (int32_t r = 0; r < walk.rows; ++r) {
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
-        const uint8_t* s = srcSpan.Fetch(Offset(walk.srcBase, r * walk.srcStep + shift * Bpp),
+        const uint8_t* s = srcSpan.Fetch(Offset(walk.base, r * walk.step + shift * Bpp),
                                          pairs * 2 * Bpp, inScratch);
         const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * 2);
         uint8_t* d = dstSpan.Target(at, pairs * 4, outScratch);
@@ -65,7 +48,7 @@ void ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t sr
 template <int Bpp>
 void ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride, int32_t width,
                 int32_t height) {
-    const RowWalk walk = WalkOf(src, srcStride, height);
+    const RowWalk walk = WalkOf(src, srcStride, height);  // from the last row up when negative
     if (walk.rows == 0 || width < 2) return;
     const Span srcSpan = Span::OfFrame(src, srcStride, walk.rows);
     const Span dstSpan = Span::OfFrame(dst, dstStride, walk.rows);
@@ -79,7 +62,7 @@ void ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride
     uint8_t* outScratch = work.data() + inBytes;
     for (int32_t r = 0; r < walk.rows; ++r) {
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
-        const Addr row = Offset(walk.srcBase, r * walk.srcStep + shift * 4);
+        const Addr row = Offset(walk.base, r * walk.step + shift * 4);
         if (blocks) {
             const uint8_t* s = srcSpan.Fetch(row, inBytes, inScratch);
             const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * 2);

@@ -18,19 +18,12 @@ template <int Bpp>
 void ConvertRows(const RgbRowForms& f, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV,
                  int32_t yStride, int32_t uvStride, const uint8_t* src, int32_t srcStride,
                  int32_t width, int32_t height) {
-    const int32_t rows = height < 0 ? -height : height;
+    const RowWalk walk = WalkOf(src, srcStride, height);
+    const int32_t rows = walk.rows;
     const int32_t pairs = width >> 1;
     if (rows < 2 || pairs == 0) return;
-    Addr srcBase = AddrOf(src);
-    ptrdiff_t step = srcStride;
-    if (height < 0) {
-        srcBase = Offset(srcBase, step * (rows - 1));
-        step = -step;
-    }
     const Span srcSpan = Span::OfFrame(src, srcStride, rows);
-    const Span dstSpan = Span::OfFrame(dstY, yStride, rows)
-                             .Union(Span::OfFrame(dstU, uvStride, rows / 2))
-                             .Union(Span::OfFrame(dstV, uvStride, rows / 2));
+    const Span dstSpan = Span::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
     const size_t n = 2 * static_cast<size_t>(pairs);
     const size_t srcBytes = n * Bpp + kRgbRowReadSlack;
     const size_t cap = srcBytes + 64;
@@ -41,9 +34,9 @@ void ConvertRows(const RgbRowForms& f, uint8_t* dstY, uint8_t* dstU, uint8_t* ds
 
     for (int32_t k = 0; k < rows / 2; ++k) {
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
-        const Addr s0At = Offset(srcBase, ptrdiff_t(2 * k) * step + shift * Bpp);
+        const Addr s0At = Offset(walk.base, ptrdiff_t(2 * k) * walk.step + shift * Bpp);
         const uint8_t* s0 = srcSpan.Fetch(s0At, srcBytes, scratch[0]);
-        const uint8_t* s1 = srcSpan.Fetch(Offset(s0At, step), srcBytes, scratch[1]);
+        const uint8_t* s1 = srcSpan.Fetch(Offset(s0At, walk.step), srcBytes, scratch[1]);
         const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
         const Addr y1At = Offset(y0At, yStride);
         const Addr uAt = Offset(AddrOf(dstU), ptrdiff_t(k) * uvStride);

@@ -5,6 +5,7 @@
 // rounds up. The two differ by up to 1 per averaging step.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tarn {
@@ -22,6 +23,14 @@ constexpr uint32_t Smooth(uint32_t a, uint32_t b, uint32_t c) {
 constexpr uint32_t SatAdd8(uint32_t a, uint32_t b) { return a + b > 255 ? 255 : a + b; }
 constexpr uint32_t SmoothTrunc(uint32_t a, uint32_t b, uint32_t c) {
     return SatAdd8(SatAdd8(a >> 1, b >> 1) >> 1, c >> 1);
+}
+
+// Whole rows of the truncating forms, for the MMX tier's block columns.
+inline void SmoothTruncRow(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(SmoothTrunc(a[i], b[i], c[i]));
+}
+inline void TruncAvgRow(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(TruncAvg(a[i], b[i]));
 }
 
 }  // namespace tarn

@@ -61,4 +61,22 @@ extern const YuvRowForms kYuvRowsAvx2;
 // The fastest forms allowed now.
 const YuvRowForms& ActiveYuvRows();
 
+// Which tier's body a kernel of the YUV side runs. The plain and MMX bodies
+// take the plain forms (the MMX tier's truncating columns are done apart);
+// the SSE2 body takes the fastest forms.
+enum class Body : uint8_t { Plain, Mmx, Sse2 };
+inline const YuvRowForms& RowsFor(Body body) { return body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain; }
+
+// The rounding rows of row pair k. y holds luma rows 2k - 1 .. 2k + 2 and c
+// chroma rows k - 1 .. k + 1 of one plane. Luma row i (0 or 1) of the pair
+// stands as stored when it is the frame's first or last row and is smoothed
+// with its neighbours otherwise; chroma averages the two rows at the top and
+// bottom (r(a, b) is s(a, a, b)) and is smoothed in between.
+inline Rows3 PairLuma(const uint8_t* const y[4], int i, bool stored) {
+    return stored ? Rows3{y[1 + i], y[1 + i], y[1 + i]} : Rows3{y[i], y[i + 2], y[i + 1]};
+}
+inline Rows3 PairChroma(const uint8_t* const c[3], bool first, bool last) {
+    return first ? Rows3{c[1], c[1], c[2]} : last ? Rows3{c[0], c[0], c[1]} : Rows3{c[0], c[2], c[1]};
+}
+
 }  // namespace tarn

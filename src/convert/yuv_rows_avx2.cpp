@@ -276,9 +276,9 @@ void SmoothPairToBgraAvx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
     }
 }
 
-// 32 pairs a step. The in-lane unpacks want chroma as pairs 0-7, 16-23 |
-// 8-15, 24-31, which one 64-bit permute gives; the 128-bit permutes put the
-// packed pairs back in order for the stores.
+// 32 pairs a step. One 64-bit permute puts the chroma as pairs 0-7 | 8-15 of
+// each 16; the in-lane unpacks with luma then give pairs 0-3 | 8-11 and 4-7 |
+// 12-15, and each lane is stored where it belongs.
 void SmoothPairToYuy2Avx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
                           size_t pairs) {
     size_t i = 0;
