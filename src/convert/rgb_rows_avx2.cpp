@@ -78,20 +78,18 @@ inline void PlanarBlock16(__m256i a0, __m256i a1, __m256i b0, __m256i b1, uint8_
 // Two rows of 32 pixels (8 per register): 32 luma bytes per row, 16 Cb and
 // 16 Cr. Luma takes the pixel bytes as signed, each less 128, against the
 // unsigned weights 25, 129, 66: both partial sums and their total stay within
-// 16 bits, and the bias of 220 x 128 = 110 x 256 comes back as 110 after the
-// shift by 8. The chroma sums are those of PlanarBlock16; Cb and Cr of each
+// signed 16 bits (one horizontal add joins them), and the bias of 220 x 128 =
+// 110 x 256 comes back as 110 after the shift by 8. The chroma sums are those of PlanarBlock16; Cb and Cr of each
 // block are paired by one horizontal add, and the adding of 128 is a flip of
 // the sign bit once they are bytes.
 inline __m256i LumaRow32(const __m256i p[4]) {
     const __m256i weights = _mm256_set1_epi32(0x00428119);  // 25, 129, 66, 0
     const __m256i bias = _mm256_set1_epi8(-128);
-    const __m256i ones = _mm256_set1_epi16(1);
     __m256i s[4];
-    for (int k = 0; k < 4; ++k)
-        s[k] = _mm256_madd_epi16(_mm256_maddubs_epi16(weights, _mm256_xor_si256(p[k], bias)), ones);
+    for (int k = 0; k < 4; ++k) s[k] = _mm256_maddubs_epi16(weights, _mm256_xor_si256(p[k], bias));
     // Pixels 0-3, 8-11, 16-19, 24-27 | 4-7, 12-15, 20-23, 28-31.
-    const __m256i words = _mm256_packs_epi16(_mm256_srai_epi16(_mm256_packs_epi32(s[0], s[1]), 8),
-                                             _mm256_srai_epi16(_mm256_packs_epi32(s[2], s[3]), 8));
+    const __m256i words = _mm256_packs_epi16(_mm256_srai_epi16(_mm256_hadd_epi16(s[0], s[1]), 8),
+                                             _mm256_srai_epi16(_mm256_hadd_epi16(s[2], s[3]), 8));
     const __m256i bytes = _mm256_add_epi8(words, _mm256_set1_epi8(126));
     return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
