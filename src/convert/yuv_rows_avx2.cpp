@@ -306,8 +306,8 @@ void SmoothPairToYuy2Avx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
     SmoothPairToYuy2Simd(d0, d1, ya, yb, uu, vv, i, pairs);
 }
 
-// 32 pairs (128 packed bytes) a step; each pack is put in order by a 64-bit
-// permute.
+// 32 pairs (128 packed bytes) a step; each luma pack is put in order by a
+// 64-bit permute.
 void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
                             size_t pairs) {
     const __m256i low = _mm256_set1_epi16(0x00FF);
@@ -330,9 +330,15 @@ void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Ro
         Store32(y0 + 2 * i + 32, lowBytes(f0[2], f0[3]));
         Store32(y1 + 2 * i, lowBytes(f1[0], f1[1]));
         Store32(y1 + 2 * i + 32, lowBytes(f1[2], f1[3]));
-        const __m256i c01 = pack(c[0], c[1]), c23 = pack(c[2], c[3]);  // u v u v ...
-        Store32(u + i, lowBytes(c01, c23));
-        Store32(v + i, pack(_mm256_srli_epi16(c01, 8), _mm256_srli_epi16(c23, 8)));
+        // u v u v ... of pairs 0-3, 8-11 | 4-7, 12-15 and 16-19, 24-27 |
+        // 20-23, 28-31; the planes come out as dwords 0, 2, 4, 6 | 1, 3, 5, 7
+        // and one dword permute puts them in order.
+        const __m256i c01 = _mm256_packus_epi16(c[0], c[1]), c23 = _mm256_packus_epi16(c[2], c[3]);
+        const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+        Store32(u + i, _mm256_permutevar8x32_epi32(
+                           _mm256_packus_epi16(_mm256_and_si256(c01, low), _mm256_and_si256(c23, low)), order));
+        Store32(v + i, _mm256_permutevar8x32_epi32(
+                           _mm256_packus_epi16(_mm256_srli_epi16(c01, 8), _mm256_srli_epi16(c23, 8)), order));
     }
     const uint8_t* ra[3] = {a.a, a.b, a.c};
     const uint8_t* rb[3] = {b.a, b.b, b.c};
