@@ -27,6 +27,16 @@ struct ResultText {
     const char* name;
 };
 
+// `count` pixels `inStep` and `outStep` bytes apart, first and third bytes
+// exchanged: the tool's images are red first, the library's RGB blue first.
+void CopySwappingRedBlue(const uint8_t* in, int inStep, uint8_t* out, int outStep, int count) {
+    for (int x = 0; x < count; ++x, in += inStep, out += outStep) {
+        out[0] = in[2];
+        out[1] = in[1];
+        out[2] = in[0];
+    }
+}
+
 constexpr ResultText kResults[] = {
     {VED_E_FAIL, "failed"},
     {VED_E_NOTSUPPORTED, "not supported by this build of the library"},
@@ -110,15 +120,8 @@ void CheckRgbSize(const Image& image, const std::string& name) {
 SurfaceRef RgbSurfaceFrom(const Library& lib, const Image& image) {
     const int w = RgbWidthKept(image.width), h = RgbHeightKept(image.height);
     std::vector<uint8_t> bgr(size_t(w) * size_t(h) * 3);
-    for (int y = 0; y < h; ++y) {
-        const uint8_t* in = image.Row(y);
-        uint8_t* out = bgr.data() + size_t(y) * size_t(w) * 3;
-        for (int x = 0; x < w; ++x, in += image.channels, out += 3) {
-            out[0] = in[2];
-            out[1] = in[1];
-            out[2] = in[0];
-        }
-    }
+    for (int y = 0; y < h; ++y)
+        CopySwappingRedBlue(image.Row(y), image.channels, bgr.data() + size_t(y) * size_t(w) * 3, 3, w);
     return lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB24, w, h, true), bgr.data());
 }
 
@@ -129,12 +132,8 @@ SurfaceRef RgbaSurfaceFrom(const Library& lib, const Image& image, uint32_t tran
     for (int y = 0; y < h; ++y) {
         const uint8_t* in = image.Row(y);
         uint8_t* out = bgra.data() + size_t(h - 1 - y) * size_t(w) * 4;
-        for (int x = 0; x < w; ++x, in += 4, out += 4) {
-            out[0] = in[2];
-            out[1] = in[1];
-            out[2] = in[0];
-            out[3] = uint8_t((in[3] * keep) >> 8);
-        }
+        CopySwappingRedBlue(in, 4, out, 4, w);
+        for (int x = 0; x < w; ++x) out[4 * x + 3] = uint8_t((in[4 * x + 3] * keep) >> 8);
     }
     return lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB32, w, h, false), bgra.data());
 }
@@ -194,15 +193,7 @@ Image ImageFromSurface(ITarnSurface* surface) {
     Check(surface->SetFormat(SURFACE_FORMAT_RGB24), "SetFormat(RGB24)");
     Check(surface->CopyOut(bgr.data(), stride, 1), "CopyOut(RGB24)");
     Image image(w, h, 3);
-    for (int y = 0; y < h; ++y) {
-        const uint8_t* in = bgr.data() + size_t(y) * size_t(stride);
-        uint8_t* out = image.Row(y);
-        for (int x = 0; x < w; ++x, in += 3, out += 3) {
-            out[0] = in[2];
-            out[1] = in[1];
-            out[2] = in[0];
-        }
-    }
+    for (int y = 0; y < h; ++y) CopySwappingRedBlue(bgr.data() + size_t(y) * size_t(stride), 3, image.Row(y), 3, w);
     return image;
 }
 

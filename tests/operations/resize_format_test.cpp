@@ -1,6 +1,6 @@
 // Resize and drawing where a format change takes part: packed pictures are
-// resized by way of the planar format, a drawn source is converted for good,
-// and the odd-size trim before a conversion to planar.
+// resized by way of the planar format, and a drawn source is converted for
+// good.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -53,17 +53,6 @@ TEST(ResizeThroughFormats, DrawnSourceIsConvertedForGood) {
         EXPECT_EQ(t->pixels[11 * t->info.stride + 11 * bpp], converted);
         EXPECT_EQ(t->pixels[3 * t->info.stride + 3 * bpp], 0);
     }
-}
-
-TEST(ResizeThroughFormats, OddRgbIsTrimmedBeforePlanar) {
-    Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_RGB24, 101, 75);
-    ASSERT_EQ(s->SetFormat(SURFACE_FORMAT_YUV420), VED_S_OK);
-    ASSERT_EQ(s->Flush(), VED_S_OK);
-    SurfaceInfo info{};
-    s->GetInfo(&info);
-    EXPECT_EQ(info.format, SURFACE_FORMAT_YUV420);
-    EXPECT_EQ(info.width, 100u);
-    EXPECT_EQ(info.height, 74u);
 }
 
 }  // namespace
