@@ -27,8 +27,7 @@ VedResult CTarnSurface::RunRecord(const OperationRecord& record) {
     if (info.format == SURFACE_FORMAT_YUV422) {
         // Packed pictures are resized by way of the planar format. Under direct
         // output the first step writes the caller's buffer and leaves the
-        // surface packed, so the resize then scales the packed picture over it
-        // and the last step finds nothing to do.
+        // surface packed, so the resize then scales the packed picture over it.
         VedResult r = DoSetFormat(SURFACE_FORMAT_YUV420);
         if (r < 0) return r;
         r = DoResize(record.width, record.height, record.keepAspect, record.quality);

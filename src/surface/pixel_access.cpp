@@ -81,13 +81,11 @@ void CTarnSurfaceBuffer::CopyPixelsOut(uint8_t* destination, int32_t destination
 
 VedResult CTarnSurfaceBuffer::Clone(ITarnSurface** out) {
     if (info.storage != 4) return VED_E_NOTSUPPORTED;
-    auto* builder = new (std::nothrow) CSurfaceBuilder;
-    if (!builder) return VED_E_OUTOFMEMORY;
+    CSurfaceBuilder builder;
     int32_t byteCount = 0;
     ITarnSurface* clone = nullptr;
     // The descriptor is read before the queue is drained: callers flush first.
-    VedResult r = builder->CreateBlank(&info, &byteCount, &clone);
-    delete builder;
+    VedResult r = builder.CreateBlank(&info, &byteCount, &clone);
     if (r < 0 || !clone) return r;
 
     clone->SetAspect(aspectX, aspectY);

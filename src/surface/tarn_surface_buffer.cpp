@@ -9,7 +9,6 @@ CTarnSurfaceBuffer::~CTarnSurfaceBuffer() { ReleasePixels(); }
 
 bool CTarnSurfaceBuffer::AllocatePixels(int32_t bytes) {
     if (bytes < 1) return false;
-    pixelBytes = bytes;
     pixels = NewPixelArray(bytes);
     return pixels != nullptr;
 }

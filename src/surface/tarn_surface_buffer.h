@@ -50,7 +50,6 @@ public:
     void MakeMaskFromAlpha(ITarnSurface** maskOut);
 
     uint8_t* pixels = nullptr;
-    int32_t pixelBytes = 0;  // as asked at allocation; stale after replacements
 };
 
 // True for the formats whose stored rows may be bottom-up.
