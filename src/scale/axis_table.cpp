@@ -92,9 +92,13 @@ void BilinearFade(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, do
 void Box(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, double step, bool fade,
          Marks& mk) {
     const uint32_t outside = fade ? 0x00FF0000u : 0;
+    // Each box starts where the last one ended (p takes q's value), so its
+    // first sample is the last box's end, truncated once.
+    int64_t kb = Trunc(p + kE);
     for (uint32_t i = 0; i < m; ++i) {
         const double q = p + step;
-        const int64_t ka = Trunc(p + kE), kb = Trunc(q + kE);
+        const int64_t ka = kb;
+        kb = Trunc(q + kE);
         if (kb <= 0) {
             o[i] = 0, w[i] = outside, mk.Before(i);
         } else if (ka > n - 1) {

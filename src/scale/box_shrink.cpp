@@ -241,8 +241,8 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
     const BoxRowFn fastRow = PickBoxRow(f.family, f.fast);
     // The fast path runs over all columns, or over the middle band with fade.
     const uint32_t fastFrom = fade ? b.colFirst : 0, fastLen = fade ? b.middle : width;
-    const bool paired = fastLen > 0 && PairedRun(cols.offsets + fastFrom, cols.weights + fastFrom, 0, 0, fastLen,
-                                                 fastLen, 2 * srcBytes) == fastLen;
+    const bool paired = fastLen > 0 && PairedThroughout(cols.offsets + fastFrom, cols.weights + fastFrom, fastLen,
+                                                        2 * srcBytes);
     const BoxRowFn pairedRow = paired ? PickPairedRow(f.family, fastRow) : fastRow;
     const bool exact = maxFactor > 15;
     const uint32_t exDst = fade ? f.fadeDst : f.exactDst, exSrc = fade ? f.fadeSrc : f.exactSrc;

@@ -59,4 +59,12 @@ inline uint32_t PairedRun(const uint32_t* offsets, const uint32_t* counts, uint3
     return n;
 }
 
+// Whether all `len` entries form boxes of two consecutive samples, in one
+// pass without early exit (the compiler widens it): PairedRun(...) == len.
+inline bool PairedThroughout(const uint32_t* offsets, const uint32_t* counts, uint32_t len, uint32_t pairBytes) {
+    uint32_t bad = 0;
+    for (uint32_t i = 0; i < len; ++i) bad |= (counts[i] ^ 2u) | (offsets[i] - offsets[0] - i * pairBytes);
+    return bad == 0;
+}
+
 }  // namespace tarn

@@ -24,6 +24,18 @@ __m256i Divide(__m256i s, const BoxChain& ch) {
     return _mm256_srl_epi16(a, _mm_cvtsi32_si128(ch.finalShift));
 }
 
+// The same chain known while compiling: immediate shifts, no loop.
+template <BoxChain ch>
+__m256i Divide(__m256i s) {
+    if constexpr (ch.preShift != 0) s = _mm256_srli_epi16(s, 1);
+    __m256i a = s, t = s;
+    for (uint32_t i = 0; i < ch.count; ++i) {
+        t = _mm256_srl_epi16(t, _mm_cvtsi32_si128(ch.k[i]));
+        a = _mm256_add_epi16(a, t);
+    }
+    return _mm256_srli_epi16(a, ch.finalShift);
+}
+
 // PairedRun eight entries at a time: counts of 2 and offsets 8 bytes apart.
 uint32_t PairedRunWide(const uint32_t* offsets, const uint32_t* counts, uint32_t j, uint32_t k, uint32_t len) {
     if (j >= len || counts[j] != 2) return 0;
@@ -81,22 +93,51 @@ inline __m256i SumFour3(const uint8_t* p, intptr_t stride, uint32_t rows) {
 }
 
 template <BoxFamily F, uint32_t R>
+inline __m256i DividedSums(const uint8_t* p, intptr_t stride, uint32_t rows, const BoxChain& ch) {
+    constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
+    __m256i sums;
+    if constexpr (sp == 4) sums = SumFour<R>(p, stride, rows);
+    else sums = SumFour3<R>(p, stride, rows);
+    if constexpr (R != 0) return Divide<ChainFor(F, R, 2)>(sums);
+    else return Divide(sums, ch);
+}
+
+template <uint32_t DP>
+inline void StorePixels(uint8_t* dst, const uint32_t* v, int n) {
+    for (int i = 0; i < n; ++i) std::memcpy(dst + DP * i, &v[i], 4);
+}
+
+// Blocks of four boxes, two blocks at a time where there are two: one pack,
+// one reorder and one store for eight target pixels. A pack of two blocks
+// leaves the pixels as [0 1 4 5 | 2 3 6 7] in 8-byte pieces; the permute
+// puts them in order.
+template <BoxFamily F, uint32_t R>
 void PairedSegment(uint8_t* dst, const uint8_t* p, uint32_t blocks, intptr_t stride, uint32_t rows,
                    const BoxChain& ch) {
     constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
     constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
-    for (uint32_t b = 0; b < blocks; ++b, p += 8 * sp, dst += 4 * dp) {
-        __m256i sums;
-        if constexpr (sp == 4) sums = SumFour<R>(p, stride, rows);
-        else sums = SumFour3<R>(p, stride, rows);
-        const __m256i packed = _mm256_packus_epi16(Divide(sums, ch), _mm256_setzero_si256());
+    uint32_t b = 0;
+    for (; b + 2 <= blocks; b += 2, p += 16 * sp, dst += 8 * dp) {
+        const __m256i lo = DividedSums<F, R>(p, stride, rows, ch);
+        const __m256i hi = DividedSums<F, R>(p + 8 * sp, stride, rows, ch);
+        const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0));
+        if constexpr (dp == 4) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), px);
+        } else {
+            uint32_t v[8];
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(v), px);
+            StorePixels<3>(dst, v, 8);
+        }
+    }
+    if (b < blocks) {
+        const __m256i packed = _mm256_packus_epi16(DividedSums<F, R>(p, stride, rows, ch), _mm256_setzero_si256());
         const __m128i px = _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0)));
         if constexpr (dp == 4) {
             _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), px);
         } else {
-            int32_t v[4];
+            uint32_t v[4];
             _mm_storeu_si128(reinterpret_cast<__m128i*>(v), px);
-            for (int i = 0; i < 4; ++i) std::memcpy(dst + 3 * i, &v[i], 4);
+            StorePixels<3>(dst, v, 4);
         }
     }
 }
