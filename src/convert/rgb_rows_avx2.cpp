@@ -121,40 +121,34 @@ inline void PlanarBlock32(const __m256i a[4], const __m256i b[4], uint8_t* y0, u
     _mm_storeu_si128(reinterpret_cast<__m128i*>(v), _mm256_extracti128_si256(planes, 1));
 }
 
-void Planar32Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_t* s0,
-                  const uint8_t* s1, size_t pairs) {
-    size_t i = 0;
-    for (; i + 16 <= pairs; i += 16) {
-        const uint8_t* a = s0 + 8 * i;
-        const uint8_t* b = s1 + 8 * i;
-        const __m256i pa[4] = {Load32(a), Load32(a + 32), Load32(a + 64), Load32(a + 96)};
-        const __m256i pb[4] = {Load32(b), Load32(b + 32), Load32(b + 64), Load32(b + 96)};
-        PlanarBlock32(pa, pb, y0 + 2 * i, y1 + 2 * i, u + i, v + i);
-    }
-    for (; i + 8 <= pairs; i += 8) {
-        const uint8_t* a = s0 + 8 * i;
-        const uint8_t* b = s1 + 8 * i;
-        PlanarBlock16(Load32(a), Load32(a + 32), Load32(b), Load32(b + 32), y0 + 2 * i, y1 + 2 * i, u + i, v + i);
-    }
-    PlanarPairs<4>(y0, y1, u, v, s0, s1, i, pairs);
+// Eight pixels of a row of 4- or 3-byte pixels in 4-byte lanes.
+template <int Bpp>
+inline __m256i Pixels8(const uint8_t* p) {
+    if constexpr (Bpp == 4) return Load32(p);
+    else return Expand8(p);
 }
 
-void Planar24Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_t* s0,
-                  const uint8_t* s1, size_t pairs) {
+template <int Bpp>
+void PlanarAvx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_t* s0,
+                const uint8_t* s1, size_t pairs) {
+    constexpr size_t kEight = 8 * Bpp;  // bytes of eight pixels
     size_t i = 0;
     for (; i + 16 <= pairs; i += 16) {
-        const uint8_t* a = s0 + 6 * i;
-        const uint8_t* b = s1 + 6 * i;
-        const __m256i pa[4] = {Expand8(a), Expand8(a + 24), Expand8(a + 48), Expand8(a + 72)};
-        const __m256i pb[4] = {Expand8(b), Expand8(b + 24), Expand8(b + 48), Expand8(b + 72)};
+        const uint8_t* a = s0 + 2 * Bpp * i;
+        const uint8_t* b = s1 + 2 * Bpp * i;
+        const __m256i pa[4] = {Pixels8<Bpp>(a), Pixels8<Bpp>(a + kEight), Pixels8<Bpp>(a + 2 * kEight),
+                               Pixels8<Bpp>(a + 3 * kEight)};
+        const __m256i pb[4] = {Pixels8<Bpp>(b), Pixels8<Bpp>(b + kEight), Pixels8<Bpp>(b + 2 * kEight),
+                               Pixels8<Bpp>(b + 3 * kEight)};
         PlanarBlock32(pa, pb, y0 + 2 * i, y1 + 2 * i, u + i, v + i);
     }
     for (; i + 8 <= pairs; i += 8) {
-        const uint8_t* a = s0 + 6 * i;
-        const uint8_t* b = s1 + 6 * i;
-        PlanarBlock16(Expand8(a), Expand8(a + 24), Expand8(b), Expand8(b + 24), y0 + 2 * i, y1 + 2 * i, u + i, v + i);
+        const uint8_t* a = s0 + 2 * Bpp * i;
+        const uint8_t* b = s1 + 2 * Bpp * i;
+        PlanarBlock16(Pixels8<Bpp>(a), Pixels8<Bpp>(a + kEight), Pixels8<Bpp>(b), Pixels8<Bpp>(b + kEight),
+                      y0 + 2 * i, y1 + 2 * i, u + i, v + i);
     }
-    PlanarPairs<3>(y0, y1, u, v, s0, s1, i, pairs);
+    PlanarPairs<Bpp>(y0, y1, u, v, s0, s1, i, pairs);
 }
 
 // Two packed blocks (16 pixels) at once. Per four pixels the words are
@@ -175,24 +169,19 @@ inline __m256i Yuy2Blocks2(__m256i p0, __m256i p1) {
     return _mm256_permute4x64_epi64(words, _MM_SHUFFLE(3, 1, 2, 0));
 }
 
-void Yuy2Blocks32Avx2(uint8_t* dst, const uint8_t* src, size_t blocks) {
+// Both kernels step 32 source bytes a block (rgb_rows.h).
+template <int Bpp>
+void Yuy2BlocksAvx2(uint8_t* dst, const uint8_t* src, size_t blocks) {
     size_t i = 0;
     for (; i + 2 <= blocks; i += 2, src += 64, dst += 32)
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), Yuy2Blocks2(Load32(src), Load32(src + 32)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), Yuy2Blocks2(Pixels8<Bpp>(src), Pixels8<Bpp>(src + 32)));
     if (i < blocks)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), Yuy2Block(Split8(LoadRgb(src), LoadRgb(src + 16))));
-}
-
-void Yuy2Blocks24Avx2(uint8_t* dst, const uint8_t* src, size_t blocks) {
-    size_t i = 0;
-    for (; i + 2 <= blocks; i += 2, src += 64, dst += 32)
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), Yuy2Blocks2(Expand8(src), Expand8(src + 32)));
-    if (i < blocks)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), Yuy2Block(Split8(Expand4(src), Expand4(src + 12))));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst),
+                         Yuy2Block(Split8(Pixels4<Bpp>(src), Pixels4<Bpp>(src + 4 * Bpp))));
 }
 
 }  // namespace
 
-const RgbRowForms kRgbRowsAvx2 = {Planar32Avx2, Planar24Avx2, Yuy2Blocks32Avx2, Yuy2Blocks24Avx2};
+const RgbRowForms kRgbRowsAvx2 = {PlanarAvx2<4>, PlanarAvx2<3>, Yuy2BlocksAvx2<4>, Yuy2BlocksAvx2<3>};
 
 }  // namespace tarn

@@ -30,6 +30,13 @@ inline __m128i Expand4(const uint8_t* p) {
     return _mm_unpacklo_epi64(ab, cd);
 }
 
+// Four pixels of a row of 4- or 3-byte pixels in 4-byte lanes.
+template <int Bpp>
+inline __m128i Pixels4(const uint8_t* p) {
+    if constexpr (Bpp == 4) return LoadRgb(p);
+    else return Expand4(p);
+}
+
 // Blue, green and red of 8 pixels in 4-byte lanes, as 16-bit lanes.
 struct Bgr16 {
     __m128i b, g, r;

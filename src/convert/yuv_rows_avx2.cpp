@@ -28,26 +28,15 @@ void AverageAvx2(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
     for (; i < n; ++i) out[i] = static_cast<uint8_t>(RoundAvg(a[i], b[i]));
 }
 
-// Each chroma sample doubled, for 16 pixels, offset removed.
-inline __m256i Chroma16(const uint8_t* c) {
-    const __m128i c16 = _mm_sub_epi16(_mm_cvtepu8_epi16(Load8(c)), _mm_set1_epi16(128));
+// Each chroma sample of the low 8 bytes doubled, for 16 pixels, offset
+// removed.
+inline __m256i Chroma16(__m128i c8) {
+    const __m128i c16 = _mm_sub_epi16(_mm_cvtepu8_epi16(c8), _mm_set1_epi16(128));
     return _mm256_set_m128i(_mm_unpackhi_epi16(c16, c16), _mm_unpacklo_epi16(c16, c16));
 }
 
 inline __m128i PackHalves(__m256i v) {
     return _mm_packus_epi16(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
-}
-
-inline Channels VectorFormAvx2(const uint8_t* y, const uint8_t* u, const uint8_t* v) {
-    const __m256i y16 = _mm256_sub_epi16(_mm256_cvtepu8_epi16(Load(y)), _mm256_set1_epi16(16));
-    const __m256i u16 = Chroma16(u), v16 = Chroma16(v);
-    const __m256i l = _mm256_mullo_epi16(y16, Multiplier(_mm256_set1_epi16(74)));
-    const __m256i gc = _mm256_adds_epi16(_mm256_mullo_epi16(u16, Multiplier(_mm256_set1_epi16(25))),
-                                         _mm256_mullo_epi16(v16, Multiplier(_mm256_set1_epi16(52))));
-    const __m256i b = _mm256_srai_epi16(_mm256_adds_epi16(l, _mm256_mullo_epi16(u16, Multiplier(_mm256_set1_epi16(129)))), 6);
-    const __m256i g = _mm256_srai_epi16(_mm256_subs_epi16(l, gc), 6);
-    const __m256i r = _mm256_srai_epi16(_mm256_adds_epi16(l, _mm256_mullo_epi16(v16, Multiplier(_mm256_set1_epi16(102)))), 6);
-    return {PackHalves(b), PackHalves(g), PackHalves(r)};
 }
 
 // 32 pixels at a time. The products of chroma are taken at chroma resolution
@@ -72,6 +61,22 @@ inline void Colour(__m256i y16, __m256i ub, __m256i gc, __m256i vr, __m256i* b, 
     *r = _mm256_srai_epi16(_mm256_adds_epi16(l, vr), 6);
 }
 
+// Blue, green and red of 16 pixels as 16-bit lanes, before saturation.
+struct Words16 {
+    __m256i b, g, r;
+};
+
+// 16 planar pixels in order: y8 luma, u8 and v8 chroma in their low 8 bytes.
+inline Words16 PlanarWords16(__m128i y8, __m128i u8, __m128i v8) {
+    const Products p = ChromaProducts(Chroma16(u8), Chroma16(v8));
+    Words16 w;
+    Colour(_mm256_sub_epi16(_mm256_cvtepu8_epi16(y8), _mm256_set1_epi16(16)), p.ub, p.gc, p.vr, &w.b, &w.g, &w.r);
+    return w;
+}
+
+// The same as bytes for the 128-bit stores.
+inline Channels Bytes16(const Words16& w) { return {PackHalves(w.b), PackHalves(w.g), PackHalves(w.r)}; }
+
 struct Bytes32 {
     __m256i b, g, r;  // 32 pixels in order
 };
@@ -92,11 +97,6 @@ inline Doubled ChromaFor32(__m128i u8, __m128i v8) {
                  _mm256_unpackhi_epi16(p.vr, p.vr)};
     return d;
 }
-
-// Blue, green and red of 16 pixels as 16-bit lanes, before saturation.
-struct Words16 {
-    __m256i b, g, r;
-};
 
 // 16 packed pixels (32 bytes): luma is the low byte of each word; each
 // pixel's chroma is Cb or Cr of its own 4-byte group, doubled by one byte
@@ -211,12 +211,7 @@ void ToBgraAvx2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t*
     size_t i = 0;
     for (; i + 32 <= pixels; i += 32, dst += 128)
         StorePlanarBgra32(dst, Load32(y + i), ChromaFor32(Load(u + i / 2), Load(v + i / 2)));
-    if (i < pixels) {
-        __m128i px[4];
-        Interleave(VectorFormAvx2(y + i, u + i / 2, v + i / 2), px);
-        Store32(dst, _mm256_set_m128i(px[1], px[0]));
-        Store32(dst + 32, _mm256_set_m128i(px[3], px[2]));
-    }
+    if (i < pixels) StoreBgraLanes(dst, dst + 32, PlanarWords16(Load(y + i), Load8(u + i / 2), Load8(v + i / 2)));
 }
 
 void ToBgrAvx2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t pixels) {
@@ -224,14 +219,9 @@ void ToBgrAvx2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* 
     for (; i + 32 <= pixels; i += 32, dst += 96) StoreBgr32(dst, Planar32(y + i, u + i / 2, v + i / 2), i + 32 == pixels);
     if (i < pixels) {
         __m128i px[4];
-        Interleave(VectorFormAvx2(y + i, u + i / 2, v + i / 2), px);
+        Interleave(Bytes16(PlanarWords16(Load(y + i), Load8(u + i / 2), Load8(v + i / 2))), px);
         StoreBgr(dst, px, true);
     }
-}
-
-// A 16-pixel tail of a packed row: split, then the planar path.
-inline void PackedTail16(const uint8_t* src, uint8_t yy[16], uint8_t uu[8], uint8_t vv[8]) {
-    UnpackYuy2Simd(yy, uu, vv, src, 8);
 }
 
 // `pixels` is a multiple of 16: one 32-byte load a step.
@@ -243,10 +233,8 @@ void Yuy2ToBgrAvx2(uint8_t* dst, const uint8_t* src, size_t pixels) {
     size_t i = 0;
     for (; i + 32 <= pixels; i += 32, dst += 96) StoreBgr32(dst, Packed32(src + 2 * i), i + 32 == pixels);
     if (i < pixels) {
-        uint8_t yy[16], uu[8], vv[8];
-        PackedTail16(src + 2 * i, yy, uu, vv);
         __m128i px[4];
-        Interleave(VectorFormAvx2(yy, uu, vv), px);
+        Interleave(Bytes16(PackedWords(Load32(src + 2 * i))), px);
         StoreBgr(dst, px, true);
     }
 }
@@ -268,11 +256,8 @@ void SmoothPairToBgraAvx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
     if (i < pixels) {
         const size_t c = i / 2;
         const __m128i uu = Smooth8(u.a + c, u.b + c, u.c + c), vv = Smooth8(v.a + c, v.b + c, v.c + c);
-        __m128i px[4];
-        Interleave(VectorForm16(Smooth16(y0.a + i, y0.b + i, y0.c + i), uu, vv), px);
-        for (int k = 0; k < 4; ++k) Store(d0 + 4 * i + 16 * k, px[k]);
-        Interleave(VectorForm16(Smooth16(y1.a + i, y1.b + i, y1.c + i), uu, vv), px);
-        for (int k = 0; k < 4; ++k) Store(d1 + 4 * i + 16 * k, px[k]);
+        StoreBgraLanes(d0 + 4 * i, d0 + 4 * i + 32, PlanarWords16(Smooth16(y0.a + i, y0.b + i, y0.c + i), uu, vv));
+        StoreBgraLanes(d1 + 4 * i, d1 + 4 * i + 32, PlanarWords16(Smooth16(y1.a + i, y1.b + i, y1.c + i), uu, vv));
     }
 }
 
