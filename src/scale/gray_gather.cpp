@@ -42,6 +42,13 @@ GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len) {
             }
             base[b] = start;
             kind[b] = uint8_t(loads);
+            if (loads == 1) {
+                for (uint32_t phase = 0; phase < 2; ++phase) {
+                    bool doubled = true;
+                    for (uint32_t i = 0; i < kBlock; ++i) doubled &= m[i] == (i + phase) / 2;
+                    if (doubled) kind[b] |= uint8_t(kDoubled | (phase ? kOddPhase : 0));
+                }
+            }
             break;
         }
     }
@@ -66,6 +73,7 @@ void PlainPlannedGather(uint8_t* dst, const uint8_t* row, const uint32_t* offset
 GrayPlannedGatherFn PickGrayPlannedGather() {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<GrayPlannedGatherFn> t[] = {{SimdForm::Avx2, GrayPlannedGatherAvx2},
+                                                       {SimdForm::Sse2, GrayPlannedGatherSse2},
                                                        {SimdForm::Plain, PlainPlannedGather}};
     return PickForm(t);
 #else

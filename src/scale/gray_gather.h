@@ -23,7 +23,12 @@ public:
     static constexpr uint32_t kBlock = 16;
     uint32_t blocks = 0;          // whole blocks; the columns after them are gathered one by one
     uint32_t* base = nullptr;     // per block
-    uint8_t* kind = nullptr;      // per block: 0 byte by byte, 1 one load, 2 two loads
+    // Per block: 0 byte by byte, 1 one load, 2 two loads; a one-load block
+    // whose target bytes are its source bytes each doubled also carries
+    // kDoubled, with kOddPhase when the doubling starts half a pair late
+    // (target i takes source (i + 1) / 2), for forms without a byte shuffle.
+    uint8_t* kind = nullptr;
+    static constexpr uint8_t kLoads = 3, kDoubled = 4, kOddPhase = 8;
     uint8_t* masks = nullptr;     // per block 32 bytes: shuffle of the first load, of the second
 };
 
@@ -33,6 +38,8 @@ using GrayPlannedGatherFn = void (*)(uint8_t* dst, const uint8_t* row, const uin
 GrayPlannedGatherFn PickGrayPlannedGather();
 
 #if defined(TARN_HAVE_X86_SIMD)
+void GrayPlannedGatherSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
+                           const GrayGatherPlan& plan);
 void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
                            const GrayGatherPlan& plan);
 #endif

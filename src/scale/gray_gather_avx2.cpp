@@ -18,7 +18,7 @@ void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* off
         uint8_t* d = dst + size_t(b) * kB;
         const uint8_t* s = row + plan.base[b];
         const __m128i* m = reinterpret_cast<const __m128i*>(plan.masks + size_t(b) * 32);
-        switch (plan.kind[b]) {
+        switch (plan.kind[b] & GrayGatherPlan::kLoads) {
             case 1: {
                 const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
                 _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_shuffle_epi8(v, _mm_loadu_si128(m)));
