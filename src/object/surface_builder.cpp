@@ -51,12 +51,8 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
     SurfaceInfo info = *in;
     info.storage = kStorageInMemory;
     if (info.width < 4 || info.height < 4) return VED_E_INVALIDARG;
-    VedRect content{info.contentLeft, info.contentTop, info.contentRight, info.contentBottom};
-    if (platform::IsRectEmpty(&content)) {
-        info.contentLeft = info.contentTop = 0;
-        info.contentRight = static_cast<int32_t>(info.width);
-        info.contentBottom = static_cast<int32_t>(info.height);
-    }
+    const VedRect content = ContentRectOf(info);
+    if (platform::IsRectEmpty(&content)) SetContentRect(info, WholePicture(info));
     auto* surface = new (std::nothrow) CTarnSurfaceBuffer(info);
     if (!surface) return VED_E_OUTOFMEMORY;
 
@@ -124,9 +120,7 @@ VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* s
         }
         info.height &= ~1u;
     }
-    info.contentLeft = info.contentTop = 0;
-    info.contentRight = static_cast<int32_t>(info.width);
-    info.contentBottom = static_cast<int32_t>(info.height);
+    SetContentRect(info, WholePicture(info));
     if (info.format == SURFACE_FORMAT_YUV420) info.topDown = 1;
 
     auto* surface = new (std::nothrow) CTarnSurfaceBuffer(info);

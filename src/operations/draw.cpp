@@ -45,13 +45,6 @@ bool StoredBottomUp(const SurfaceInfo& info) { return IsRgbFormat(info.format) &
 // 24 or 32.
 bool PixelSizesMeet(int32_t a, int32_t b) { return (a == 8) == (b == 8); }
 
-void SetContent(SurfaceInfo* info, const VedRect& r) {
-    info->contentLeft = r.left;
-    info->contentTop = r.top;
-    info->contentRight = r.right;
-    info->contentBottom = r.bottom;
-}
-
 }  // namespace
 
 VedResult CTarnSurfaceBuffer::DoDrawToSurface(VedRect* destRect, ITarnSurface* source,
@@ -66,15 +59,15 @@ VedResult CTarnSurfaceBuffer::DoDrawToSurface(VedRect* destRect, ITarnSurface* s
         if (t == RectTest::Thin) return VED_S_OK;
         // Drawing only ever grows the content rectangle, whatever the union
         // answers; a fill does not (see DoFill).
-        const VedRect content{info.contentLeft, info.contentTop, info.contentRight, info.contentBottom};
+        const VedRect content = ContentRectOf(info);
         VedRect joined{};
         platform::UnionRect(&joined, &content, destRect);
-        SetContent(&info, joined);
+        SetContentRect(info, joined);
         dest = *destRect;
         if (StoredBottomUp(info)) FlipToStoredRows(&dest, info.height);
         destArea = &dest;
     } else {
-        SetContent(&info, {0, 0, static_cast<int32_t>(info.width), static_cast<int32_t>(info.height)});
+        SetContentRect(info, WholePicture(info));
     }
 
     SurfaceInfo fromInfo{};

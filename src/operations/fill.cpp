@@ -28,19 +28,11 @@ VedResult CTarnSurfaceBuffer::DoFill(VedRect* rect, uint32_t color) {
         // The union is taken only when it comes out empty, which a rectangle
         // that got here never gives: a partial fill leaves the content
         // rectangle alone, unlike drawing, which grows it.
-        VedRect content{info.contentLeft, info.contentTop, info.contentRight, info.contentBottom};
+        const VedRect content = ContentRectOf(info);
         VedRect joined;
-        if (!platform::UnionRect(&joined, &content, rect)) {
-            info.contentLeft = joined.left;
-            info.contentTop = joined.top;
-            info.contentRight = joined.right;
-            info.contentBottom = joined.bottom;
-        }
+        if (!platform::UnionRect(&joined, &content, rect)) SetContentRect(info, joined);
     } else {
-        info.contentLeft = 0;
-        info.contentTop = 0;
-        info.contentRight = width;
-        info.contentBottom = height;
+        SetContentRect(info, WholePicture(info));
     }
     switch (info.format) {
         case SURFACE_FORMAT_RGB24:

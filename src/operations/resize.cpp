@@ -76,10 +76,7 @@ VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t ke
     } else {
         fit = {0, 0, width, height};
     }
-    info.contentLeft = fit.left;
-    info.contentTop = fit.top;
-    info.contentRight = fit.right;
-    info.contentBottom = fit.bottom;
+    SetContentRect(info, fit);
     if (target && !InsideFrame(fit, width, height)) return VED_E_FAIL;
 
     uint8_t* out = nullptr;

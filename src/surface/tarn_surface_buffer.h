@@ -57,6 +57,21 @@ inline bool IsRgbFormat(int32_t format) {
     return format == SURFACE_FORMAT_RGB24 || format == SURFACE_FORMAT_RGB32;
 }
 
+// The content rectangle of a descriptor as one rectangle, and the whole
+// picture.
+inline VedRect ContentRectOf(const SurfaceInfo& info) {
+    return {info.contentLeft, info.contentTop, info.contentRight, info.contentBottom};
+}
+inline void SetContentRect(SurfaceInfo& info, const VedRect& r) {
+    info.contentLeft = r.left;
+    info.contentTop = r.top;
+    info.contentRight = r.right;
+    info.contentBottom = r.bottom;
+}
+inline VedRect WholePicture(const SurfaceInfo& info) {
+    return {0, 0, static_cast<int32_t>(info.width), static_cast<int32_t>(info.height)};
+}
+
 // Bytes of a buffer laid out as `info` says (0 for formats with no buffer).
 inline int64_t BufferBytes(const SurfaceInfo& info) {
     const int64_t rows = int64_t(info.stride) * info.height;
