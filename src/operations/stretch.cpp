@@ -13,21 +13,10 @@ namespace tarn {
 
 namespace {
 
-struct Area {
-    int32_t left, top, width, height;
-    bool Paintable() const { return width > 0 && height > 0; }
-};
-
-Area AreaOf(const VedRect* rect, int32_t width, int32_t height) {
-    if (!rect) return {0, 0, width, height};
-    const int64_t w = int64_t(rect->right) - rect->left, h = int64_t(rect->bottom) - rect->top;
-    return {rect->left, rect->top, w > 0 ? int32_t(w) : 0, h > 0 ? int32_t(h) : 0};
-}
-
 // Planar and packed pictures are cut to whole pixel pairs in both directions;
 // only a given rectangle is cut, never the whole picture.
-Area EvenAreaOf(const VedRect* rect, int32_t width, int32_t height) {
-    Area a = AreaOf(rect, width, height);
+FillArea EvenAreaOf(const VedRect* rect, int32_t width, int32_t height) {
+    FillArea a = AreaOf(rect, width, height);
     if (rect) {
         a.width -= a.width & 1;
         a.height -= a.height & 1;
@@ -60,8 +49,8 @@ int32_t StretchInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
                            int32_t quality) {
     if (!dst || !src) return 0;
     const int32_t dstBytes = dstBits / 8, srcBytes = srcBits / 8;
-    const Area d = AreaOf(dstRect, dstWidth, dstHeight);
-    const Area s = AreaOf(srcRect, srcWidth, srcHeight);
+    const FillArea d = AreaOf(dstRect, dstWidth, dstHeight);
+    const FillArea s = AreaOf(srcRect, srcWidth, srcHeight);
     if (d.Paintable() && s.Paintable()) {
         uint8_t* target = dst + ptrdiff_t(d.top) * dstStride + ptrdiff_t(d.left) * dstBytes;
         int32_t targetStride = dstStride;
@@ -104,8 +93,8 @@ int32_t StretchPlanar(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, i
     uint8_t* dstU = dstY + int64_t(dstHeight) * dstStride;
     uint8_t* dstV = dstU + (int64_t(dstStride / 2) * dstHeight) / 2;
 
-    const Area s = EvenAreaOf(srcRect, srcWidth, srcHeight);
-    const Area d = EvenAreaOf(dstRect, dstWidth, dstHeight);
+    const FillArea s = EvenAreaOf(srcRect, srcWidth, srcHeight);
+    const FillArea d = EvenAreaOf(dstRect, dstWidth, dstHeight);
     if (srcRect) {
         const int64_t chroma = s.left / 2 + (int64_t(s.top / 2) * srcStride) / 2;
         srcY += int64_t(s.top) * srcStride + s.left;
@@ -135,8 +124,8 @@ int32_t StretchPacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, i
                       int32_t quality, uint32_t padColor) {
     (void)quality;
     if (!dst || !src) return 0;
-    const Area s = EvenAreaOf(srcRect, srcWidth, srcHeight);
-    const Area d = EvenAreaOf(dstRect, dstWidth, dstHeight);
+    const FillArea s = EvenAreaOf(srcRect, srcWidth, srcHeight);
+    const FillArea d = EvenAreaOf(dstRect, dstWidth, dstHeight);
     const uint8_t* source = src + int64_t(s.top) * srcStride + int64_t(s.left) * 2;
     uint8_t* target = dst + int64_t(d.top) * dstStride + int64_t(d.left) * 2;
     if (s.Paintable() && d.Paintable())
