@@ -1,6 +1,4 @@
 // MakeMaskFromAlpha: the GRAY8 mask 255 - alpha of a 32-bit picture.
-#include <new>
-
 #include "object/surface_builder.h"
 #include "surface/tarn_surface_buffer.h"
 
@@ -16,12 +14,10 @@ void CTarnSurfaceBuffer::MakeMaskFromAlpha(ITarnSurface** maskOut) {
     maskInfo.bitsPerPixel = 8;
     maskInfo.stride = static_cast<int32_t>(info.width);
     maskInfo.topDown = 1;
-    auto* builder = new (std::nothrow) CSurfaceBuilder;
-    if (!builder) return;
+    CSurfaceBuilder builder;
     ITarnSurface* made = nullptr;
     int32_t bytes = 0;
-    const VedResult r = builder->CreateBlank(&maskInfo, &bytes, &made);
-    delete builder;
+    const VedResult r = builder.CreateBlank(&maskInfo, &bytes, &made);
     if (r < 0 || !made) return;
     uint8_t* maskPixels = nullptr;
     made->GetPixels(&maskPixels);
