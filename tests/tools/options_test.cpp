@@ -2,7 +2,7 @@
 // refuses, with a message that names the problem.
 #include "options.h"
 
-#include "tool_error.h"
+#include "error_of.h"
 
 #include <tarn/TarnSurface.h>
 
@@ -149,12 +149,7 @@ TEST(OverlayPlacement, RefusesWithTheReason) {
         {"a.png:x=1:bogus", "no '=value'"},
     };
     for (const auto& c : cases) {
-        std::string message;
-        try {
-            ParseOverlay(c.text);
-        } catch (const ToolError& e) {
-            message = e.what();
-        }
+        const std::string message = ErrorOf([&] { ParseOverlay(c.text); });
         EXPECT_NE(message.find(c.problem), std::string::npos) << c.text << " -> '" << message << "'";
     }
 }

@@ -2,7 +2,7 @@
 // that are cut short, corrupt, or not 8-bit 4:2:0.
 #include "y4m.h"
 
-#include "tool_error.h"
+#include "error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -27,17 +27,6 @@ std::string Contents(std::FILE* f) {
     std::string s;
     for (int c; (c = std::fgetc(f)) != EOF;) s.push_back(char(c));
     return s;
-}
-
-// Message of the ToolError that `fn` throws, or "" when it throws none.
-template <class Fn>
-std::string ErrorOf(Fn fn) {
-    try {
-        fn();
-    } catch (const ToolError& e) {
-        return e.what();
-    }
-    return "";
 }
 
 TEST(Y4mHeader, KeepsEveryParameterInOrder) {
