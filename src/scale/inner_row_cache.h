@@ -19,6 +19,14 @@ struct InnerRowCache {
 
     uint16_t* lanes[2] = {nullptr, nullptr};  // len rounded down to 4, 4 words per pixel
     const uint8_t* tag[2] = {nullptr, nullptr};
+    // Per group of four pixels, planned from the column offsets on first
+    // use: where 32 bytes holding its S and S+ start (-1: loaded pixel by
+    // pixel), and which of those eight 4-byte pieces go where.
+    int32_t* groupBase = nullptr;
+    int32_t* groupPieces = nullptr;  // 8 per group
+    const uint32_t* plannedFor = nullptr;
+
+    bool Ready() const { return lanes[0] && lanes[1] && groupBase && groupPieces; }
 };
 
 // Same arguments and bytes as InnerRow44, with the cache of the image. The

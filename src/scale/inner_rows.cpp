@@ -94,11 +94,15 @@ InnerRowCache::InnerRowCache(uint32_t len) {
     if (!words) return;
     lanes[0] = new (std::nothrow) uint16_t[words];
     lanes[1] = new (std::nothrow) uint16_t[words];
+    groupBase = new (std::nothrow) int32_t[len / 4];
+    groupPieces = new (std::nothrow) int32_t[size_t(len / 4) * 8];
 }
 
 InnerRowCache::~InnerRowCache() {
     delete[] lanes[0];
     delete[] lanes[1];
+    delete[] groupBase;
+    delete[] groupPieces;
 }
 
 CachedInnerRowFn PickCachedInnerRow44() {

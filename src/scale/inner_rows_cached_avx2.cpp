@@ -25,12 +25,49 @@ inline __m256i Four(const uint8_t* row, const uint32_t* co) {
     return _mm256_set_epi64x(v[3], v[2], v[1], v[0]);
 }
 
+// The plan of each group: if its S and S+ lie within 32 bytes that end no
+// later than the band's last S+ and start no earlier than its first S, one
+// load and one permute give [S0 S1 S0+ S1+ | S2 S3 S2+ S3+].
+void PlanGroups(InnerRowCache& cache, const uint32_t* co, uint32_t n4, uint32_t len) {
+    uint32_t lo = co[0], hi = co[0];
+    for (uint32_t j = 1; j < len; ++j) lo = co[j] < lo ? co[j] : lo, hi = co[j] > hi ? co[j] : hi;
+    const uint64_t end = uint64_t(hi) + 8;  // one past the last byte any pixel reads
+    for (uint32_t g = 0; g < n4 / 4; ++g) {
+        const uint32_t* o = co + 4 * size_t(g);
+        uint32_t mn = o[0], mx = o[0];
+        for (int i = 1; i < 4; ++i) mn = o[i] < mn ? o[i] : mn, mx = o[i] > mx ? o[i] : mx;
+        cache.groupBase[g] = -1;
+        if (end - lo < 32 || mn % 4 || mx - mn > 24) continue;
+        const uint64_t start = uint64_t(mn) + 32 <= end ? mn : end - 32;
+        if ((mn - start) % 4 || start > 0x7FFFFFFF) continue;
+        bool aligned = true;
+        for (int i = 0; i < 4; ++i) aligned &= (o[i] - start) % 4 == 0;
+        if (!aligned) continue;
+        static constexpr int kOrder[8][2] = {{0, 0}, {1, 0}, {0, 1}, {1, 1}, {2, 0}, {3, 0}, {2, 1}, {3, 1}};
+        int32_t* pieces = cache.groupPieces + 8 * size_t(g);
+        for (int k = 0; k < 8; ++k) pieces[k] = int32_t((o[kOrder[k][0]] - start) / 4) + kOrder[k][1];
+        cache.groupBase[g] = int32_t(start);
+    }
+    cache.plannedFor = co;
+}
+
 // Pixels 0 1 of a group of four in the low lane, 2 3 in the high one.
-void Horizontal(uint16_t* out, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t n4) {
+void Horizontal(uint16_t* out, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t n4,
+                const InnerRowCache& cache) {
     const __m256i zero = _mm256_setzero_si256();
     const __m256i k256 = _mm256_set1_epi16(256);
+    const int32_t* groupBase = cache.groupBase;
+    const int32_t* groupPieces = cache.groupPieces;
     for (uint32_t j = 0; j < n4; j += 4) {
-        const __m256i t = _mm256_shuffle_epi32(Four(row, co + j), _MM_SHUFFLE(3, 1, 2, 0));
+        const int32_t base = groupBase[j / 4];
+        __m256i t;
+        if (base >= 0) {
+            const __m256i window = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row + base));
+            const __m256i pieces = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(groupPieces + 2 * size_t(j)));
+            t = _mm256_permutevar8x32_epi32(window, pieces);
+        } else {
+            t = _mm256_shuffle_epi32(Four(row, co + j), _MM_SHUFFLE(3, 1, 2, 0));
+        }
         const __m256i w = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(cw + j)));
         const __m256i h =
             LerpLanes(_mm256_unpacklo_epi8(t, zero), _mm256_unpackhi_epi8(t, zero), w, _mm256_sub_epi16(k256, w));
@@ -45,19 +82,20 @@ inline __m256i Lanes(const uint16_t* p) { return _mm256_loadu_si256(reinterpret_
 void InnerRow44CachedAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len,
                           int32_t below, uint32_t rw, InnerRowCache& cache) {
     const uint32_t n4 = len & ~3u;
+    if (n4 && cache.plannedFor != co) PlanGroups(cache, co, n4, len);
     if (n4) {
         const uint8_t* bottomRow = row + below;
         int top = cache.tag[0] == row ? 0 : cache.tag[1] == row ? 1 : -1;
         int bottom = cache.tag[0] == bottomRow ? 0 : cache.tag[1] == bottomRow ? 1 : -1;
         if (top < 0) {
             top = bottom == 0 ? 1 : 0;
-            Horizontal(cache.lanes[top], row, cw, co, n4);
+            Horizontal(cache.lanes[top], row, cw, co, n4, cache);
             cache.tag[top] = row;
             if (bottomRow == row) bottom = top;
         }
         if (bottom < 0) {
             bottom = 1 - top;
-            Horizontal(cache.lanes[bottom], bottomRow, cw, co, n4);
+            Horizontal(cache.lanes[bottom], bottomRow, cw, co, n4, cache);
             cache.tag[bottom] = bottomRow;
         }
         const uint16_t* a = cache.lanes[top];

@@ -112,7 +112,7 @@ void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uin
             ? PickCachedInnerRow44()
             : nullptr;
     InnerRowCache cache(cachedInner ? b.middle : 0);
-    const bool cached = cachedInner && cache.lanes[0] && cache.lanes[1];
+    const bool cached = cachedInner && cache.Ready();
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(dst, dstStride, y);
         const uint8_t* r = SourceRow(src, t.rows, y);

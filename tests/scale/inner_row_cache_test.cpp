@@ -29,9 +29,13 @@ TEST(InnerRowCache, EachCallGivesThePlainBytes) {
         int32_t below;
     };
     const Call calls[] = {{0, 1}, {1, 1}, {3, 1}, {4, 1}, {4, 1}, {5, -1}, {5, 0}, {2, 3}, {5, -3}, {9, 2}, {11, -2}};
+    // Columns spread over the row (groups too wide for one window at small
+    // lengths), or consecutive from a start (the last group's window slides
+    // left to end at the band's last S+).
+    for (uint32_t spread : {0u, 1u})
     for (uint32_t len : {4u, 5u, 7u, 8u, 13u, 40u, 83u}) {
         std::vector<uint32_t> co(len + 8), cw(len + 8);
-        for (uint32_t j = 0; j < len; ++j) co[j] = 4 * uint32_t(j * (srcWidth - 2) / len);
+        for (uint32_t j = 0; j < len; ++j) co[j] = spread ? 4 * uint32_t(j * (srcWidth - 2) / len) : 4 * (j + 2);
         for (auto& w : cw) {
             const uint32_t r = uint32_t(rng());
             w = (r & 1) ? (r >> 8 & 255) * 0x01010101u : r;  // replicated or per lane
