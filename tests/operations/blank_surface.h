@@ -7,38 +7,21 @@
 
 #include <gtest/gtest.h>
 
+#include "host/host_support.h"
 #include "object/surface_builder.h"
 #include "surface/tarn_surface_buffer.h"
 #include "tarn/TarnSurface.h"
 
 namespace tarn::testing_blank {
 
-inline int32_t BitsOf(SurfaceFormat format) {
-    switch (format) {
-        case SURFACE_FORMAT_RGB24: return 24;
-        case SURFACE_FORMAT_RGB32: return 32;
-        case SURFACE_FORMAT_GRAY8: return 8;
-        case SURFACE_FORMAT_YUV420: return 12;
-        default: return 16;
-    }
-}
-
 // Stride 0 picks the tightest row: planar width, RGB rows padded to 4 bytes.
 inline Ref<ITarnSurface> MakeBlank(SurfaceFormat format, uint32_t width, uint32_t height,
                                    uint32_t topDown = 1, int32_t stride = 0) {
-    SurfaceInfo info{};
-    info.size = sizeof(SurfaceInfo);
-    info.width = width;
-    info.height = height;
-    info.format = format;
-    info.bitsPerPixel = BitsOf(format);
-    if (stride == 0) {
-        if (format == SURFACE_FORMAT_YUV420) stride = int32_t(width);
-        else if (format == SURFACE_FORMAT_YUV422) stride = int32_t(2 * width);
-        else stride = int32_t((info.bitsPerPixel * width + 31) / 32 * 4);
-    }
-    info.stride = stride;
-    info.topDown = topDown;
+    SurfaceInfo info = host::Describe(format, width, height, topDown);
+    if (stride != 0)
+        info.stride = stride;
+    else if (format != SURFACE_FORMAT_YUV420 && format != SURFACE_FORMAT_YUV422)
+        info.stride = int32_t((info.bitsPerPixel * width + 31) / 32 * 4);
     CSurfaceBuilder builder;
     Ref<ITarnSurface> surface;
     if (builder.CreateBlank(&info, nullptr, surface.put()) < 0 || !surface)
