@@ -109,9 +109,13 @@ inline Words16 PackedWords(__m256i a) {
                                            0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13);
     const __m256i odds = _mm256_setr_epi8(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15,
                                           2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15);
-    const Products p = ChromaProducts(_mm256_shuffle_epi8(c16, evens), _mm256_shuffle_epi8(c16, odds));
+    // 129 u' and 102 v' side by side; 25 u' + 52 v' (never beyond 16 bits,
+    // so the same as the saturating sum) in the low half of each dword.
+    const __m256i ubvr = _mm256_mullo_epi16(c16, Multiplier(_mm256_set1_epi32(0x00660081)));
+    const __m256i gc = _mm256_madd_epi16(c16, Multiplier(_mm256_set1_epi32(0x00340019)));
     Words16 w;
-    Colour(y16, p.ub, p.gc, p.vr, &w.b, &w.g, &w.r);
+    Colour(y16, _mm256_shuffle_epi8(ubvr, evens), _mm256_shuffle_epi8(gc, evens), _mm256_shuffle_epi8(ubvr, odds),
+           &w.b, &w.g, &w.r);
     return w;
 }
 
