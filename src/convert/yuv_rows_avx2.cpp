@@ -86,10 +86,21 @@ struct Bytes32 {
 struct Doubled {
     Products half[2];
 };
+//
+// The offsets of luma and chroma are folded into the products, so that luma
+// goes in as stored: 74 (y - 16) + 129 (u - 128) is 74 y + (129 u - 17696),
+// and likewise 74 (y - 16) - gc is 74 y - (25 u + 52 v - 8672) and
+// 74 (y - 16) + 102 (v - 128) is 74 y + (102 v - 14240). The products wrap
+// in 16 bits on the way but end within them, and the saturating sums see the
+// same totals as before, so they saturate alike.
 inline Doubled ChromaFor32(__m128i u8, __m128i v8) {
-    const __m256i off128 = _mm256_set1_epi16(128);
-    const Products p = ChromaProducts(_mm256_sub_epi16(_mm256_cvtepu8_epi16(u8), off128),
-                                      _mm256_sub_epi16(_mm256_cvtepu8_epi16(v8), off128));
+    const __m256i u16 = _mm256_cvtepu8_epi16(u8), v16 = _mm256_cvtepu8_epi16(v8);
+    const Products p = {
+        _mm256_sub_epi16(_mm256_mullo_epi16(u16, Multiplier(_mm256_set1_epi16(129))), _mm256_set1_epi16(17696)),
+        _mm256_sub_epi16(_mm256_add_epi16(_mm256_mullo_epi16(u16, Multiplier(_mm256_set1_epi16(25))),
+                                          _mm256_mullo_epi16(v16, Multiplier(_mm256_set1_epi16(52)))),
+                         _mm256_set1_epi16(8672)),
+        _mm256_sub_epi16(_mm256_mullo_epi16(v16, Multiplier(_mm256_set1_epi16(102))), _mm256_set1_epi16(14240))};
     Doubled d;
     d.half[0] = {_mm256_unpacklo_epi16(p.ub, p.ub), _mm256_unpacklo_epi16(p.gc, p.gc),
                  _mm256_unpacklo_epi16(p.vr, p.vr)};
@@ -146,13 +157,11 @@ inline void StoreBgraLanes(uint8_t* lo, uint8_t* hi, const Words16& c) {
     Store(hi + 16, _mm256_extracti128_si256(q1, 1));
 }
 
-// y8: 32 luma bytes with the chroma of ChromaFor32; w[0] holds pixels 0-7 |
-// 16-23, w[1] pixels 8-15 | 24-31.
+// y8: 32 luma bytes with the chroma of ChromaFor32 (luma as stored); w[0]
+// holds pixels 0-7 | 16-23, w[1] pixels 8-15 | 24-31.
 inline void PlanarWords(__m256i y8, const Doubled& c, Words16 w[2]) {
     const __m256i zero = _mm256_setzero_si256();
-    const __m256i off16 = _mm256_set1_epi16(16);
-    const __m256i ys[2] = {_mm256_sub_epi16(_mm256_unpacklo_epi8(y8, zero), off16),
-                           _mm256_sub_epi16(_mm256_unpackhi_epi8(y8, zero), off16)};
+    const __m256i ys[2] = {_mm256_unpacklo_epi8(y8, zero), _mm256_unpackhi_epi8(y8, zero)};
     for (int h = 0; h < 2; ++h) Colour(ys[h], c.half[h].ub, c.half[h].gc, c.half[h].vr, &w[h].b, &w[h].g, &w[h].r);
 }
 
