@@ -8,11 +8,13 @@
 // kept as two pairs in 32-bit words (lanes 0 and 2, lanes 1 and 3): with at
 // most 16 * 16 samples a lane stays below 65536, so no lane carries into
 // its neighbour, in the sums or in the chain.
+#include <algorithm>
 #include <array>
 #include <utility>
 
 #include "scale/box_shrink.h"
 
+#include "scale/areas.h"
 #include "scale/scale.h"
 #include "scale/box_chains.h"
 #include "convert/kernel_forms.h"
@@ -215,6 +217,38 @@ BoxRowFn PickPairedRow(BoxFamily family, BoxRowFn general) {
     return general;
 }
 
+BoxTwoRowsFn PickPairedTwoRows(BoxFamily family) {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<BoxTwoRowsFn> forms[4][2] = {
+        {{SimdForm::Avx2, BoxPairedTwoRowsAvx2<BoxFamily::A>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedTwoRowsAvx2<BoxFamily::B>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedTwoRowsAvx2<BoxFamily::C>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedTwoRowsAvx2<BoxFamily::D>}, {SimdForm::Plain, nullptr}},
+    };
+    return PickForm(forms[static_cast<int>(family)]);
+#else
+    (void)family;
+    return nullptr;
+#endif
+}
+
+// Whether the target rows lie apart from every source byte the box rows can
+// read (up to 16 rows below each table row, 2 samples and a vector past the
+// last column offset).
+bool BoxTargetApart(uint8_t* dst, size_t rowBytes, uint32_t height, int32_t dstStride, const uint8_t* src,
+                    int32_t srcStride, const AxisTable& cols, const AxisTable& rows, uint32_t width, uint32_t srcBytes) {
+    intptr_t lo = RowDelta(rows.offsets[0]), hi = lo;
+    for (uint32_t y = 1; y < height; ++y) {
+        lo = std::min(lo, RowDelta(rows.offsets[y]));
+        hi = std::max(hi, RowDelta(rows.offsets[y]));
+    }
+    const intptr_t reach = intptr_t(srcStride) * 16;
+    lo += std::min<intptr_t>(0, reach);
+    hi += std::max<intptr_t>(0, reach) + intptr_t(*std::max_element(cols.offsets, cols.offsets + width)) +
+          2 * intptr_t(srcBytes) + 64;
+    return TargetApart(dst, rowBytes, height, dstStride, {AddressOf(src) + lo, AddressOf(src) + hi});
+}
+
 BoxRowFn PickBoxRow(BoxFamily family, BoxRowFn plain) {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<BoxRowFn> c[] = {{SimdForm::Avx2, BoxShrinkRowAvx2<BoxFamily::C>},
@@ -256,7 +290,16 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
         BoxRowFade(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, f.fadeDst, f.fadeSrc,
                    maxFactor, bg);
     };
-    for (uint32_t y = 0; y < height; ++y) {
+    uint32_t y = 0;
+    const BoxTwoRowsFn twoRows = !fade && !exact && paired ? PickPairedTwoRows(f.family) : nullptr;
+    if (twoRows && height > 1 && BoxTargetApart(dst, size_t(width) * f.dstBytes, height, dstStride, src, srcStride, cols, rows, width, srcBytes)) {
+        for (; y + 1 < height; y += 2) {
+            uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
+            twoRows(d, d + dstStride, src + RowDelta(rows.offsets[y]), src + RowDelta(rows.offsets[y + 1]),
+                    cols.offsets, cols.weights, width, srcStride, rows.weights[y], rows.weights[y + 1]);
+        }
+    }
+    for (; y < height; ++y) {
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
         const uint8_t* r = src + RowDelta(rows.offsets[y]);
         const uint32_t rw = rows.weights[y];

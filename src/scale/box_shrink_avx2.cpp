@@ -111,24 +111,30 @@ inline void StorePixels(uint8_t* dst, const uint32_t* v, int n) {
 // one reorder and one store for eight target pixels. A pack of two blocks
 // leaves the pixels as [0 1 4 5 | 2 3 6 7] in 8-byte pieces; the permute
 // puts them in order.
+// Two blocks: eight target pixels.
+template <BoxFamily F, uint32_t R>
+inline void Eight(uint8_t* dst, const uint8_t* p, intptr_t stride, uint32_t rows, const BoxChain& ch) {
+    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
+    constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
+    const __m256i lo = DividedSums<F, R>(p, stride, rows, ch);
+    const __m256i hi = DividedSums<F, R>(p + 8 * sp, stride, rows, ch);
+    const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0));
+    if constexpr (dp == 4) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), px);
+    } else {
+        uint32_t v[8];
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(v), px);
+        StorePixels<3>(dst, v, 8);
+    }
+}
+
 template <BoxFamily F, uint32_t R>
 void PairedSegment(uint8_t* dst, const uint8_t* p, uint32_t blocks, intptr_t stride, uint32_t rows,
                    const BoxChain& ch) {
     constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
     constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
     uint32_t b = 0;
-    for (; b + 2 <= blocks; b += 2, p += 16 * sp, dst += 8 * dp) {
-        const __m256i lo = DividedSums<F, R>(p, stride, rows, ch);
-        const __m256i hi = DividedSums<F, R>(p + 8 * sp, stride, rows, ch);
-        const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0));
-        if constexpr (dp == 4) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), px);
-        } else {
-            uint32_t v[8];
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(v), px);
-            StorePixels<3>(dst, v, 8);
-        }
-    }
+    for (; b + 2 <= blocks; b += 2, p += 16 * sp, dst += 8 * dp) Eight<F, R>(dst, p, stride, rows, ch);
     if (b < blocks) {
         const __m256i packed = _mm256_packus_epi16(DividedSums<F, R>(p, stride, rows, ch), _mm256_setzero_si256());
         const __m128i px = _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0)));
@@ -187,6 +193,38 @@ void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
         BoxShrinkRowSse2<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
 }
 
+template <BoxFamily F>
+void BoxPairedTwoRowsAvx2(uint8_t* dst0, uint8_t* dst1, const uint8_t* row0, const uint8_t* row1,
+                          const uint32_t* offsets, const uint32_t* counts, uint32_t len, int32_t stride,
+                          uint32_t rowCount0, uint32_t rowCount1) {
+    if (rowCount0 != 2 || rowCount1 != 2 || len == 0) {
+        BoxPairedRowAvx2<F>(dst0, row0, offsets, counts, len, stride, rowCount0);
+        BoxPairedRowAvx2<F>(dst1, row1, offsets, counts, len, stride, rowCount1);
+        return;
+    }
+    constexpr bool threeBytes = F == BoxFamily::A || F == BoxFamily::B;
+    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
+    constexpr uint32_t sp = threeBytes ? 3 : 4;
+    const BoxChain& ch = ChainOf(F, 2, 2);
+    // Whole pairs of blocks only; the one-row form finishes each row.
+    const uint32_t blocks = threeBytes ? (len >= 5 ? (len - 1) / 4 : 0) : len / 4;
+    const uint32_t eights = blocks / 2;
+    const uint8_t* p0 = row0 + offsets[0];
+    const uint8_t* p1 = row1 + offsets[0];
+    for (uint32_t e = 0; e < eights; ++e, p0 += 16 * sp, p1 += 16 * sp, dst0 += 8 * dp, dst1 += 8 * dp) {
+        Eight<F, 2>(dst0, p0, stride, 2, ch);
+        Eight<F, 2>(dst1, p1, stride, 2, ch);
+    }
+    const uint32_t done = 8 * eights;
+    if (done == len) return;
+    BoxPairedRowAvx2<F>(dst0, row0, offsets + done, counts + done, len - done, stride, 2);
+    BoxPairedRowAvx2<F>(dst1, row1, offsets + done, counts + done, len - done, stride, 2);
+}
+
+template void BoxPairedTwoRowsAvx2<BoxFamily::A>(uint8_t*, uint8_t*, const uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, uint32_t);
+template void BoxPairedTwoRowsAvx2<BoxFamily::B>(uint8_t*, uint8_t*, const uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, uint32_t);
+template void BoxPairedTwoRowsAvx2<BoxFamily::C>(uint8_t*, uint8_t*, const uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, uint32_t);
+template void BoxPairedTwoRowsAvx2<BoxFamily::D>(uint8_t*, uint8_t*, const uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, uint32_t);
 template void BoxPairedRowAvx2<BoxFamily::A>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxPairedRowAvx2<BoxFamily::B>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxPairedRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
