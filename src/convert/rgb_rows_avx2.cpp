@@ -75,13 +75,21 @@ inline void PlanarBlock16(__m256i a0, __m256i a1, __m256i b0, __m256i b1, uint8_
     _mm_storel_epi64(reinterpret_cast<__m128i*>(v), _mm_srli_si128(low, 8));
 }
 
+// The chroma weights, all even, halved: 56, -37, -19, 0 and -9, -47,
+// 56, 0. A pixel's weighted pair of bytes stays within 16 bits even when the
+// two rows are added (at most 28560 either way), so the block needs no
+// channel sums: the half-weighted block total shifted by 9 is the full one
+// shifted by 10.
+constexpr int32_t kCbHalf = 0x00EDDB38;
+constexpr int32_t kCrHalf = 0x0038D1F7;
+
 // Two rows of 32 pixels (8 per register): 32 luma bytes per row, 16 Cb and
 // 16 Cr. Luma takes the pixel bytes as signed, each less 128, against the
 // unsigned weights 25, 129, 66: both partial sums and their total stay within
 // signed 16 bits (one horizontal add joins them), and the bias of 220 x 128 =
-// 110 x 256 comes back as 110 after the shift by 8. The chroma sums are those of PlanarBlock16; Cb and Cr of each
-// block are paired by one horizontal add, and the adding of 128 is a flip of
-// the sign bit once they are bytes.
+// 110 x 256 comes back as 110 after the shift by 8. Cb and Cr of each block
+// are paired by one horizontal add, and the adding of 128 is a flip of the
+// sign bit once they are bytes.
 inline __m256i LumaRow32(const __m256i p[4]) {
     const __m256i weights = _mm256_set1_epi32(0x00428119);  // 25, 129, 66, 0
     const __m256i bias = _mm256_set1_epi8(-128);
@@ -98,16 +106,17 @@ inline void PlanarBlock32(const __m256i a[4], const __m256i b[4], uint8_t* y0, u
                           uint8_t* v) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(y0), LumaRow32(a));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(y1), LumaRow32(b));
-    const __m256i side = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15,
-                                          0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
-    const __m256i ones8 = _mm256_set1_epi8(1);
-    const __m256i wCb = _mm256_set1_epi64x(kCbBlock), wCr = _mm256_set1_epi64x(kCrBlock);
-    const auto pairSums = [&](__m256i p) { return _mm256_maddubs_epi16(_mm256_shuffle_epi8(p, side), ones8); };
+    const __m256i wCb = _mm256_set1_epi32(kCbHalf), wCr = _mm256_set1_epi32(kCrHalf);
+    const __m256i ones = _mm256_set1_epi16(1);
+    // Per column of the two rows in 32 bits: the weights of each row's pixel,
+    // added in 16 bits, then joined.
+    const auto column = [&](__m256i p, __m256i q, __m256i w) {
+        return _mm256_madd_epi16(_mm256_add_epi16(_mm256_maddubs_epi16(p, w), _mm256_maddubs_epi16(q, w)), ones);
+    };
     __m256i h[4];
     for (int k = 0; k < 4; ++k) {
         // Blocks 4k, 4k + 1 | 4k + 2, 4k + 3: Cb, Cb, Cr, Cr of each lane.
-        const __m256i sum = _mm256_add_epi16(pairSums(a[k]), pairSums(b[k]));
-        h[k] = _mm256_srai_epi32(_mm256_hadd_epi32(_mm256_madd_epi16(sum, wCb), _mm256_madd_epi16(sum, wCr)), 10);
+        h[k] = _mm256_srai_epi32(_mm256_hadd_epi32(column(a[k], b[k], wCb), column(a[k], b[k], wCr)), 9);
     }
     const __m256i bytes = _mm256_xor_si256(
         _mm256_packs_epi16(_mm256_packs_epi32(h[0], h[1]), _mm256_packs_epi32(h[2], h[3])), _mm256_set1_epi8(-128));
