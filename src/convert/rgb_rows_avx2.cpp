@@ -76,10 +76,10 @@ inline void PlanarBlock16(__m256i a0, __m256i a1, __m256i b0, __m256i b1, uint8_
 }
 
 // The chroma weights, all even, halved: 56, -37, -19, 0 and -9, -47,
-// 56, 0. A pixel's weighted pair of bytes stays within 16 bits even when the
-// two rows are added (at most 28560 either way), so the block needs no
-// channel sums: the half-weighted block total shifted by 9 is the full one
-// shifted by 10.
+// 56, 0. A pixel's weighted bytes, and the column of two pixels they make
+// with the row below, stay within 16 bits (at most 28560 either way), so the
+// block needs no channel sums: the half-weighted block total shifted by 9 is
+// the full one shifted by 10.
 constexpr int32_t kCbHalf = 0x00EDDB38;
 constexpr int32_t kCrHalf = 0x0038D1F7;
 
@@ -108,15 +108,17 @@ inline void PlanarBlock32(const __m256i a[4], const __m256i b[4], uint8_t* y0, u
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(y1), LumaRow32(b));
     const __m256i wCb = _mm256_set1_epi32(kCbHalf), wCr = _mm256_set1_epi32(kCrHalf);
     const __m256i ones = _mm256_set1_epi16(1);
-    // Per column of the two rows in 32 bits: the weights of each row's pixel,
-    // added in 16 bits, then joined.
-    const auto column = [&](__m256i p, __m256i q, __m256i w) {
-        return _mm256_madd_epi16(_mm256_add_epi16(_mm256_maddubs_epi16(p, w), _mm256_maddubs_epi16(q, w)), ones);
+    // The weighted bytes of each row's pixel, the rows added in 16 bits.
+    const auto rows = [](__m256i p, __m256i q, __m256i w) {
+        return _mm256_add_epi16(_mm256_maddubs_epi16(p, w), _mm256_maddubs_epi16(q, w));
     };
     __m256i h[4];
     for (int k = 0; k < 4; ++k) {
-        // Blocks 4k, 4k + 1 | 4k + 2, 4k + 3: Cb, Cb, Cr, Cr of each lane.
-        h[k] = _mm256_srai_epi32(_mm256_hadd_epi32(column(a[k], b[k], wCb), column(a[k], b[k], wCr)), 9);
+        // A column of the two rows is still within 16 bits: Cb of columns
+        // 0-3, Cr of columns 0-3 | 4-7, 4-7; then the blocks in 32 bits:
+        // Cb, Cb, Cr, Cr of blocks 4k, 4k + 1 | 4k + 2, 4k + 3.
+        const __m256i columns = _mm256_hadd_epi16(rows(a[k], b[k], wCb), rows(a[k], b[k], wCr));
+        h[k] = _mm256_srai_epi32(_mm256_madd_epi16(columns, ones), 9);
     }
     const __m256i bytes = _mm256_xor_si256(
         _mm256_packs_epi16(_mm256_packs_epi32(h[0], h[1]), _mm256_packs_epi32(h[2], h[3])), _mm256_set1_epi8(-128));
