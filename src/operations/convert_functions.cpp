@@ -80,15 +80,32 @@ Planes PlanesOf(uint8_t* planar, int32_t stride, int32_t height, bool halfStride
 
 int32_t Signed(int32_t height, bool negative) { return negative ? -height : height; }
 
+// The kernel of `bits` from a pair of tables; none for other pixel sizes, and
+// then the function converts nothing.
+template <class Fn>
+Fn ByBits(int32_t bits, const TierKernels<Fn>& k24, const TierKernels<Fn>& k32, uint32_t features) {
+    return bits == 24 ? k24.For(features) : bits == 32 ? k32.For(features) : nullptr;
+}
+
+// The functions of one source and one destination picture, both with a
+// single plane: a flip of 0 asks for the rows in the opposite order.
+template <class Fn>
+int32_t RunSinglePlanes(Fn kernel, uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride,
+                        int32_t width, int32_t height, uint32_t flip) {
+    if (!src || !dst) return 0;
+    if (kernel) kernel(dst, dstStride, src, srcStride, width, Signed(height, flip == 0));
+    return 1;
+}
+
 }  // namespace
 
 int32_t ConvertPlanarToRgb(uint8_t* planar, int32_t planarStride, uint8_t* rgb, int32_t rgbStride,
                            int32_t width, int32_t height, int32_t bits, uint32_t features,
                            uint32_t flip) {
     if (!planar || !rgb) return 0;
-    if (bits != 24 && bits != 32) return 1;
+    const PlanarSource kernel = ByBits(bits, kPlanarToRgb24, kPlanarToRgb32, features);
+    if (!kernel) return 1;
     const Planes p = PlanesOf(planar, planarStride, height, true);
-    const PlanarSource kernel = (bits == 24 ? kPlanarToRgb24 : kPlanarToRgb32).For(features);
     // The opposite sign rule of all the other functions: flip asks for a mirror.
     kernel(rgb, rgbStride, p.y, p.second, p.first, planarStride, p.chromaStride, width,
            Signed(height, flip != 0));
@@ -99,9 +116,9 @@ int32_t ConvertRgbToPlanar(uint8_t* rgb, int32_t rgbStride, uint8_t* planar, int
                            int32_t width, int32_t height, int32_t bits, uint32_t features,
                            uint32_t flip) {
     if (!rgb || !planar) return 0;
-    if (bits != 24 && bits != 32) return 1;
+    const PlanarDestination kernel = ByBits(bits, kRgb24ToPlanar, kRgb32ToPlanar, features);
+    if (!kernel) return 1;
     const Planes p = PlanesOf(planar, planarStride, height, false);
-    const PlanarDestination kernel = (bits == 24 ? kRgb24ToPlanar : kRgb32ToPlanar).For(features);
     kernel(p.y, p.second, p.first, planarStride, p.chromaStride, rgb, rgbStride, width,
            Signed(height, flip == 0));
     return 1;
@@ -130,37 +147,27 @@ int32_t ConvertPackedToPlanar(uint8_t* packed, int32_t packedStride, uint8_t* pl
 int32_t ConvertRgb24ToRgb32(uint8_t* rgb24, int32_t rgb24Stride, uint8_t* rgb32,
                             int32_t rgb32Stride, int32_t width, int32_t height, uint32_t,
                             uint32_t flip) {
-    if (!rgb24 || !rgb32) return 0;
-    ConvRgb24ToRgb32(rgb32, rgb32Stride, rgb24, rgb24Stride, width, Signed(height, flip == 0));
-    return 1;
+    return RunSinglePlanes(ConvRgb24ToRgb32, rgb24, rgb24Stride, rgb32, rgb32Stride, width, height, flip);
 }
 
 int32_t ConvertRgb32ToRgb24(uint8_t* rgb32, int32_t rgb32Stride, uint8_t* rgb24,
                             int32_t rgb24Stride, int32_t width, int32_t height, uint32_t,
                             uint32_t flip) {
-    if (!rgb32 || !rgb24) return 0;
-    ConvRgb32ToRgb24(rgb24, rgb24Stride, rgb32, rgb32Stride, width, Signed(height, flip == 0));
-    return 1;
+    return RunSinglePlanes(ConvRgb32ToRgb24, rgb32, rgb32Stride, rgb24, rgb24Stride, width, height, flip);
 }
 
 int32_t ConvertRgbToPacked(uint8_t* rgb, int32_t rgbStride, uint8_t* packed, int32_t packedStride,
                            int32_t width, int32_t height, int32_t bits, uint32_t features,
                            uint32_t flip) {
-    if (!rgb || !packed) return 0;
-    if (bits != 24 && bits != 32) return 1;
-    (bits == 24 ? kRgb24ToPacked : kRgb32ToPacked)
-        .For(features)(packed, packedStride, rgb, rgbStride, width, Signed(height, flip == 0));
-    return 1;
+    return RunSinglePlanes(ByBits(bits, kRgb24ToPacked, kRgb32ToPacked, features), rgb, rgbStride, packed,
+                           packedStride, width, height, flip);
 }
 
 int32_t ConvertPackedToRgb(uint8_t* packed, int32_t packedStride, uint8_t* rgb, int32_t rgbStride,
                            int32_t width, int32_t height, int32_t bits, uint32_t features,
                            uint32_t flip) {
-    if (!packed || !rgb) return 0;
-    if (bits != 24 && bits != 32) return 1;
-    (bits == 24 ? kPackedToRgb24 : kPackedToRgb32)
-        .For(features)(rgb, rgbStride, packed, packedStride, width, Signed(height, flip == 0));
-    return 1;
+    return RunSinglePlanes(ByBits(bits, kPackedToRgb24, kPackedToRgb32, features), packed, packedStride, rgb,
+                           rgbStride, width, height, flip);
 }
 
 int32_t SwapChromaPlanes(uint8_t* first, uint8_t* second, int32_t count) {
