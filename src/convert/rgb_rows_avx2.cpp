@@ -112,22 +112,24 @@ inline void PlanarBlock32(const __m256i a[4], const __m256i b[4], uint8_t* y0, u
     const auto rows = [](__m256i p, __m256i q, __m256i w) {
         return _mm256_add_epi16(_mm256_maddubs_epi16(p, w), _mm256_maddubs_epi16(q, w));
     };
-    __m256i h[4];
-    for (int k = 0; k < 4; ++k) {
-        // A column of the two rows is still within 16 bits: Cb of columns
-        // 0-3, Cr of columns 0-3 | 4-7, 4-7; then the blocks in 32 bits:
-        // Cb, Cb, Cr, Cr of blocks 4k, 4k + 1 | 4k + 2, 4k + 3.
-        const __m256i columns = _mm256_hadd_epi16(rows(a[k], b[k], wCb), rows(a[k], b[k], wCr));
-        h[k] = _mm256_srai_epi32(_mm256_madd_epi16(columns, ones), 9);
-    }
-    const __m256i bytes = _mm256_xor_si256(
-        _mm256_packs_epi16(_mm256_packs_epi32(h[0], h[1]), _mm256_packs_epi32(h[2], h[3])), _mm256_set1_epi8(-128));
-    // Byte pairs of blocks 0-1, 4-5, 8-9, 12-13 | 2-3, 6-7, 10-11, 14-15,
-    // Cb then Cr in each 4 bytes: put in order, Cb in the low lane.
+    // A column of the two rows is still within 16 bits; the horizontal add
+    // gives columns 0-3 of registers k and k + 1 | 4-7 of both, and the
+    // blocks come out in 32 bits: 4k, 4k + 1, 4k + 4, 4k + 5 | 4k + 2,
+    // 4k + 3, 4k + 6, 4k + 7.
+    const auto blocks = [&](int k, __m256i w) {
+        const __m256i columns = _mm256_hadd_epi16(rows(a[k], b[k], w), rows(a[k + 1], b[k + 1], w));
+        return _mm256_srai_epi32(_mm256_madd_epi16(columns, ones), 9);
+    };
+    const __m256i cb = _mm256_packs_epi32(blocks(0, wCb), blocks(2, wCb));
+    const __m256i cr = _mm256_packs_epi32(blocks(0, wCr), blocks(2, wCr));
+    // Byte pairs of blocks 0-1, 4-5, 8-9, 12-13 | 2-3, 6-7, 10-11, 14-15, Cb
+    // in the low half of each lane and Cr in the high: one dword permute and
+    // one byte shuffle put Cb in order in the low lane and Cr in the high.
+    const __m256i bytes = _mm256_xor_si256(_mm256_packs_epi16(cb, cr), _mm256_set1_epi8(-128));
     const __m256i spread = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-    const __m256i split = _mm256_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15,
-                                           0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15);
-    const __m256i planes = _mm256_permute4x64_epi64(_mm256_shuffle_epi8(spread, split), _MM_SHUFFLE(3, 1, 2, 0));
+    const __m256i order = _mm256_setr_epi8(0, 1, 4, 5, 2, 3, 6, 7, 8, 9, 12, 13, 10, 11, 14, 15,
+                                           0, 1, 4, 5, 2, 3, 6, 7, 8, 9, 12, 13, 10, 11, 14, 15);
+    const __m256i planes = _mm256_shuffle_epi8(spread, order);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(u), _mm256_castsi256_si128(planes));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(v), _mm256_extracti128_si256(planes, 1));
 }
