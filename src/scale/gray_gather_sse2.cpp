@@ -18,7 +18,11 @@ void GrayPlannedGatherSse2(uint8_t* dst, const uint8_t* row, const uint32_t* off
         uint8_t* d = dst + size_t(b) * kB;
         const uint8_t k = plan.kind[b];
         if (!(k & GrayGatherPlan::kDoubled)) {
-            GrayGatherRow(d, row, offsets + size_t(b) * kB, kB);
+            // The whole run of such blocks in one gather.
+            uint32_t e = b + 1;
+            while (e < blocks && !(plan.kind[e] & GrayGatherPlan::kDoubled)) ++e;
+            GrayGatherRow(d, row, offsets + size_t(b) * kB, (e - b) * kB);
+            b = e - 1;
             continue;
         }
         const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + plan.base[b]));
