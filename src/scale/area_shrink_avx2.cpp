@@ -85,23 +85,39 @@ struct Sink {
 // 16-byte window in both halves of a register, one shuffle per record that
 // zero-extends each column's byte into its lane, then the exact conversion
 // to float. The sums are those of the float window below.
-template <End E>
-void PlannedSweep(const uint8_t* row, const float* weight, uint32_t perColumn, uint32_t width,
-                  const AreaSweepPlan& plan, uint32_t& x, const Sink& sink) {
+template <End E, uint32_t P>
+void PlannedSweepOf(const uint8_t* row, const float* weight, uint32_t perColumn, uint32_t width,
+                    const AreaSweepPlan& plan, uint32_t& x, const Sink& sink) {
+    const uint32_t per = P ? P : perColumn;
     const uint32_t fast = width & ~7u;
+    const int32_t* bases = plan.base.data();
+    const uint8_t* masks = plan.masks.data();
+    const Sink local = sink;
     for (; x < fast; x += 8) {
-        const int32_t base = plan.base[x / 8];
+        const int32_t base = bases[x / 8];
         if (base < 0) return;
         const __m256i window =
             _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base)));
-        const uint8_t* m = plan.masks.data() + size_t(x / 8) * perColumn * 32;
+        const uint8_t* m = masks + size_t(x / 8) * per * 32;
         __m256 v = _mm256_setzero_ps();
-        for (uint32_t r = 0; r < perColumn; ++r, m += 32) {
+        for (uint32_t r = 0; r < per; ++r, m += 32) {
             const __m256i lanes = _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m)));
             const __m256 pick = _mm256_cvtepi32_ps(lanes);
             v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick, _mm256_loadu_ps(weight + size_t(r) * width + x))));
         }
-        sink.template Put8<E>(x, v);
+        local.template Put8<E>(x, v);
+    }
+}
+
+// The usual record counts with the record loop unrolled.
+template <End E>
+void PlannedSweep(const uint8_t* row, const float* weight, uint32_t perColumn, uint32_t width,
+                  const AreaSweepPlan& plan, uint32_t& x, const Sink& sink) {
+    switch (perColumn) {
+        case 1: return PlannedSweepOf<E, 1>(row, weight, perColumn, width, plan, x, sink);
+        case 2: return PlannedSweepOf<E, 2>(row, weight, perColumn, width, plan, x, sink);
+        case 3: return PlannedSweepOf<E, 3>(row, weight, perColumn, width, plan, x, sink);
+        default: return PlannedSweepOf<E, 0>(row, weight, perColumn, width, plan, x, sink);
     }
 }
 
