@@ -9,6 +9,7 @@
 // most 16 * 16 samples a lane stays below 65536, so no lane carries into
 // its neighbour, in the sums or in the chain.
 #include <algorithm>
+#include <cstdint>
 #include <array>
 #include <utility>
 
@@ -233,19 +234,18 @@ BoxTwoRowsFn PickPairedTwoRows(BoxFamily family) {
 }
 
 // Whether the target rows lie apart from every source byte the box rows can
-// read (up to 16 rows below each table row, 2 samples and a vector past the
-// last column offset).
+// read: each table row and the rows of its count below it, up to two samples
+// and a few bytes past the last column offset.
 bool BoxTargetApart(uint8_t* dst, size_t rowBytes, uint32_t height, int32_t dstStride, const uint8_t* src,
                     int32_t srcStride, const AxisTable& cols, const AxisTable& rows, uint32_t width, uint32_t srcBytes) {
-    intptr_t lo = RowDelta(rows.offsets[0]), hi = lo;
-    for (uint32_t y = 1; y < height; ++y) {
-        lo = std::min(lo, RowDelta(rows.offsets[y]));
-        hi = std::max(hi, RowDelta(rows.offsets[y]));
+    intptr_t lo = INTPTR_MAX, hi = INTPTR_MIN;
+    for (uint32_t y = 0; y < height; ++y) {
+        const intptr_t top = RowDelta(rows.offsets[y]);
+        const intptr_t span = intptr_t(srcStride) * (intptr_t(std::min(rows.weights[y], 16u)) - 1);
+        lo = std::min(lo, top + std::min<intptr_t>(0, span));
+        hi = std::max(hi, top + std::max<intptr_t>(0, span));
     }
-    const intptr_t reach = intptr_t(srcStride) * 16;
-    lo += std::min<intptr_t>(0, reach);
-    hi += std::max<intptr_t>(0, reach) + intptr_t(*std::max_element(cols.offsets, cols.offsets + width)) +
-          2 * intptr_t(srcBytes) + 64;
+    hi += intptr_t(*std::max_element(cols.offsets, cols.offsets + width)) + 2 * intptr_t(srcBytes) + 8;
     return TargetApart(dst, rowBytes, height, dstStride, {AddressOf(src) + lo, AddressOf(src) + hi});
 }
 
@@ -292,7 +292,11 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
     };
     uint32_t y = 0;
     const BoxTwoRowsFn twoRows = !fade && !exact && paired ? PickPairedTwoRows(f.family) : nullptr;
-    if (twoRows && height > 1 && BoxTargetApart(dst, size_t(width) * f.dstBytes, height, dstStride, src, srcStride, cols, rows, width, srcBytes)) {
+    // A 3-byte target's last 4-byte store spills one byte past its row, which
+    // the next row overwrites when rows touch: such rows go one at a time.
+    const size_t written = size_t(width) * f.dstBytes + (f.dstBytes == 3 ? 1 : 0);
+    if (twoRows && height > 1 &&
+        BoxTargetApart(dst, written, height, dstStride, src, srcStride, cols, rows, width, srcBytes)) {
         for (; y + 1 < height; y += 2) {
             uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
             twoRows(d, d + dstStride, src + RowDelta(rows.offsets[y]), src + RowDelta(rows.offsets[y + 1]),

@@ -3,6 +3,7 @@
 // and row counts that send the pair back to one row at a time.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -64,11 +65,15 @@ TEST(BoxTwoRows, HalvingAgreesAcrossFormsApartAndInPlace) {
             for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
                 if (HostSimdForm() < form) continue;
                 ScopedKernelChoice choice(g_cpuFeatures, form);
-                std::vector<uint8_t> src = start, out(start.size(), 0x33);
-                uint8_t* dst = inPlace ? src.data() : out.data();
-                ScaleImage(dst, dw, dh, int32_t(dw * bytes), bytes, src.data(), sw, sh, int32_t(sw * bytes), bytes, 0.0,
+                // Source and target in one block, the target well after the
+                // source, so that the rows count as apart on every run.
+                std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x33);
+                std::copy(start.begin(), start.end(), arena.begin());
+                uint8_t* src = arena.data();
+                uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
+                ScaleImage(dst, dw, dh, int32_t(dw * bytes), bytes, src, sw, sh, int32_t(sw * bytes), bytes, 0.0,
                            2.0, 0.0, 2.0, SCALE_BOX, nullptr);
-                const std::vector<uint8_t>& result = inPlace ? src : out;
+                const std::vector<uint8_t> result(dst, dst + start.size());
                 if (first.empty()) first = result;
                 else ASSERT_EQ(result, first) << bytes << (inPlace ? " in place " : " ") << FormName(form);
             }

@@ -3,6 +3,7 @@
 // rows the cache holds.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -66,11 +67,15 @@ TEST(InnerRowCache, ImagesAgreeAcrossFormsInPlaceToo) {
             for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
                 if (HostSimdForm() < form) continue;
                 ScopedKernelChoice choice(g_cpuFeatures, form);
-                std::vector<uint8_t> src = start, out(start.size(), 0x11);
-                uint8_t* dst = inPlace ? src.data() : out.data();
-                ScaleImage(dst, dw, dh, int32_t(dw * 4), 4, src.data(), sw, sh, int32_t(sw * 4), 4, 0.0,
+                // One block with the target well after the source: apart on
+                // every run, so the cached form is the one checked.
+                std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x11);
+                std::copy(start.begin(), start.end(), arena.begin());
+                uint8_t* src = arena.data();
+                uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
+                ScaleImage(dst, dw, dh, int32_t(dw * 4), 4, src, sw, sh, int32_t(sw * 4), 4, 0.0,
                            double(sw) / dw, 0.0, double(sh) / dh, mode, nullptr);
-                std::vector<uint8_t>& result = inPlace ? src : out;
+                const std::vector<uint8_t> result(dst, dst + start.size());
                 if (first.empty()) first = result;
                 else ASSERT_EQ(result, first) << "mode " << mode << (inPlace ? " in place " : " ") << FormName(form);
             }
