@@ -218,13 +218,13 @@ BoxRowFn PickPairedRow(BoxFamily family, BoxRowFn general) {
     return general;
 }
 
-BoxTwoRowsFn PickPairedTwoRows(BoxFamily family) {
+BoxRowGroupFn PickPairedRowGroup(BoxFamily family) {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<BoxTwoRowsFn> forms[4][2] = {
-        {{SimdForm::Avx2, BoxPairedTwoRowsAvx2<BoxFamily::A>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedTwoRowsAvx2<BoxFamily::B>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedTwoRowsAvx2<BoxFamily::C>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedTwoRowsAvx2<BoxFamily::D>}, {SimdForm::Plain, nullptr}},
+    static const FormEntry<BoxRowGroupFn> forms[4][2] = {
+        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::A>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::B>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::C>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::D>}, {SimdForm::Plain, nullptr}},
     };
     return PickForm(forms[static_cast<int>(family)]);
 #else
@@ -291,16 +291,22 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
                    maxFactor, bg);
     };
     uint32_t y = 0;
-    const BoxTwoRowsFn twoRows = !fade && !exact && paired ? PickPairedTwoRows(f.family) : nullptr;
+    const BoxRowGroupFn group = !fade && !exact && paired ? PickPairedRowGroup(f.family) : nullptr;
     // A 3-byte target's last 4-byte store spills one byte past its row, which
     // the next row overwrites when rows touch: such rows go one at a time.
     const size_t written = size_t(width) * f.dstBytes + (f.dstBytes == 3 ? 1 : 0);
-    if (twoRows && height > 1 &&
+    if (group && height > 1 &&
         BoxTargetApart(dst, written, height, dstStride, src, srcStride, cols, rows, width, srcBytes)) {
-        for (; y + 1 < height; y += 2) {
-            uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
-            twoRows(d, d + dstStride, src + RowDelta(rows.offsets[y]), src + RowDelta(rows.offsets[y + 1]),
-                    cols.offsets, cols.weights, width, srcStride, rows.weights[y], rows.weights[y + 1]);
+        while (y + 1 < height) {
+            const uint32_t n = std::min(kBoxRowGroup, height - y);
+            uint8_t* d[kBoxRowGroup];
+            const uint8_t* r[kBoxRowGroup];
+            for (uint32_t i = 0; i < n; ++i) {
+                d[i] = dst + static_cast<intptr_t>(dstStride) * (y + i);
+                r[i] = src + RowDelta(rows.offsets[y + i]);
+            }
+            group(d, r, rows.weights + y, n, cols.offsets, cols.weights, width, srcStride);
+            y += n;
         }
     }
     for (; y < height; ++y) {

@@ -48,17 +48,18 @@ void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
                       uint32_t len, int32_t stride, uint32_t rowCount);
 #endif
 
-// Two target rows of a run paired throughout, worked column block by column
-// block together (more loads in flight); the bytes of two one-row calls.
-// Only for a target that lies apart from the source.
-using BoxTwoRowsFn = void (*)(uint8_t* dst0, uint8_t* dst1, const uint8_t* row0, const uint8_t* row1,
-                              const uint32_t* offsets, const uint32_t* counts, uint32_t len, int32_t stride,
-                              uint32_t rowCount0, uint32_t rowCount1);
+// Up to kBoxRowGroup target rows of a run paired throughout, worked column
+// block by column block together (more loads in flight); the bytes of one
+// call per row. Only for targets that lie apart from the source and whose
+// rows do not touch.
+inline constexpr uint32_t kBoxRowGroup = 4;
+using BoxRowGroupFn = void (*)(uint8_t* const* dst, const uint8_t* const* rows, const uint32_t* rowCounts,
+                               uint32_t n, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
+                               int32_t stride);
 #if defined(TARN_HAVE_X86_SIMD)
 template <BoxFamily F>
-void BoxPairedTwoRowsAvx2(uint8_t* dst0, uint8_t* dst1, const uint8_t* row0, const uint8_t* row1,
-                          const uint32_t* offsets, const uint32_t* counts, uint32_t len, int32_t stride,
-                          uint32_t rowCount0, uint32_t rowCount1);
+void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, const uint32_t* rowCounts, uint32_t n,
+                           const uint32_t* offsets, const uint32_t* counts, uint32_t len, int32_t stride);
 #endif
 
 // How many entries from `j` (counts) and `k` (offsets) form boxes of two

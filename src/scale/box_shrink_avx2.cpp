@@ -194,12 +194,12 @@ void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
 }
 
 template <BoxFamily F>
-void BoxPairedTwoRowsAvx2(uint8_t* dst0, uint8_t* dst1, const uint8_t* row0, const uint8_t* row1,
-                          const uint32_t* offsets, const uint32_t* counts, uint32_t len, int32_t stride,
-                          uint32_t rowCount0, uint32_t rowCount1) {
-    if (rowCount0 != 2 || rowCount1 != 2 || len == 0) {
-        BoxPairedRowAvx2<F>(dst0, row0, offsets, counts, len, stride, rowCount0);
-        BoxPairedRowAvx2<F>(dst1, row1, offsets, counts, len, stride, rowCount1);
+void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, const uint32_t* rowCounts, uint32_t n,
+                           const uint32_t* offsets, const uint32_t* counts, uint32_t len, int32_t stride) {
+    bool allTwo = len > 0 && n <= kBoxRowGroup;
+    for (uint32_t i = 0; i < n; ++i) allTwo &= rowCounts[i] == 2;
+    if (!allTwo) {
+        for (uint32_t i = 0; i < n; ++i) BoxPairedRowAvx2<F>(dst[i], rows[i], offsets, counts, len, stride, rowCounts[i]);
         return;
     }
     constexpr bool threeBytes = F == BoxFamily::A || F == BoxFamily::B;
@@ -209,22 +209,19 @@ void BoxPairedTwoRowsAvx2(uint8_t* dst0, uint8_t* dst1, const uint8_t* row0, con
     // Whole pairs of blocks only; the one-row form finishes each row.
     const uint32_t blocks = threeBytes ? (len >= 5 ? (len - 1) / 4 : 0) : len / 4;
     const uint32_t eights = blocks / 2;
-    const uint8_t* p0 = row0 + offsets[0];
-    const uint8_t* p1 = row1 + offsets[0];
-    for (uint32_t e = 0; e < eights; ++e, p0 += 16 * sp, p1 += 16 * sp, dst0 += 8 * dp, dst1 += 8 * dp) {
-        Eight<F, 2>(dst0, p0, stride, 2, ch);
-        Eight<F, 2>(dst1, p1, stride, 2, ch);
-    }
+    for (uint32_t e = 0; e < eights; ++e)
+        for (uint32_t i = 0; i < n; ++i)
+            Eight<F, 2>(dst[i] + size_t(e) * 8 * dp, rows[i] + offsets[0] + size_t(e) * 16 * sp, stride, 2, ch);
     const uint32_t done = 8 * eights;
     if (done == len) return;
-    BoxPairedRowAvx2<F>(dst0, row0, offsets + done, counts + done, len - done, stride, 2);
-    BoxPairedRowAvx2<F>(dst1, row1, offsets + done, counts + done, len - done, stride, 2);
+    for (uint32_t i = 0; i < n; ++i)
+        BoxPairedRowAvx2<F>(dst[i] + size_t(done) * dp, rows[i], offsets + done, counts + done, len - done, stride, 2);
 }
 
-template void BoxPairedTwoRowsAvx2<BoxFamily::A>(uint8_t*, uint8_t*, const uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, uint32_t);
-template void BoxPairedTwoRowsAvx2<BoxFamily::B>(uint8_t*, uint8_t*, const uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, uint32_t);
-template void BoxPairedTwoRowsAvx2<BoxFamily::C>(uint8_t*, uint8_t*, const uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, uint32_t);
-template void BoxPairedTwoRowsAvx2<BoxFamily::D>(uint8_t*, uint8_t*, const uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, uint32_t);
+template void BoxPairedRowGroupAvx2<BoxFamily::A>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
+template void BoxPairedRowGroupAvx2<BoxFamily::B>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
+template void BoxPairedRowGroupAvx2<BoxFamily::C>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
+template void BoxPairedRowGroupAvx2<BoxFamily::D>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
 template void BoxPairedRowAvx2<BoxFamily::A>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxPairedRowAvx2<BoxFamily::B>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxPairedRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);

@@ -1,6 +1,7 @@
-// Box shrink two target rows at a time against the plain one-row kernels:
-// runs paired throughout in every family, lengths with and without a tail,
-// and row counts that send the pair back to one row at a time.
+// Box shrink of a group of target rows at a time against the plain one-row
+// kernels: runs paired throughout in every family, lengths with and without
+// a tail, groups of two to four rows, and row counts that send the group
+// back to one row at a time.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -26,24 +27,28 @@ void CheckFamily(uint32_t sb, uint32_t db) {
         std::vector<uint32_t> offsets(len + 4), counts(len + 4, 2);
         for (uint32_t j = 0; j < len + 4; ++j) offsets[j] = j * 2 * sb;
         const struct {
-            uint32_t r0, r1, c0, c1;
-        } rows[] = {{0, 2, 2, 2}, {1, 5, 2, 2}, {0, 4, 2, 3}, {6, 3, 1, 2}};
-        for (const auto& r : rows) {
+            uint32_t n, row[4], count[4];
+        } groups[] = {{2, {0, 2}, {2, 2}}, {2, {1, 5}, {2, 2}}, {3, {0, 2, 4}, {2, 2, 2}},
+                      {4, {0, 2, 4, 6}, {2, 2, 2, 2}}, {4, {7, 1, 3, 9}, {2, 2, 2, 2}},
+                      {2, {0, 4}, {2, 3}}, {4, {6, 3, 0, 2}, {2, 2, 1, 2}}};
+        for (const auto& g : groups) {
             const size_t bytes = size_t(len) * db + 8;
-            std::vector<uint8_t> want0(bytes, 0x42), want1(bytes, 0x42), got0(bytes, 0x42), got1(bytes, 0x42);
-            const uint8_t* row0 = src.data() + size_t(r.r0) * stride;
-            const uint8_t* row1 = src.data() + size_t(r.r1) * stride;
-            BoxShrinkRow<F>(want0.data(), row0, offsets.data(), counts.data(), len, stride, r.c0);
-            BoxShrinkRow<F>(want1.data(), row1, offsets.data(), counts.data(), len, stride, r.c1);
-            BoxPairedTwoRowsAvx2<F>(got0.data(), got1.data(), row0, row1, offsets.data(), counts.data(), len, stride,
-                                    r.c0, r.c1);
-            ASSERT_EQ(got0, want0) << sb << "->" << db << " len " << len << " rows " << r.r0 << "," << r.r1;
-            ASSERT_EQ(got1, want1) << sb << "->" << db << " len " << len << " rows " << r.r0 << "," << r.r1;
+            std::vector<std::vector<uint8_t>> want(g.n, std::vector<uint8_t>(bytes, 0x42)), got(want);
+            uint8_t* d[4];
+            const uint8_t* rows[4];
+            for (uint32_t i = 0; i < g.n; ++i) {
+                rows[i] = src.data() + size_t(g.row[i]) * stride;
+                d[i] = got[i].data();
+                BoxShrinkRow<F>(want[i].data(), rows[i], offsets.data(), counts.data(), len, stride, g.count[i]);
+            }
+            BoxPairedRowGroupAvx2<F>(d, rows, g.count, g.n, offsets.data(), counts.data(), len, stride);
+            for (uint32_t i = 0; i < g.n; ++i)
+                ASSERT_EQ(got[i], want[i]) << sb << "->" << db << " len " << len << " group of " << g.n << " row " << i;
         }
     }
 }
 
-TEST(BoxTwoRows, MatchTwoPlainRows) {
+TEST(BoxRowGroups, MatchPlainRows) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     CheckFamily<BoxFamily::A>(3, 3);
     CheckFamily<BoxFamily::B>(3, 4);
@@ -52,9 +57,9 @@ TEST(BoxTwoRows, MatchTwoPlainRows) {
 }
 #endif
 
-TEST(BoxTwoRows, HalvingAgreesAcrossFormsApartAndInPlace) {
-    // Odd target heights leave a last row on its own; in place, rows go one
-    // at a time as before.
+TEST(BoxRowGroups, HalvingAgreesAcrossFormsApartAndInPlace) {
+    // 13 target rows: groups of four, then a last row on its own; in place,
+    // rows go one at a time as before.
     std::mt19937 rng(77);
     for (uint32_t bytes : {3u, 4u})
         for (bool inPlace : {false, true}) {
