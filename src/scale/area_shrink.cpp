@@ -25,6 +25,9 @@ bool AreaShrink(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32
         if (bytes > 0) std::memcpy(dst, src, size_t(bytes));
         return true;
     }
+    // A target with no pixels (the chroma of a one-pixel plane) gets nothing;
+    // its step would be infinite.
+    if (dstWidth == 0 || dstHeight == 0) return true;
     const float rx = static_cast<float>(double(srcWidth) / double(dstWidth));
     const float ry = static_cast<float>(double(srcHeight) / double(dstHeight));
     const float scale = static_cast<float>(1.0 / (double(ry) * double(rx)));
