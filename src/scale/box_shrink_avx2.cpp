@@ -193,6 +193,24 @@ void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
         BoxShrinkRowSse2<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
 }
 
+// N rows of a group, eight pixels of each in turn; N known while compiling
+// keeps every row's pointers in registers.
+template <BoxFamily F, uint32_t N>
+void GroupEights(uint8_t* const* dst, const uint8_t* const* rows, uint32_t first, uint32_t eights, int32_t stride,
+                 const BoxChain& ch) {
+    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
+    constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
+    uint8_t* d[N];
+    const uint8_t* p[N];
+    for (uint32_t i = 0; i < N; ++i) d[i] = dst[i], p[i] = rows[i] + first;
+    for (uint32_t e = 0; e < eights; ++e)
+        for (uint32_t i = 0; i < N; ++i) {
+            Eight<F, 2>(d[i], p[i], stride, 2, ch);
+            d[i] += 8 * dp;
+            p[i] += 16 * sp;
+        }
+}
+
 template <BoxFamily F>
 void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, const uint32_t* rowCounts, uint32_t n,
                            const uint32_t* offsets, const uint32_t* counts, uint32_t len, int32_t stride) {
@@ -204,14 +222,15 @@ void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, cons
     }
     constexpr bool threeBytes = F == BoxFamily::A || F == BoxFamily::B;
     constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
-    constexpr uint32_t sp = threeBytes ? 3 : 4;
     const BoxChain& ch = ChainOf(F, 2, 2);
     // Whole pairs of blocks only; the one-row form finishes each row.
     const uint32_t blocks = threeBytes ? (len >= 5 ? (len - 1) / 4 : 0) : len / 4;
     const uint32_t eights = blocks / 2;
-    for (uint32_t e = 0; e < eights; ++e)
-        for (uint32_t i = 0; i < n; ++i)
-            Eight<F, 2>(dst[i] + size_t(e) * 8 * dp, rows[i] + offsets[0] + size_t(e) * 16 * sp, stride, 2, ch);
+    switch (n) {
+        case 4: GroupEights<F, 4>(dst, rows, offsets[0], eights, stride, ch); break;
+        case 3: GroupEights<F, 3>(dst, rows, offsets[0], eights, stride, ch); break;
+        default: GroupEights<F, 2>(dst, rows, offsets[0], eights, stride, ch); break;
+    }
     const uint32_t done = 8 * eights;
     if (done == len) return;
     for (uint32_t i = 0; i < n; ++i)
