@@ -107,10 +107,9 @@ void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uin
     const bool wholeRows = SB == 4 && startX == 0.0 && w == srcWidth;
     // The middle band of 4-byte pixels blends each source row once where
     // the target lies apart from every source row read.
-    const CachedInnerRowFn cachedInner =
-        SB == 4 && !wholeRows && b.middle >= 4 && SourceApart(dst, size_t(w) * DB, h, dstStride, src, srcWidth * SB, stride, t.rows)
-            ? PickCachedInnerRow44()
-            : nullptr;
+    const bool cacheable = SB == 4 && !wholeRows && b.middle >= 4 &&
+                           SourceApart(dst, size_t(w) * DB, h, dstStride, src, srcWidth * SB, stride, t.rows);
+    const CachedInnerRowFn cachedInner = cacheable ? PickCachedInnerRow44() : nullptr;
     InnerRowCache cache(cachedInner ? b.middle : 0);
     const bool cached = cachedInner && cache.Ready();
     for (uint32_t y = 0; y < h; ++y) {
