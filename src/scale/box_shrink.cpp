@@ -205,11 +205,15 @@ const FamilyPitches kFamilies[] = {
 // A run paired throughout skips the per-row search for paired boxes.
 BoxRowFn PickPairedRow(BoxFamily family, BoxRowFn general) {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<BoxRowFn> forms[4][2] = {
-        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::A>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::B>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::C>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::D>}, {SimdForm::Plain, nullptr}},
+    static const FormEntry<BoxRowFn> forms[4][3] = {
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::A>}, {SimdForm::Sse2, nullptr}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::B>}, {SimdForm::Sse2, nullptr}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::C>},
+         {SimdForm::Sse2, BoxPairedRowSse2<BoxFamily::C>},
+         {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::D>},
+         {SimdForm::Sse2, BoxPairedRowSse2<BoxFamily::D>},
+         {SimdForm::Plain, nullptr}},
     };
     if (const BoxRowFn f = PickForm(forms[static_cast<int>(family)])) return f;
 #else

@@ -42,7 +42,10 @@ template <BoxFamily F>
 void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount);
 // The same for a run known to be paired throughout (PairedRun over all of
-// it); families A and B (3-byte sources) have this form only.
+// it); families A and B (3-byte sources) have the AVX2 form only.
+template <BoxFamily F>
+void BoxPairedRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                      uint32_t len, int32_t stride, uint32_t rowCount);
 template <BoxFamily F>
 void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount);
