@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "convert/cpu_features.h"
+#include "convert/copy_rows_walk.h"
 #include "convert/smoothing.h"
 
 namespace tarn {
@@ -33,45 +34,7 @@ void CopyRowsSmoothWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int
 
 namespace {
 
-// A negative height walks the source from its last row upward.
-void FlipSource(const uint8_t*& src, int32_t& srcStride, int32_t& height) {
-    if (height < 0) {
-        height = -height;
-        src += static_cast<ptrdiff_t>(height - 1) * srcStride;
-        srcStride = -srcStride;
-    }
-}
-
-template <class CopyRow>
-void CopyEachRow(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                 int32_t rowBytes, int32_t height, CopyRow copyRow) {
-    FlipSource(src, srcStride, height);
-    for (int32_t y = 0; y < height; ++y, dst += dstStride, src += srcStride)
-        copyRow(dst, src, static_cast<size_t>(rowBytes));
-}
-
-// Middle rows: the first `blockBytes` bytes by `block`, the rest rounding.
-template <class BlockSmooth>
-void SmoothRows(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                int32_t rowBytes, int32_t height, int32_t blockBytes, BlockSmooth block) {
-    FlipSource(src, srcStride, height);
-    std::memcpy(dst, src, static_cast<size_t>(rowBytes));
-    for (int32_t y = 1; y < height - 1; ++y) {
-        uint8_t* d = dst + static_cast<ptrdiff_t>(y) * dstStride;
-        const uint8_t* c = src + static_cast<ptrdiff_t>(y) * srcStride;
-        const uint8_t* above = c - srcStride;
-        const uint8_t* below = c + srcStride;
-        block(d, above, below, c, blockBytes);
-        for (int32_t x = blockBytes; x < rowBytes; ++x)
-            d[x] = static_cast<uint8_t>(Smooth(above[x], below[x], c[x]));
-    }
-    if (height > 1)
-        std::memcpy(dst + static_cast<ptrdiff_t>(height - 1) * dstStride,
-                    src + static_cast<ptrdiff_t>(height - 1) * srcStride,
-                    static_cast<size_t>(rowBytes));
-}
-
-void NoBlock(uint8_t*, const uint8_t*, const uint8_t*, const uint8_t*, int32_t) {}
+int32_t NoBlock(uint8_t*, const uint8_t*, const uint8_t*, const uint8_t*, int32_t) { return 0; }
 
 }  // namespace
 
@@ -89,15 +52,18 @@ void CopyRowsMmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t sr
 
 void CopyRowsSmooth(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                     int32_t rowBytes, int32_t height) {
-    SmoothRows(dst, dstStride, src, srcStride, rowBytes, height, 0, NoBlock);
+    SmoothRows(dst, dstStride, src, srcStride, rowBytes, height, NoBlock);
 }
 
 void CopyRowsSmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                        int32_t rowBytes, int32_t height) {
-    SmoothRows(dst, dstStride, src, srcStride, rowBytes, height, rowBytes & ~7,
+    // 8-byte blocks with the truncating average, the rest of the row rounding.
+    SmoothRows(dst, dstStride, src, srcStride, rowBytes, height,
                [](uint8_t* d, const uint8_t* a, const uint8_t* b, const uint8_t* c, int32_t n) {
-                   for (int32_t x = 0; x < n; ++x)
+                   const int32_t blockBytes = n & ~7;
+                   for (int32_t x = 0; x < blockBytes; ++x)
                        d[x] = static_cast<uint8_t>(SmoothTrunc(a[x], b[x], c[x]));
+                   return blockBytes;
                });
 }
 

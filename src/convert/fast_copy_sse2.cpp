@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "convert/fast_copy.h"
-#include "convert/smoothing.h"
+#include "convert/copy_rows_walk.h"
 #include "platform/cache_size.h"
 
 namespace tarn {
@@ -31,14 +31,6 @@ inline void CopyBlocks(uint8_t* d, const uint8_t* s, size_t count) {
 // last-level cache anyway; below that, ordinary stores leave the target where
 // the next kernel reads it. Either way the bytes are the same.
 bool WorthStreaming(size_t count) { return count >= platform::LastLevelCacheBytes() / 4 * 3; }
-
-void FlipSource(const uint8_t*& src, int32_t& srcStride, int32_t& height) {
-    if (height < 0) {
-        height = -height;
-        src += static_cast<ptrdiff_t>(height - 1) * srcStride;
-        srcStride = -srcStride;
-    }
-}
 
 }  // namespace
 
@@ -82,35 +74,25 @@ void FastCopyStream(void* dst, const void* src, size_t count) {
 
 void CopyRowsWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                   int32_t rowBytes, int32_t height) {
-    FlipSource(src, srcStride, height);
-    for (int32_t y = 0; y < height; ++y, dst += dstStride, src += srcStride)
-        CopyBlocks<128>(dst, src, static_cast<size_t>(rowBytes));
+    CopyEachRow(dst, dstStride, src, srcStride, rowBytes, height,
+                [](uint8_t* d, const uint8_t* s, size_t n) { CopyBlocks<128>(d, s, n); });
 }
 
 void CopyRowsSmoothWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t rowBytes, int32_t height) {
-    FlipSource(src, srcStride, height);
-    std::memcpy(dst, src, static_cast<size_t>(rowBytes));
-    for (int32_t y = 1; y < height - 1; ++y) {
-        uint8_t* d = dst + static_cast<ptrdiff_t>(y) * dstStride;
-        const uint8_t* c = src + static_cast<ptrdiff_t>(y) * srcStride;
-        const uint8_t* a = c - srcStride;
-        const uint8_t* b = c + srcStride;
-        int32_t x = 0;
-        // _mm_avg_epu8 is exactly the rounding average (a + b + 1) >> 1.
-        for (; x + 16 <= rowBytes; x += 16) {
-            const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + x));
-            const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + x));
-            const __m128i vc = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c + x));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x),
-                             _mm_avg_epu8(_mm_avg_epu8(va, vb), vc));
-        }
-        for (; x < rowBytes; ++x) d[x] = static_cast<uint8_t>(Smooth(a[x], b[x], c[x]));
-    }
-    if (height > 1)
-        std::memcpy(dst + static_cast<ptrdiff_t>(height - 1) * dstStride,
-                    src + static_cast<ptrdiff_t>(height - 1) * srcStride,
-                    static_cast<size_t>(rowBytes));
+    // _mm_avg_epu8 is exactly the rounding average (a + b + 1) >> 1.
+    SmoothRows(dst, dstStride, src, srcStride, rowBytes, height,
+               [](uint8_t* d, const uint8_t* a, const uint8_t* b, const uint8_t* c, int32_t n) {
+                   int32_t x = 0;
+                   for (; x + 16 <= n; x += 16) {
+                       const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + x));
+                       const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + x));
+                       const __m128i vc = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c + x));
+                       _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x),
+                                        _mm_avg_epu8(_mm_avg_epu8(va, vb), vc));
+                   }
+                   return x;
+               });
 }
 
 }  // namespace tarn
