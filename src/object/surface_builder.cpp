@@ -3,6 +3,7 @@
 #include "object/surface_builder.h"
 
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "convert/fast_copy.h"
@@ -35,6 +36,15 @@ bool PlanarStrideMatches(const SurfaceInfo& info) {
 // Sizes beyond what a 32-bit byte count holds are refused as bad arguments.
 bool FitsByteCount(int64_t bytes) { return bytes <= INT32_MAX; }
 
+// The builder's last step for every surface: the buffer is the surface's own,
+// and the caller receives it with one reference.
+VedResult HandOver(CTarnSurfaceBuffer* surface, ITarnSurface** result) {
+    surface->SetOwnership(1);
+    surface->AddRef();
+    *result = surface;
+    return VED_S_OK;
+}
+
 }  // namespace
 
 VedResult CSurfaceBuilder::QueryInterface(const VedId& id, void** out) {
@@ -53,13 +63,9 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
     if (info.width < 4 || info.height < 4) return VED_E_INVALIDARG;
     const VedRect content = ContentRectOf(info);
     if (platform::IsRectEmpty(&content)) SetContentRect(info, WholePicture(info));
-    auto* surface = new (std::nothrow) CTarnSurfaceBuffer(info);
+    std::unique_ptr<CTarnSurfaceBuffer> surface(new (std::nothrow) CTarnSurfaceBuffer(info));
     if (!surface) return VED_E_OUTOFMEMORY;
 
-    const auto fail = [surface](VedResult r) {
-        delete surface;
-        return r;
-    };
     const int64_t height = info.height;
     switch (info.format) {
         case SURFACE_FORMAT_RGB24:
@@ -69,8 +75,8 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
             const int64_t size = int64_t(info.stride) * height;
             if (byteCount) *byteCount = static_cast<int32_t>(size);
             if (size <= 0 || !FitsByteCount(size) || info.stride < MinimumRowBytes(info.format, info.width))
-                return fail(VED_E_INVALIDARG);
-            if (!surface->AllocatePixels(static_cast<int32_t>(size))) return fail(VED_E_OUTOFMEMORY);
+                return VED_E_INVALIDARG;
+            if (!surface->AllocatePixels(static_cast<int32_t>(size))) return VED_E_OUTOFMEMORY;
             if (info.format == SURFACE_FORMAT_YUV422) {
                 // A byte fill with the pattern 0x10801080 keeps its low byte
                 // and covers size / 4 bytes: the first quarter is 0x80 and the
@@ -86,8 +92,8 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
             const int64_t size = luma * 3 / 2;
             if (byteCount) *byteCount = FitsByteCount(size) ? static_cast<int32_t>(size) : 0;
             if (size <= 0 || !FitsByteCount(size) || !PlanarStrideMatches(info))
-                return fail(VED_E_INVALIDARG);
-            if (!surface->AllocatePixels(static_cast<int32_t>(size))) return fail(VED_E_OUTOFMEMORY);
+                return VED_E_INVALIDARG;
+            if (!surface->AllocatePixels(static_cast<int32_t>(size))) return VED_E_OUTOFMEMORY;
             const size_t chroma = size_t(info.width / 2) * size_t(info.height / 2);
             std::memset(surface->pixels, 0x10, size_t(luma));
             std::memset(surface->pixels + luma, 0x80, chroma);
@@ -95,12 +101,9 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
             break;
         }
         default:
-            return fail(VED_E_NOTSUPPORTED);
+            return VED_E_NOTSUPPORTED;
     }
-    surface->SetOwnership(1);
-    surface->AddRef();
-    *result = surface;
-    return VED_S_OK;
+    return HandOver(surface.release(), result);
 }
 
 VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* source,
@@ -123,17 +126,16 @@ VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* s
     SetContentRect(info, WholePicture(info));
     if (info.format == SURFACE_FORMAT_YUV420) info.topDown = 1;
 
-    auto* surface = new (std::nothrow) CTarnSurfaceBuffer(info);
+    std::unique_ptr<CTarnSurfaceBuffer> surface(new (std::nothrow) CTarnSurfaceBuffer(info));
     if (!surface) return VED_E_OUTOFMEMORY;
     const uint8_t* data = source->GetData();
-    // A source without data answers a bad argument; the surface made for it
-    // is not freed here, a leak that hosts have always seen.
-    if (!data) return VED_E_INVALIDARG;
+    if (!data) {
+        // A source without data answers a bad argument; the surface made for
+        // it is not freed here, a leak that hosts have always seen.
+        surface.release();
+        return VED_E_INVALIDARG;
+    }
 
-    const auto fail = [surface](VedResult r) {
-        delete surface;
-        return r;
-    };
     const int64_t height = info.height;
     switch (info.format) {
         case SURFACE_FORMAT_RGB24:
@@ -143,8 +145,8 @@ VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* s
             const int64_t minRow = MinimumRowBytes(info.format, info.width);
             if (size <= 0 || !FitsByteCount(size) || info.stride < minRow ||
                 (!widthAligned && callerStride < minRow))
-                return fail(VED_E_INVALIDARG);
-            if (!surface->AllocatePixels(static_cast<int32_t>(size))) return fail(VED_E_OUTOFMEMORY);
+                return VED_E_INVALIDARG;
+            if (!surface->AllocatePixels(static_cast<int32_t>(size))) return VED_E_OUTOFMEMORY;
             if (widthAligned || info.format == SURFACE_FORMAT_YUV422) {
                 FastCopy(surface->pixels, data, size_t(size));
             } else {
@@ -158,8 +160,8 @@ VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* s
             const int64_t luma = int64_t(info.width) * height;
             const int64_t size = luma * 3 / 2;
             if (size <= 0 || !FitsByteCount(size) || !PlanarStrideMatches(info))
-                return fail(VED_E_INVALIDARG);
-            if (!surface->AllocatePixels(static_cast<int32_t>(size))) return fail(VED_E_OUTOFMEMORY);
+                return VED_E_INVALIDARG;
+            if (!surface->AllocatePixels(static_cast<int32_t>(size))) return VED_E_OUTOFMEMORY;
             if (!swapped) {
                 FastCopy(surface->pixels, data, size_t(size));
             } else {
@@ -171,12 +173,9 @@ VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* s
             break;
         }
         default:  // GRAY8 included: masks are never taken from data
-            return fail(VED_E_NOTSUPPORTED);
+            return VED_E_NOTSUPPORTED;
     }
-    surface->SetOwnership(1);
-    surface->AddRef();
-    *result = surface;
-    return VED_S_OK;
+    return HandOver(surface.release(), result);
 }
 
 }  // namespace tarn
