@@ -49,6 +49,23 @@ inline uint8_t* TargetRow(uint8_t* dst, int32_t stride, uint32_t y) {
     return dst + static_cast<intptr_t>(stride) * y;
 }
 
+// A target row split at the column bands: where the middle and right bands
+// begin in the row, and their entries in the column table.
+struct RowSplit {
+    uint8_t* middle;
+    uint8_t* right;
+    const uint32_t* middleWeights;
+    const uint32_t* middleOffsets;
+    const uint32_t* rightWeights;
+    const uint32_t* rightOffsets;
+};
+template <uint32_t DB>
+inline RowSplit SplitRow(uint8_t* row, const AxisTable& cols, const Bands& b) {
+    return {row + size_t(b.colFirst) * DB, row + size_t(b.colLast) * DB,
+            cols.weights + b.colFirst,     cols.offsets + b.colFirst,
+            cols.weights + b.colLast,      cols.offsets + b.colLast};
+}
+
 // One band of one row: op(sample address, column word) gives the pixel, which
 // is stored with four bytes, or three where the kernel stores three.
 template <uint32_t DB, bool kStore3, class Op>

@@ -116,12 +116,7 @@ void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uin
         uint8_t* d = TargetRow(dst, dstStride, y);
         const uint8_t* r = SourceRow(src, t.rows, y);
         const uint32_t rw = t.rows.weights[y];
-        uint8_t* dm = d + size_t(b.colFirst) * DB;
-        uint8_t* dr = d + size_t(b.colLast) * DB;
-        const uint32_t* cwm = c.weights + b.colFirst;
-        const uint32_t* com = c.offsets + b.colFirst;
-        const uint32_t* cwr = c.weights + b.colLast;
-        const uint32_t* cor = c.offsets + b.colLast;
+        const auto [dm, dr, cwm, com, cwr, cor] = SplitRow<DB>(d, c, b);
         auto corner = [rw, bg](const uint8_t* s, uint32_t cw) { return Lerp(bg, Load4(s), CornerWeight(cw, rw)); };
         if (y >= b.rowFirst && y < b.rowLast) {
             auto edgeLeft = [rw, bg, stride](const uint8_t* s, uint32_t cw) {
