@@ -12,6 +12,8 @@ if ((${#missing[@]})); then
   echo "installing: ${missing[*]}"
   sudo_cmd=()
   [ "$(id -u)" -eq 0 ] || sudo_cmd=(sudo)
-  "${sudo_cmd[@]}" apt-get update -qq
+  # A package list that fails to refresh (a mirror caught mid-sync) leaves the
+  # old one in use; the install below still says whether anything is missing.
+  "${sudo_cmd[@]}" apt-get update -qq || echo "apt-get update failed; using the package lists as they are" >&2
   DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq "${missing[@]}" >/dev/null
 fi
