@@ -54,19 +54,24 @@ VedResult ComposeKeyed(CTarnSurfaceBuffer* self, ITarnSurface* target, ITarnSurf
         return r;
     };
     if (platform::IsRectEmpty(&d)) return release(VED_E_INVALIDARG);
-    SurfaceInfo ti{}, oi{};
-    target->GetInfo(&ti);
-    overlay->GetInfo(&oi);
-    if (!RectInside(d, ti.width, ti.height) || !RectInside(s, oi.width, oi.height))
-        return release(VED_E_INVALIDARG);
     uint32_t alpha = 0, keyColor = 0;
     overlay->GetAlpha(&alpha);
     overlay->GetBackColor(&keyColor);
+    // Before any range test: an overlay at full transparency paints nothing
+    // wherever it lies.
     if (alpha >= 256) return release(VED_S_OK);  // nothing painted and nothing stretched
+    // The keyed blend touches every pixel of D, and of S when nothing is
+    // stretched; an S outside the overlay is for the stretch to meet.
+    const int32_t dw = platform::RectWidth(d), dh = platform::RectHeight(d);
+    const bool stretch = dw != platform::RectWidth(s) || dh != platform::RectHeight(s);
+    SurfaceInfo ti{}, oi{};
+    target->GetInfo(&ti);
+    overlay->GetInfo(&oi);
+    if (!RectInside(d, ti.width, ti.height) || (!stretch && !RectInside(s, oi.width, oi.height)))
+        return release(VED_E_INVALIDARG);
 
     VedResult result = VED_S_OK;
-    const int32_t dw = platform::RectWidth(d), dh = platform::RectHeight(d);
-    if (dw != platform::RectWidth(s) || dh != platform::RectHeight(s)) {
+    if (stretch) {
         CSurfaceBuilder builder;
         SurfaceInfo info = oi;
         info.width = static_cast<uint32_t>(dw);

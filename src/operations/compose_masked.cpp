@@ -59,22 +59,26 @@ VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, con
     return VED_S_OK;
 }
 
+// Every byte of one picture's three planes that the planar blend touches,
+// entering at `r` for whole blocks of D.
+bool PlanarPlanesInside(const SurfaceInfo& in, const VedRect& r, const VedRect& d) {
+    const int64_t pairs = platform::RectHeight(d) >> 1, blocks = platform::RectWidth(d) >> 1;
+    const int64_t luma = int64_t(in.stride) * in.height;
+    const int64_t chroma = (int64_t(in.stride / 2) * in.height) / 2;
+    const int64_t bytes = BufferBytes(in);
+    const TouchedArea y{0, in.stride, r.top, r.left, 2 * pairs, 2 * blocks};
+    TouchedArea c{luma, in.stride / 2, r.top >> 1, r.left >> 1, pairs, blocks};
+    if (!AreaInside(y, bytes) || !AreaInside(c, bytes)) return false;
+    c.planeOffset = luma + chroma;
+    return AreaInside(c, bytes);
+}
+
 // Every byte the planar blend touches, in target, overlay and mask.
 bool PlanarBlendInside(const SurfaceInfo& ti, const SurfaceInfo& oi, const SurfaceInfo& mi,
                        const VedRect& d, const VedRect& s) {
     const int64_t pairs = platform::RectHeight(d) >> 1, blocks = platform::RectWidth(d) >> 1;
-    const auto planes = [&](const SurfaceInfo& in, const VedRect& r) {
-        const int64_t luma = int64_t(in.stride) * in.height;
-        const int64_t chroma = (int64_t(in.stride / 2) * in.height) / 2;
-        const int64_t bytes = BufferBytes(in);
-        const TouchedArea y{0, in.stride, r.top, r.left, 2 * pairs, 2 * blocks};
-        TouchedArea c{luma, in.stride / 2, r.top >> 1, r.left >> 1, pairs, blocks};
-        if (!AreaInside(y, bytes) || !AreaInside(c, bytes)) return false;
-        c.planeOffset = luma + chroma;
-        return AreaInside(c, bytes);
-    };
     const TouchedArea m{0, oi.stride, s.top, s.left, 2 * pairs, 2 * blocks};
-    return planes(ti, d) && planes(oi, s) && AreaInside(m, BufferBytes(mi));
+    return PlanarPlanesInside(ti, d, d) && PlanarPlanesInside(oi, s, d) && AreaInside(m, BufferBytes(mi));
 }
 
 // Every byte the packed blend touches; the mask's first row depends on the tier.
@@ -110,12 +114,23 @@ VedResult ComposeMasked(ITarnSurface* target, ITarnSurface* overlay) {
         return r;
     };
     if (platform::IsRectEmpty(&d)) return refuse(VED_E_INVALIDARG);
+    // The packed blend touches every pixel of D and of S, so both must lie in
+    // their pictures. The planar blend walks whole 2x2 blocks only, and may
+    // leave an odd edge of D or S outside: its byte test below is the one
+    // that decides. An S outside the overlay is for the stretch to meet (its
+    // draw fails unseen, and the blank copies are blended).
+    const bool planar = ti.format == SURFACE_FORMAT_YUV420;
+    const bool stretch =
+        platform::RectWidth(d) != platform::RectWidth(s) || platform::RectHeight(d) != platform::RectHeight(s);
     SurfaceInfo oi{};
     overlay->GetInfo(&oi);
-    if (!RectInside(d, ti.width, ti.height) || !RectInside(s, oi.width, oi.height))
+    if (!planar && (!RectInside(d, ti.width, ti.height) || (!stretch && !RectInside(s, oi.width, oi.height))))
         return refuse(VED_E_INVALIDARG);
+    // The target's side of the byte test needs only D: a D whose blocks leave
+    // the target is refused before a copy of its size is made.
+    if (planar && !PlanarPlanesInside(ti, d, d)) return refuse(VED_E_INVALIDARG);
 
-    if (platform::RectWidth(d) != platform::RectWidth(s) || platform::RectHeight(d) != platform::RectHeight(s)) {
+    if (stretch) {
         const VedResult r = StretchOverlayAndMask(overlay, mask, d, s);
         if (r < 0) return r;
     }
@@ -133,7 +148,6 @@ VedResult ComposeMasked(ITarnSurface* target, ITarnSurface* overlay) {
     overlay->GetInfo(&oi);
     mask->GetInfo(&mi);
     const bool useSse2 = (g_cpuFeatures & kCpuSse2) != 0;
-    const bool planar = ti.format == SURFACE_FORMAT_YUV420;
     const bool inside = planar ? PlanarBlendInside(ti, oi, mi, d, s)
                                : PackedBlendInside(ti, oi, mi, d, s, useSse2);
     if (!maskPixels || !targetPixels || !overlayPixels || !inside) return refuse(VED_E_INVALIDARG);

@@ -39,6 +39,11 @@ void FlipToStoredRows(VedRect* r, uint32_t height) {
     r->top = r->bottom - rows;
 }
 
+// What the planar stretch reads of a rectangle: width and height cut to even.
+VedRect EvenCut(const VedRect& r) {
+    return {r.left, r.top, r.left + ((r.right - r.left) & ~1), r.top + ((r.bottom - r.top) & ~1)};
+}
+
 bool StoredBottomUp(const SurfaceInfo& info) { return IsRgbFormat(info.format) && info.topDown == 0; }
 
 // Pixel sizes the engine can turn into one another: 8 to 8, and 24 or 32 to
@@ -83,12 +88,10 @@ VedResult CTarnSurfaceBuffer::DoDrawToSurface(VedRect* destRect, ITarnSurface* s
         fromArea = &from;
     }
 
-    // A target that cannot be drawn into is refused before the source is
-    // touched: its format and queue stay as they were.
+    // The source's change of format is for good. A target that cannot be
+    // drawn into (packed) has no pair here, so its source keeps its format,
+    // though its queue is drained below before the refusal.
     const PixelLayout here = LayoutOf(info.format);
-    if (here != PixelLayout::Interleaved && here != PixelLayout::Planar) return VED_E_NOTSUPPORTED;
-
-    // The source's change of format is for good.
     if (info.format == SURFACE_FORMAT_YUV420 && IsRgbFormat(fromInfo.format))
         source->SetFormat(SURFACE_FORMAT_YUV420);
     else if (IsRgbFormat(info.format) && fromInfo.format == SURFACE_FORMAT_YUV420)
@@ -97,13 +100,17 @@ VedResult CTarnSurfaceBuffer::DoDrawToSurface(VedRect* destRect, ITarnSurface* s
     const VedResult got = source->GetPixels(&fromPixels);
     if (got < 0) return got;
     source->GetInfo(&fromInfo);
+    if (here != PixelLayout::Interleaved && here != PixelLayout::Planar) return VED_E_NOTSUPPORTED;
 
-    // Past this point the source must suit the target and still hold the
-    // rectangle (a conversion to planar trims odd sizes); pairs that were not
-    // converted above and cannot be drawn are refused, never read amiss.
+    // Past this point the source must suit the target and still hold what is
+    // read of the rectangle (a conversion to planar trims odd sizes, and the
+    // planar stretch reads the rectangle cut to even sizes); pairs that were
+    // not converted above and cannot be drawn are refused, never read amiss.
     if (!fromPixels) return VED_E_INVALIDARG;
-    if (fromArea && TestAgainstSurface(*fromArea, fromInfo.width, fromInfo.height) != RectTest::Good)
-        return VED_E_INVALIDARG;
+    if (fromArea) {
+        const VedRect read = here == PixelLayout::Planar ? EvenCut(*fromArea) : *fromArea;
+        if (TestAgainstSurface(read, fromInfo.width, fromInfo.height) != RectTest::Good) return VED_E_INVALIDARG;
+    }
     const int32_t width = static_cast<int32_t>(info.width), height = static_cast<int32_t>(info.height);
     const int32_t fromWidth = static_cast<int32_t>(fromInfo.width);
     const int32_t fromHeight = static_cast<int32_t>(fromInfo.height);

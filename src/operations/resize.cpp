@@ -33,12 +33,26 @@ OutputPlan PlanOutput(PixelLayout layout, int32_t bits, int32_t width, int32_t h
     }
 }
 
-// The least stride that holds one row of the new picture.
-int64_t RowBytes(PixelLayout layout, int32_t bits, int32_t width) {
+// Bytes one interleaved row of pixels takes, without padding.
+int64_t RowBytes(int32_t bits, int32_t width) { return int64_t(bits / 8) * width; }
+
+// Bytes from the start of the caller's buffer to the end of the last byte a
+// direct resize writes there, at `stride` per row. Rows may overlap when the
+// stride is shorter than a row; what counts is that the writes stay in the
+// stride x height x 3 / 2 bytes the planar paint already covers. A 24-bit
+// row's last four-byte store reaches one byte past the row.
+int64_t DirectReach(PixelLayout layout, int32_t bits, int32_t width, int32_t height, int64_t stride) {
     switch (layout) {
-        case PixelLayout::Interleaved: return int64_t(bits / 8) * width;
-        case PixelLayout::Planar: return width;
-        case PixelLayout::Packed: return 2 * int64_t(width);
+        case PixelLayout::Interleaved:
+            return (height - 1) * stride + RowBytes(bits, width) + (bits == 24 ? 1 : 0);
+        case PixelLayout::Planar: {
+            const int64_t luma = stride * height, chromaStride = stride / 2;
+            const int64_t second = luma + (chromaStride * height) / 2;
+            const int64_t lumaEnd = (height - 1) * stride + width;
+            const int64_t chromaEnd = second + (height / 2 - 1) * chromaStride + width / 2;
+            return lumaEnd > chromaEnd ? lumaEnd : chromaEnd;
+        }
+        case PixelLayout::Packed: return (height - 1) * stride + 2 * int64_t(width);
         default: return 0;
     }
 }
@@ -83,13 +97,14 @@ VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t ke
     int32_t outStride = 0;
     uint32_t outTopDown = 0;
     uint8_t* fresh = nullptr;
+    PendingPixels pending;
     if (directOutput) {
         // Painted black as a planar picture whatever the format: the caller's
         // buffer must hold stride x height x 3 / 2 bytes even for RGB output.
-        // A stride too short for the rows, or beyond 32-bit byte counts, is
-        // refused rather than written past.
-        if (directStride < RowBytes(layout, bits, width) ||
-            int64_t(directStride) * height * 3 / 2 > kMaxBufferBytes)
+        // A stride whose rows would reach past that, or beyond 32-bit byte
+        // counts, is refused rather than written past.
+        const int64_t painted = int64_t(directStride) * height * 3 / 2;
+        if (painted > kMaxBufferBytes || DirectReach(layout, bits, width, height, directStride) > painted)
             return VED_E_INVALIDARG;
         FillPlanar(directBuffer, width, height, directStride, nullptr, 0);
         out = directBuffer;
@@ -100,13 +115,21 @@ VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t ke
         if (layout == PixelLayout::Other) return VED_E_NOTSUPPORTED;
         if (plan.bytes <= kMaxBufferBytes) fresh = NewPixelArray(plan.bytes);
         if (!fresh) return plan.failure;
+        pending.reset(fresh);
         outStride = static_cast<int32_t>(plan.stride);
-        if (layout == PixelLayout::Planar) {
+        if (layout == PixelLayout::Interleaved &&
+            (target || plan.stride != RowBytes(bits, width))) {
+            // Row padding, and the borders of a fitted mask, which its fill
+            // leaves alone, are zero rather than what the heap held.
+            std::memset(fresh, 0, static_cast<size_t>(plan.bytes));
+        } else if (layout == PixelLayout::Planar) {
             FillPlanar(fresh, width, height, outStride, nullptr, 0);
         } else if (layout == PixelLayout::Packed) {
             // Only the first quarter is set to 0x80: a byte fill of the
-            // pattern's low byte over bytes / 4, as the builder does too.
+            // pattern's low byte over bytes / 4, as the builder does too. The
+            // rest is zero, never what the heap held.
             std::memset(fresh, 0x80, static_cast<size_t>(plan.bytes / 4));
+            std::memset(fresh + plan.bytes / 4, 0, static_cast<size_t>(plan.bytes - plan.bytes / 4));
         }
         out = fresh;
         outTopDown = info.topDown;
@@ -139,7 +162,7 @@ VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t ke
         mask->Resize(width, height, 0, 0);
         mask->Flush();
     }
-    ReplacePixels(fresh);
+    ReplacePixels(pending.release());
     info.stride = outStride;
     info.height = static_cast<uint32_t>(height);
     info.width = static_cast<uint32_t>(width);

@@ -135,14 +135,17 @@ VedResult CTarnSurfaceBuffer::DoSetFormat(SurfaceFormat format) {
         // direct output the resize writes the caller's buffer and the surface
         // keeps its size; the conversion then goes over it at the odd size.
         const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
-        DoResize(w - (w & 1), h - (h & 1), 1, 1);
+        const VedResult trimmed = DoResize(w - (w & 1), h - (h & 1), 1, 1);
         // A resize that could not trim must not leave a planar surface of odd
-        // size behind.
-        if (!directOutput && ((info.width | info.height) & 1)) return VED_E_NOTSUPPORTED;
+        // size behind. An RGB resize reports its failed allocation as
+        // VED_E_FAIL; here that is what it is, memory.
+        if (!directOutput && ((info.width | info.height) & 1))
+            return trimmed == VED_E_FAIL || trimmed == VED_E_OUTOFMEMORY ? VED_E_OUTOFMEMORY : VED_E_NOTSUPPORTED;
     }
     const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
 
     uint8_t* out;
+    PendingPixels pending;
     int32_t outStride;
     uint32_t flip;
     if (directOutput) {
@@ -155,6 +158,7 @@ VedResult CTarnSurfaceBuffer::DoSetFormat(SurfaceFormat format) {
         const int64_t size = c->to == SURFACE_FORMAT_YUV420 ? (int64_t(w) * h * 3) / 2 : rows;
         out = NewPixelArray(size);
         if (!out) return VED_E_OUTOFMEMORY;
+        pending.reset(out);
         if (!WritesEveryByte(*c, w, h, outStride)) std::memset(out, 0, size_t(size));
         flip = info.topDown;
         // The alpha bytes of a 32-bit picture live on as its mask.
@@ -168,7 +172,7 @@ VedResult CTarnSurfaceBuffer::DoSetFormat(SurfaceFormat format) {
     info.bitsPerPixel = c->bitsAfter;
     info.stride = outStride;
     info.topDown = c->topDownAfter;
-    ReplacePixels(out);
+    ReplacePixels(pending.release());
     return VED_S_OK;
 }
 

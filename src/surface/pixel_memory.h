@@ -21,4 +21,26 @@ inline uint8_t* NewPixelArray(int64_t bytes, size_t extraSlack = 0) {
 
 inline void DeletePixelArray(uint8_t* p) { delete[] p; }
 
+// A new buffer not yet handed to its surface: freed if the work on it ends
+// early, as when a kernel cannot have its scratch rows and throws.
+class PendingPixels {
+public:
+    explicit PendingPixels(uint8_t* p = nullptr) : p_(p) {}
+    ~PendingPixels() { DeletePixelArray(p_); }
+    PendingPixels(const PendingPixels&) = delete;
+    PendingPixels& operator=(const PendingPixels&) = delete;
+    void reset(uint8_t* p) {
+        DeletePixelArray(p_);
+        p_ = p;
+    }
+    uint8_t* release() {
+        uint8_t* p = p_;
+        p_ = nullptr;
+        return p;
+    }
+
+private:
+    uint8_t* p_;
+};
+
 }  // namespace tarn

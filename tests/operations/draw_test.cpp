@@ -112,8 +112,8 @@ TEST(DrawToSurface, BadAndThinRectangles) {
 }
 
 TEST(DrawToSurface, RefusalsLeaveTheSourceAlone) {
-    // A packed target: not supported, content grown, the source's queue not
-    // drained and its format kept.
+    // A packed target: not supported, content grown, the source's format
+    // kept; its queue is drained first, as GetPixels comes before the refusal.
     Ref<ITarnSurface> packed = MakeBlank(SURFACE_FORMAT_YUV422, 8, 8);
     Buffer(packed)->info.contentRight = 2;
     Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB24, 8, 8, 1);
@@ -123,11 +123,12 @@ TEST(DrawToSurface, RefusalsLeaveTheSourceAlone) {
     EXPECT_TRUE(SameRect(ContentOf(packed), {0, 0, 4, 8}));
     SurfaceInfo info{};
     source->GetInfo(&info);
-    EXPECT_EQ(info.width, 8u);
+    EXPECT_EQ(info.width, 16u);
     EXPECT_EQ(info.format, SURFACE_FORMAT_RGB24);
-    EXPECT_EQ(Buffer(source)->operations.size(), 1u);
+    EXPECT_EQ(Buffer(source)->operations.size(), 0u);
 
     // A thin rectangle onto a planar target: no conversion of an RGB source.
+    ASSERT_EQ(source->Resize(8, 8, 0, 0), VED_S_OK);
     Ref<ITarnSurface> planar = MakeBlank(SURFACE_FORMAT_YUV420, 8, 8);
     VedRect thin{0, 0, 8, 1};
     EXPECT_EQ(planar->DrawToSurface(&thin, source.get(), nullptr, 0), VED_S_OK);
