@@ -80,8 +80,10 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
             if (info.format == SURFACE_FORMAT_YUV422) {
                 // A byte fill with the pattern 0x10801080 keeps its low byte
                 // and covers size / 4 bytes: the first quarter is 0x80 and the
-                // rest is left as allocated. Hosts see exactly this.
+                // rest is left as allocated (zero: the library never shows
+                // what the heap held). Hosts see exactly this.
                 std::memset(surface->pixels, 0x80, static_cast<size_t>(size / 4));
+                std::memset(surface->pixels + size / 4, 0, static_cast<size_t>(size - size / 4));
             } else {
                 std::memset(surface->pixels, 0, static_cast<size_t>(size));
             }
@@ -94,7 +96,10 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
             if (size <= 0 || !FitsByteCount(size) || !PlanarStrideMatches(info))
                 return VED_E_INVALIDARG;
             if (!surface->AllocatePixels(static_cast<int32_t>(size))) return VED_E_OUTOFMEMORY;
-            const size_t chroma = size_t(info.width / 2) * size_t(info.height / 2);
+            // (width / 2) x height / 2 per plane, the reading the fill and the
+            // chroma swap use too: for an odd height it covers the half row
+            // that the plane addresses put at the end of each plane.
+            const size_t chroma = size_t(info.width / 2) * size_t(info.height) / 2;
             std::memset(surface->pixels, 0x10, size_t(luma));
             std::memset(surface->pixels + luma, 0x80, chroma);
             std::memset(surface->pixels + luma * 5 / 4, 0x80, chroma);

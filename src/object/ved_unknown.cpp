@@ -17,10 +17,12 @@ uint32_t CVedUnknown::AddRef() {
 }
 
 uint32_t CVedUnknown::Release() {
+    // Only the thread whose decrement reaches zero deletes, and the count it
+    // answers is the one it made: reading the count again after leaving the
+    // lock could see another thread's last release, and both would delete.
     PlatEnterCriticalSection(&refLock);
-    --refCount;
+    const int32_t count = --refCount;
     PlatLeaveCriticalSection(&refLock);
-    const int32_t count = refCount.load();
     if (count == 0) delete this;
     return static_cast<uint32_t>(count);
 }

@@ -1,19 +1,16 @@
-// Portable form of the platform lock.
+// Portable form of the platform lock: a standard mutex held in the record.
 #include "platform/plat_lock.h"
-
-#include <new>
 
 namespace tarn::platform {
 
-void PlatInitCriticalSection(PlatCriticalSection* lock) { lock->mutex = new std::mutex; }
+// The record's mutex is made and unmade with the record; these keep the
+// platform's calls in their places.
+void PlatInitCriticalSection(PlatCriticalSection*) {}
 
-void PlatDeleteCriticalSection(PlatCriticalSection* lock) {
-    delete lock->mutex;
-    lock->mutex = nullptr;
-}
+void PlatDeleteCriticalSection(PlatCriticalSection*) {}
 
-void PlatEnterCriticalSection(PlatCriticalSection* lock) { lock->mutex->lock(); }
+void PlatEnterCriticalSection(PlatCriticalSection* lock) { lock->mutex.lock(); }
 
-void PlatLeaveCriticalSection(PlatCriticalSection* lock) { lock->mutex->unlock(); }
+void PlatLeaveCriticalSection(PlatCriticalSection* lock) { lock->mutex.unlock(); }
 
 }  // namespace tarn::platform

@@ -6,8 +6,10 @@
 
 namespace tarn::platform {
 
+// The mutex lives in the record itself, so making a lock never allocates and
+// cannot fail: an object's constructor throws nothing out of the library.
 struct PlatCriticalSection {
-    std::mutex* mutex = nullptr;
+    std::mutex mutex;
 };
 
 void PlatInitCriticalSection(PlatCriticalSection* lock);

@@ -2,6 +2,7 @@
 // runs the records when pixels are needed. With keepLast, the last record is
 // run with the direct output fields set, so that it writes straight into the
 // caller's memory and leaves the surface as the records before it made it.
+#include "surface/out_of_memory.h"
 #include "surface/tarn_surface.h"
 
 namespace tarn {
@@ -11,18 +12,26 @@ using namespace platform;
 VedResult CTarnSurface::Resize(int32_t width, int32_t height, int32_t keepAspect, int32_t quality) {
     if (width < 4 || height < 4) return VED_E_INVALIDARG;
     PlatLockGuard guard(&operationLock);
-    operations.push_back({kRecordResize, width, height, keepAspect, quality, SurfaceFormat{}});
-    return VED_S_OK;
+    return AnswerOutOfMemory([&] {
+        operations.push_back({kRecordResize, width, height, keepAspect, quality, SurfaceFormat{}});
+        return VED_S_OK;
+    });
 }
 
 VedResult CTarnSurface::SetFormat(SurfaceFormat format) {
     // Not tested here: an unusable format shows when the record runs.
     PlatLockGuard guard(&operationLock);
-    operations.push_back({kRecordSetFormat, 0, 0, 0, 0, format});
-    return VED_S_OK;
+    return AnswerOutOfMemory([&] {
+        operations.push_back({kRecordSetFormat, 0, 0, 0, 0, format});
+        return VED_S_OK;
+    });
 }
 
 VedResult CTarnSurface::RunRecord(const OperationRecord& record) {
+    return AnswerOutOfMemory([&] { return RunRecordOnce(record); });
+}
+
+VedResult CTarnSurface::RunRecordOnce(const OperationRecord& record) {
     if (record.kind == kRecordSetFormat) return DoSetFormat(record.format);
     if (info.format == SURFACE_FORMAT_YUV422) {
         // Packed pictures are resized by way of the planar format. Under direct
@@ -71,33 +80,33 @@ VedResult CTarnSurface::Flush() { return Drain(false); }
 
 VedResult CTarnSurface::Rotate(int32_t degrees) {
     const VedResult r = Drain(false);
-    return r < 0 ? r : DoRotate(degrees);
+    return r < 0 ? r : AnswerOutOfMemory([&] { return DoRotate(degrees); });
 }
 
 VedResult CTarnSurface::Transform(int32_t first, int32_t second, double a, double b, double c,
                                   double d, int32_t last) {
     const VedResult r = Drain(false);
-    return r < 0 ? r : DoTransform(first, second, a, b, c, d, last);
+    return r < 0 ? r : AnswerOutOfMemory([&] { return DoTransform(first, second, a, b, c, d, last); });
 }
 
 VedResult CTarnSurface::DrawToBuffer(VedRect* source, VedRect* dest, uint8_t* buffer,
                                      int32_t bufferWidth, int32_t bufferHeight,
                                      int32_t bufferStride, int32_t quality) {
     const VedResult r = Drain(false);
-    return r < 0 ? r
-                 : DoDrawToBuffer(source, dest, buffer, bufferWidth, bufferHeight, bufferStride,
-                                  quality);
+    return r < 0 ? r : AnswerOutOfMemory([&] {
+        return DoDrawToBuffer(source, dest, buffer, bufferWidth, bufferHeight, bufferStride, quality);
+    });
 }
 
 VedResult CTarnSurface::DrawToSurface(VedRect* dest, ITarnSurface* source, VedRect* sourceArea,
                                       int32_t quality) {
     const VedResult r = Drain(false);
-    return r < 0 ? r : DoDrawToSurface(dest, source, sourceArea, quality);
+    return r < 0 ? r : AnswerOutOfMemory([&] { return DoDrawToSurface(dest, source, sourceArea, quality); });
 }
 
 VedResult CTarnSurface::Fill(VedRect* rect, uint32_t color) {
     const VedResult r = Drain(false);
-    return r < 0 ? r : DoFill(rect, color);
+    return r < 0 ? r : AnswerOutOfMemory([&] { return DoFill(rect, color); });
 }
 
 }  // namespace tarn

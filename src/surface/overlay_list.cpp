@@ -2,6 +2,7 @@
 // Each entry holds one reference; the same surface may stand more than once.
 #include <iterator>
 
+#include "surface/out_of_memory.h"
 #include "surface/tarn_surface.h"
 
 namespace tarn {
@@ -11,8 +12,12 @@ int32_t CTarnSurface::GetOverlayCount() { return static_cast<int32_t>(overlays.s
 VedResult CTarnSurface::AddOverlay(ITarnSurface* overlay) {
     if (!overlay) return VED_E_INVALIDARG;
     overlay->AddRef();  // before the node: the entry's reference
-    overlays.push_back(overlay);
-    return VED_S_OK;
+    const VedResult r = AnswerOutOfMemory([&] {
+        overlays.push_back(overlay);
+        return VED_S_OK;
+    });
+    if (r < 0) overlay->Release();  // no node, no entry to hold it
+    return r;
 }
 
 VedResult CTarnSurface::RemoveOverlay(int32_t index) {
@@ -30,11 +35,12 @@ VedResult CTarnSurface::MoveOverlay(ITarnSurface* overlay, int32_t newIndex) {
     for (; entry != overlays.end() && *entry != overlay; ++entry) ++found;
     if (entry == overlays.end()) return VED_E_FAIL;
     if (found == newIndex) return VED_S_OK;
-    overlays.erase(entry);
     // The index counts in the list without the entry; past the end means last.
+    // The node itself moves, with its reference: nothing is allocated.
     auto at = overlays.begin();
-    for (int32_t i = 0; i < newIndex && at != overlays.end(); ++i) ++at;
-    overlays.insert(at, overlay);  // the reference moves with the entry
+    for (int32_t i = 0; i < newIndex && at != overlays.end(); ++at)
+        if (at != entry) ++i;
+    overlays.splice(at, overlays, entry);
     return VED_S_OK;
 }
 

@@ -100,7 +100,8 @@ public:
     platform::PlatCriticalSection operationLock;
 
 private:
-    VedResult RunRecord(const OperationRecord& record);
+    VedResult RunRecord(const OperationRecord& record);  // memory shortage as a result
+    VedResult RunRecordOnce(const OperationRecord& record);
     VedResult RunRecords(size_t count);
 };
 

@@ -72,6 +72,18 @@ TEST(CreateBlank, FillsEachFormatAsHostsExpect) {
     }
 }
 
+// Odd height: each chroma plane is (8 / 2) x 5 / 2 = 10 bytes, at 40 and 50,
+// so the whole 60-byte buffer is set, the half row at each plane's end too.
+TEST(CreateBlank, PlanarOfOddHeightFillsWholeChromaPlanes) {
+    const SurfaceInfo info = Describe(SURFACE_FORMAT_YUV420, 8, 5);
+    tarn::Ref<ITarnSurface> s;
+    int32_t bytes = 0;
+    ASSERT_EQ(Builder()->CreateBlank(&info, &bytes, s.put()), VED_S_OK);
+    ASSERT_EQ(bytes, 60);
+    const uint8_t* p = host::PixelsOf(s.get());
+    for (int32_t i = 0; i < bytes; ++i) ASSERT_EQ(p[i], i < 40 ? 0x10 : 0x80) << "byte " << i;
+}
+
 TEST(CreateBlank, ForcesSizeAndStorageAndDefaultsTheContentRectangle) {
     SurfaceInfo info = Describe(SURFACE_FORMAT_RGB32, 12, 10);
     info.size = 999;
