@@ -14,8 +14,6 @@ namespace tarn {
 
 namespace {
 
-constexpr uint32_t kStorageInMemory = 4;
-
 // The smallest row a format needs at this width; a stride below it would make
 // every later operation read past the buffer, which the library refuses.
 int64_t MinimumRowBytes(int32_t format, uint32_t width) {
@@ -36,23 +34,17 @@ bool PlanarStrideMatches(const SurfaceInfo& info) {
 // Sizes beyond what a 32-bit byte count holds are refused as bad arguments.
 bool FitsByteCount(int64_t bytes) { return bytes <= INT32_MAX; }
 
-// The builder's last step for every surface: the buffer is the surface's own,
-// and the caller receives it with one reference.
-VedResult HandOver(CTarnSurfaceBuffer* surface, ITarnSurface** result) {
-    surface->SetOwnership(1);
+}  // namespace
+
+VedResult HandOver(CTarnSurfaceBuffer* surface, uint32_t ownership, ITarnSurface** result) {
+    surface->SetOwnership(ownership);
     surface->AddRef();
     *result = surface;
     return VED_S_OK;
 }
 
-}  // namespace
-
 VedResult CSurfaceBuilder::QueryInterface(const VedId& id, void** out) {
     return AnswerQuery<ISurfaceBuilder>(this, IID_ISurfaceBuilder, id, out);
-}
-
-VedResult CSurfaceBuilder::CreateFromSource(void*, int32_t, int32_t, uint32_t, ITarnSurface**) {
-    return VED_E_NOTSUPPORTED;  // external images are not taken in yet
 }
 
 VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount,
@@ -108,7 +100,7 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
         default:
             return VED_E_NOTSUPPORTED;
     }
-    return HandOver(surface.release(), result);
+    return HandOver(surface.release(), 1, result);
 }
 
 VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* source,
@@ -180,7 +172,7 @@ VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* s
         default:  // GRAY8 included: masks are never taken from data
             return VED_E_NOTSUPPORTED;
     }
-    return HandOver(surface.release(), result);
+    return HandOver(surface.release(), 1, result);
 }
 
 }  // namespace tarn

@@ -6,6 +6,15 @@
 
 namespace tarn {
 
+class CTarnSurfaceBuffer;
+
+// Pixels in memory held by the surface: the only storage there is.
+inline constexpr uint32_t kStorageInMemory = 4;
+
+// The builder's last step for every surface: `ownership` is stored, and the
+// caller receives the surface with one reference.
+VedResult HandOver(CTarnSurfaceBuffer* surface, uint32_t ownership, ITarnSurface** result);
+
 class CSurfaceBuilder : public ISurfaceBuilder, public VideoEdit::CVedUnknown {
 public:
     uint32_t TARN_CALL AddRef() override { return CVedUnknown::AddRef(); }

@@ -1,0 +1,202 @@
+// Export through the public interface: bitmaps in global memory with every
+// header field, DirectDraw surfaces with their caps and masks, the row orders,
+// and the drain that comes before any answer.
+#include "support/platform_images.h"
+
+using namespace images;
+
+namespace {
+
+// A blank surface of any width with `bytes` written into its buffer.
+tarn::Ref<ITarnSurface> Picture(SurfaceFormat f, uint32_t w, uint32_t h, int32_t bits,
+                                int32_t stride, uint32_t topDown, const std::vector<uint8_t>& bytes) {
+    SurfaceInfo info{};
+    info.size = sizeof info;
+    info.width = w;
+    info.height = h;
+    info.format = f;
+    info.bitsPerPixel = bits;
+    info.stride = stride;
+    info.topDown = topDown;
+    tarn::Ref<ITarnSurface> s;
+    int32_t count = 0;
+    EXPECT_EQ(Builder()->CreateBlank(&info, &count, s.put()), VED_S_OK);
+    uint8_t* p = nullptr;
+    EXPECT_EQ(s->GetPixels(&p), VED_S_OK);
+    if (p) std::memcpy(p, bytes.data(), bytes.size());
+    return s;
+}
+
+struct Exported {
+    VedResult answer;
+    void* handle;
+    uint32_t flag;
+};
+Exported Export(ITarnSurface* s, int32_t kind) {
+    Exported e{0, reinterpret_cast<void*>(uintptr_t(0x77)), 7};
+    e.answer = s->Export(kind, &e.handle, &e.flag);
+    return e;
+}
+
+void ExpectHeader(const plat::BITMAPINFOHEADER& h, int32_t w, int32_t ht, uint16_t bits, uint32_t image) {
+    EXPECT_EQ(h.biSize, 40u);
+    EXPECT_EQ(h.biWidth, w);
+    EXPECT_EQ(h.biHeight, ht);
+    EXPECT_EQ(h.biPlanes, 1);
+    EXPECT_EQ(h.biBitCount, bits);
+    EXPECT_EQ(h.biCompression, plat::BI_RGB);
+    EXPECT_EQ(h.biSizeImage, image);
+    EXPECT_EQ(h.biXPelsPerMeter, 0);
+    EXPECT_EQ(h.biYPelsPerMeter, 0);
+    EXPECT_EQ(h.biClrUsed, 0u);
+    EXPECT_EQ(h.biClrImportant, 0u);
+}
+
+// RGB bitmaps have rows of whole 4-byte words, bottom row first: a top-down
+// surface arrives turned over, and the bytes padding each row are zero.
+TEST(ExportBitmap, RgbRowsArePaddedToWordsAndStoredBottomFirst) {
+    struct Case { SurfaceFormat f; uint32_t w; int32_t bits, stride, dibRow; uint32_t topDown; } cases[] = {
+        {SURFACE_FORMAT_RGB24, 6, 24, 18, 20, 1},  // (24 x 6 + 31) / 32 x 4 = 20
+        {SURFACE_FORMAT_RGB24, 5, 24, 15, 16, 0},
+        {SURFACE_FORMAT_RGB32, 5, 32, 20, 20, 1},
+    };
+    for (const Case& c : cases) {
+        const uint32_t h = 4;
+        const std::vector<uint8_t> src = Ramp(size_t(c.stride) * h);
+        auto s = Picture(c.f, c.w, h, c.bits, c.stride, c.topDown, src);
+        const Exported e = Export(s.get(), 2);
+        ASSERT_EQ(e.answer, VED_S_OK);
+        EXPECT_EQ(e.flag, 1u);
+        const Dib dib = ReadDib(e.handle);
+        ExpectHeader(dib.header, int32_t(c.w), int32_t(h), uint16_t(c.bits), uint32_t(c.dibRow) * h);
+        ASSERT_EQ(dib.pixels.size(), size_t(c.dibRow) * h);
+        for (uint32_t y = 0; y < h; ++y) {
+            const uint32_t from = c.topDown ? h - 1 - y : y;
+            for (int32_t x = 0; x < c.dibRow; ++x) {
+                const uint8_t want = x < c.stride ? src[from * c.stride + x] : 0;
+                ASSERT_EQ(dib.pixels[y * c.dibRow + x], want) << c.w << ": " << y << "," << x;
+            }
+        }
+        EXPECT_EQ(InfoOf(s.get()).topDown, c.topDown);
+        EXPECT_EQ(plat::GlobalFree(e.handle), nullptr);
+    }
+}
+
+// Planar bitmaps are the 12-bit picture packed tight, top row first; the
+// three planes follow each other as in the surface.
+TEST(ExportBitmap, PlanarPictureIsPackedTopFirst) {
+    const std::vector<uint8_t> src = Ramp(8 * 6 * 3 / 2);
+    auto s = Picture(SURFACE_FORMAT_YUV420, 8, 6, 12, 8, 1, src);
+    const Exported e = Export(s.get(), 2);
+    ASSERT_EQ(e.answer, VED_S_OK);
+    const Dib dib = ReadDib(e.handle);
+    ExpectHeader(dib.header, 8, 6, 12, 72);
+    EXPECT_EQ(dib.pixels, src);
+    plat::GlobalFree(e.handle);
+}
+
+// A packed surface stored top first goes out unturned, and stays marked
+// bottom first afterwards.
+TEST(ExportBitmap, PackedPictureMarksTheSurfaceBottomFirst) {
+    const std::vector<uint8_t> src = Ramp(12 * 4);
+    auto s = Picture(SURFACE_FORMAT_YUV422, 6, 4, 16, 12, 1, src);
+    const Exported e = Export(s.get(), 2);
+    ASSERT_EQ(e.answer, VED_S_OK);
+    const Dib dib = ReadDib(e.handle);
+    ExpectHeader(dib.header, 6, 4, 16, 48);
+    EXPECT_EQ(dib.pixels, src);
+    EXPECT_EQ(InfoOf(s.get()).topDown, 0u);
+    plat::GlobalFree(e.handle);
+}
+
+TEST(ExportBitmap, MaskGoesOutAllZero) {
+    auto s = Picture(SURFACE_FORMAT_GRAY8, 6, 4, 8, 8, 1, Ramp(32));
+    const Exported e = Export(s.get(), 2);
+    ASSERT_EQ(e.answer, VED_S_OK);
+    const Dib dib = ReadDib(e.handle);
+    ExpectHeader(dib.header, 6, 4, 8, 32);
+    EXPECT_EQ(dib.pixels, std::vector<uint8_t>(32, 0));
+    plat::GlobalFree(e.handle);
+}
+
+// A depth that does not fit the format would make a block smaller than the
+// picture: refused, with nothing written to the results.
+TEST(ExportBitmap, DepthTooSmallForThePictureIsRefused) {
+    auto s = Picture(SURFACE_FORMAT_YUV420, 8, 6, 1, 8, 1, Ramp(72));
+    const Exported e = Export(s.get(), 2);
+    EXPECT_EQ(e.answer, VED_E_FAIL);
+    EXPECT_EQ(e.handle, reinterpret_cast<void*>(uintptr_t(0x77)));
+    EXPECT_EQ(e.flag, 7u);
+}
+
+// Every kind drains the queue first, even one that is then refused.
+TEST(Export, UnknownKindsAreRefusedAfterTheDrain) {
+    for (int32_t kind : {3, 0, -1}) {
+        auto s = Picture(SURFACE_FORMAT_RGB32, 8, 4, 32, 32, 1, Ramp(128));
+        ASSERT_EQ(s->SetFormat(SURFACE_FORMAT_YUV420), VED_S_OK);
+        EXPECT_EQ(InfoOf(s.get()).format, SURFACE_FORMAT_RGB32);  // only queued
+        const Exported e = Export(s.get(), kind);
+        EXPECT_EQ(e.answer, VED_E_NOTSUPPORTED) << kind;
+        EXPECT_EQ(e.handle, reinterpret_cast<void*>(uintptr_t(0x77)));
+        EXPECT_EQ(e.flag, 7u);
+        EXPECT_EQ(InfoOf(s.get()).format, SURFACE_FORMAT_YUV420) << kind;
+    }
+}
+
+// DirectDraw surfaces are always top first: a bottom-first RGB32 picture
+// arrives turned over, in a system-memory offscreen surface of its depth.
+TEST(ExportDirectDraw, RgbPictureArrivesTopFirstWithItsMasks) {
+    for (uint32_t topDown : {0u, 1u}) {
+        const std::vector<uint8_t> src = Ramp(20 * 4);
+        auto s = Picture(SURFACE_FORMAT_RGB32, 5, 4, 32, 20, topDown, src);
+        const Exported e = Export(s.get(), 1);
+        ASSERT_EQ(e.answer, VED_S_OK);
+        EXPECT_EQ(e.flag, 1u);
+        auto* dd = static_cast<plat::IDirectDrawSurface7*>(e.handle);
+        const DdPicture pic = LockDd(dd);
+        EXPECT_EQ(pic.desc.dwWidth, 5u);
+        EXPECT_EQ(pic.desc.dwHeight, 4u);
+        EXPECT_EQ(pic.desc.ddsCaps.dwCaps, 0x840u);
+        EXPECT_EQ(pic.desc.ddpfPixelFormat.dwFlags, plat::DDPF_RGB);
+        EXPECT_EQ(pic.desc.ddpfPixelFormat.dwRGBBitCount, 32u);
+        EXPECT_EQ(pic.desc.ddpfPixelFormat.dwRBitMask, 0xFF0000u);
+        EXPECT_EQ(pic.desc.ddpfPixelFormat.dwGBitMask, 0xFF00u);
+        EXPECT_EQ(pic.desc.ddpfPixelFormat.dwBBitMask, 0xFFu);
+        ASSERT_EQ(pic.desc.lPitch, 20);
+        for (uint32_t y = 0; y < 4; ++y) {
+            const uint32_t from = topDown ? y : 3 - y;
+            for (int x = 0; x < 20; ++x) ASSERT_EQ(pic.pixels[y * 20 + x], src[from * 20 + x]);
+        }
+        EXPECT_EQ(dd->Release(), 0u);
+    }
+}
+
+// A 4:2:0 picture of W x H travels as 24-bit RGB of W x H / 2: exactly its
+// 3 x W x H / 2 bytes.
+TEST(ExportDirectDraw, PlanarPictureTravelsAtHalfHeight) {
+    const std::vector<uint8_t> src = Ramp(8 * 6 * 3 / 2);
+    auto s = Picture(SURFACE_FORMAT_YUV420, 8, 6, 12, 8, 1, src);
+    const Exported e = Export(s.get(), 1);
+    ASSERT_EQ(e.answer, VED_S_OK);
+    auto* dd = static_cast<plat::IDirectDrawSurface7*>(e.handle);
+    const DdPicture pic = LockDd(dd);
+    EXPECT_EQ(pic.desc.dwWidth, 8u);
+    EXPECT_EQ(pic.desc.dwHeight, 3u);
+    EXPECT_EQ(pic.desc.ddpfPixelFormat.dwRGBBitCount, 24u);
+    EXPECT_EQ(pic.pixels, src);
+    dd->Release();
+}
+
+TEST(ExportDirectDraw, FormatsWithoutAShapeFail) {
+    const std::vector<uint8_t> bytes = Ramp(64);
+    auto mask = Picture(SURFACE_FORMAT_GRAY8, 8, 4, 8, 8, 1, bytes);
+    auto packed = Picture(SURFACE_FORMAT_YUV422, 8, 4, 16, 16, 0, bytes);
+    auto oddPlanar = Picture(SURFACE_FORMAT_YUV420, 8, 5, 12, 8, 1, bytes);  // 60 bytes, 2 rows of 24 made
+    for (ITarnSurface* s : {mask.get(), packed.get(), oddPlanar.get()}) {
+        const Exported e = Export(s, 1);
+        EXPECT_EQ(e.answer, VED_E_FAIL) << InfoOf(s).format;
+        EXPECT_EQ(e.flag, 7u);
+    }
+}
+
+}  // namespace
