@@ -25,7 +25,8 @@ uintptr_t Key(HGLOBAL block) { return reinterpret_cast<uintptr_t>(block); }
 }  // namespace
 
 HGLOBAL GlobalAlloc(UINT, SIZE_T bytes) {
-    auto block = std::make_unique<GlobalBlock>();
+    std::unique_ptr<GlobalBlock> block(new (std::nothrow) GlobalBlock);
+    if (!block) return nullptr;
     block->size = bytes;
     block->bytes = NewZeroedBytes(bytes);
     if (!block->bytes) return nullptr;

@@ -15,13 +15,19 @@ namespace tarn::platform {
 template <class Object>
 class HandleTable {
 public:
-    // Stores `object` and answers its new handle.
+    // Stores `object` and answers its new handle, or 0 when the table
+    // cannot grow: the platform functions answer failures, never throw.
     uintptr_t Insert(std::unique_ptr<Object> object) {
+        if (!object) return 0;
         std::lock_guard<std::mutex> guard(mutex_);
-        // Multiples of 16 that no allocation hands out at the start of memory
-        // and no small integer matches.
-        const uintptr_t handle = (++counter_) << 4;
-        objects_.emplace(handle, std::move(object));
+        // Multiples of 16 that no small integer matches.
+        const uintptr_t handle = (counter_ + 1) << 4;
+        try {
+            objects_.emplace(handle, std::move(object));
+        } catch (const std::bad_alloc&) {
+            return 0;
+        }
+        ++counter_;
         return handle;
     }
 

@@ -34,11 +34,14 @@ int32_t RasterCreate(int32_t width, int32_t height, int32_t bitsPerPixel, int32_
     const int64_t bytes = row * height;
     if (bytes > int64_t(kMaxPlatformBytes)) return RASTER_E_ARGUMENT;
 
-    auto container = std::make_unique<RasterContainer>();
+    std::unique_ptr<RasterContainer> container(new (std::nothrow) RasterContainer);
+    if (!container) return RASTER_E_MEMORY;
     container->info = {width, height, bitsPerPixel, static_cast<int32_t>(row)};
     container->bytes = NewZeroedBytes(static_cast<size_t>(bytes));
     if (!container->bytes) return RASTER_E_MEMORY;
-    *out = reinterpret_cast<HRASTER>(Containers().Insert(std::move(container)));
+    const uintptr_t handle = Containers().Insert(std::move(container));
+    if (!handle) return RASTER_E_MEMORY;
+    *out = reinterpret_cast<HRASTER>(handle);
     return RASTER_OK;
 }
 
