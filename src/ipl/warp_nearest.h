@@ -1,0 +1,55 @@
+// Rows of the nearest-neighbour warp kernel for 8-bit samples in pixel
+// order, in each form. A row is one span: `count` target pixels from `dst`
+// on, reading source pixel (X >> 16, Y >> 16) and stepping X and Y in 16.16
+// fixed point per column.
+//
+// The forms run only rows the driver has checked: every source coordinate
+// of the row inside the image, rows of fewer than 32768 bytes and no more
+// than 32768 of them (so the 16-bit offset multiply is exact and never
+// saturates), at least 4 bytes of image, and source and target apart.
+#pragma once
+
+#include <cstdint>
+
+namespace tarn {
+
+struct NearestRow {
+    uint8_t* dst;          // the span's first target pixel
+    const uint8_t* src;    // source pixel (0, 0) at the walk's channel
+    int32_t srcStep;       // bytes per source row, below 32768
+    uint32_t x, y;         // 16.16 source position of the first pixel, half a pixel added
+    uint32_t stepX, stepY; // per target column
+    int32_t count;
+};
+
+// Pixel copies by (source channels, target channels, channels processed).
+enum class NearestPixel : uint8_t {
+    Gray,       // 1, 1, 1: one byte
+    Rgb,        // 3, 3, 3: three bytes
+    Rgba,       // 4, 4, 4: one 32-bit word
+    RgbOfRgba,  // 4, 4, 3: three bytes, the target's fourth byte left alone
+};
+
+using NearestRowFn = void (*)(const NearestRow& row);
+NearestRowFn PickNearestRow(NearestPixel pixel);
+
+#if defined(TARN_HAVE_X86_SIMD)
+NearestRowFn NearestRowSse2(NearestPixel pixel);
+NearestRowFn NearestRowAvx2(NearestPixel pixel);
+#endif
+
+// The plain rows, which the fast forms also use for their last few pixels.
+template <int Src, int Dst, int Count>
+void NearestRowPlain(const NearestRow& r) {
+    uint8_t* d = r.dst;
+    uint32_t x = r.x, y = r.y;
+    for (int32_t i = 0; i < r.count; ++i, d += Dst) {
+        const int32_t sx = int32_t(x) >> 16, sy = int32_t(y) >> 16;
+        const uint8_t* s = r.src + (sx * Src + sy * r.srcStep);
+        for (int c = Count - 1; c >= 0; --c) d[c] = s[c];
+        x += r.stepX;
+        y += r.stepY;
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,106 @@
+// Nearest-neighbour warp rows, AVX2 form: eight target pixels a step. The
+// eight offsets come from one packed 16-bit multiply of (x, y) with
+// (pixel bytes, row bytes), as the plain form's sums; one gather fetches a
+// 32-bit word per pixel.
+//
+// The word is read ending at the pixel's last byte (starting up to 3 bytes
+// before the pixel), and from the image's first byte for the pixels closer
+// to it than that, then shifted down to the pixel. So no byte outside the
+// image is ever read, yet the driver's rows keep at least 4 bytes of image.
+#include <immintrin.h>
+
+#include "ipl/warp_nearest.h"
+
+namespace tarn {
+
+namespace {
+
+template <NearestPixel P>
+struct Shape;
+template <>
+struct Shape<NearestPixel::Gray> {
+    static constexpr int kSrc = 1, kDst = 1, kCount = 1;
+};
+template <>
+struct Shape<NearestPixel::Rgb> {
+    static constexpr int kSrc = 3, kDst = 3, kCount = 3;
+};
+template <>
+struct Shape<NearestPixel::Rgba> {
+    static constexpr int kSrc = 4, kDst = 4, kCount = 4;
+};
+template <>
+struct Shape<NearestPixel::RgbOfRgba> {
+    static constexpr int kSrc = 4, kDst = 4, kCount = 3;
+};
+
+template <NearestPixel P>
+void Store(uint8_t* d, __m256i v) {
+    if constexpr (P == NearestPixel::Gray) {
+        // Byte 0 of each word to the front of its lane, then the two lanes' words together.
+        const __m256i pick = _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 4, 8,
+                                              12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+        const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pick),
+                                                            _mm256_setr_epi32(0, 4, 1, 1, 1, 1, 1, 1));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(packed));
+    } else if constexpr (P == NearestPixel::Rgb) {
+        const __m256i pick = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0, 1, 2, 4, 5,
+                                              6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+        const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pick),
+                                                            _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(packed));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 16), _mm256_extracti128_si256(packed, 1));
+    } else if constexpr (P == NearestPixel::Rgba) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), v);
+    } else {
+        const __m256i low = _mm256_set1_epi32(0x00FFFFFF);
+        const __m256i kept = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(d));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d),
+                            _mm256_or_si256(_mm256_and_si256(v, low), _mm256_andnot_si256(low, kept)));
+    }
+}
+
+template <NearestPixel P>
+void Row(const NearestRow& r) {
+    using S = Shape<P>;
+    constexpr int kBack = 4 - S::kSrc;  // bytes read before the pixel
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    __m256i x = _mm256_add_epi32(_mm256_set1_epi32(int32_t(r.x)),
+                                 _mm256_mullo_epi32(lanes, _mm256_set1_epi32(int32_t(r.stepX))));
+    __m256i y = _mm256_add_epi32(_mm256_set1_epi32(int32_t(r.y)),
+                                 _mm256_mullo_epi32(lanes, _mm256_set1_epi32(int32_t(r.stepY))));
+    const __m256i stepX = _mm256_set1_epi32(int32_t(r.stepX * 8u)), stepY = _mm256_set1_epi32(int32_t(r.stepY * 8u));
+    // (x, y) pairs of 16-bit values times (pixel bytes, row bytes), summed.
+    const __m256i weights = _mm256_set1_epi32(int32_t(uint32_t(r.srcStep) << 16 | uint32_t(S::kSrc)));
+    const __m256i back = _mm256_set1_epi32(kBack), zero = _mm256_setzero_si256();
+    const int* base = reinterpret_cast<const int*>(r.src);
+    int32_t i = 0;
+    uint8_t* d = r.dst;
+    for (; i + 8 <= r.count; i += 8, d += 8 * S::kDst) {
+        const __m256i pairs = _mm256_or_si256(_mm256_srli_epi32(x, 16), _mm256_andnot_si256(_mm256_set1_epi32(0xFFFF), y));
+        const __m256i offset = _mm256_madd_epi16(pairs, weights);
+        const __m256i start = _mm256_max_epi32(_mm256_sub_epi32(offset, back), zero);
+        const __m256i shift = _mm256_slli_epi32(_mm256_sub_epi32(offset, start), 3);
+        Store<P>(d, _mm256_srlv_epi32(_mm256_i32gather_epi32(base, start, 1), shift));
+        x = _mm256_add_epi32(x, stepX);
+        y = _mm256_add_epi32(y, stepY);
+    }
+    if (i < r.count) {
+        NearestRow tail = r;
+        tail.dst = d;
+        tail.x = r.x + r.stepX * uint32_t(i);
+        tail.y = r.y + r.stepY * uint32_t(i);
+        tail.count = r.count - i;
+        NearestRowPlain<S::kSrc, S::kDst, S::kCount>(tail);
+    }
+}
+
+}  // namespace
+
+NearestRowFn NearestRowAvx2(NearestPixel pixel) {
+    static constexpr NearestRowFn kRows[] = {Row<NearestPixel::Gray>, Row<NearestPixel::Rgb>,
+                                             Row<NearestPixel::Rgba>, Row<NearestPixel::RgbOfRgba>};
+    return kRows[int(pixel)];
+}
+
+}  // namespace tarn
