@@ -2,10 +2,12 @@
 #include "compose.h"
 
 #include "ordered_pipeline.h"
+#include "overlay_layout.h"
 #include "output_file.h"
 #include "progress.h"
 #include "tool_error.h"
 
+#include <cstdio>
 #include <memory>
 
 namespace tarnsurf {
@@ -44,27 +46,41 @@ SurfaceRef Composer::LoadOverlay(const OverlayPlacement& placement) const {
     const bool masked = image.channels == 4;
     if (masked && placement.key)
         Fail(placement.file, "has an alpha channel; a key colour works only with overlays without one");
-    CheckRgbSize(image, placement.file);
-    const int w = RgbWidthKept(image.width), h = RgbHeightKept(image.height);
-    const PixelRect src = placement.source.value_or(PixelRect{0, 0, w, h});
-    if (src.right > w || src.bottom > h)
+    const PixelRect src = placement.source.value_or(PixelRect{0, 0, image.width, image.height});
+    if (src.right > image.width || src.bottom > image.height)
         Fail(placement.file, "source rectangle " + RectText(src.left, src.top, src.right, src.bottom) +
-                            " reaches outside the picture of " + std::to_string(w) + "x" + std::to_string(h));
-    const int dw = placement.width ? placement.width : src.right - src.left;
-    const int dh = placement.height ? placement.height : src.bottom - src.top;
-    const PixelRect dest{placement.x, placement.y, placement.x + dw, placement.y + dh};
-    if (dest.right > width_ || dest.bottom > height_)
-        Fail(placement.file, "overlay rectangle " + RectText(dest.left, dest.top, dest.right, dest.bottom) +
-                            " lies outside the frame of " + std::to_string(width_) + "x" + std::to_string(height_));
+                            " reaches outside the picture of " + std::to_string(image.width) + "x" +
+                            std::to_string(image.height));
     // At 256 the overlay is invisible; a mask could only make it nearly so.
     if (placement.alpha >= 256) return SurfaceRef();
 
-    SurfaceRef overlay = masked ? RgbaSurfaceFrom(lib_, image, placement.alpha) : RgbSurfaceFrom(lib_, image);
-    // With a mask the library takes no constant transparency: it went into
-    // the alpha bytes above.
-    return PrepareOverlay(lib_, std::move(overlay), VedRect{src.left, src.top, src.right, src.bottom},
-                          VedRect{dest.left, dest.top, dest.right, dest.bottom}, masked ? 0 : placement.alpha,
-                          placement.key.value_or(kNoKey));
+    Image picture = placement.source ? Crop(image, src.left, src.top, src.right - src.left, src.bottom - src.top)
+                                     : image;
+    const int dw = placement.width ? placement.width : picture.width;
+    const int dh = placement.height ? placement.height : picture.height;
+    if (dw != picture.width || dh != picture.height) picture = StretchImage(lib_, picture, dw, dh);
+    SurfaceRef overlay = PlaceOverlay(lib_, picture, placement.x, placement.y, placement.alpha,
+                                      placement.key.value_or(kNoKey), width_, height_);
+    if (!overlay)
+        std::fprintf(stderr, "tarnsurf: note: %s: overlay rectangle %s lies entirely outside the frame of %dx%d; skipped\n",
+                     placement.file.c_str(), RectText(placement.x, placement.y, placement.x + dw, placement.y + dh).c_str(),
+                     width_, height_);
+    return overlay;
+}
+
+SurfaceRef PlaceOverlay(const Library& lib, const Image& picture, int x, int y, uint32_t alpha, uint32_t key,
+                        int frameWidth, int frameHeight) {
+    const bool masked = picture.channels == 4;
+    const AxisLayout across = LayOutAxis(x, picture.width, frameWidth, masked, 4);
+    const AxisLayout down = LayOutAxis(y, picture.height, frameHeight, masked, 2);
+    if (across.Empty() || down.Empty()) return SurfaceRef();
+    const Image canvas = BuildCanvas(picture, across, down);
+    // With a mask the library takes no constant transparency: it goes into
+    // the alpha bytes.
+    SurfaceRef overlay = masked ? RgbaSurfaceFrom(lib, canvas, alpha) : RgbSurfaceFrom(lib, canvas);
+    return PrepareOverlay(lib, std::move(overlay), VedRect{across.sourceBegin, down.sourceBegin, across.sourceEnd, down.sourceEnd},
+                          VedRect{across.destBegin, down.destBegin, across.destEnd, down.destEnd}, masked ? 0 : alpha,
+                          key);
 }
 
 void Composer::Compose(ITarnSurface* frame) const {

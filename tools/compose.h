@@ -41,6 +41,14 @@ private:
     std::vector<SurfaceRef> overlays_;
 };
 
+// The overlay for `picture` with its top left corner at `x`, `y` on a frame
+// of `frameWidth` x `frameHeight` (even), ready to add: cut to the part on
+// the frame and padded as the library needs, with transparency `alpha` and
+// key colour `key` (kNoKey: none). A picture with 4 channels is composed
+// through its alpha. Null when no pixel of it lands on the frame.
+SurfaceRef PlaceOverlay(const Library& lib, const Image& picture, int x, int y, uint32_t alpha, uint32_t key,
+                        int frameWidth, int frameHeight);
+
 // The whole subcommand: opens INPUT, composes every frame, writes OUTPUT
 // under a temporary name and renames it when all went well.
 void RunCompose(const ComposeOptions& options);

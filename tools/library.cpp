@@ -2,8 +2,10 @@
 // blue, green, red (and alpha) bytes, the tool's images are red first.
 #include "library.h"
 
+#include "overlay_layout.h"
 #include "tool_error.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace tarnsurf {
@@ -155,7 +157,62 @@ SurfaceRef StretchedCopy(const Library& lib, ITarnSurface* from, const VedRect& 
     return copy;
 }
 
+// A picture of one column or row with its pixels doubled that way: the
+// library draws from no rectangle narrower than 2 pixels, and nearest
+// sampling of the doubled pixels picks the same colours.
+Image Doubled(const Image& picture) {
+    const int sx = picture.width < 2 ? 2 : 1, sy = picture.height < 2 ? 2 : 1;
+    const size_t pixel = size_t(picture.channels);
+    Image doubled(picture.width * sx, picture.height * sy, picture.channels);
+    for (int y = 0; y < doubled.height; ++y)
+        for (int x = 0; x < doubled.width; ++x)
+            std::copy_n(picture.Row(y / sy) + size_t(x / sx) * pixel, pixel, doubled.Row(y) + size_t(x) * pixel);
+    return doubled;
+}
+
+// An RGB32 surface, top row first, holding `picture` (alpha 255 where it has
+// none) and padded by repeating its edges to a size the builder keeps whole.
+SurfaceRef Rgb32SurfaceFrom(const Library& lib, const Image& picture) {
+    const Image padded = PadByRepeating(picture, std::max((picture.width + 3) & ~3, 4),
+                                        std::max((picture.height + 1) & ~1, 4));
+    std::vector<uint8_t> bgra(padded.pixels.size() / size_t(padded.channels) * 4);
+    const int pixels = padded.width * padded.height;
+    CopySwappingRedBlue(padded.pixels.data(), padded.channels, bgra.data(), 4, pixels);
+    for (int i = 0; i < pixels; ++i)
+        bgra[size_t(i) * 4 + 3] = padded.channels == 4 ? padded.pixels[size_t(i) * 4 + 3] : 255;
+    return lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB32, padded.width, padded.height, true), bgra.data());
+}
+
+// The top left `width` x `height` pixels of a top-down RGB32 surface as a
+// picture of `channels` channels.
+Image ImageFromRgb32(ITarnSurface* surface, int width, int height, int channels) {
+    SurfaceInfo info{};
+    Check(surface->GetInfo(&info), "GetInfo");
+    uint8_t* pixels = nullptr;
+    Check(surface->GetPixels(&pixels), "GetPixels");
+    Image image(width, height, channels);
+    for (int y = 0; y < height; ++y) {
+        const uint8_t* in = pixels + size_t(y) * info.stride;
+        uint8_t* out = image.Row(y);
+        CopySwappingRedBlue(in, 4, out, channels, width);
+        if (channels == 4)
+            for (int x = 0; x < width; ++x) out[4 * x + 3] = in[4 * x + 3];
+    }
+    return image;
+}
+
 }  // namespace
+
+Image StretchImage(const Library& lib, const Image& picture, int width, int height) {
+    if (picture.width < 2 || picture.height < 2) return StretchImage(lib, Doubled(picture), width, height);
+    const SurfaceRef from = Rgb32SurfaceFrom(lib, picture);
+    // The target is at least 4x4 as every surface; the picture takes its
+    // top left corner.
+    const SurfaceRef to = lib.Blank(DescribeSurface(SURFACE_FORMAT_RGB32, std::max(width, 4), std::max(height, 4), true));
+    VedRect dest{0, 0, width, height}, source{0, 0, picture.width, picture.height};
+    Check(to->DrawToSurface(&dest, from.get(), &source, SCALE_NEAREST), "DrawToSurface");
+    return ImageFromRgb32(to.get(), width, height, picture.channels);
+}
 
 SurfaceRef PrepareOverlay(const Library& lib, SurfaceRef overlay, const VedRect& source, const VedRect& dest,
                           uint32_t alpha, uint32_t key) {

@@ -71,6 +71,10 @@ SurfaceRef RgbaSurfaceFrom(const Library& lib, const Image& image, uint32_t tran
 SurfaceRef PrepareOverlay(const Library& lib, SurfaceRef overlay, const VedRect& source, const VedRect& dest,
                           uint32_t alpha, uint32_t key);
 
+// `picture` stretched to `width` x `height` by the library's nearest
+// sampling, alpha travelling with its pixel; any sizes from 1 up.
+Image StretchImage(const Library& lib, const Image& picture, int width, int height);
+
 // Converts the surface's picture to RGB and copies it out, top row first.
 Image ImageFromSurface(ITarnSurface* surface);
 

@@ -29,14 +29,15 @@ constexpr QualityName kQualities[] = {
 };
 
 constexpr const char* kComposeExamples = R"(Overlay: FILE[:x=N][:y=N][:w=N][:h=N][:src=L,T,R,B][:alpha=N][:key=RRGGBB]
-  x, y     top left corner on the frame (default 0, 0)
+  x, y     top left corner on the frame (default 0, 0); negative or past an
+           edge is fine: the part on the frame is drawn
   w, h     size on the frame; the overlay is stretched when it differs from src
   src      the part of the PNG taken, right and bottom exclusive (default all)
   alpha    transparency 0 (opaque) .. 256 (invisible); scales a PNG's own alpha
   key      colour of the overlay that is not drawn (PNGs without alpha only)
-A PNG's alpha channel becomes the overlay's mask. INPUT and OUTPUT are .png
-files or .y4m (YUV4MPEG2 4:2:0) streams; '-' is standard input or output,
-read and written as YUV4MPEG2.
+A PNG's alpha channel becomes the overlay's mask. Overlays of any size are
+drawn whole. INPUT and OUTPUT are .png files or .y4m (YUV4MPEG2 4:2:0)
+streams; '-' is standard input or output, read and written as YUV4MPEG2.
 
 Examples:
   tarnsurf compose frame.png --overlay logo.png:x=32:y=32 -o out.png

@@ -70,8 +70,8 @@ OverlayPlacement ParseOverlay(const std::string& text) {
         if (equals == std::string::npos) throw ToolError("overlay option '" + item + "' has no '=value'");
         const std::string key = item.substr(0, equals);
         const std::string value = item.substr(equals + 1);
-        if (key == "x") placement.x = int(ParseNumber(value, "x", 0, kMaxCoordinate));
-        else if (key == "y") placement.y = int(ParseNumber(value, "y", 0, kMaxCoordinate));
+        if (key == "x") placement.x = int(ParseNumber(value, "x", -kMaxCoordinate, kMaxCoordinate));
+        else if (key == "y") placement.y = int(ParseNumber(value, "y", -kMaxCoordinate, kMaxCoordinate));
         else if (key == "w") placement.width = int(ParseNumber(value, "w", 2, kMaxCoordinate));
         else if (key == "h") placement.height = int(ParseNumber(value, "h", 2, kMaxCoordinate));
         else if (key == "src") placement.source = ParseRect(value);

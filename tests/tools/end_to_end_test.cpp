@@ -233,6 +233,64 @@ TEST_F(EndToEnd, ResizesFittedWithTheRequestedSize) {
     EXPECT_NE(frames[0][size_t(180) * 640 + 320], 16);
 }
 
+// What editors do every day: overlays past an edge or at negative positions,
+// pictures of odd and tiny sizes. ffmpeg's overlay filter on the same inputs
+// is the judge of where every pixel goes; luma agrees within the rounding of
+// the two blends and colour conversions. The filter blends in 4:4:4 here:
+// in 4:2:0 it moves overlays to even positions.
+TEST_F(EndToEnd, OverlaysAnywhereAndOfAnySizeMatchFfmpegsOverlayFilter) {
+    ASSERT_EQ(Shell("ffmpeg -v error -f lavfi -i testsrc2=size=640x360:rate=25 -frames:v 3 -pix_fmt yuv420p "
+                    "-f yuv4mpegpipe " + Path("wide.y4m")).status, 0);
+    // 101 x 75 with opaque, half transparent and transparent parts; 3 x 3 opaque.
+    Image odd(101, 75, 4), tiny(3, 3, 3);
+    for (int y = 0; y < 75; ++y)
+        for (int x = 0; x < 101; ++x) {
+            uint8_t* p = odd.Row(y) + 4 * x;
+            p[0] = uint8_t(x * 2), p[1] = uint8_t(255 - y * 3), p[2] = uint8_t(x * y);
+            p[3] = x < 60 ? 255 : y < 40 ? 128 : 0;
+        }
+    for (size_t i = 0; i < tiny.pixels.size(); ++i) tiny.pixels[i] = uint8_t(i % 3 == 0 ? 250 : 20 * i);
+    for (const auto& [name, image] : {std::pair{"odd.png", &odd}, std::pair{"tiny.png", &tiny}}) {
+        std::unique_ptr<std::FILE, int (*)(std::FILE*)> f(std::fopen(Path(name).c_str(), "wb"), &std::fclose);
+        WritePngTo(f.get(), *image, name);
+    }
+    const struct {
+        const char* file;
+        int x, y;
+    } cases[] = {
+        {"logo.png", 600, 300}, {"logo.png", -20, -10}, {"odd.png", 17, 33},
+        {"odd.png", 590, -31},  {"tiny.png", 320, 181}, {"tiny.png", 639, 0},
+    };
+    constexpr int w = 640, h = 360;
+    for (const auto& c : cases) {
+        const std::string what = std::string(c.file) + " at " + std::to_string(c.x) + "," + std::to_string(c.y);
+        const std::string place = ":x=" + std::to_string(c.x) + ":y=" + std::to_string(c.y);
+        const ShellRun ours = Shell(Tool() + " compose " + Path("wide.y4m") + " --overlay " + Path(c.file) + place +
+                                    " -o - | ffmpeg -v error -y -f yuv4mpegpipe -i - -f rawvideo " + Path("ours.yuv"));
+        ASSERT_EQ(ours.status, 0) << what << ": " << ours.err;
+        const ShellRun peer = Shell("ffmpeg -v error -y -i " + Path("wide.y4m") + " -i " + Path(c.file) +
+                                    " -filter_complex \"[0][1]overlay=x=" + std::to_string(c.x) + ":y=" +
+                                    std::to_string(c.y) + ":format=yuv444\" -pix_fmt yuv420p -f rawvideo " +
+                                    Path("peer.yuv"));
+        ASSERT_EQ(peer.status, 0) << what << ": " << peer.err;
+        const auto read = [&](const char* leaf) {
+            std::ifstream in(Path(leaf), std::ios::binary);
+            return std::vector<uint8_t>((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        };
+        const std::vector<uint8_t> a = read("ours.yuv"), b = read("peer.yuv");
+        const size_t frame = size_t(w) * h * 3 / 2;
+        ASSERT_EQ(a.size(), 3 * frame) << what;
+        ASSERT_EQ(b.size(), 3 * frame) << what;
+        int worst = 0, changed = 0;
+        for (size_t f = 0; f < 3; ++f)
+            for (size_t i = 0; i < size_t(w) * h; ++i) {
+                worst = std::max(worst, std::abs(int(a[f * frame + i]) - int(b[f * frame + i])));
+                changed += a[f * frame + i] != b[f * frame + i];
+            }
+        EXPECT_LE(worst, 3) << what << " (" << changed << " luma samples differ)";
+    }
+}
+
 TEST_F(EndToEnd, BadInputIsRefusedWithoutOutput) {
     std::ofstream(Path("text.png")) << "not a picture";
     ASSERT_EQ(Shell("head -c 60000 " + Path("clip.y4m") + " > " + Path("cut.y4m")).status, 0);
@@ -245,7 +303,6 @@ TEST_F(EndToEnd, BadInputIsRefusedWithoutOutput) {
     } cases[] = {
         {clip + " --overlay " + Path("none.png"), Path("none.png") + ": cannot open"},
         {clip + " --overlay " + Path("text.png"), Path("text.png") + ": not a readable PNG"},
-        {clip + " --overlay " + logo + ":x=300", "overlay rectangle 300,0,364,48 lies outside the frame of 320x240"},
         {clip + " --overlay " + logo + ":src=0,0,65,48", "reaches outside the picture"},
         {Path("cut.y4m") + " --overlay " + logo, Path("cut.y4m") + ": truncated: frame 1"},
         {Path("c422.y4m"), "is not 8-bit 4:2:0"},

@@ -123,6 +123,7 @@ TEST(OverlayPlacement, ColonsThatStartNoOptionBelongToTheFile) {
     EXPECT_EQ(ParseOverlay("C:\\logos\\a.png:x=4").file, "C:\\logos\\a.png");
     EXPECT_EQ(ParseOverlay("take:2.png").file, "take:2.png");
     EXPECT_EQ(ParseOverlay("take:2.png:y=6").y, 6);
+    EXPECT_EQ(ParseOverlay("take:2.png:x=-40:y=-6").x, -40);  // off the frame's left edge
     const OverlayPlacement plain = ParseOverlay("plain.png");
     EXPECT_EQ(plain.x, 0);
     EXPECT_EQ(plain.alpha, 0u);
@@ -136,7 +137,7 @@ TEST(OverlayPlacement, RefusesWithTheReason) {
         const char* problem;
     } cases[] = {
         {":x=1", "names no file"},
-        {"a.png:x=-1", "out of range"},
+        {"a.png:x=-16385", "out of range"},
         {"a.png:x=1e3", "not a number"},
         {"a.png:w=1", "w 1 is out of range"},
         {"a.png:src=0,0,10", "four numbers"},
