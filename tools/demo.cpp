@@ -149,8 +149,24 @@ void RunDemo(const DemoOptions& options) {
     static constexpr uint32_t kTiles[] = {0xE03020, 0x30B040, 0x2050E0, 0xF0C020};
     for (int i = 0; i < 4; ++i)
         Paint(logo.get(), 4 + 64 * (i % 2), 4 + 64 * (i / 2), 60 + 64 * (i % 2), 60 + 64 * (i / 2), kTiles[i]);
+    SurfaceRef logoPart;  // the logo as drawn, before composition converts it
+    if (options.parts) Check(logo->Clone(logoPart.put()), "Clone");
     logo = PrepareOverlay(lib, logo, {0, 0, 128, 128}, {1096, 520, 1224, 648}, 0, 0x000000);
     clock.Report("overlays", "box alpha 96, title with alpha, inset stretched x4, logo keyed");
+    if (options.parts) {
+        // From copies: writing converts a picture, and the scene goes on
+        // from the pictures as they are.
+        SurfaceRef background;
+        Check(frame->Clone(background.put()), "Clone");
+        const std::pair<const char*, Image> parts[] = {
+            {"background", ImageFromSurface(background.get())},
+            {"title", titleImage},
+            {"inset", InsetPicture()},
+            {"logo", ImageFromSurface(logoPart.get())},
+        };
+        for (const auto& [name, image] : parts) WriteImage(image, dir / ("tarnsurf-part-" + std::string(name) + ".png"));
+        clock.Report("parts", "background, title, inset and logo written");
+    }
 
     for (ITarnSurface* overlay : {box.get(), title.get(), inset.get(), logo.get()})
         Check(frame->AddOverlay(overlay), "AddOverlay");

@@ -54,7 +54,8 @@ a translucent box, a stretched inset), flattens it, resizes it fitted to
 
 Examples:
   tarnsurf demo
-  tarnsurf demo --out /tmp/demo)";
+  tarnsurf demo --out /tmp/demo
+  tarnsurf demo --parts --out /tmp/parts   # pictures to try compose with)";
 
 // CLI11 validators that run the tool's own grammars, so a bad value is
 // reported like any other malformed option.
@@ -102,6 +103,8 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
     demo->add_option("--quality", demoQuality, "Scaling mode: " + QualityNames())
         ->check(CLI::Validator(QualityCheck, "MODE"))
         ->capture_default_str();
+    demo->add_flag("--parts", result.demo.parts,
+                   "Also write the scene's pieces: its background and its overlay pictures (tarnsurf-part-*.png)");
     demo->footer(kDemoExamples);
 
     ComposeOptions& c = result.compose;

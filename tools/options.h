@@ -40,6 +40,7 @@ struct ComposeOptions {
 struct DemoOptions {
     std::string outDir = ".";
     int32_t quality = 1;
+    bool parts = false;  // also write the background and the overlay pictures
 };
 
 enum class Command { None, Demo, Compose };

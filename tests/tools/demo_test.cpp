@@ -52,5 +52,31 @@ TEST(Demo, WritesTheSceneAndBothFittedSizes) {
     for (int c = 0; c < 3; ++c) EXPECT_NEAR(Pixel(scene, 20, 300)[c], 191, 3);
 }
 
+TEST(Demo, PartsAreThePicturesTheSceneIsMadeOf) {
+    const fs::path dir = fs::temp_directory_path() / ("tarnsurf-parts-" + std::to_string(std::random_device()()));
+    DemoOptions options;
+    options.outDir = dir.string();
+    options.parts = true;
+    RunDemo(options);
+    const Image background = ReadPng((dir / "tarnsurf-part-background.png").string());
+    const Image title = ReadPng((dir / "tarnsurf-part-title.png").string());
+    const Image inset = ReadPng((dir / "tarnsurf-part-inset.png").string());
+    const Image logo = ReadPng((dir / "tarnsurf-part-logo.png").string());
+    const Image scene = ReadPng((dir / "tarnsurf-demo-1280x720.png").string());
+    fs::remove_all(dir);
+    EXPECT_EQ(std::vector<int>({background.width, background.height, title.width, title.height, title.channels,
+                                inset.width, inset.height, logo.width, logo.height}),
+              std::vector<int>({1280, 720, 544, 72, 4, 64, 48, 128, 128}));
+    // The background under the box is the first bar; the scene darkens it.
+    EXPECT_NEAR(Pixel(background, 60, 100)[0], 191, 1);
+    EXPECT_LT(Pixel(scene, 60, 100)[0], 150);
+    // The logo keeps its black background, which the scene keys away.
+    EXPECT_EQ(Pixel(logo, 1, 1)[0] + Pixel(logo, 1, 1)[1] + Pixel(logo, 1, 1)[2], 0);
+    EXPECT_GT(Pixel(logo, 30, 30)[0], 180);
+    // Title: transparent corner, opaque white letter.
+    EXPECT_EQ(title.Row(0)[3], 0);
+    EXPECT_EQ(title.Row(4 + 4)[4 * (8 + 4) + 3], 255);
+}
+
 }  // namespace
 }  // namespace tarnsurf
