@@ -1,6 +1,7 @@
 // Composition of frames through the library, and the subcommand around it.
 #include "compose.h"
 
+#include "bmp_io.h"
 #include "ordered_pipeline.h"
 #include "overlay_layout.h"
 #include "output_file.h"
@@ -23,10 +24,12 @@ bool EndsWith(const std::string& s, const std::string& tail) {
 
 // '-' is a stream; otherwise the extension decides.
 bool IsPng(const std::string& path) { return path != "-" && (EndsWith(path, ".png") || EndsWith(path, ".PNG")); }
+// One picture, PNG or BMP, rather than a stream.
+bool IsPicture(const std::string& path) { return IsPng(path) || IsBmpPath(path); }
 
 void CheckStreamPath(const std::string& path, const char* role) {
-    if (path == "-" || IsPng(path) || EndsWith(path, ".y4m") || EndsWith(path, ".Y4M")) return;
-    Fail(path, std::string("unknown ") + role + " type; use .png, .y4m or '-'");
+    if (path == "-" || IsPicture(path) || EndsWith(path, ".y4m") || EndsWith(path, ".Y4M")) return;
+    Fail(path, std::string("unknown ") + role + " type; use .png, .bmp, .y4m or '-'");
 }
 
 }  // namespace
@@ -42,7 +45,7 @@ Composer::Composer(const Library& lib, const ComposeOptions& options, int width,
 }
 
 SurfaceRef Composer::LoadOverlay(const OverlayPlacement& placement) const {
-    const Image image = ReadPng(placement.file);
+    const Image image = ReadPicture(placement.file);
     const bool masked = image.channels == 4;
     if (masked && placement.key)
         Fail(placement.file, "has an alpha channel; a key colour works only with overlays without one");
@@ -118,14 +121,14 @@ void RunCompose(const ComposeOptions& options) {
     CheckStreamPath(options.input, "input");
     CheckStreamPath(options.output, "output");
     const Library lib;
-    if (IsPng(options.input)) {
-        const Image frame = ReadPng(options.input);
+    if (IsPicture(options.input)) {
+        const Image frame = ReadPicture(options.input);
         CheckRgbSize(frame, options.input);
         const Composer composer(lib, options, RgbWidthKept(frame.width), RgbHeightKept(frame.height));
         const Image composed = composer.ComposeImage(frame);
         OutputFile out(options.output);
-        if (IsPng(options.output)) {
-            WritePngTo(out.file(), composed, out.name());
+        if (IsPicture(options.output)) {
+            WritePictureTo(out.file(), composed, out.name());
         } else {
             // One frame as a stream, converted back by the library.
             Y4mHeader header;
@@ -154,7 +157,7 @@ void RunCompose(const ComposeOptions& options) {
     const Y4mHeader& in = reader.header();
     const Composer composer(lib, options, in.width, in.height);
     OutputFile out(options.output);
-    const bool pngOut = IsPng(options.output);
+    const bool pngOut = IsPicture(options.output);
     Y4mHeader outHeader = in;
     outHeader.width = composer.outWidth();
     outHeader.height = composer.outHeight();
@@ -178,7 +181,7 @@ void RunCompose(const ComposeOptions& options) {
         }
         if (!reader.ReadFrame(StreamPlanesOf(job.pixels, in.width, in.height))) return false;
         if (pngOut && reader.framesRead() > 1)
-            Fail(options.output, "PNG output takes one frame, and " + reader.name() + " has more");
+            Fail(options.output, "picture output takes one frame, and " + reader.name() + " has more");
         return true;
     };
     const auto work = [&](Job& job) { composer.ComposePlanar(job.frame.get(), job.resized); };
@@ -190,7 +193,7 @@ void RunCompose(const ComposeOptions& options) {
         } else {
             const SurfaceRef frame = lib.FromData(
                 DescribeSurface(SURFACE_FORMAT_YUV420, outHeader.width, outHeader.height, true), composed);
-            WritePngTo(out.file(), ImageFromSurface(frame.get()), out.name());
+            WritePictureTo(out.file(), ImageFromSurface(frame.get()), out.name());
         }
         progress.Frame(job.index + 1);
     };

@@ -43,6 +43,7 @@ Examples:
   tarnsurf compose frame.png --overlay logo.png:x=32:y=32 -o out.png
   tarnsurf compose in.y4m --overlay title.png:x=100:y=600:alpha=64 \
       --overlay box.png:x=0:y=0:w=640:h=360 --resize 1280x720:fit -o out.y4m
+  tarnsurf compose frame.bmp --overlay logo.png --overlay badge.bmp:x=64 -o out.bmp
   ffmpeg -i clip.mp4 -f yuv4mpegpipe -pix_fmt yuv420p - |
       tarnsurf compose - --overlay logo.png:x=20:y=20 -o - |
       ffmpeg -f yuv4mpegpipe -i - out.mp4)";
@@ -112,9 +113,9 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
     std::string resize;
     std::string composeQuality = "bilinear";
     c.threads = int(std::max(1u, std::thread::hardware_concurrency()));
-    CLI::App* compose = app.add_subcommand("compose", "Put PNG overlays onto a PNG frame or every frame of a stream");
-    compose->add_option("INPUT", c.input, "Frame (.png) or stream (.y4m, '-' for standard input)")->required();
-    compose->add_option("--overlay", overlays, "Overlay PNG with its placement (see below); repeatable")
+    CLI::App* compose = app.add_subcommand("compose", "Put PNG or BMP overlays onto a PNG or BMP frame or every frame of a stream");
+    compose->add_option("INPUT", c.input, "Frame (.png, .bmp) or stream (.y4m, '-' for standard input)")->required();
+    compose->add_option("--overlay", overlays, "Overlay PNG or BMP with its placement (see below); repeatable")
         ->check(Grammar("OVERLAY", [](const std::string& t) { ParseOverlay(t); }))
         ->allow_extra_args(false);
     compose->add_option("--resize", resize, "Resize the composed frames to WxH; ':fit' keeps the shape")
@@ -124,7 +125,7 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
         ->capture_default_str();
     compose->add_option("--threads", c.threads, "Frames composed at once (default: all cores)")
         ->check(CLI::Range(1, 256));
-    compose->add_option("-o,--output", c.output, "Output .png or .y4m, '-' for standard output")->required();
+    compose->add_option("-o,--output", c.output, "Output .png, .bmp or .y4m, '-' for standard output")->required();
     compose->footer(kComposeExamples);
 
     try {
