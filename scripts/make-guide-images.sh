@@ -41,6 +41,12 @@ run compose frame.png --overlay logo.png:x=48:y=96:key=000000 \
 run compose frame.png --overlay odd.png:x=48:y=48 --overlay tiny.png:x=301:y=201 -o example-whole.png
 zoom example-whole.png 12 12 297 197 example-whole-tiny.png
 run compose frame.png --overlay title.png:x=48:y=24 --resize 480x480:fit -o example-fit.png
+ffmpeg -v error -y -i frame.png "$work/frame.bmp"
+ffmpeg -v error -y -i logo.png "$work/logo.bmp"
+cp title.png "$work/"
+(cd "$work" && run compose frame.bmp --overlay logo.bmp:x=256:y=96:key=000000 \
+  --overlay title.png:x=48:y=24 -o example-bmp.bmp)
+ffmpeg -v error -y -i "$work/example-bmp.bmp" example-bmp.png  # shown here as PNG, pixel for pixel
 
 # The pipe: a clip of 25 frames from the frame, through tarnsurf, back to PNG.
 ffmpeg -v error -y -loop 1 -i frame.png -frames:v 25 -pix_fmt yuv420p -f yuv4mpegpipe "$work/clip.y4m"
