@@ -81,6 +81,18 @@ DenseArea Densify(const AreaCoefficient* list, uint32_t count, uint32_t width) {
     return d;
 }
 
+// The records of a c-byte shrink, one per byte: channel ch of a record
+// reads byte ch of its sample into byte ch of its target pixel, in the
+// record's place in the list.
+std::vector<AreaCoefficient> ByteRecords(const AreaCoefficient* list, uint32_t count, uint32_t c) {
+    std::vector<AreaCoefficient> bytes;
+    bytes.reserve(size_t(count) * c);
+    for (uint32_t i = 0; i < count; ++i)
+        for (uint32_t ch = 0; ch < c; ++ch)
+            bytes.push_back({list[i].sourceOffset + ch, list[i].targetIndex + ch, list[i].weight});
+    return bytes;
+}
+
 }  // namespace
 
 // A target row ends on a source row boundary: both sums go out, rounded.
@@ -141,28 +153,45 @@ AreaRowForms PickAreaRowForms() {
 }  // namespace
 
 AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint32_t width, uint32_t srcWidth) {
-    constexpr uint32_t kWindow = 16;
     AreaSweepPlan plan;
     const uint32_t blocks = width / 8;
-    plan.base.assign(blocks, -1);
-    plan.masks.assign(size_t(blocks) * perColumn * 32, 0x80);
-    if (srcWidth < kWindow) return plan;
+    plan.kind.assign(blocks, AreaSweepPlan::Gather);
+    plan.base.assign(size_t(blocks) * 2, 0);
+    plan.maskAt.assign(blocks, 0);
+    auto sample = [&](uint32_t r, uint32_t x) { return index[size_t(r) * width + x]; };
     for (uint32_t b = 0; b < blocks; ++b) {
-        const uint32_t x = 8 * b;
-        int32_t lo = index[x], hi = index[x];
-        for (uint32_t r = 0; r < perColumn; ++r)
-            for (uint32_t k = 0; k < 8; ++k) {
-                lo = std::min(lo, index[size_t(r) * width + x + k]);
-                hi = std::max(hi, index[size_t(r) * width + x + k]);
-            }
-        const int32_t base = std::min(lo, int32_t(srcWidth - kWindow));
-        if (base < 0 || hi - base >= int32_t(kWindow)) continue;
-        plan.base[b] = base;
-        for (uint32_t r = 0; r < perColumn; ++r) {
-            uint8_t* m = plan.masks.data() + (size_t(b) * perColumn + r) * 32;
-            // Lane k takes byte rel of the window into its low byte; both
-            // 16-byte halves of the register hold the same window.
-            for (uint32_t k = 0; k < 8; ++k) m[4 * k] = uint8_t(index[size_t(r) * width + x + k] - base);
+        int32_t lo[2], spread = 0;
+        for (uint32_t h = 0; h < 2; ++h) {
+            const uint32_t x = 8 * b + 4 * h;
+            int32_t hi = sample(0, x);
+            lo[h] = hi;
+            for (uint32_t r = 0; r < perColumn; ++r)
+                for (uint32_t k = 0; k < 4; ++k) {
+                    lo[h] = std::min(lo[h], sample(r, x + k));
+                    hi = std::max(hi, sample(r, x + k));
+                }
+            spread = std::max(spread, hi - lo[h]);
+        }
+        const int32_t window = spread < 16 ? 16 : 32;
+        if (spread >= 32 || int64_t(srcWidth) < window) {
+            plan.gathers = true;
+            continue;
+        }
+        plan.kind[b] = window == 16 ? AreaSweepPlan::Narrow : AreaSweepPlan::Wide;
+        plan.maskAt[b] = uint32_t(plan.masks.size());
+        const uint32_t parts = uint32_t(window / 16);
+        plan.masks.resize(plan.masks.size() + size_t(perColumn) * parts * 32, 0x80);
+        for (uint32_t h = 0; h < 2; ++h) {
+            const int32_t base = std::min(lo[h], int32_t(srcWidth) - window);
+            plan.base[2 * b + h] = base;
+            for (uint32_t r = 0; r < perColumn; ++r)
+                for (uint32_t k = 0; k < 4; ++k) {
+                    // Lane k of the half takes byte rel of the window into its
+                    // low byte, from the part of 16 bytes that holds it.
+                    const int32_t rel = sample(r, 8 * b + 4 * h + k) - base;
+                    uint8_t* m = plan.masks.data() + plan.maskAt[b] + (size_t(r) * parts + uint32_t(rel / 16)) * 32;
+                    m[16 * h + 4 * k] = uint8_t(rel % 16);
+                }
         }
     }
     return plan;
@@ -182,16 +211,20 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
                     const AreaCoefficient* list, uint32_t count, float* current, float* carry) {
     const float ry = static_cast<float>(double(srcHeight) / double(dstHeight));
     const uint32_t total = dstWidth * c;
-    // Records of one target column touch only its own accumulators, in list
-    // order; the single-channel sweep runs from a dense table of them.
-    const bool dense = c == 1;
-    const DenseArea table = dense ? Densify(list, count, dstWidth) : DenseArea{};
-    std::vector<float> scratch(dense ? srcWidth + 16 : 0, 0.0f);
     const AreaRowForms forms = PickAreaRowForms();
-    // A fast form may finish the row end in the same sweep as the sums.
-    const AreaGrayPlannedRowEndFn endRow = dense ? PickAreaGrayRowEnd() : nullptr;
+    // A fast form finishes the row end in the same sweep as the sums.
+    const AreaGrayPlannedRowEndFn endRow = PickAreaGrayRowEnd();
+    // Records of one target byte touch only its own accumulator, in list
+    // order; the sweep runs from a dense table of them, one column per byte
+    // of the target row (single-channel plain sweeps too).
+    const bool dense = c == 1 || endRow;
+    const DenseArea table = !dense ? DenseArea{}
+                            : c == 1 ? Densify(list, count, dstWidth)
+                                     : Densify(ByteRecords(list, count, c).data(), count * c, total);
+    const uint32_t rowBytes = srcWidth * c;
+    std::vector<float> scratch(dense ? rowBytes + 16 : 0, 0.0f);
     const AreaSweepPlan plan =
-        endRow ? BuildAreaSweepPlan(table.index.data(), table.perColumn, dstWidth, srcWidth) : AreaSweepPlan{};
+        endRow ? BuildAreaSweepPlan(table.index.data(), table.perColumn, total, rowBytes) : AreaSweepPlan{};
     uint32_t t = 1;
     for (uint32_t y = 0; y < srcHeight; ++y) {
         const uint8_t* row = src + intptr_t(y) * srcStride;
@@ -207,7 +240,7 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
         }
         const int rowEnd = !ends ? 0 : std::fabs(f) < 0.001 ? 1 : 2;
         if (endRow) {
-            endRow(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth, scratch.data(),
+            endRow(row, rowBytes, table.index.data(), table.weight.data(), table.perColumn, total, scratch.data(),
                    rowEnd, f, carry, dst, &plan);
         } else {
             if (dense) {

@@ -1,9 +1,9 @@
-// Single-channel area shrink, AVX2 form of one source row's sweep. The row
-// is widened to floats once; eight target columns at a time then pick their
-// samples out of a 16-float window by two permutes and a blend (exact
-// copies), and add each column's records in list order with separate
-// multiplies and adds, so every rounding is that of the plain form. Blocks
-// whose samples spread wider than the window go column by column.
+// Area shrink, AVX2 form of one source row's sweep over the dense table of
+// target bytes (any pixel size). Eight target columns at a time pick their
+// samples out of the row by byte shuffles of windows planned once per image,
+// or gather them from the row widened to floats where the samples spread
+// wider, and add each column's records in list order with separate
+// multiplies and adds, so every rounding is that of the plain form.
 #include <immintrin.h>
 
 #include "scale/planar_scale.h"
@@ -81,95 +81,86 @@ struct Sink {
     }
 };
 
-// Blocks of the plan take their samples straight from the row's bytes: one
-// 16-byte window in both halves of a register, one shuffle per record that
-// zero-extends each column's byte into its lane, then the exact conversion
-// to float. The sums are those of the float window below.
-template <End E, uint32_t P>
-void PlannedSweepOf(const uint8_t* row, const float* weight, uint32_t perColumn, uint32_t width,
-                    const AreaSweepPlan& plan, uint32_t& x, const Sink& sink) {
+// Two 16-byte windows, one in each half of the register.
+inline __m256i Windows(const uint8_t* row, const int32_t* base, int32_t offset) {
+    return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(row + base[1] + offset),
+                               reinterpret_cast<const __m128i*>(row + base[0] + offset));
+}
+
+inline __m256i Shuffles(const uint8_t* m) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m)); }
+
+// One block of 8 columns: each record's samples picked into 32-bit lanes,
+// converted to float exactly, multiplied by the record's weights and added
+// in record order, every product rounded on its own as in the plain form.
+template <uint32_t P, class Pick>
+inline __m256 BlockSum(uint32_t perColumn, const float* weight, uint32_t width, Pick pick) {
     const uint32_t per = P ? P : perColumn;
+    __m256 v = _mm256_setzero_ps();
+    for (uint32_t r = 0; r < per; ++r)
+        v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick(r), _mm256_loadu_ps(weight + size_t(r) * width))));
+    return v;
+}
+
+template <End E, uint32_t P>
+void SweepOf(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight, uint32_t perColumn,
+             uint32_t width, float* scratch, const Sink& sink, const AreaSweepPlan* plan) {
+    const uint32_t per = P ? P : perColumn;
+    if (!plan || plan->gathers) {
+        uint32_t i = 0;
+        for (; i + 8 <= srcWidth; i += 8)
+            _mm256_storeu_ps(scratch + i, _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(
+                                              _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + i)))));
+        for (; i < srcWidth; ++i) scratch[i] = row[i];
+    }
     const uint32_t fast = width & ~7u;
-    const int32_t* bases = plan.base.data();
-    const uint8_t* masks = plan.masks.data();
     const Sink local = sink;
-    for (; x < fast; x += 8) {
-        const int32_t base = bases[x / 8];
-        if (base < 0) return;
-        const __m256i window =
-            _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base)));
-        const uint8_t* m = masks + size_t(x / 8) * per * 32;
-        __m256 v = _mm256_setzero_ps();
-        for (uint32_t r = 0; r < per; ++r, m += 32) {
-            const __m256i lanes = _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m)));
-            const __m256 pick = _mm256_cvtepi32_ps(lanes);
-            v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick, _mm256_loadu_ps(weight + size_t(r) * width + x))));
+    for (uint32_t x = 0; x < fast; x += 8) {
+        const uint32_t b = x / 8;
+        const float* w = weight + x;
+        const uint8_t kind = plan ? plan->kind[b] : uint8_t(AreaSweepPlan::Gather);
+        __m256 v;
+        if (kind == AreaSweepPlan::Narrow) {
+            const __m256i window = Windows(row, plan->base.data() + 2 * b, 0);
+            const uint8_t* m = plan->masks.data() + plan->maskAt[b];
+            v = BlockSum<P>(per, w, width, [&](uint32_t r) {
+                return _mm256_cvtepi32_ps(_mm256_shuffle_epi8(window, Shuffles(m + 32 * r)));
+            });
+        } else if (kind == AreaSweepPlan::Wide) {
+            const __m256i low = Windows(row, plan->base.data() + 2 * b, 0);
+            const __m256i high = Windows(row, plan->base.data() + 2 * b, 16);
+            const uint8_t* m = plan->masks.data() + plan->maskAt[b];
+            v = BlockSum<P>(per, w, width, [&](uint32_t r) {
+                return _mm256_cvtepi32_ps(_mm256_or_si256(_mm256_shuffle_epi8(low, Shuffles(m + 64 * r)),
+                                                          _mm256_shuffle_epi8(high, Shuffles(m + 64 * r + 32))));
+            });
+        } else {
+            v = BlockSum<P>(per, w, width, [&](uint32_t r) {
+                const __m256i at = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(index + size_t(r) * width + x));
+                return _mm256_i32gather_ps(scratch, at, 4);
+            });
         }
         local.template Put8<E>(x, v);
+    }
+    for (uint32_t x = fast; x < width; ++x) {
+        float v = 0.0f;
+        for (uint32_t r = 0; r < per; ++r)
+            v += Rounded(row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x]);
+        local.template Put<E>(x, v);
     }
 }
 
 // The usual record counts with the record loop unrolled.
 template <End E>
-void PlannedSweep(const uint8_t* row, const float* weight, uint32_t perColumn, uint32_t width,
-                  const AreaSweepPlan& plan, uint32_t& x, const Sink& sink) {
-    switch (perColumn) {
-        case 1: return PlannedSweepOf<E, 1>(row, weight, perColumn, width, plan, x, sink);
-        case 2: return PlannedSweepOf<E, 2>(row, weight, perColumn, width, plan, x, sink);
-        case 3: return PlannedSweepOf<E, 3>(row, weight, perColumn, width, plan, x, sink);
-        default: return PlannedSweepOf<E, 0>(row, weight, perColumn, width, plan, x, sink);
-    }
-}
-
-template <End E>
 void Sweep(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight, uint32_t perColumn,
            uint32_t width, float* scratch, const Sink& sink, const AreaSweepPlan* plan) {
-    auto column = [&](uint32_t x) {
-        float v = 0.0f;
-        for (uint32_t r = 0; r < perColumn; ++r)
-            v += Rounded(row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x]);
-        sink.template Put<E>(x, v);
-    };
-    uint32_t start = 0;
-    if (plan) {
-        // Planned blocks first; the window sweep takes over from the first
-        // block the plan leaves out.
-        PlannedSweep<E>(row, weight, perColumn, width, *plan, start, sink);
-        if (start >= (width & ~7u)) {
-            for (uint32_t x = start; x < width; ++x) column(x);
-            return;
-        }
+    switch (perColumn) {
+        case 1: return SweepOf<E, 1>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
+        case 2: return SweepOf<E, 2>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
+        case 3: return SweepOf<E, 3>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
+        case 4: return SweepOf<E, 4>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
+        case 5: return SweepOf<E, 5>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
+        default: return SweepOf<E, 0>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
     }
-    uint32_t i = 0;
-    for (; i + 8 <= srcWidth; i += 8)
-        _mm256_storeu_ps(scratch + i, _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(
-                                          _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + i)))));
-    for (; i < srcWidth; ++i) scratch[i] = row[i];
-    const uint32_t fast = width & ~7u;
-    for (uint32_t x = start; x < fast; x += 8) {
-        const int32_t base = index[x];
-        bool fits = true;
-        for (uint32_t r = 0; r < perColumn; ++r) fits &= index[size_t(r) * width + x + 7] - base < 16;
-        if (!fits) {
-            for (uint32_t k = x; k < x + 8; ++k) column(k);
-            continue;
-        }
-        const __m256 lo = _mm256_loadu_ps(scratch + base);
-        const __m256 hi = _mm256_loadu_ps(scratch + base + 8);
-        const __m256i b = _mm256_set1_epi32(base);
-        __m256 v = _mm256_setzero_ps();
-        for (uint32_t r = 0; r < perColumn; ++r) {
-            const size_t at = size_t(r) * width + x;
-            const __m256i rel = _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(index + at)), b);
-            // The permutes look at the low 3 bits only; bit 3 (moved to the
-            // sign bit) chooses the window's upper half.
-            const __m256 pick = _mm256_blendv_ps(_mm256_permutevar8x32_ps(lo, rel), _mm256_permutevar8x32_ps(hi, rel),
-                                                 _mm256_castsi256_ps(_mm256_slli_epi32(rel, 28)));
-            v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick, _mm256_loadu_ps(weight + at))));
-        }
-        sink.template Put8<E>(x, v);
-    }
-    for (uint32_t x = fast; x < width; ++x) column(x);
 }
 
 }  // namespace

@@ -44,27 +44,34 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
 // float at each step. `scratch` holds srcWidth + 16 floats for a fast form.
 void AreaGrayRow(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
                  uint32_t perColumn, uint32_t width, float* scratch, float* current);
-// The sweep of one single-channel source row and its row end in one pass:
-// `rowEnd` 0 carries the sums, 1 emits the target row, 2 splits it by f.
-// Gives what AreaGrayRow followed by the row-end function gives, without
-// touching `current` (which is 0 between rows).
+// The sweep of one source row and its row end in one pass, over a dense
+// table whose columns are the target row's bytes and whose samples are the
+// source row's bytes (a pixel of c bytes is c columns): `rowEnd` 0 carries
+// the sums, 1 emits the target row, 2 splits it by f. Gives what AreaGrayRow
+// followed by the row-end function gives, without touching `current`
+// (which is 0 between rows).
 using AreaGrayRowEndFn = void (*)(const uint8_t* row, uint32_t srcWidth, const int32_t* index,
                                   const float* weight, uint32_t perColumn, uint32_t width, float* scratch,
                                   int rowEnd, float f, float* carry, uint8_t* out);
 
-// Blocks of 8 target columns of a single-channel sweep, planned once per
-// image from the dense table: the first of the 16 source bytes a block's
-// samples lie in (-1 where they spread wider or the row is narrower), and
-// per record the byte shuffle that puts each column's sample, zero-extended,
-// in a 32-bit lane (columns 0-3 from the low copy of the 16 bytes, 4-7 from
-// the high one). Windows end inside the row.
+// Blocks of 8 target columns of a sweep, planned once per image from the
+// dense table. Each half of a block (columns 0-3 and 4-7) reads its samples
+// from its own window of the row: 16 bytes (one byte shuffle per record puts
+// each column's sample, zero-extended, in its 32-bit lane) or 32 bytes (two
+// shuffles, one per 16-byte part, joined). A block whose samples spread
+// wider, or a row narrower than the window, gathers from the row widened to
+// floats. Windows end inside the row, so no sample read needs a test.
 struct AreaSweepPlan {
-    std::vector<int32_t> base;   // [block]
-    std::vector<uint8_t> masks;  // [block][record][32]
+    enum Kind : uint8_t { Gather, Narrow, Wide };
+    std::vector<uint8_t> kind;     // [block]
+    std::vector<int32_t> base;     // [block][half]: first byte of the window
+    std::vector<uint32_t> maskAt;  // [block]: offset of the block's shuffles in `masks`
+    std::vector<uint8_t> masks;    // Narrow: [record][32]; Wide: [record][part][32]
+    bool gathers = false;          // some block gathers
 };
 AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint32_t width, uint32_t srcWidth);
 
-// AreaGrayRowEndFn with the plan (null: none).
+// AreaGrayRowEndFn with the plan (null: every block gathers).
 using AreaGrayPlannedRowEndFn = void (*)(const uint8_t* row, uint32_t srcWidth, const int32_t* index,
                                          const float* weight, uint32_t perColumn, uint32_t width, float* scratch,
                                          int rowEnd, float f, float* carry, uint8_t* out,

@@ -40,30 +40,100 @@ TEST(AreaPlan, PlanesAgreeAcrossFormsAtManyRatios) {
     }
 }
 
-TEST(AreaPlan, WindowsStayInsideTheRowAndHoldTheirSamples) {
-    // Columns at 1.5 samples each over a 37-sample row: every block fits a
-    // window, the last one slides left to end at the row's end.
-    const uint32_t width = 24, per = 2, srcWidth = 37;
-    std::vector<int32_t> index(size_t(per) * width);
-    for (uint32_t x = 0; x < width; ++x)
-        for (uint32_t r = 0; r < per; ++r) index[size_t(r) * width + x] = int32_t(std::min(srcWidth - 1, x * 3 / 2 + r));
-    const AreaSweepPlan plan = BuildAreaSweepPlan(index.data(), per, width, srcWidth);
-    ASSERT_EQ(plan.base.size(), 3u);
-    for (uint32_t b = 0; b < 3; ++b) {
-        ASSERT_GE(plan.base[b], 0) << b;
-        EXPECT_LE(uint32_t(plan.base[b]) + 16, srcWidth) << b;
-        for (uint32_t r = 0; r < per; ++r)
-            for (uint32_t k = 0; k < 8; ++k) {
-                const uint8_t* m = plan.masks.data() + (size_t(b) * per + r) * 32 + 4 * k;
-                EXPECT_EQ(plan.base[b] + m[0], index[size_t(r) * width + 8 * b + k]) << b << " " << r << " " << k;
-                EXPECT_EQ(m[1] & m[2] & m[3] & 0x80, 0x80) << "upper bytes of a lane are zero";
-            }
+// Every planned lane of the plan names its own sample: exactly one part of
+// the window holds it, the lane's other bytes come out zero, and the window
+// lies inside the row.
+void CheckPlan(const AreaSweepPlan& plan, const std::vector<int32_t>& index, uint32_t per, uint32_t width,
+               uint32_t srcWidth) {
+    for (uint32_t b = 0; b < width / 8; ++b) {
+        if (plan.kind[b] == AreaSweepPlan::Gather) continue;
+        const uint32_t parts = plan.kind[b] == AreaSweepPlan::Narrow ? 1 : 2;
+        for (uint32_t h = 0; h < 2; ++h) {
+            const int32_t base = plan.base[2 * b + h];
+            ASSERT_GE(base, 0) << b;
+            EXPECT_LE(uint32_t(base) + 16 * parts, srcWidth) << b;
+            for (uint32_t r = 0; r < per; ++r)
+                for (uint32_t k = 0; k < 4; ++k) {
+                    int found = 0;
+                    for (uint32_t part = 0; part < parts; ++part) {
+                        const uint8_t* m = plan.masks.data() + plan.maskAt[b] + (size_t(r) * parts + part) * 32 +
+                                           16 * h + 4 * k;
+                        EXPECT_EQ(m[1] & m[2] & m[3] & 0x80, 0x80) << "upper bytes of a lane are zero";
+                        if (m[0] & 0x80) continue;
+                        ++found;
+                        EXPECT_EQ(base + int32_t(16 * part) + m[0], index[size_t(r) * width + 8 * b + 4 * h + k])
+                            << b << " " << r << " " << k;
+                    }
+                    EXPECT_EQ(found, 1) << b << " " << r << " " << k;
+                }
+        }
     }
-    // Columns 3 samples apart spread over 22 samples a block: none planned.
-    for (uint32_t x = 0; x < width; ++x)
-        for (uint32_t r = 0; r < per; ++r) index[size_t(r) * width + x] = int32_t(std::min(80u, 3 * x + r));
-    const AreaSweepPlan wide = BuildAreaSweepPlan(index.data(), per, width, 81);
-    for (int32_t base : wide.base) EXPECT_EQ(base, -1);
+}
+
+TEST(AreaPlan, WindowsStayInsideTheRowAndHoldTheirSamples) {
+    struct Case {
+        uint32_t pitch2;  // twice the samples between columns
+        uint32_t srcWidth;
+        AreaSweepPlan::Kind kind;
+    };
+    // 1.5 samples a column: a half spreads over 7 samples; 6 apart: over 19
+    // (two windows); 12 apart: over 37 (gathered); a row of 30 samples is
+    // too narrow for two windows (its later blocks collapse onto the last
+    // sample and fit one).
+    const Case cases[] = {{3, 37, AreaSweepPlan::Narrow},
+                          {12, 145, AreaSweepPlan::Wide},
+                          {24, 289, AreaSweepPlan::Gather},
+                          {12, 30, AreaSweepPlan::Gather}};
+    const uint32_t width = 24, per = 2;
+    for (const Case& c : cases) {
+        std::vector<int32_t> index(size_t(per) * width);
+        for (uint32_t x = 0; x < width; ++x)
+            for (uint32_t r = 0; r < per; ++r)
+                index[size_t(r) * width + x] = int32_t(std::min(c.srcWidth - 1, x * c.pitch2 / 2 + r));
+        const AreaSweepPlan plan = BuildAreaSweepPlan(index.data(), per, width, c.srcWidth);
+        ASSERT_EQ(plan.kind.size(), 3u);
+        EXPECT_EQ(plan.kind[0], c.kind) << c.pitch2;
+        bool gathers = false;
+        for (uint8_t k : plan.kind) gathers |= k == AreaSweepPlan::Gather;
+        EXPECT_EQ(plan.gathers, gathers);
+        CheckPlan(plan, index, per, width, c.srcWidth);
+    }
+}
+
+TEST(AreaPlan, PixelsOfThreeAndFourBytesAgreeAcrossForms) {
+    // Whole images of 3- and 4-byte pixels at the usual factors and awkward
+    // ones, bottom-up sources, canaries around the target.
+    struct Size {
+        uint32_t sw, sh, dw, dh;
+    };
+    const Size sizes[] = {{97, 31, 64, 20}, {96, 40, 48, 20}, {101, 33, 25, 8}, {160, 24, 20, 3},
+                          {203, 19, 41, 13}, {333, 17, 16, 3}, {640, 9, 71, 2}, {17, 5, 16, 4}};
+    std::mt19937 rng(7);
+    for (uint32_t c : {3u, 4u})
+        for (const Size& s : sizes) {
+            const int32_t srcStride = int32_t(s.sw * c + 5);
+            std::vector<uint8_t> src(size_t(srcStride) * s.sh);
+            for (auto& b : src) b = uint8_t(rng());
+            const int32_t dstStride = int32_t(s.dw * c + 7);
+            const size_t margin = 64;
+            auto run = [&](SimdForm form) {
+                ScopedKernelChoice choice(g_cpuFeatures, form);
+                std::vector<uint8_t> out(size_t(dstStride) * s.dh + 2 * margin, 0x77);
+                // Both sides bottom-up: the first row is the buffer's last.
+                uint8_t* dst = out.data() + margin + size_t(dstStride) * (s.dh - 1);
+                const uint8_t* from = src.data() + size_t(srcStride) * (s.sh - 1);
+                ScaleImage(dst, s.dw, s.dh, -dstStride, c, from, s.sw, s.sh, -srcStride, c, 0.0,
+                           double(s.sw) / s.dw, 0.0, double(s.sh) / s.dh, SCALE_AREA, nullptr);
+                return out;
+            };
+            const auto plain = run(SimdForm::Plain);
+            for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
+            for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+                if (HostSimdForm() < f) continue;
+                EXPECT_EQ(run(f), plain) << c << " bytes " << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh
+                                         << " " << FormName(f);
+            }
+        }
 }
 
 }  // namespace
