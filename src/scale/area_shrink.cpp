@@ -17,6 +17,15 @@ namespace {
 
 uint8_t ByteOf(double v) { return static_cast<uint8_t>(static_cast<int32_t>(v)); }
 
+AreaBoxExactFn PickAreaBoxExact() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<AreaBoxExactFn> t[] = {{SimdForm::Avx2, AreaBoxExactAvx2}, {SimdForm::Plain, nullptr}};
+    return PickForm(t);
+#else
+    return nullptr;
+#endif
+}
+
 bool AreaShrink(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,
                 uint8_t*& dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride, uint32_t c) {
     if (dstWidth == srcWidth && dstHeight == srcHeight) {
@@ -28,6 +37,12 @@ bool AreaShrink(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32
     // A target with no pixels (the chroma of a one-pixel plane) gets nothing;
     // its step would be infinite.
     if (dstWidth == 0 || dstHeight == 0) return true;
+    const AreaBoxExactFn exact = PickAreaBoxExact();
+    if (const uint32_t shift = exact ? AreaExactShift(srcWidth, srcHeight, dstWidth, dstHeight) : 0) {
+        exact(src, srcStride, srcWidth, srcHeight, dst, dstStride, dstWidth, dstHeight, c, shift);
+        dst += intptr_t(dstStride) * dstHeight;
+        return true;
+    }
     const float rx = static_cast<float>(double(srcWidth) / double(dstWidth));
     const float ry = static_cast<float>(double(srcHeight) / double(dstHeight));
     const float scale = static_cast<float>(1.0 / (double(ry) * double(rx)));
@@ -151,6 +166,21 @@ AreaRowForms PickAreaRowForms() {
 }
 
 }  // namespace
+
+// With whole factors fx, fy the steps rx, ry and every column edge are
+// exact, no sample is split (no partial weights, every row end falls on a
+// row boundary with f = 0), and each weight is scale = 1 / (fx * fy). When
+// that is 2^-shift, products of bytes and sums of them below 256 are
+// multiples of 2^-shift with at most 8 + shift <= 16 significant bits: the
+// float sweep rounds nothing.
+uint32_t AreaExactShift(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth, uint32_t dstHeight) {
+    if (srcWidth % dstWidth || srcHeight % dstHeight) return 0;
+    const uint32_t n = (srcWidth / dstWidth) * (srcHeight / dstHeight);
+    if (n < 2 || n > 256 || (n & (n - 1))) return 0;
+    uint32_t shift = 0;
+    while ((1u << shift) < n) ++shift;
+    return shift;
+}
 
 AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint32_t width, uint32_t srcWidth) {
     AreaSweepPlan plan;

@@ -84,7 +84,17 @@ void AreaEmitRow(uint8_t* out, float* current, float* carry, uint32_t total);
 void AreaEmitSplitRow(uint8_t* out, float* current, float* carry, uint32_t total, float f);
 void AreaCarryRow(float* current, float* carry, uint32_t total);
 
+// Area shrink by whole factors whose product is 2^shift, where the float
+// sweep is exact; gives the sweep's bytes. Sizes as AreaAccumulate takes them.
+using AreaBoxExactFn = void (*)(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, uint32_t srcHeight,
+                                uint8_t* dst, int32_t dstStride, uint32_t dstWidth, uint32_t dstHeight, uint32_t c,
+                                uint32_t shift);
+// The shift when the area shrink is such a box (0: it is not).
+uint32_t AreaExactShift(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth, uint32_t dstHeight);
+
 #if defined(TARN_HAVE_X86_SIMD)
+void AreaBoxExactAvx2(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, uint32_t srcHeight, uint8_t* dst,
+                      int32_t dstStride, uint32_t dstWidth, uint32_t dstHeight, uint32_t c, uint32_t shift);
 void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total);
 void AreaEmitSplitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total, float f);
 void AreaCarryRowAvx2(float* current, float* carry, uint32_t total);

@@ -107,7 +107,8 @@ TEST(AreaPlan, PixelsOfThreeAndFourBytesAgreeAcrossForms) {
         uint32_t sw, sh, dw, dh;
     };
     const Size sizes[] = {{97, 31, 64, 20}, {96, 40, 48, 20}, {101, 33, 25, 8}, {160, 24, 20, 3},
-                          {203, 19, 41, 13}, {333, 17, 16, 3}, {640, 9, 71, 2}, {17, 5, 16, 4}};
+                          {203, 19, 41, 13}, {333, 17, 16, 3}, {640, 9, 71, 2}, {17, 5, 16, 4},
+                          {64, 32, 16, 8},   {256, 16, 32, 2}, {40, 8, 20, 2},   {222, 12, 111, 3}};
     std::mt19937 rng(7);
     for (uint32_t c : {3u, 4u})
         for (const Size& s : sizes) {
@@ -134,6 +135,47 @@ TEST(AreaPlan, PixelsOfThreeAndFourBytesAgreeAcrossForms) {
                                          << " " << FormName(f);
             }
         }
+}
+
+TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAtTheExtremes) {
+    // Whole factors whose product is a power of two take the exact box sums:
+    // all-255 sources at the largest product (16 x 16) and products from 4
+    // to 128, against the float sweep of the plain form, for 1, 3 and 4
+    // bytes a pixel; widths whose rows leave vector tails.
+    struct Size {
+        uint32_t sw, sh, dw, dh;
+    };
+    const Size sizes[] = {{64, 32, 4, 2}, {34, 6, 17, 3}, {76, 12, 19, 3}, {168, 16, 21, 2}, {46, 32, 23, 2},
+                          {132, 4, 33, 2}};
+    std::mt19937 rng(9);
+    for (uint32_t c : {1u, 3u, 4u})
+        for (const Size& s : sizes)
+            for (int fill : {255, -1}) {
+                EXPECT_NE(AreaExactShift(s.sw, s.sh, s.dw, s.dh), 0u);
+                std::vector<uint8_t> src(size_t(s.sw) * c * s.sh);
+                for (auto& b : src) b = fill < 0 ? uint8_t(rng()) : uint8_t(fill);
+                auto run = [&](SimdForm form) {
+                    ScopedKernelChoice choice(g_cpuFeatures, form);
+                    std::vector<uint8_t> out(size_t(s.dw) * c * s.dh + 16, 0x77);
+                    ScaleImage(out.data(), s.dw, s.dh, int32_t(s.dw * c), c, src.data(), s.sw, s.sh,
+                               int32_t(s.sw * c), c, 0.0, double(s.sw) / s.dw, 0.0, double(s.sh) / s.dh, SCALE_AREA,
+                               nullptr);
+                    return out;
+                };
+                const auto plain = run(SimdForm::Plain);
+                if (fill == 255) {
+                    for (size_t i = 0; i < plain.size() - 16; ++i) ASSERT_EQ(plain[i], 255) << i;
+                }
+                for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+                    if (HostSimdForm() < f) continue;
+                    EXPECT_EQ(run(f), plain) << c << " bytes " << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh
+                                             << " fill " << fill << " " << FormName(f);
+                }
+            }
+    EXPECT_EQ(AreaExactShift(96, 30, 64, 20), 0u);   // 1.5
+    EXPECT_EQ(AreaExactShift(90, 30, 30, 10), 0u);   // 3 x 3
+    EXPECT_EQ(AreaExactShift(64, 64, 2, 2), 0u);     // 32 x 32: past 16 bits
+    EXPECT_EQ(AreaExactShift(64, 30, 16, 15), 3u);   // 4 x 2
 }
 
 }  // namespace

@@ -1,0 +1,119 @@
+// Area shrink by whole factors fx x fy whose product is a power of two
+// (2x2, 4x4, 8x8, 2x4, ...), AVX2 form. There every weight is 2^-shift, no
+// sample is split, and every product and sum of the float sweep is exact
+// (multiples of 2^-shift below 256 need at most 16 significant bits), so a
+// target byte is trunc(S * 2^-shift + 0.5) for the plain sum S of its
+// fx * fy samples: (S + 2^(shift-1)) >> shift. The sums are worked in 16
+// bits, the source rows of a target row added first (fy * 255 fits), then
+// the columns in halving passes, which the exactness lets run in any order.
+// 3-byte pixels are spread to four 16-bit lanes as they are read.
+#include <immintrin.h>
+
+#include <vector>
+
+#include "scale/planar_scale.h"
+
+namespace tarn {
+namespace {
+
+// acc[i] (+)= row[i] for the bytes of one source row; 3-byte pixels land in
+// lanes 4p..4p+2, lane 4p+3 stays 0.
+template <bool First>
+void AddRow(uint16_t* acc, const uint8_t* row, uint32_t srcWidth, uint32_t c) {
+    auto put = [&](uint32_t i, __m256i v) {
+        __m256i* p = reinterpret_cast<__m256i*>(acc + i);
+        _mm256_storeu_si256(p, First ? v : _mm256_add_epi16(_mm256_loadu_si256(p), v));
+    };
+    auto one = [&](uint32_t i, uint8_t b) { acc[i] = uint16_t(First ? b : acc[i] + b); };
+    if (c == 3) {
+        const __m128i spread = _mm_setr_epi8(0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128);
+        uint32_t p = 0;
+        for (; 3 * p + 16 <= 3 * srcWidth; p += 4)
+            put(4 * p, _mm256_cvtepu8_epi16(_mm_shuffle_epi8(
+                           _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 3 * p)), spread)));
+        for (; p < srcWidth; ++p) {
+            for (uint32_t ch = 0; ch < 3; ++ch) one(4 * p + ch, row[3 * p + ch]);
+            if (First) acc[4 * p + 3] = 0;
+        }
+        return;
+    }
+    const uint32_t bytes = srcWidth * c;
+    uint32_t i = 0;
+    for (; i + 16 <= bytes; i += 16)
+        put(i, _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i))));
+    for (; i < bytes; ++i) one(i, row[i]);
+}
+
+// Halves the pixels of a row of `pixels` sums (lanes per pixel 1 or 4) in
+// place: pixel p becomes pixel 2p + pixel 2p + 1. Writes stay behind reads.
+void HalvePixels(uint16_t* a, uint32_t pixels, uint32_t lanes) {
+    const uint32_t half = pixels / 2;
+    uint32_t p = 0;
+    if (lanes == 1) {
+        // Each 32-bit lane holds an even and an odd sum; their total fits 16
+        // bits (at most 256 * 255), so the low half of a 16-bit add of the
+        // lane and the lane shifted down is exact.
+        const __m256i low = _mm256_set1_epi32(0xFFFF);
+        auto pairs = [&](const uint16_t* at) {
+            const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+            return _mm256_and_si256(_mm256_add_epi16(v, _mm256_srli_epi32(v, 16)), low);
+        };
+        for (; p + 16 <= half; p += 16)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(a + p),
+                                _mm256_permute4x64_epi64(_mm256_packus_epi32(pairs(a + 2 * p), pairs(a + 2 * p + 16)), 0xD8));
+    } else {
+        for (; p + 4 <= half; p += 4) {
+            const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + 8 * p));
+            const __m256i y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + 8 * p + 16));
+            const __m256i sum = _mm256_add_epi16(_mm256_unpacklo_epi64(x, y), _mm256_unpackhi_epi64(x, y));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(a + 4 * p), _mm256_permute4x64_epi64(sum, 0xD8));
+        }
+    }
+    for (; p < half; ++p)
+        for (uint32_t l = 0; l < lanes; ++l) a[p * lanes + l] = uint16_t(a[2 * p * lanes + l] + a[(2 * p + 1) * lanes + l]);
+}
+
+// (S + 2^(shift-1)) >> shift for the target row's sums, as bytes.
+void EmitRow(uint8_t* out, const uint16_t* s, uint32_t width, uint32_t c, uint32_t shift) {
+    const __m128i round = _mm_set1_epi16(int16_t(1 << (shift - 1)));
+    const __m128i count = _mm_cvtsi32_si128(int(shift));
+    auto bytes16 = [&](const uint16_t* at) {
+        const __m128i a = _mm_srl_epi16(_mm_add_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at)), round), count);
+        const __m128i b =
+            _mm_srl_epi16(_mm_add_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at + 8)), round), count);
+        return _mm_packus_epi16(a, b);
+    };
+    auto one = [&](uint16_t v) { return uint8_t((uint32_t(v) + (1u << (shift - 1))) >> shift); };
+    if (c == 3) {
+        const __m128i squeeze = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128);
+        uint32_t p = 0;
+        for (; 3 * p + 16 <= 3 * width; p += 4)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 3 * p), _mm_shuffle_epi8(bytes16(s + 4 * p), squeeze));
+        for (; p < width; ++p)
+            for (uint32_t ch = 0; ch < 3; ++ch) out[3 * p + ch] = one(s[4 * p + ch]);
+        return;
+    }
+    const uint32_t total = width * c;
+    uint32_t i = 0;
+    for (; i + 16 <= total; i += 16) _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), bytes16(s + i));
+    for (; i < total; ++i) out[i] = one(s[i]);
+}
+
+}  // namespace
+
+void AreaBoxExactAvx2(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, uint32_t srcHeight, uint8_t* dst,
+                      int32_t dstStride, uint32_t dstWidth, uint32_t dstHeight, uint32_t c, uint32_t shift) {
+    const uint32_t fx = srcWidth / dstWidth, fy = srcHeight / dstHeight;
+    const uint32_t lanes = c == 3 ? 4 : c;
+    std::vector<uint16_t> acc(size_t(srcWidth) * lanes + 32);
+    for (uint32_t t = 0; t < dstHeight; ++t, dst += dstStride) {
+        const uint8_t* row = src + intptr_t(t) * fy * srcStride;
+        AddRow<true>(acc.data(), row, srcWidth, c);
+        for (uint32_t j = 1; j < fy; ++j) AddRow<false>(acc.data(), row + intptr_t(j) * srcStride, srcWidth, c);
+        uint32_t pixels = dstWidth * fx;
+        for (uint32_t f = fx; f > 1; f /= 2, pixels /= 2) HalvePixels(acc.data(), pixels, lanes == 1 ? 1 : 4);
+        EmitRow(dst, acc.data(), dstWidth, c, shift);
+    }
+}
+
+}  // namespace tarn
