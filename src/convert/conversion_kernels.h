@@ -105,7 +105,7 @@ void ConvRgb32ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t 
 void ConvRgb24ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height);
 
-// RGB depths (rgb_depth.cpp): one form for every tier.
+// RGB depths (rgb_depth.cpp): the same in every tier, rows in the fastest form.
 void ConvRgb24ToRgb32(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                       int32_t width, int32_t height);
 void ConvRgb32ToRgb24(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
