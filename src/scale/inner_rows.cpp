@@ -5,6 +5,7 @@
 #include <new>
 
 #include "convert/kernel_forms.h"
+#include "scale/gray_row_cache.h"
 #include "scale/inner_row_cache.h"
 #include "scale/inner_rows_fast.h"
 #include "scale/pixel_ops.h"
@@ -109,6 +110,16 @@ CachedInnerRowFn PickCachedInnerRow44() {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<CachedInnerRowFn> t[] = {{SimdForm::Avx2, InnerRow44CachedAvx2},
                                                     {SimdForm::Plain, nullptr}};
+    return PickForm(t);
+#else
+    return nullptr;
+#endif
+}
+
+CachedGrayInnerFn PickCachedGrayInnerRow() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<CachedGrayInnerFn> t[] = {{SimdForm::Avx2, GrayInnerRowCachedAvx2},
+                                                     {SimdForm::Plain, nullptr}};
     return PickForm(t);
 #else
     return nullptr;

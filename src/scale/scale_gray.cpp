@@ -2,11 +2,14 @@
 // every mode but 0 is bilinear, top and bottom rows are gathered without
 // horizontal interpolation, and the column weights live in a block whose
 // layout the Inner kernel's trailing pixels depend on.
+#include <algorithm>
 #include <cstring>
 #include <new>
 
+#include "scale/areas.h"
 #include "scale/drivers.h"
 #include "scale/gray_gather.h"
+#include "scale/gray_row_cache.h"
 #include "scale/pixel_ops.h"
 
 namespace tarn {
@@ -49,6 +52,22 @@ void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstS
     const uint32_t middle = left + right < dstWidth ? cl - cf : 0;
     const bool equalWidths = dstWidth == srcWidth;
     const bool wholeRows = startX == 0.0 && equalWidths;
+    // The middle band blends each source row once where the target lies
+    // apart from every source row the centre rows read (and the row below).
+    const CachedGrayInnerFn cachedInner = !wholeRows && middle >= 16 && rf < rl ? PickCachedGrayInnerRow() : nullptr;
+    bool cached = false;
+    if (cachedInner) {
+        intptr_t lo = RowDelta(rowOffsets[rf]), hi = lo;
+        for (uint32_t y = rf; y < rl; ++y) {
+            lo = std::min(lo, RowDelta(rowOffsets[y]));
+            hi = std::max(hi, RowDelta(rowOffsets[y]));
+        }
+        lo = std::min(lo, lo + intptr_t(srcStride));
+        hi = std::max(hi, hi + intptr_t(srcStride));
+        cached = TargetApart(dst, w, dstHeight, dstStride,
+                             {AddressOf(src) + lo, AddressOf(src) + hi + size_t(srcWidth) + 8});
+    }
+    GrayRowCache cache(cached ? middle : 0, srcWidth);
     for (uint32_t y = 0; y < dstHeight; ++y) {
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
         const uint8_t* r = src + RowDelta(rowOffsets[y]);
@@ -67,6 +86,8 @@ void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstS
         if (wholeRows) {
             for (uint32_t j = cf; j < cf + middle; ++j)
                 d[j] = static_cast<uint8_t>(LerpByte(r[j], r[j + static_cast<intptr_t>(srcStride)], rw & 255));
+        } else if (cached) {
+            cachedInner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw, cache);
         } else if (middle) {
             inner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw);
         }
