@@ -26,7 +26,9 @@ TEST(GrayRowCache, ScaledImagesAgreeAcrossForms) {
     const size_t margin = 48;
     for (const Size& s : sizes)
         for (uint32_t mode : {1u, 2u, 5u}) {
-            const int32_t srcStride = int32_t(s.sw + 3);
+            // Mode 1 reads a source that ends where its rows end: a read past
+            // the row shows under the address sanitizer.
+            const int32_t srcStride = int32_t(s.sw + (mode == 1 ? 0 : 3));
             std::vector<uint8_t> src(size_t(srcStride) * s.sh);
             for (auto& b : src) b = uint8_t(rng());
             const int32_t dstStride = int32_t(s.dw + 5);
