@@ -98,6 +98,8 @@ void WarpEngine(const ImageHeader* source, ImageHeader* target, const double qua
     }
     if (source->tileInfo || target->tileInfo) {
         WarpTiled(source, target, quad, interpolate, functionName, kind, sourceRect, targetRect, inverse);
+        if (smooth && clip && iplGetErrStatus() >= 0)
+            SmoothWarpEdges(target, quad, targetRect, inverse.orientation, functionName);
         return;
     }
 
@@ -115,7 +117,8 @@ void WarpEngine(const ImageHeader* source, ImageHeader* target, const double qua
         return;
     }
     const bool planeMode = source->dataOrder != IPL_DATA_ORDER_PIXEL && !(source->channels == 1 && target->channels == 1);
-    const WarpKernel kernel = WarpKernelFor(source->depth, planeMode, interpolation);
+    const WarpKernel kernel =
+        WarpKernelFor(source->depth, planeMode, InterpolationFor(interpolation, source->width, source->height));
     if (!kernel) {
         iplError(IPL_STS_NOTSUPPORTED, functionName, "This interpolation is not supported for this image",
                  kFile, 0);

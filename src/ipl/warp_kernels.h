@@ -50,12 +50,30 @@ inline constexpr int IPL_INTER_NN = 0, IPL_INTER_LINEAR = 1, IPL_INTER_CUBIC = 2
 inline constexpr int IPL_SMOOTH_EDGE = 16;
 
 // The kernel for a depth (8, 16, 32; the 1-bit kernel for depth 1), a data
-// layout and an interpolation, or null where none is built yet; the engine
-// reports a null kernel as unsupported. Table index: 0 for depth 8, 6 for
-// 16, 12 for 32, plus 3 in plane mode, plus the interpolation.
+// layout and an interpolation, or null for any other depth. Table index: 0
+// for depth 8, 6 for 16, 12 for 32, plus 3 in plane mode, plus the
+// interpolation. The plane-mode kernels run the pixel-order ones on each
+// plane as a one-channel image.
 WarpKernel WarpKernelFor(uint32_t depth, bool planeMode, int interpolation);
 
-// Nearest neighbour, 8-bit samples in pixel order, 16.16 fixed point.
+// The interpolation the source can take: cubic needs 4 x 4 pixels and
+// linear 2 x 2; a smaller source takes the next smaller window. The affine
+// entries already fall back so for the images they are given, so this only
+// acts on the engine's inner calls and on callers of the engine itself.
+int InterpolationFor(int interpolation, int32_t sourceWidth, int32_t sourceHeight);
+
+// Pixel order, 8-bit samples, 16.16 fixed point.
 void WarpNearest8(const WarpKernelArgs& args);
+void WarpLinear8(const WarpKernelArgs& args);
+void WarpCubic8(const WarpKernelArgs& args);
+// Pixel order, 16-bit and float samples.
+void WarpNearest16(const WarpKernelArgs& args);
+void WarpLinear16(const WarpKernelArgs& args);
+void WarpCubic16(const WarpKernelArgs& args);
+void WarpNearest32(const WarpKernelArgs& args);
+void WarpLinear32(const WarpKernelArgs& args);
+void WarpCubic32(const WarpKernelArgs& args);
+// 1-bit images, nearest neighbour.
+void WarpNearestBits(const WarpKernelArgs& args);
 
 }  // namespace tarn

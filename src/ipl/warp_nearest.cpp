@@ -7,6 +7,7 @@
 
 #include "convert/kernel_forms.h"
 #include "ipl/ipl_round.h"
+#include "ipl/warp_fixed.h"
 #include "ipl/warp_kernels.h"
 
 namespace tarn {
@@ -27,11 +28,8 @@ NearestRowFn PickNearestRow(NearestPixel pixel) {
 
 namespace {
 
-constexpr double kFixedOne = 65536.0;
 constexpr uint32_t kHalf = 0x8000;  // turns the truncation of X >> 16 into rounding to the nearest pixel
-constexpr int32_t kShortLimit = 32768;
-
-int16_t Saturate16(int32_t v) { return int16_t(std::clamp(v, -32768, 32767)); }
+constexpr int32_t kShortLimit = kShortRowLimit;
 
 // Every pixel on its own, as the kernel is defined: coordinates saturate to
 // 16 bits and the offset is their 16-bit product sum. Two departures, for
@@ -47,10 +45,7 @@ void CarefulRow(uint8_t* d, const WarpKernelArgs& k, uint32_t x, uint32_t y, uin
     const int32_t srcPixel = k.src.imageChannels, dstPixel = k.dst.imageChannels, n = k.src.channels;
     const bool narrow = k.src.rowBytes < kShortLimit;
     for (int32_t i = 0; i < count; ++i, d += dstPixel) {
-        int32_t sx = int32_t(x) >> 16, sy = int32_t(y) >> 16;
-        if (narrow) sx = Saturate16(sx), sy = Saturate16(sy);
-        sx = std::clamp(sx, 0, k.src.width - 1);
-        sy = std::clamp(sy, 0, k.src.height - 1);
+        const int32_t sx = NearestIndex(x, narrow, k.src.width), sy = NearestIndex(y, narrow, k.src.height);
         const uint8_t* s = k.srcBase + (intptr_t(sx) * srcPixel + intptr_t(sy) * k.src.rowBytes);
         for (int32_t c = n - 1; c >= 0; --c) d[c] = s[c];
         x += stepX;
@@ -66,11 +61,6 @@ bool RowInside(uint32_t start, uint32_t step, int32_t count, int32_t limit) {
     if (last < INT32_MIN || last > INT32_MAX) return false;
     const int64_t lo = std::min(first, last) >> 16, hi = std::max(first, last) >> 16;
     return lo >= 0 && hi < limit;
-}
-
-bool Apart(const uint8_t* a, intptr_t aBytes, const uint8_t* b, intptr_t bBytes) {
-    const uintptr_t a0 = reinterpret_cast<uintptr_t>(a), b0 = reinterpret_cast<uintptr_t>(b);
-    return a0 + uintptr_t(aBytes) <= b0 || b0 + uintptr_t(bBytes) <= a0;
 }
 
 int PixelCase(int32_t src, int32_t dst, int32_t n) {
@@ -90,41 +80,28 @@ int PixelCase(int32_t src, int32_t dst, int32_t n) {
 }  // namespace
 
 void WarpNearest8(const WarpKernelArgs& k) {
-    const InverseAffine& m = k.inverse;
-    const uint32_t stepXx = uint32_t(RoundToInt32(m.a * kFixedOne));
-    const uint32_t stepXy = uint32_t(RoundToInt32(m.b * kFixedOne));
-    const uint32_t stepYx = uint32_t(RoundToInt32(m.d * kFixedOne));
-    const uint32_t stepYy = uint32_t(RoundToInt32(m.e * kFixedOne));
-    // The row values accumulate the rounded steps, so the error grows across
-    // a large image; that is the kernel's definition, not to be replaced by a
-    // computation from scratch per row.
-    uint32_t rowX = uint32_t(RoundToInt32((k.firstRow * m.b + m.c) * kFixedOne)) + kHalf;
-    uint32_t rowY = uint32_t(RoundToInt32((k.firstRow * m.e + m.f) * kFixedOne)) + kHalf;
-
+    FixedSteps steps(k.inverse, k.firstRow, kHalf);
     const int32_t srcPixel = k.src.imageChannels, dstPixel = k.dst.imageChannels;
-    const intptr_t srcBytes = intptr_t(k.src.height - 1) * k.src.rowBytes + intptr_t(k.src.width) * srcPixel;
+    const intptr_t srcBytes = SourceSpanBytes(k.src);
     const intptr_t dstBytes = intptr_t(k.dst.height) * k.dst.rowBytes;
     const int pixelCase = PixelCase(srcPixel, dstPixel, k.src.channels);
     const bool fastRows = pixelCase >= 0 && k.src.rowBytes < kShortLimit && k.src.height <= kShortLimit &&
                           srcBytes >= 4 &&
-                          Apart(k.srcBase - k.src.coiIndex, srcBytes, k.dstRow - intptr_t(k.firstRow) * k.dst.rowBytes - k.dst.coiIndex, dstBytes);
+                          RangesApart(k.srcBase - k.src.coiIndex, srcBytes,
+                                      k.dstRow - intptr_t(k.firstRow) * k.dst.rowBytes - k.dst.coiIndex, dstBytes);
     const NearestRowFn rowFn = fastRows ? PickNearestRow(NearestPixel(pixelCase)) : nullptr;
 
     uint8_t* dstRow = k.dstRow;
-    for (int32_t row = k.firstRow; row <= k.lastRow; ++row) {
+    for (int32_t row = k.firstRow; row <= k.lastRow; ++row, steps.NextRow(), dstRow += k.dst.rowBytes) {
         const int32_t i = row - k.firstRow;
         const int32_t left = k.spanLeft[i], count = k.spanRight[i] - left + 1;
-        if (count > 0) {
-            const uint32_t x = rowX + stepXx * uint32_t(left), y = rowY + stepYx * uint32_t(left);
-            uint8_t* d = dstRow + intptr_t(left) * dstPixel;
-            if (rowFn && RowInside(x, stepXx, count, k.src.width) && RowInside(y, stepYx, count, k.src.height))
-                rowFn({d, k.srcBase, int32_t(k.src.rowBytes), x, y, stepXx, stepYx, count});
-            else
-                CarefulRow(d, k, x, y, stepXx, stepYx, count);
-        }
-        rowX += stepXy;
-        rowY += stepYy;
-        dstRow += k.dst.rowBytes;
+        if (count <= 0) continue;
+        const uint32_t x = steps.rowX + steps.stepXx * uint32_t(left), y = steps.rowY + steps.stepYx * uint32_t(left);
+        uint8_t* d = dstRow + intptr_t(left) * dstPixel;
+        if (rowFn && RowInside(x, steps.stepXx, count, k.src.width) && RowInside(y, steps.stepYx, count, k.src.height))
+            rowFn({d, k.srcBase, int32_t(k.src.rowBytes), x, y, steps.stepXx, steps.stepYx, count});
+        else
+            CarefulRow(d, k, x, y, steps.stepXx, steps.stepYx, count);
     }
 }
 
