@@ -233,7 +233,9 @@ TEST(WarpTiled, SameBytesAsInMemory) {
             // Nine target tiles of 8 x 8 over 21 x 19 pixels, each lent for
             // writing once at most (smoothing adds a lending per pixel written).
             EXPECT_GT(target.writes(), 0);
-            if (!(mode & IPL_SMOOTH_EDGE)) EXPECT_LE(target.writes(), 9);
+            if (!(mode & IPL_SMOOTH_EDGE)) {
+                EXPECT_LE(target.writes(), 9);
+            }
         }
     EXPECT_TRUE(rec.reports().empty());
 }
