@@ -2,6 +2,10 @@
 // scaled as a channel of its own, bilinear in floating point with no
 // half-pixel offset. Horizontal interpolation mixes the chroma of
 // neighbouring pairs; that is how the format is scaled here.
+#include <algorithm>
+
+#include "convert/kernel_forms.h"
+#include "scale/packed_scale_rows.h"
 #include "scale/planar_scale.h"
 #include "scale/scale.h"
 
@@ -18,8 +22,8 @@ void FetchPackedSample(const uint8_t* base, int32_t x, int32_t y, int32_t width,
     *second = p[1];
 }
 
-void ScalePacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
-                 uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride) {
+void ScalePackedPlain(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride, uint8_t* dst,
+                      int32_t dstWidth, int32_t dstHeight, int32_t dstStride) {
     const float sx = static_cast<float>(double(srcWidth) / double(dstWidth));
     const float sy = static_cast<float>(double(srcHeight) / double(dstHeight));
     for (int32_t y = 0; y < dstHeight; ++y) {
@@ -45,6 +49,41 @@ void ScalePacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_
             }
         }
     }
+}
+
+namespace {
+
+using ScalePackedFn = void (*)(const uint8_t*, int32_t, int32_t, int32_t, uint8_t*, int32_t, int32_t, int32_t);
+
+ScalePackedFn PickScalePacked() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<ScalePackedFn> t[] = {{SimdForm::Avx2, ScalePackedAvx2},
+                                                 {SimdForm::Plain, ScalePackedPlain}};
+    return PickForm(t);
+#else
+    return ScalePackedPlain;
+#endif
+}
+
+// [lo, hi) of the bytes of `rows` rows of `bytes` bytes at `stride`.
+std::pair<uintptr_t, uintptr_t> Span(const uint8_t* first, int32_t rows, int32_t stride, int64_t bytes) {
+    const uintptr_t a = reinterpret_cast<uintptr_t>(first), b = a + intptr_t(stride) * (rows - 1);
+    return {std::min(a, b), std::max(a, b) + uintptr_t(bytes)};
+}
+
+}  // namespace
+
+// The fast form blends each source row once for the target rows that use
+// it, so it runs only where writing the target cannot change the source.
+void ScalePacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride, uint8_t* dst,
+                 int32_t dstWidth, int32_t dstHeight, int32_t dstStride) {
+    if (srcWidth <= 0 || srcHeight <= 0 || dstWidth <= 0 || dstHeight <= 0)
+        return ScalePackedPlain(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
+    const auto s = Span(src, srcHeight, srcStride, 2 * int64_t(srcWidth));
+    const auto d = Span(dst, dstHeight, dstStride, 2 * int64_t(dstWidth));
+    const bool apart = d.second <= s.first || s.second <= d.first;
+    (apart ? PickScalePacked() : ScalePackedPlain)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight,
+                                                   dstStride);
 }
 
 }  // namespace tarn
