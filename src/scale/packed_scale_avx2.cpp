@@ -3,8 +3,9 @@
 // bottom = H(iy + 1), where H(row) = a - (a - b) * dx is the same double
 // expression of the row's two samples. So each source row's H is worked
 // once, four bytes at a time in doubles with the same operations in the same
-// order, kept while target rows use it, and each target row is then one
-// vertical blend of two kept rows.
+// order (the samples picked out of a 16-byte window of the row by byte
+// shuffles planned once), kept while target rows use it, and each target
+// row is then one vertical blend of two kept rows.
 #include <immintrin.h>
 
 #include <algorithm>
@@ -15,10 +16,14 @@
 namespace tarn {
 namespace {
 
+// Per block of 4 target bytes, the first of 16 row bytes that hold all
+// their samples (-1: they spread wider, read one by one) and the two byte
+// shuffles that put the first and the second sample of each in a 32-bit lane.
 struct Columns {
     std::vector<int32_t> off0, off1;
     std::vector<double> dx;
-    int32_t gathered = 0;  // bytes whose samples a 4-byte gather may read
+    std::vector<int32_t> base;
+    std::vector<uint8_t> picks;  // [block][2][16]
 };
 
 Columns PlanColumns(int32_t srcWidth, int32_t dstWidth) {
@@ -28,7 +33,6 @@ Columns PlanColumns(int32_t srcWidth, int32_t dstWidth) {
     c.off0.resize(size_t(n) + 4);
     c.off1.resize(size_t(n) + 4);
     c.dx.resize(size_t(n) + 4);
-    c.gathered = n;
     for (int32_t x = 0; x < dstWidth; ++x) {
         const float fx = static_cast<float>(double(x) * sx);
         const int32_t ix = static_cast<int32_t>(fx);
@@ -39,21 +43,43 @@ Columns PlanColumns(int32_t srcWidth, int32_t dstWidth) {
             c.off0[i] = 2 * x0 + b;
             c.off1[i] = 2 * x1 + b;
             c.dx[i] = double(dx);
-            // A gather reads 4 bytes from each offset: they must lie in the row.
-            if (std::max(c.off0[i], c.off1[i]) + 4 > 2 * srcWidth) c.gathered = std::min(c.gathered, i & ~3);
+        }
+    }
+    const int32_t blocks = n / 4, rowBytes = 2 * srcWidth;
+    c.base.assign(size_t(blocks), -1);
+    c.picks.assign(size_t(blocks) * 32, 0x80);
+    for (int32_t k = 0; k < blocks && rowBytes >= 16; ++k) {
+        int32_t lo = c.off0[4 * k], hi = lo;
+        for (int32_t i = 4 * k; i < 4 * k + 4; ++i) {
+            lo = std::min({lo, c.off0[i], c.off1[i]});
+            hi = std::max({hi, c.off0[i], c.off1[i]});
+        }
+        const int32_t base = std::min(lo, rowBytes - 16);
+        if (hi - base >= 16) continue;
+        c.base[k] = base;
+        for (int32_t j = 0; j < 4; ++j) {
+            c.picks[32 * size_t(k) + 4 * j] = uint8_t(c.off0[4 * k + j] - base);
+            c.picks[32 * size_t(k) + 16 + 4 * j] = uint8_t(c.off1[4 * k + j] - base);
         }
     }
     return c;
 }
 
 void BlendRow(double* h, const uint8_t* row, const Columns& c, int32_t n) {
-    const __m128i low = _mm_set1_epi32(0xFF);
     int32_t i = 0;
-    for (; i + 4 <= c.gathered; i += 4) {
-        const __m128i a = _mm_and_si128(
-            _mm_i32gather_epi32(reinterpret_cast<const int*>(row), _mm_loadu_si128(reinterpret_cast<const __m128i*>(&c.off0[i])), 1), low);
-        const __m128i b = _mm_and_si128(
-            _mm_i32gather_epi32(reinterpret_cast<const int*>(row), _mm_loadu_si128(reinterpret_cast<const __m128i*>(&c.off1[i])), 1), low);
+    for (; i + 4 <= n; i += 4) {
+        const int32_t base = c.base[i / 4];
+        if (base < 0) {
+            for (int32_t j = i; j < i + 4; ++j) {
+                const int32_t a = row[c.off0[j]], b = row[c.off1[j]];
+                h[j] = a - (a - b) * c.dx[j];
+            }
+            continue;
+        }
+        const __m128i window = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base));
+        const uint8_t* p = c.picks.data() + 8 * size_t(i);
+        const __m128i a = _mm_shuffle_epi8(window, _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+        const __m128i b = _mm_shuffle_epi8(window, _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16)));
         const __m256d product = _mm256_mul_pd(_mm256_cvtepi32_pd(_mm_sub_epi32(a, b)), _mm256_loadu_pd(&c.dx[i]));
         _mm256_storeu_pd(h + i, _mm256_sub_pd(_mm256_cvtepi32_pd(a), product));
     }
