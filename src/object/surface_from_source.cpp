@@ -60,6 +60,16 @@ bool Holds(int64_t available, int64_t needed) {
     return needed > 0 && needed <= INT32_MAX && needed <= available;
 }
 
+// Bytes of a buffer of `rows` rows of `stride`, times 3 / 2 for a planar one,
+// or -1 when a factor is out of range or the rows alone pass what a 32-bit
+// count holds (tested before any product could overflow).
+int64_t RowsBytes(int64_t stride, int64_t rows, bool planar) {
+    if (stride <= 0 || rows <= 0 || stride > INT32_MAX || rows > INT32_MAX) return -1;
+    const int64_t all = stride * rows;
+    if (all > INT32_MAX) return -1;
+    return planar ? all * 3 / 2 : all;
+}
+
 // Flags, then the object itself.
 VedResult MakeSurface(const SurfaceInfo& info, uint32_t flags, SurfacePtr& surface) {
     if (!(flags & kCopyRequested)) return VED_E_INVALIDARG;
@@ -92,14 +102,14 @@ VedResult FromDirectDraw(void* source, int32_t format, uint32_t flags, ITarnSurf
         info.bitsPerPixel = static_cast<int32_t>(desc.ddpfPixelFormat.dwRGBBitCount);
         info.stride = desc.lPitch;
         if (const VedResult r = SetRgbFormatFromDepth(info); r < 0) return r;
-        bytes = int64_t(info.stride) * info.height;
+        bytes = RowsBytes(info.stride, info.height, false);
         if (info.stride < int64_t(info.width) * (info.bitsPerPixel / 8) || !Holds(bytes, bytes))
             return VED_E_INVALIDARG;
     } else {
         info.format = SURFACE_FORMAT_YUV420;
         info.bitsPerPixel = 12;
         info.stride = static_cast<int32_t>(info.width);
-        bytes = int64_t(info.stride) * info.height * 3 / 2;
+        bytes = RowsBytes(desc.dwWidth, 2 * int64_t(desc.dwHeight), true);
         if (!Holds(int64_t(desc.lPitch) * desc.dwHeight, bytes)) return VED_E_INVALIDARG;
     }
 
@@ -144,23 +154,25 @@ VedResult FromGlobalBitmap(void* source, int32_t format, uint32_t flags, ITarnSu
     if (WantsRgb(format)) {
         if (const VedResult r = SetRgbFormatFromDepth(info); r < 0) return r;
         sourceRow = (int64_t(bits) * width + 31) / 32 * 4;
-        info.stride = static_cast<int32_t>(sourceRow);
+        int64_t stride = sourceRow;
         info.topDown = 0;
         // The picture is cut to whole groups of four columns and an even
         // number of rows; the content rectangle keeps the bitmap's size.
         if (width % 4) {
             info.width &= ~3u;
-            info.stride = (bits / 8) * static_cast<int32_t>(info.width);
+            stride = int64_t(bits / 8) * info.width;
         }
         info.height &= ~1u;
-        bytes = int64_t(info.stride) * info.height;
-        reach = sourceRow * (info.height - 1) + info.stride;
+        info.stride = static_cast<int32_t>(stride);  // refused below if it does not fit
+        bytes = RowsBytes(stride, info.height, false);
+        reach = sourceRow > INT32_MAX ? -1 : sourceRow * (info.height - 1) + stride;
     } else if (format == SURFACE_FORMAT_YUV420 || format == SURFACE_FORMAT_YUV422) {
         const bool planar = format == SURFACE_FORMAT_YUV420;
         info.format = static_cast<SurfaceFormat>(format);
-        info.stride = planar ? width : 2 * width;
+        const int64_t stride = planar ? int64_t(width) : 2 * int64_t(width);
+        info.stride = static_cast<int32_t>(stride);  // refused below if it does not fit
         info.topDown = planar ? 1 : 0;
-        bytes = int64_t(info.stride) * height * (planar ? 3 : 2) / 2;
+        bytes = RowsBytes(stride, height, planar);
         reach = bytes;
     } else {
         return VED_E_NOTSUPPORTED;
@@ -206,16 +218,19 @@ VedResult FromContainer(void* source, int32_t format, uint32_t flags, ITarnSurfa
         // added stay black. The content rectangle keeps the record's size.
         if (record.width % 4) {
             info.width = (info.width + 3) & ~3u;
-            info.stride = (info.bitsPerPixel / 8) * static_cast<int32_t>(info.width);
+            const int64_t stride = int64_t(info.bitsPerPixel / 8) * info.width;
+            info.stride = static_cast<int32_t>(stride);
+            bytes = RowsBytes(stride, info.height, false);
+        } else {
+            bytes = RowsBytes(info.stride, info.height, false);
         }
-        bytes = int64_t(info.stride) * info.height;
         if (record.bytesPerRow < 1 || !Holds(bytes, bytes)) return VED_E_INVALIDARG;
     } else {
         info.format = SURFACE_FORMAT_YUV420;
         info.bitsPerPixel = 12;
         info.stride = record.width;
         info.topDown = 1;
-        bytes = int64_t(info.stride) * info.height * 3 / 2;
+        bytes = RowsBytes(record.width, 2 * int64_t(record.height), true);
         if (!Holds(available, bytes)) return VED_E_INVALIDARG;
     }
 

@@ -124,6 +124,24 @@ TEST(CreateFromSource, PlanarAndPackedBitmapsAreCopiedInOnePiece) {
     }
 }
 
+// Headers that claim more than any 32-bit byte count: refused, never
+// multiplied past the range of the arithmetic.
+TEST(CreateFromSource, AbsurdBitmapSizesAreRefused) {
+    struct Case { int32_t w, h; uint16_t bits; int32_t format; } cases[] = {
+        {0x7FFFFFF0, 0x7FFFFFF0, 16, SURFACE_FORMAT_YUV422},
+        {0x7FFFFFF0, 0x7FFFFFF0, 12, SURFACE_FORMAT_YUV420},
+        {0x7FFFFFF1, 0x7FFFFFF1, 32, SURFACE_FORMAT_RGB32},
+        {0x40000000, 8, 24, SURFACE_FORMAT_RGB24},
+    };
+    for (const Case& c : cases) {
+        const plat::HGLOBAL dib = MakeDib(c.w, c.h, c.bits, Ramp(256));
+        ITarnSurface* out = kUntouched;
+        EXPECT_EQ(Builder()->CreateFromSource(dib, 2, c.format, kCopy, &out), VED_E_INVALIDARG) << c.w;
+        EXPECT_EQ(out, kUntouched);
+        plat::GlobalFree(dib);
+    }
+}
+
 TEST(CreateFromSource, BitmapBlockTooSmallForItsHeaderIsRefused) {
     const plat::HGLOBAL truncated = MakeDib(8, 8, 24, Ramp(24 * 7));  // one row short
     ITarnSurface* out = kUntouched;
