@@ -47,27 +47,29 @@ struct Source {
     }
 };
 
-plat::IDirectDrawSurface7* MakeDirectDraw(uint32_t w, uint32_t h, uint32_t bits) {
+// A DirectDraw surface as the library makes them: a blank picture of the
+// chosen size and format, exported. Planar ones come as 24-bit RGB of half
+// the height.
+plat::IDirectDrawSurface7* MakeDirectDraw(ISurfaceBuilder* builder, Bytes& in) {
+    static constexpr SurfaceFormat kShaped[] = {SURFACE_FORMAT_RGB24, SURFACE_FORMAT_RGB32, SURFACE_FORMAT_YUV420};
+    const SurfaceFormat format = kShaped[in.Take(3)];
+    SurfaceInfo info{};
+    info.size = sizeof info;
+    info.width = 4 + in.Take(44);
+    info.height = 4 + in.Take(44);
+    info.format = format;
+    info.bitsPerPixel = format == SURFACE_FORMAT_RGB24 ? 24 : format == SURFACE_FORMAT_RGB32 ? 32 : 12;
+    info.stride = format == SURFACE_FORMAT_YUV420 ? int32_t(info.width) : int32_t(info.width) * info.bitsPerPixel / 8;
+    tarn::Ref<ITarnSurface> blank;
+    int32_t bytes = 0;
+    if (builder->CreateBlank(&info, &bytes, blank.put()) < 0) return nullptr;
     void* made = nullptr;
-    if (plat::DirectDrawCreateEx(nullptr, &made, plat::IID_IDirectDraw7, nullptr) != plat::DD_OK) return nullptr;
-    auto* dd = static_cast<plat::IDirectDraw7*>(made);
-    dd->SetCooperativeLevel(nullptr, plat::DDSCL_NORMAL);
-    plat::DDSURFACEDESC2 d{};
-    d.dwSize = sizeof d;
-    d.dwFlags = plat::DDSD_CAPS | plat::DDSD_HEIGHT | plat::DDSD_WIDTH | plat::DDSD_PIXELFORMAT;
-    d.dwWidth = w;
-    d.dwHeight = h;
-    d.ddsCaps.dwCaps = plat::DDSCAPS_OFFSCREENPLAIN | plat::DDSCAPS_SYSTEMMEMORY;
-    d.ddpfPixelFormat.dwSize = sizeof d.ddpfPixelFormat;
-    d.ddpfPixelFormat.dwFlags = plat::DDPF_RGB;
-    d.ddpfPixelFormat.dwRGBBitCount = bits;
-    plat::IDirectDrawSurface7* s = nullptr;
-    dd->CreateSurface(&d, &s, nullptr);
-    dd->Release();
-    return s;
+    uint32_t owned = 0;
+    if (blank->Export(1, &made, &owned) < 0) return nullptr;
+    return static_cast<plat::IDirectDrawSurface7*>(made);
 }
 
-Source MakeSource(Bytes& in) {
+Source MakeSource(ISurfaceBuilder* builder, Bytes& in) {
     Source src;
     src.kind = int32_t(in.Take(3));
     const bool stale = in.Take(16) == 0;
@@ -85,7 +87,7 @@ Source MakeSource(Bytes& in) {
         }
         src.handle = r;
     } else if (src.kind == 1) {
-        plat::IDirectDrawSurface7* s = MakeDirectDraw(1 + in.Take(48), 1 + in.Take(48), in.Take(2) ? 24 : 32);
+        plat::IDirectDrawSurface7* s = MakeDirectDraw(builder, in);
         if (s) {
             plat::DDSURFACEDESC2 d{};
             d.dwSize = sizeof d;
@@ -154,7 +156,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     tarn::Ref<ISurfaceBuilder> builder;
     if (CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, builder.put_void()) < 0) return 0;
 
-    Source src = MakeSource(in);
+    Source src = MakeSource(builder.get(), in);
     const int32_t kind = in.Take(8) ? src.kind : int32_t(in.Take(6)) - 2;
     // Handles are checked whatever they are; an interface pointer must point
     // at a surface, as on the system, so only a null one stands in for a
