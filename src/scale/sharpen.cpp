@@ -7,6 +7,9 @@
 
 #include "scale/planar_scale.h"
 
+#include "convert/kernel_forms.h"
+#include "scale/sharpen_passes.h"
+
 namespace tarn {
 
 void MakeGaussianKernel(double sigma, float** kernel, int32_t* size) {
@@ -27,44 +30,90 @@ void MakeGaussianKernel(double sigma, float** kernel, int32_t* size) {
     *size = n;
 }
 
-void GaussianBlurPlane(const uint8_t* in, int32_t width, int32_t height, double sigma, uint8_t* out) {
-    float* k = nullptr;
-    int32_t n = 0;
-    MakeGaussianKernel(sigma, &k, &n);
+float BlurRowAt(const uint8_t* row, int32_t width, int32_t x, const float* k, int32_t n) {
     const int32_t r = n / 2;
-    float* tmp = new float[size_t(width) * size_t(height)];
-    for (int32_t y = 0; y < height; ++y) {
-        const uint8_t* row = in + intptr_t(y) * width;
-        for (int32_t x = 0; x < width; ++x) {
-            float sum = 0, weight = 0;
-            for (int32_t i = 0; i < n; ++i) {
-                const int32_t col = x + i - r;
-                if (col < 0 || col >= width) continue;
-                sum += row[col] * k[i];
-                weight += k[i];
-            }
-            tmp[intptr_t(y) * width + x] = sum / weight;
-        }
+    float sum = 0, weight = 0;
+    for (int32_t i = 0; i < n; ++i) {
+        const int32_t col = x + i - r;
+        if (col < 0 || col >= width) continue;
+        sum += row[col] * k[i];
+        weight += k[i];
     }
-    for (int32_t x = 0; x < width; ++x) {
-        for (int32_t y = 0; y < height; ++y) {
-            float sum = 0, weight = 0;
-            for (int32_t i = 0; i < n; ++i) {
-                const int32_t row = y + i - r;
-                if (row < 0 || row >= height) continue;
-                sum += tmp[intptr_t(row) * width + x] * k[i];
-                weight += k[i];
-            }
-            const int32_t whole = static_cast<int32_t>(sum) & 255;
-            out[intptr_t(y) * width + x] = static_cast<uint8_t>(static_cast<int32_t>(whole / weight));
-        }
+    return sum / weight;
+}
+
+uint8_t BlurColumnAt(const float* tmp, int32_t width, int32_t height, int32_t x, int32_t y, const float* k,
+                     int32_t n) {
+    const int32_t r = n / 2;
+    float sum = 0, weight = 0;
+    for (int32_t i = 0; i < n; ++i) {
+        const int32_t row = y + i - r;
+        if (row < 0 || row >= height) continue;
+        sum += tmp[intptr_t(row) * width + x] * k[i];
+        weight += k[i];
     }
-    delete[] k;
-    delete[] tmp;
+    const int32_t whole = static_cast<int32_t>(sum) & 255;
+    return static_cast<uint8_t>(static_cast<int32_t>(whole / weight));
+}
+
+void BlurHorizontal(const uint8_t* in, int32_t width, int32_t height, const float* k, int32_t n, float* tmp) {
+    for (int32_t y = 0; y < height; ++y)
+        for (int32_t x = 0; x < width; ++x)
+            tmp[intptr_t(y) * width + x] = BlurRowAt(in + intptr_t(y) * width, width, x, k, n);
+}
+
+void BlurVertical(const float* tmp, int32_t width, int32_t height, const float* k, int32_t n, uint8_t* out) {
+    for (int32_t x = 0; x < width; ++x)
+        for (int32_t y = 0; y < height; ++y) out[intptr_t(y) * width + x] = BlurColumnAt(tmp, width, height, x, y, k, n);
 }
 
 // A difference of `high` or more goes all the way to white and one of `low`
 // or less to black; a direction with no difference beyond 30 is left alone.
+void ApplySharpenAt(uint8_t* to, int32_t av, int32_t bv, int32_t high, int32_t low) {
+    const int32_t d = av - bv;
+    int32_t v;
+    if (d > 0 && high > 0) v = av + (255 - av) * d / high;
+    else if (d < 0 && low < 0) v = av - av * d / low;
+    else return;
+    *to = static_cast<uint8_t>(v >= 255 ? 255 : v <= 0 ? 0 : v);
+}
+
+void ApplySharpen(uint8_t* plane, int32_t width, int32_t height, int32_t stride, const uint8_t* a, const uint8_t* b,
+                  int32_t high, int32_t low) {
+    for (int32_t y = 0; y < height; ++y)
+        for (int32_t x = 0; x < width; ++x) {
+            const size_t i = size_t(y) * width + x;
+            ApplySharpenAt(plane + intptr_t(y) * stride + x, a[i], b[i], high, low);
+        }
+}
+
+namespace {
+
+SharpenForms PickSharpenForms() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<SharpenForms> t[] = {
+        {SimdForm::Avx2, {BlurHorizontalAvx2, BlurVerticalAvx2, ApplySharpenAvx2}},
+        {SimdForm::Plain, {BlurHorizontal, BlurVertical, ApplySharpen}}};
+    return PickForm(t);
+#else
+    return {BlurHorizontal, BlurVertical, ApplySharpen};
+#endif
+}
+
+}  // namespace
+
+void GaussianBlurPlane(const uint8_t* in, int32_t width, int32_t height, double sigma, uint8_t* out) {
+    float* k = nullptr;
+    int32_t n = 0;
+    MakeGaussianKernel(sigma, &k, &n);
+    float* tmp = new float[size_t(width) * size_t(height)];
+    const SharpenForms forms = PickSharpenForms();
+    forms.horizontal(in, width, height, k, n, tmp);
+    forms.vertical(tmp, width, height, k, n, out);
+    delete[] k;
+    delete[] tmp;
+}
+
 void SharpenPlane(uint8_t* plane, int32_t width, int32_t height, int32_t stride) {
     const size_t count = size_t(width) * size_t(height);
     uint8_t* a = new uint8_t[count];
@@ -78,18 +127,7 @@ void SharpenPlane(uint8_t* plane, int32_t width, int32_t height, int32_t stride)
         if (d > largest) largest = d;
         if (d < smallest) smallest = d;
     }
-    const int32_t high = largest - 30, low = smallest + 30;
-    for (int32_t y = 0; y < height; ++y) {
-        for (int32_t x = 0; x < width; ++x) {
-            const size_t i = size_t(y) * width + x;
-            const int32_t av = a[i], d = av - b[i];
-            int32_t v;
-            if (d > 0 && high > 0) v = av + (255 - av) * d / high;
-            else if (d < 0 && low < 0) v = av - av * d / low;
-            else continue;
-            plane[intptr_t(y) * stride + x] = static_cast<uint8_t>(v >= 255 ? 255 : v <= 0 ? 0 : v);
-        }
-    }
+    PickSharpenForms().apply(plane, width, height, stride, a, b, largest - 30, smallest + 30);
     delete[] a;
     delete[] b;
 }
