@@ -2,6 +2,7 @@
 #include "convert/cpu_features.h"
 
 #include "convert/colour_tables.h"
+#include "convert/kernel_catalogue.h"
 
 #if defined(_MSC_VER)
 #include <intrin.h>
@@ -55,6 +56,7 @@ uint32_t InitConversionKernels() {
     if (g_cpuFeaturesCache != 0) return g_cpuFeaturesCache;
     g_cpuFeaturesCache = DetectCpuFeatures();
     FillColourTables();
+    FillKernelCatalogue(g_cpuFeaturesCache);
     return g_cpuFeaturesCache;
 }
 

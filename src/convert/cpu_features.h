@@ -40,7 +40,8 @@ bool HardwareCpuid(uint32_t leaf, CpuidRegs* out);
 // bits are taken only when the highest extended leaf is exactly 0x80000000.
 uint32_t DetectCpuFeatures(CpuidFunction cpuid = HardwareCpuid);
 
-// Detects once, fills the colour tables, and returns the cached word.
+// Detects once, fills the colour tables and then the kernel catalogue
+// (kernel_catalogue.h), and returns the cached word.
 uint32_t InitConversionKernels();
 
 // The tier a conversion follows: SSE2 is tested before MMX.

@@ -54,6 +54,9 @@ public:
         return {std::min(lo_, o.lo_), std::max(hi_, o.hi_)};
     }
 
+    Addr Lo() const { return lo_; }
+    Addr Hi() const { return hi_; }
+
     bool Holds(Addr a, size_t n) const { return a >= lo_ && a <= hi_ && n <= hi_ - a; }
 
     uint8_t Read(Addr a) const { return Holds(a, 1) ? *reinterpret_cast<const uint8_t*>(a) : 0; }

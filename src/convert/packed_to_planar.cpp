@@ -1,31 +1,34 @@
-// Packed 4:2:2 to planar 4:2:0 with smoothing, all tiers. Every packed row
-// but the first and last is smoothed with its neighbours (F below); luma takes
-// F, and the chroma of a row pair averages the F of its two rows, so that four
-// or more source rows meet in one chroma sample. Heights below 4 write nothing.
+// Packed 4:2:2 to planar 4:2:0, all tiers and byte orders. With smoothing,
+// every packed row but the first and last is smoothed with its neighbours (F
+// below); luma takes F, and the chroma of a row pair averages the F of its two
+// rows, so that four or more source rows meet in one chroma sample; heights
+// below 4 write nothing. Without, luma goes as stored and chroma averages the
+// two rows of a pair. Source rows are brought to the Yuy2 order first.
 #include <algorithm>
 
+#include "convert/catalogue_kernels.h"
 #include "convert/conversion_kernels.h"
 #include "convert/frame_span.h"
+#include "convert/reorder_rows.h"
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
 
 namespace tarn {
 
-namespace {
-
-void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
-                  int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
-                  int32_t height) {
+void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
+                    uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
+                    int32_t srcStride, int32_t width, int32_t height) {
     // A negative height reads the source from its last row up.
     const RowWalk walk = WalkOf(src, srcStride, height);
     const int32_t rows = walk.rows;
     const size_t pairs = static_cast<size_t>(width >> 1);
-    if (rows < 4 || pairs == 0) return;
+    if (rows < (smooth ? 4 : 2) || width < 2) return;
     const int32_t lastPair = rows / 2 - 1;
     const Span srcSpan = Span::OfFrame(src, srcStride, rows);
     const Span dstSpan = Span::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
-    const bool trunc = body == Body::Mmx;
+    const bool trunc = smooth && body == Body::Mmx;
+    const ReorderRowFn reorder = ActiveReorderRow();
     // Block columns in bytes of the packed row; the rest are remainder pairs.
     const int blockShift = body == Body::Sse2 ? 4 : 3;
     const size_t nb = body == Body::Plain ? 0 : size_t((width >> blockShift) << blockShift) * 2;
@@ -44,6 +47,10 @@ void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_
             const int32_t r = 2 * k - 1 + i;
             if (r < 0 || r > 2 * lastPair + 1) continue;
             s[i] = srcSpan.Fetch(Offset(walk.base, r * walk.step + shift * 2), n, row(i));
+            if (order != PackedOrder::Yuy2) {
+                reorder(row(i), s[i], pairs, order, PackedOrder::Yuy2);
+                s[i] = row(i);
+            }
         }
         const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
         const Addr y1At = Offset(y0At, yStride);
@@ -58,7 +65,16 @@ void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_
         // pass: F of each row, luma from it, chroma r(F0, F1). Stored rows
         // are given three times.
         size_t done = 0;
-        if (!trunc) {
+        if (!smooth) {
+            // Rows as stored, chroma r(row 2k, row 2k + 1); the MMX body's
+            // block columns take m() instead.
+            f.smoothPairFromYuy2(y0, y1, u, v, Rows3{s[1], s[1], s[1]}, Rows3{s[2], s[2], s[2]}, pairs);
+            for (size_t i = 0; body == Body::Mmx && i < nb / 4; ++i) {
+                u[i] = static_cast<uint8_t>(TruncAvg(s[1][4 * i + 1], s[2][4 * i + 1]));
+                v[i] = static_cast<uint8_t>(TruncAvg(s[1][4 * i + 3], s[2][4 * i + 3]));
+            }
+            done = pairs;
+        } else if (!trunc) {
             const Rows3 a = first ? Rows3{s[1], s[1], s[1]} : Rows3{s[0], s[2], s[1]};
             const Rows3 b = last ? Rows3{s[2], s[2], s[2]} : Rows3{s[1], s[3], s[2]};
             done = body == Body::Plain ? pairs : nb / 4;
@@ -124,24 +140,22 @@ void ConvertPairs(Body body, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_
     }
 }
 
-}  // namespace
-
 void ConvYuy2ToPlanarSmoothPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                  int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                  int32_t width, int32_t height) {
-    ConvertPairs(Body::Plain, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+    PackedToPlanar(Body::Plain, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
 void ConvYuy2ToPlanarSmoothMmx(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                int32_t width, int32_t height) {
-    ConvertPairs(Body::Mmx, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+    PackedToPlanar(Body::Mmx, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
 void ConvYuy2ToPlanarSmoothSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                 int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                 int32_t width, int32_t height) {
-    ConvertPairs(Body::Sse2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+    PackedToPlanar(Body::Sse2, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
 }  // namespace tarn

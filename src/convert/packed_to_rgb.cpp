@@ -1,24 +1,28 @@
-// Packed 4:2:2 to 32- and 24-bit RGB, all tiers. Rows are converted one at a
+// Packed 4:2:2 to RGB, all tiers and byte orders. Rows are converted one at a
 // time, all of them; each pixel pair takes the chroma of its four bytes. Block
 // columns of the SIMD tiers use the vector form, the rest the table form.
+// Source rows in another order are brought to the Yuy2 order first; 16-bit
+// output is packed from 32-bit pixels.
 
+#include "convert/catalogue_kernels.h"
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
 #include "convert/frame_span.h"
-#include "convert/yuv_rows.h"
+#include "convert/reorder_rows.h"
+#include "convert/rgb16_rows.h"
 
 namespace tarn {
 
 namespace {
 
 template <int Bpp>
-void FromYuy2(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-              int32_t width, int32_t height) {
+void FromPacked(Body body, PackedOrder order, RgbKind kind, uint8_t* dst, int32_t dstStride,
+                const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
     // A negative height reads the source from its last row up.
     const RowWalk walk = WalkOf(src, srcStride, height);
     const int32_t rows = walk.rows;
     const size_t n = static_cast<size_t>(width & ~1);
-    if (rows == 0 || n == 0) return;
+    if (rows == 0 || width < 2) return;
     const Span srcSpan = Span::OfFrame(src, srcStride, rows);
     const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
     const YuvRowForms& f = RowsFor(body);
@@ -29,19 +33,31 @@ void FromYuy2(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src, in
     // with no pair behind it, it stays.
     const bool trailingZero = body == Body::Mmx && Bpp == 3 && nb > 0 && nb == n;
     const size_t outBytes = n * Bpp + (trailingZero ? 1 : 0);
+    // 16-bit output: the pixels are made in a working row and packed.
+    const bool packed16 = kind == RgbKind::Rgb565 || kind == RgbKind::Rgb555;
+    const int outBpp = packed16 ? 2 : Bpp;
+    const size_t storeBytes = packed16 ? n * 2 : outBytes;
+    const Rgb16RowForms& pack = ActiveRgb16Rows();
+    const ReorderRowFn reorder = ActiveReorderRow();
 
-    Scratch work(n * 2 + outBytes + 256);
+    Scratch work(n * 2 + outBytes * 2 + 256);
     uint8_t* in = work.data();
     uint8_t* y = in + n * 2 + 32;
     uint8_t* u = y + n + 16;
     uint8_t* v = u + n / 2 + 16;
     uint8_t* outScratch = v + n / 2 + 16;
+    uint8_t* wide = outScratch + outBytes + 16;
     for (int32_t r = 0; r < rows; ++r) {
         // An odd width makes each later row start one pixel further left.
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
         const uint8_t* s = srcSpan.Fetch(Offset(walk.base, r * walk.step + shift * 2), n * 2, in);
-        const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * Bpp);
-        uint8_t* out = dstSpan.Target(at, outBytes, outScratch);
+        if (order != PackedOrder::Yuy2) {
+            reorder(in, s, n / 2, order, PackedOrder::Yuy2);
+            s = in;
+        }
+        const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * outBpp);
+        uint8_t* target = dstSpan.Target(at, storeBytes, outScratch);
+        uint8_t* out = packed16 ? wide : target;
         if (Bpp == 4)
             f.yuy2ToBgra(out, s, nb);
         else
@@ -55,35 +71,44 @@ void FromYuy2(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src, in
             out[x * Bpp + 2] = c.r;
             if constexpr (Bpp == 4) out[x * Bpp + 3] = 0;
         }
-        dstSpan.Store(at, out, outBytes);
+        if (packed16) (kind == RgbKind::Rgb565 ? pack.pack565 : pack.pack555)(target, wide, n);
+        dstSpan.Store(at, target, storeBytes);
     }
 }
 
 }  // namespace
 
+void PackedToRgb(Body body, PackedOrder order, RgbKind out, uint8_t* dst, int32_t dstStride,
+                 const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
+    if (out == RgbKind::Rgb24)
+        FromPacked<3>(body, order, out, dst, dstStride, src, srcStride, width, height);
+    else
+        FromPacked<4>(body, order, out, dst, dstStride, src, srcStride, width, height);
+}
+
 void ConvYuy2ToRgb32Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height) {
-    FromYuy2<4>(Body::Plain, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(Body::Plain, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb24Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height) {
-    FromYuy2<3>(Body::Plain, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(Body::Plain, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb32Mmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t width, int32_t height) {
-    FromYuy2<4>(Body::Mmx, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(Body::Mmx, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb24Mmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t width, int32_t height) {
-    FromYuy2<3>(Body::Mmx, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(Body::Mmx, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb32Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height) {
-    FromYuy2<4>(Body::Sse2, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(Body::Sse2, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height) {
-    FromYuy2<3>(Body::Sse2, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(Body::Sse2, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
 
 }  // namespace tarn

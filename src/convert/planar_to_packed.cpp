@@ -1,33 +1,35 @@
-// Planar 4:2:0 to packed 4:2:2 with smoothing, all tiers. Output rows come in
-// pairs that share one chroma row; luma rows other than the first and last
-// are smoothed with their neighbours, and chroma is smoothed between rows of
-// chroma, averaging two rows at the top and bottom. Heights below 4 write
-// nothing.
+// Planar 4:2:0 to packed 4:2:2, all tiers and byte orders. Output rows come
+// in pairs that share one chroma row. With smoothing, luma rows other than the
+// first and last are smoothed with their neighbours, and chroma is smoothed
+// between rows of chroma, averaging two rows at the top and bottom; heights
+// below 4 write nothing. Without, luma and chroma go as stored.
 
+#include "convert/catalogue_kernels.h"
 #include "convert/conversion_kernels.h"
 #include "convert/frame_span.h"
+#include "convert/reorder_rows.h"
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
 
 namespace tarn {
 
-namespace {
-
 // The MMX body (16-pixel blocks) uses the truncating t() and m(); its
 // remainder pairs and every column of the other tiers round, so the SSE2
-// kernel gives the plain kernel's bytes at any width.
-void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
-                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride, int32_t uvStride,
-                  int32_t width, int32_t height) {
+// kernel gives the plain kernel's bytes at any width. Pairs are made in the
+// Yuy2 order and moved to the destination's order before they are stored.
+void PlanarToPacked(Body body, bool smooth, PackedOrder order, uint8_t* dst, int32_t dstStride,
+                    const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                    int32_t uvStride, int32_t width, int32_t height) {
     const RowWalk walk = WalkOf(dst, dstStride, height);
     const int32_t rows = walk.rows;
     const size_t pairs = static_cast<size_t>(width >> 1);
-    if (rows < 4 || pairs == 0) return;
+    if (rows < (smooth ? 4 : 2) || width < 2) return;
     const int32_t lastPair = rows / 2 - 1;
     const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
     const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
-    const bool trunc = body == Body::Mmx;
+    const bool trunc = smooth && body == Body::Mmx;
+    const ReorderRowFn reorder = ActiveReorderRow();
     const size_t n = 2 * pairs;
     const size_t nb = trunc ? size_t((width >> 4) << 4) : 0, nbc = nb / 2;
 
@@ -60,7 +62,12 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
             at[i] = Offset(walk.base, ptrdiff_t(2 * k + i) * walk.step + shift * 2);
             outs[i] = dstSpan.Target(at[i], 2 * n, row(14 + i));
         }
-        if (!trunc) {
+        if (!smooth) {
+            // Rows as stored: each given three times, as s(x, x, x) = x.
+            const Rows3 y0{y[1], y[1], y[1]}, y1{y[2], y[2], y[2]};
+            const Rows3 u{c[0][1], c[0][1], c[0][1]}, v{c[1][1], c[1][1], c[1][1]};
+            f.smoothPairToYuy2(outs[0], outs[1], y0, y1, u, v, pairs);
+        } else if (!trunc) {
             // Rounding everywhere: one pass per row pair.
             f.smoothPairToYuy2(outs[0], outs[1], PairLuma(y, 0, first), PairLuma(y, 1, last),
                                PairChroma(c[0], first, last), PairChroma(c[1], first, last), pairs);
@@ -92,28 +99,29 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
             }
             for (int i = 0; i < 2; ++i) f.packYuy2(outs[i], luma[i], chroma[0], chroma[1], pairs);
         }
-        for (int i = 0; i < 2; ++i) dstSpan.Store(at[i], outs[i], 2 * n);
+        for (int i = 0; i < 2; ++i) {
+            if (order != PackedOrder::Yuy2) reorder(outs[i], outs[i], pairs, PackedOrder::Yuy2, order);
+            dstSpan.Store(at[i], outs[i], 2 * n);
+        }
     }
 }
-
-}  // namespace
 
 void ConvPlanarToYuy2SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                  int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs(Body::Plain, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    PlanarToPacked(Body::Plain, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 void ConvPlanarToYuy2SmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs(Body::Mmx, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    PlanarToPacked(Body::Mmx, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 void ConvPlanarToYuy2SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                 int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs(Body::Sse2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    PlanarToPacked(Body::Sse2, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 }  // namespace tarn

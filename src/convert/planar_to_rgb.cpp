@@ -1,11 +1,13 @@
-// Planar 4:2:0 to 32- and 24-bit RGB, all tiers. The smoothing kernels make
-// output rows in pairs that share one chroma row; the SSE2 24-bit kernel works
-// row by row without smoothing. Block columns of the SIMD tiers use the vector
+// Planar 4:2:0 to RGB, all tiers and RGB kinds. Output rows come in pairs
+// that share one chroma row, smoothed or as stored; the SSE2 24-bit kernel
+// works row by row without smoothing. Block columns of the SIMD tiers use the vector
 // form, the rest the table form (colour_formulas.h).
 
+#include "convert/catalogue_kernels.h"
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
 #include "convert/frame_span.h"
+#include "convert/rgb16_rows.h"
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
 
@@ -22,22 +24,25 @@ struct PairLayout {
 };
 
 // The row step subtracts the whole width, so with an odd width each later pair
-// starts one pixel further left. The MMX body converts (width >> 1) & 7
-// remainder pairs after the first row pair although its blocks are 8 pixels
-// wide: with bit 3 of the width set each such pair runs 8 pixels past its rows,
-// and as the running pointers are not reset, every later pair starts 8 pixels
-// (4 chroma samples) further right. Hosts have always seen these pictures.
-PairLayout LayoutOf(Body body, int32_t width, int32_t k) {
+// starts one pixel further left. The MMX smoothing body converts
+// (width >> 1) & 7 remainder pairs after the first row pair although its
+// blocks are 8 pixels wide: with bit 3 of the width set each such pair runs 8
+// pixels past its rows, and as the running pointers are not reset, every
+// later pair starts 8 pixels (4 chroma samples) further right. Hosts have
+// always seen these pictures. The Pavg body shares that walk; the MMX body
+// without smoothing converts (width >> 1) & 3 pairs throughout.
+PairLayout LayoutOf(Body body, bool smooth, int32_t width, int32_t k) {
     const int32_t pairs = width >> 1;
     const ptrdiff_t drift = -static_cast<ptrdiff_t>(width & 1) * k;
     if (body == Body::Sse2) {
         const int32_t blocks = (width >> 4) << 4;
         return {blocks, blocks + 2 * (pairs & 7), drift, 0};
     }
-    if (body == Body::Mmx) {
+    if (body == Body::Mmx || body == Body::Pavg) {
         const int32_t blocks = (width >> 3) << 3;
-        const int32_t rest = k == 0 ? (pairs & 3) : (pairs & 7);
-        const ptrdiff_t over = ((width & 8) && k >= 1) ? k - 1 : 0;
+        const bool overrun = smooth && k >= 1;
+        const int32_t rest = overrun ? (pairs & 7) : (pairs & 3);
+        const ptrdiff_t over = (overrun && (width & 8)) ? k - 1 : 0;
         return {blocks, blocks + 2 * rest, drift + 8 * over, 4 * over};
     }
     return {0, 2 * pairs, drift, 0};
@@ -58,31 +63,51 @@ void TableRow(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v
 
 // Working rows of one call: fetched source rows and the rows built from them.
 struct PairRows {
-    explicit PairRows(size_t pixels) : cap(pixels + 64), store(cap * 20) {}
+    explicit PairRows(size_t pixels) : cap(pixels + 64), store(cap * 24) {}
     uint8_t* Row(int i) { return store.data() + cap * static_cast<size_t>(i); }
     size_t cap;
     Scratch store;
 };
 
+struct PairOptions {
+    Body body;
+    bool smooth;
+    RgbKind out;
+    int32_t threshold;
+};
+
+// Bpp is the size of the pixels made, 3 for Rgb24 and 4 for every other
+// kind; the fourth byte of Rgb32Luma and Rgb32Keyed is set afterwards and the
+// 16-bit kinds are packed from the 4-byte pixels.
 template <int Bpp>
-void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride, int32_t uvStride,
                   int32_t width, int32_t height) {
+    const Body body = o.body;
+    const bool smooth = o.smooth;
     const RowWalk walk = WalkOf(dst, dstStride, height);
     const int32_t rows = walk.rows;
-    if (rows < 4 || width < 2) return;  // smoothing needs two row pairs
+    if (rows < (smooth ? 4 : 2) || width < 2) return;  // smoothing needs two row pairs
     const int32_t lastPair = rows / 2 - 1;
     const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
     const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
-    const bool trunc = body == Body::Mmx;
+    const bool trunc = smooth && body == Body::Mmx;
+    const bool packed16 = o.out == RgbKind::Rgb565 || o.out == RgbKind::Rgb555;
+    const int outBpp = BytesOf(o.out);
+    const Rgb16RowForms& pack = ActiveRgb16Rows();
+    // The Pavg body averages chroma rows 0 and 4 in the block columns of its
+    // first pair of 32-bit output, where the others average rows 0 and 1.
+    const bool firstFromRow4 = body == Body::Pavg && o.out == RgbKind::Rgb32;
 
-    // The SSE2 body smooths and converts its block columns in one pass; the
-    // other columns and tiers go through working rows.
-    const bool fused = body == Body::Sse2 && Bpp == 4;
+    // The SSE2 body smooths and converts its block columns of 32-bit output in
+    // one pass; the other columns, kinds and tiers go through working rows.
+    const bool fused = body == Body::Sse2 && smooth && o.out == RgbKind::Rgb32;
+    // Pixels built in place when they are stored as they are made.
+    const bool direct = !trunc && !packed16;
     PairRows w(static_cast<size_t>(width + 16) * 4);
     for (int32_t k = 0; k <= lastPair; ++k) {
-        const PairLayout g = LayoutOf(body, width, k);
+        const PairLayout g = LayoutOf(body, smooth, width, k);
         const size_t n = static_cast<size_t>(g.pixels), nc = n / 2;
         const size_t nb = static_cast<size_t>(g.blockPixels), nbc = nb / 2;
         const bool first = k == 0, last = k == lastPair;
@@ -108,10 +133,11 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
             }
 
         // Rows 0 and 2P - 1 stand as stored; the others are smoothed, in the
-        // MMX body's block columns with the truncating t().
+        // MMX body's block columns with the truncating t(). Without smoothing
+        // every row stands as stored.
         const uint8_t* luma[2];
         for (int i = 0; i < 2; ++i) {
-            if (i == 0 ? first : last) {
+            if (!smooth || (i == 0 ? first : last)) {
                 luma[i] = y[1 + i];
                 continue;
             }
@@ -127,9 +153,17 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
         const uint8_t* chroma[2];
         for (int p = 0; p < 2; ++p) {
             uint8_t* out = w.Row(12 + p);
+            if (!smooth) {
+                chroma[p] = c[p][1];
+                continue;
+            }
             if (first || last) {
                 const uint8_t* a = first ? c[p][1] : c[p][0];
                 const uint8_t* b = first ? c[p][2] : c[p][1];
+                if (first && firstFromRow4) {
+                    const Addr at = Offset(AddrOf(planes[p]), 4 * ptrdiff_t(uvStride) + g.chromaShift);
+                    b = srcSpan.Fetch(at, nc, w.Row(20 + p));
+                }
                 if (trunc)
                     TruncAvgRow(out, a, b, nbc);
                 else if (!fused)
@@ -146,12 +180,15 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
         // Convert and store both rows. The MMX body stores block by block and
         // pair by pair, first row then second, and its overruns land in rows
         // stored before or after; that order decides which bytes remain.
-        const size_t bytes = n * Bpp;
+        const size_t outBytes = n * size_t(outBpp);
         uint8_t* outs[2];
+        uint8_t* finals[2];
         Addr at[2];
         for (int i = 0; i < 2; ++i) {
-            at[i] = Offset(walk.base, ptrdiff_t(2 * k + i) * walk.step + g.shift * Bpp);
-            outs[i] = trunc ? w.Row(14 + 2 * i) : dstSpan.Target(at[i], bytes, w.Row(14 + 2 * i));
+            at[i] = Offset(walk.base, ptrdiff_t(2 * k + i) * walk.step + g.shift * outBpp);
+            finals[i] = direct ? dstSpan.Target(at[i], outBytes, w.Row(14 + 2 * i))
+                               : w.Row(14 + 2 * i);
+            outs[i] = packed16 ? w.Row(18 + i) : finals[i];
         }
         if (fused) {
             f.smoothPairToBgra(outs[0], outs[1], PairLuma(y, 0, first), PairLuma(y, 1, last),
@@ -165,12 +202,21 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
                     f.toBgr(outs[i], luma[i], chroma[0], chroma[1], nb);
             }
             TableRow<Bpp>(outs[i], luma[i], chroma[0], chroma[1], g.blockPixels, g.pixels);
-            if (!trunc) dstSpan.Store(at[i], outs[i], bytes);
+            if (o.out == RgbKind::Rgb32Luma) {
+                for (size_t x = 0; x < n; ++x) outs[i][4 * x + 3] = luma[i][x];
+            } else if (o.out == RgbKind::Rgb32Keyed) {
+                const bool all = o.threshold > 255;
+                for (size_t x = 0; x < n; ++x)
+                    outs[i][4 * x + 3] = all || y[1 + i][x] > o.threshold ? 255 : 0;
+            } else if (packed16) {
+                (o.out == RgbKind::Rgb565 ? pack.pack565 : pack.pack555)(finals[i], outs[i], n);
+            }
+            if (!trunc) dstSpan.Store(at[i], finals[i], outBytes);
         }
         if (trunc) {
             for (size_t x = 0; x < n; x += x < nb ? 8 : 2) {
-                const size_t unit = (x < nb ? 8 : 2) * Bpp;
-                for (int i = 0; i < 2; ++i) dstSpan.Store(at[i] + x * Bpp, outs[i] + x * Bpp, unit);
+                const size_t unit = (x < nb ? 8 : 2) * outBpp;
+                for (int i = 0; i < 2; ++i) dstSpan.Store(at[i] + x * outBpp, finals[i] + x * outBpp, unit);
             }
         }
     }
@@ -178,28 +224,38 @@ void ConvertPairs(Body body, uint8_t* dst, int32_t dstStride, const uint8_t* src
 
 }  // namespace
 
+void PlanarToRgb(Body body, bool smooth, RgbKind out, int32_t threshold, uint8_t* dst,
+                 int32_t dstStride, const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV,
+                 int32_t yStride, int32_t uvStride, int32_t width, int32_t height) {
+    const PairOptions o{body, smooth, out, threshold};
+    if (out == RgbKind::Rgb24)
+        ConvertPairs<3>(o, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    else
+        ConvertPairs<4>(o, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+}
+
 void ConvPlanarToRgb32SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                   int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs<4>(Body::Plain, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    ConvertPairs<4>({Body::Plain, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 void ConvPlanarToRgb24SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                   int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs<3>(Body::Plain, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    ConvertPairs<3>({Body::Plain, true, RgbKind::Rgb24, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 void ConvPlanarToRgb32SmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                 int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs<4>(Body::Mmx, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    ConvertPairs<4>({Body::Mmx, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 void ConvPlanarToRgb32SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                  int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs<4>(Body::Sse2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    ConvertPairs<4>({Body::Sse2, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 // Row n takes luma row n and chroma row n / 2 as stored. The remainder pairs

@@ -1,11 +1,14 @@
-// RGB to packed 4:2:2 (Y0 Cb Y1 Cr per pixel pair). The plain kernels serve
-// the plain and MMX tiers; the SSE2 kernels are their own arithmetic, with the
+// RGB to packed 4:2:2 (Y0 Cb Y1 Cr per pixel pair, or another order). The
+// plain kernels serve the plain and MMX tiers, and every order and 16-bit
+// source; the SSE2 kernels are their own arithmetic, with the
 // luma swap, single-pixel chroma, remainder pairs written into the source and
 // the 4-byte source step of the 24-bit kernel, all kept as hosts know them.
 
+#include "convert/catalogue_kernels.h"
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
 #include "convert/frame_span.h"
+#include "convert/rgb16_rows.h"
 #include "convert/rgb_rows.h"
 
 namespace tarn {
@@ -13,30 +16,40 @@ namespace tarn {
 namespace {
 
 // Every row, every pixel pair; an odd width makes each later row start one
-// pixel further left in source and destination.
-template <int Bpp>
-void ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                 int32_t width, int32_t height) {
+// pixel further left in source and destination. 16-bit sources are expanded
+// to 4-byte pixels first; the four result bytes go where the order puts them.
+void ToPackedPlain(RgbKind in, PackedOrder order, uint8_t* dst, int32_t dstStride,
+                   const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
     const RowWalk walk = WalkOf(src, srcStride, height);  // from the last row up when negative
     const size_t pairs = static_cast<size_t>(width >> 1);
-    if (walk.rows == 0 || pairs == 0) return;
+    if (walk.rows == 0 || width < 2) return;
     const Span srcSpan = Span::OfFrame(src, srcStride, walk.rows);
     const Span dstSpan = Span::OfFrame(dst, dstStride, walk.rows);
-    Scratch work(pairs * 12 + 64);
+    const int inBpp = BytesOf(in);
+    const bool packed16 = inBpp == 2;
+    const int bpp = packed16 ? 4 : inBpp;
+    const auto expand = in == RgbKind::Rgb565 ? ActiveRgb16Rows().expand565 : ActiveRgb16Rows().expand555;
+    const PairPositions at4 = PositionsOf(order);
+    Scratch work(pairs * 20 + 64);
     uint8_t* inScratch = work.data();
-    uint8_t* outScratch = work.data() + pairs * 8 + 32;
+    uint8_t* outScratch = inScratch + pairs * 8 + 16;
+    uint8_t* wide = outScratch + pairs * 4 + 16;
     for (int32_t r = 0; r < walk.rows; ++r) {
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
-        const uint8_t* s = srcSpan.Fetch(Offset(walk.base, r * walk.step + shift * Bpp),
-                                         pairs * 2 * Bpp, inScratch);
+        const uint8_t* s = srcSpan.Fetch(Offset(walk.base, r * walk.step + shift * inBpp),
+                                         pairs * 2 * inBpp, inScratch);
+        if (packed16) {
+            expand(wide, s, 2 * pairs);
+            s = wide;
+        }
         const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * 2);
         uint8_t* d = dstSpan.Target(at, pairs * 4, outScratch);
-        for (size_t i = 0; i < pairs; ++i, s += 2 * Bpp) {
-            const int32_t b = s[0] + s[Bpp], g = s[1] + s[Bpp + 1], rr = s[2] + s[Bpp + 2];
-            d[4 * i] = LumaOf(s[0], s[1], s[2]);
-            d[4 * i + 1] = CbOf(b, g, rr, 9);
-            d[4 * i + 2] = LumaOf(s[Bpp], s[Bpp + 1], s[Bpp + 2]);
-            d[4 * i + 3] = CrOf(b, g, rr, 9);
+        for (size_t i = 0; i < pairs; ++i, s += 2 * bpp) {
+            const int32_t b = s[0] + s[bpp], g = s[1] + s[bpp + 1], rr = s[2] + s[bpp + 2];
+            d[4 * i + at4.y0] = LumaOf(s[0], s[1], s[2]);
+            d[4 * i + at4.u] = CbOf(b, g, rr, 9);
+            d[4 * i + at4.y1] = LumaOf(s[bpp], s[bpp + 1], s[bpp + 2]);
+            d[4 * i + at4.v] = CrOf(b, g, rr, 9);
         }
         dstSpan.Store(at, d, pairs * 4);
     }
@@ -92,14 +105,19 @@ void ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride
 
 }  // namespace
 
+void RgbToPacked(RgbKind in, PackedOrder order, uint8_t* dst, int32_t dstStride,
+                 const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
+    ToPackedPlain(in, order, dst, dstStride, src, srcStride, width, height);
+}
+
 void ConvRgb32ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height) {
-    ToYuy2Plain<4>(dst, dstStride, src, srcStride, width, height);
+    ToPackedPlain(RgbKind::Rgb32, PackedOrder::Yuy2, dst, dstStride, src, srcStride, width, height);
 }
 
 void ConvRgb24ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height) {
-    ToYuy2Plain<3>(dst, dstStride, src, srcStride, width, height);
+    ToPackedPlain(RgbKind::Rgb24, PackedOrder::Yuy2, dst, dstStride, src, srcStride, width, height);
 }
 
 void ConvRgb32ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,

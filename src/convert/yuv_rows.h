@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "convert/kernel_forms.h"
+#include "convert/smoothing.h"
 
 namespace tarn {
 
@@ -63,9 +64,26 @@ const YuvRowForms& ActiveYuvRows();
 
 // Which tier's body a kernel of the YUV side runs. The plain and MMX bodies
 // take the plain forms (the MMX tier's truncating columns are done apart);
-// the SSE2 body takes the fastest forms.
-enum class Body : uint8_t { Plain, Mmx, Sse2 };
-inline const YuvRowForms& RowsFor(Body body) { return body == Body::Sse2 ? ActiveYuvRows() : kYuvRowsPlain; }
+// the SSE2 body takes the fastest forms. Pavg is the MMX body with rounding
+// averages in place of the truncating ones (the tier of processors with SSE
+// but not SSE2): MMX block sizes, the SSE2 body's arithmetic.
+enum class Body : uint8_t { Plain, Mmx, Sse2, Pavg };
+inline const YuvRowForms& RowsFor(Body body) {
+    return body == Body::Sse2 || body == Body::Pavg ? ActiveYuvRows() : kYuvRowsPlain;
+}
+
+// A middle row smoothed from its neighbours as the row copies of a body do
+// it: the MMX body truncates in 8-byte blocks and rounds the rest, every other
+// body rounds throughout.
+inline void SmoothRowOf(Body body, uint8_t* out, const uint8_t* above, const uint8_t* below,
+                        const uint8_t* centre, size_t n) {
+    size_t from = 0;
+    if (body == Body::Mmx) {
+        from = n & ~size_t(7);
+        SmoothTruncRow(out, above, below, centre, from);
+    }
+    RowsFor(body).smooth(out + from, above + from, below + from, centre + from, n - from);
+}
 
 // The rounding rows of row pair k. y holds luma rows 2k - 1 .. 2k + 2 and c
 // chroma rows k - 1 .. k + 1 of one plane. Luma row i (0 or 1) of the pair

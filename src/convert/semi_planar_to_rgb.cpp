@@ -1,0 +1,49 @@
+// Semi-planar 4:2:0 (a luma plane, then one plane of Cb, Cr byte pairs) to
+// 24-bit RGB, rows in pairs that share one chroma row. The field form holds
+// the two fields of a frame one above the other in each plane, each plane's
+// height rounded up to a multiple of 32. A negative height writes the
+// destination from its last row up.
+#include "convert/catalogue_kernels.h"
+#include "convert/colour_formulas.h"
+#include "convert/frame_span.h"
+
+namespace tarn {
+
+void SemiPlanarToRgb24(Body body, bool field, uint8_t* dst, int32_t dstStride, const uint8_t* src,
+                       int32_t srcStride, int32_t width, int32_t height) {
+    const RowWalk walk = WalkOf(dst, dstStride, height);
+    const int32_t pairsOfRows = walk.rows / 2;
+    const size_t n = static_cast<size_t>(width > 0 ? width & ~1 : 0);
+    if (pairsOfRows == 0 || n == 0) return;
+    // The MMX body (the SSE2 tier has no other) converts 8-pixel blocks by
+    // the vector form; the rest of a row goes by the table form.
+    const size_t blocks = body == Body::Plain ? 0 : n & ~size_t(7);
+    const int32_t planeRows = field ? (walk.rows + 31) & ~31 : walk.rows;
+    const uint8_t* chroma = src + int64_t(srcStride) * planeRows;
+
+    Scratch work(n + 16);
+    uint8_t* u = work.data();
+    uint8_t* v = u + n / 2 + 8;
+    for (int32_t r = 0; r < 2 * pairsOfRows; ++r) {
+        // Frame row r of a field picture is row r / 2 of field r & 1; the
+        // chroma of a field has half its rows.
+        const int32_t f = field ? r & 1 : 0;
+        const int32_t fieldRow = field ? r >> 1 : r;
+        const uint8_t* y = src + int64_t(srcStride) * (f * planeRows / 2 + fieldRow);
+        const uint8_t* c = chroma + int64_t(srcStride) * (f * planeRows / 4 + fieldRow / 2);
+        for (size_t i = 0; i < n / 2; ++i) {
+            u[i] = c[2 * i];
+            v[i] = c[2 * i + 1];
+        }
+        uint8_t* out = reinterpret_cast<uint8_t*>(Offset(walk.base, r * walk.step));
+        kYuvRowsPlain.toBgr(out, y, u, v, blocks);
+        for (size_t x = blocks; x < n; ++x) {
+            const Bgr p = TableForm(y[x], u[x / 2], v[x / 2]);
+            out[3 * x] = p.b;
+            out[3 * x + 1] = p.g;
+            out[3 * x + 2] = p.r;
+        }
+    }
+}
+
+}  // namespace tarn
