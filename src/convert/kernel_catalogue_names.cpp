@@ -62,7 +62,7 @@ std::string EntryName(int row, int column) {
 
     const CatalogueRow r = RowOfCatalogue(row);
     std::string name;
-    if (r.src == r.dst) {
+    if (row >= kGroupsFirstRow && r.src == r.dst) {
         // A picture copied as it is: the row copy over the whole width.
         const int copyTier = origin.forwards ? 0 : tier;
         name = std::string(rowCopies[column][copyTier]) + ", width x " + std::to_string(BytesPerPixel(r.src));

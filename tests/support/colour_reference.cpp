@@ -206,7 +206,7 @@ void Yuy2ToPlanar(Tier tier, const Mem& dst, const PlanarSrc& p, const Mem& src,
     const int P = rows / 2;
     ptrdiff_t start, step;
     Walk(src0, srcStride, height, &start, &step);
-    const int blockPairs = tier == Tier::Mmx ? width / 8 * 4 : tier == Tier::Sse2 ? width / 16 * 8 : 0;
+    const int blockPairs = tier == Tier::Mmx || tier == Tier::Pavg ? width / 8 * 4 : tier == Tier::Sse2 ? width / 16 * 8 : 0;
     for (int k = 0; k < P; ++k) {
         const int shift = -(width % 2) * k;
         const auto raw = [&](int r, int b) { return int(src.Get(start + ptrdiff_t(r) * step + shift * 2 + b)); };

@@ -23,7 +23,8 @@ struct Mem {
     }
 };
 
-enum class Tier { Plain, Mmx, Sse2 };
+// Pavg: the MMX body's block sizes and walk with rounding averages.
+enum class Tier { Plain, Mmx, Sse2, Pavg };
 
 // The averages: r, m, s, t.
 int R(int a, int b);
