@@ -61,6 +61,18 @@ void TableRow(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* v
     }
 }
 
+// The vector form over a row's block columns. The row forms work in whole
+// 16-pixel groups; the Pavg body's 8-pixel blocks can leave 8 pixels over,
+// which the plain form converts with the same arithmetic.
+template <int Bpp>
+void VectorRow(const YuvRowForms& f, uint8_t* out, const uint8_t* y, const uint8_t* u, const uint8_t* v,
+               size_t pixels) {
+    const size_t wide = pixels & ~size_t(15);
+    const auto row = [](const YuvRowForms& forms) { return Bpp == 4 ? forms.toBgra : forms.toBgr; };
+    row(f)(out, y, u, v, wide);
+    row(kYuvRowsPlain)(out + wide * Bpp, y + wide, u + wide / 2, v + wide / 2, pixels - wide);
+}
+
 // Working rows of one call: fetched source rows and the rows built from them.
 struct PairRows {
     explicit PairRows(size_t pixels) : cap(pixels + 64), store(cap * 24) {}
@@ -195,12 +207,7 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
                                PairChroma(c[0], first, last), PairChroma(c[1], first, last), nb);
         }
         for (int i = 0; i < 2; ++i) {
-            if (!fused) {
-                if (Bpp == 4)
-                    f.toBgra(outs[i], luma[i], chroma[0], chroma[1], nb);
-                else
-                    f.toBgr(outs[i], luma[i], chroma[0], chroma[1], nb);
-            }
+            if (!fused) VectorRow<Bpp>(f, outs[i], luma[i], chroma[0], chroma[1], nb);
             TableRow<Bpp>(outs[i], luma[i], chroma[0], chroma[1], g.blockPixels, g.pixels);
             if (o.out == RgbKind::Rgb32Luma) {
                 for (size_t x = 0; x < n; ++x) outs[i][4 * x + 3] = luma[i][x];

@@ -1,0 +1,151 @@
+// The four packed orders and the 16-bit RGB packings, worked by hand: one
+// pixel pair in each order, known colours in 565 and 555, and the rows of
+// each fast form against the plain one.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "convert/catalogue_kernels.h"
+#include "convert/reorder_rows.h"
+#include "convert/rgb16_rows.h"
+#include "kernel_harness.h"
+
+namespace tarn::test {
+namespace {
+
+// Y0 126, Cb 128, Y1 235, Cr 160 as each order stores it.
+const PackedOrder kOrders[] = {PackedOrder::Yuy2, PackedOrder::Yvyu, PackedOrder::Uyvy, PackedOrder::Vyuy};
+const std::vector<uint8_t> kBlock[] = {{126, 128, 235, 160}, {126, 160, 235, 128}, {128, 126, 160, 235}, {160, 126, 128, 235}};
+
+TEST(PackedOrders, ATwoPixelBlockInEveryOrder) {
+    for (SimdForm form : FormsHere()) {
+        ScopedKernelChoice choice(0, form);
+        for (int from = 0; from < 4; ++from) {
+            const std::vector<uint8_t> two = [&] {
+                std::vector<uint8_t> v = kBlock[from];
+                v.insert(v.end(), kBlock[from].begin(), kBlock[from].end());
+                return v;
+            }();
+            // Every other order: the same samples where that order keeps them.
+            for (int to = 0; to < 4; ++to) {
+                std::vector<uint8_t> out(4, 0);
+                ReorderPacked(Body::Plain, false, kOrders[from], kOrders[to], out.data(), 4, kBlock[from].data(), 4, 2, 1);
+                EXPECT_EQ(out, kBlock[to]) << from << " to " << to;
+            }
+            // To RGB by the table form: luma 126 and 235 with Cb 128, Cr 160
+            // are (128, 102, 179) and (254, 228, 255 after clamping 305).
+            std::vector<uint8_t> rgb(8, 0xCD);
+            PackedToRgb(Body::Plain, kOrders[from], RgbKind::Rgb32, rgb.data(), 8, kBlock[from].data(), 4, 2, 1);
+            EXPECT_EQ(rgb, (std::vector<uint8_t>{128, 102, 179, 0, 254, 228, 255, 0})) << from;
+            // To planar: two rows of the block, luma as stored and chroma the
+            // average of equal rows.
+            uint8_t y[4] = {}, u = 0, v = 0;
+            PackedToPlanar(Body::Plain, false, kOrders[from], y, &u, &v, 2, 1, two.data(), 4, 2, 2);
+            EXPECT_EQ(std::vector<uint8_t>(y, y + 4), (std::vector<uint8_t>{126, 235, 126, 235})) << from;
+            EXPECT_EQ(u, 128);
+            EXPECT_EQ(v, 160);
+        }
+    }
+}
+
+TEST(PackedOrders, PureBlueFromRgbInEveryOrder) {
+    // Luma (25 x 255 >> 8) + 16 = 40; over the pair Cb (112 x 510 >> 9) + 128
+    // = 239 and Cr (-18 x 510 >> 9, rounded down) + 128 = 110.
+    const uint8_t blue32[8] = {255, 0, 0, 0, 255, 0, 0, 0};
+    const uint16_t blue565[2] = {0x001F, 0x001F};
+    const std::vector<uint8_t> expected[] = {{40, 239, 40, 110}, {40, 110, 40, 239}, {239, 40, 110, 40}, {110, 40, 239, 40}};
+    for (int o = 0; o < 4; ++o) {
+        std::vector<uint8_t> out(4, 0);
+        RgbToPacked(RgbKind::Rgb32, kOrders[o], out.data(), 4, blue32, 8, 2, 1);
+        EXPECT_EQ(out, expected[o]) << o;
+        // 565 blue expands to 248: (25 x 248 >> 8) + 16 = 40 as well, and
+        // Cb (112 x 496 >> 9) + 128 = 236.
+        RgbToPacked(RgbKind::Rgb565, kOrders[o], out.data(), 4, reinterpret_cast<const uint8_t*>(blue565), 4, 2, 1);
+        const PairPositions at = PositionsOf(kOrders[o]);
+        EXPECT_EQ(out[at.y0], 40);
+        EXPECT_EQ(out[at.u], 236);
+        EXPECT_EQ(out[at.v], 110);  // -18 x 496 = -8928, >> 9 is -18 (rounded down from -17.4)
+    }
+}
+
+struct Colour {
+    uint8_t b, g, r;
+    uint16_t w565, w555;
+};
+// Low bits dropped, no dither.
+const Colour kColours[] = {
+    {0, 0, 255, 0xF800, 0x7C00},      {0, 255, 0, 0x07E0, 0x03E0}, {255, 0, 0, 0x001F, 0x001F},
+    {255, 255, 255, 0xFFFF, 0x7FFF},  {0x12, 0x34, 0x56, 0x51A2, 0x28C2}, {7, 3, 7, 0x0000, 0x0000},
+};
+
+TEST(Rgb16, KnownColoursPackAndExpand) {
+    const int n = int(std::size(kColours));
+    std::vector<uint8_t> rgb32, rgb24;
+    for (const Colour& c : kColours) {
+        rgb32.insert(rgb32.end(), {c.b, c.g, c.r, 0x77});
+        rgb24.insert(rgb24.end(), {c.b, c.g, c.r});
+    }
+    for (SimdForm form : FormsHere()) {
+        ScopedKernelChoice choice(0, form);
+        std::vector<uint16_t> w565(n), w555(n), from24(n);
+        ConvertRgbPixels(RgbKind::Rgb32, RgbKind::Rgb565, reinterpret_cast<uint8_t*>(w565.data()), 2 * n, rgb32.data(), 4 * n, n, 1);
+        ConvertRgbPixels(RgbKind::Rgb32, RgbKind::Rgb555, reinterpret_cast<uint8_t*>(w555.data()), 2 * n, rgb32.data(), 4 * n, n, 1);
+        ConvertRgbPixels(RgbKind::Rgb24, RgbKind::Rgb565, reinterpret_cast<uint8_t*>(from24.data()), 2 * n, rgb24.data(), 3 * n, n, 1);
+        for (int i = 0; i < n; ++i) {
+            EXPECT_EQ(w565[i], kColours[i].w565) << i;
+            EXPECT_EQ(w555[i], kColours[i].w555) << i;
+            EXPECT_EQ(from24[i], kColours[i].w565) << i;
+        }
+    }
+    // Expansion leaves the low bits 0; bit 15 of a 555 word is not a colour.
+    const uint16_t words[] = {0x51A2, 0xFFFF};    // as 565
+    const uint16_t words555[] = {0x28C2, 0xFFFF};  // as 555
+    std::vector<uint8_t> out(8, 0xCD);
+    ConvertRgbPixels(RgbKind::Rgb565, RgbKind::Rgb32, out.data(), 8, reinterpret_cast<const uint8_t*>(words), 4, 2, 1);
+    EXPECT_EQ(out, (std::vector<uint8_t>{0x10, 0x34, 0x50, 0, 0xF8, 0xFC, 0xF8, 0}));
+    ConvertRgbPixels(RgbKind::Rgb555, RgbKind::Rgb24, out.data(), 6, reinterpret_cast<const uint8_t*>(words555), 4, 2, 1);
+    EXPECT_EQ(std::vector<uint8_t>(out.begin(), out.begin() + 6), (std::vector<uint8_t>{0x10, 0x30, 0x50, 0xF8, 0xF8, 0xF8}));
+    // Between the packings red and green move by one bit: green's low bit is
+    // dropped one way and 0 the other.
+    uint16_t moved[2];
+    ConvertRgbPixels(RgbKind::Rgb565, RgbKind::Rgb555, reinterpret_cast<uint8_t*>(moved), 4, reinterpret_cast<const uint8_t*>(words), 4, 2, 1);
+    EXPECT_EQ(moved[0], 0x28C2);
+    EXPECT_EQ(moved[1], 0x7FFF);
+    ConvertRgbPixels(RgbKind::Rgb555, RgbKind::Rgb565, reinterpret_cast<uint8_t*>(moved), 4, reinterpret_cast<const uint8_t*>(words555), 4, 2, 1);
+    EXPECT_EQ(moved[0], 0x5182);
+    EXPECT_EQ(moved[1], 0xFFDF);
+}
+
+// Rows of every length up to a few blocks, in place and apart, canaries
+// around the target.
+TEST(FastForms, ReorderAndRgb16RowsEqualThePlainRows) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 form on this processor";
+    std::mt19937 gen(77);
+    for (size_t n = 0; n <= 70; ++n) {
+        std::vector<uint8_t> src(n * 4 + 64);
+        for (auto& b : src) b = uint8_t(gen());
+        for (PackedOrder from : kOrders)
+            for (PackedOrder to : kOrders) {
+                std::vector<uint8_t> a(n * 4 + 2, 0xCD), b = a;
+                ReorderRowPlain(a.data() + 1, src.data(), n, from, to);
+                ReorderRowAvx2(b.data() + 1, src.data(), n, from, to);
+                ASSERT_EQ(a, b) << n;
+                std::vector<uint8_t> inPlace(src.begin(), src.begin() + ptrdiff_t(n * 4));
+                ReorderRowAvx2(inPlace.data(), inPlace.data(), n, from, to);
+                ASSERT_TRUE(std::equal(inPlace.begin(), inPlace.end(), a.begin() + 1)) << n;
+            }
+        using RowFn = void (*)(uint8_t*, const uint8_t*, size_t);
+        const std::pair<RowFn, RowFn> rows[] = {
+            {kRgb16RowsPlain.expand565, kRgb16RowsAvx2.expand565}, {kRgb16RowsPlain.expand555, kRgb16RowsAvx2.expand555},
+            {kRgb16RowsPlain.pack565, kRgb16RowsAvx2.pack565},     {kRgb16RowsPlain.pack555, kRgb16RowsAvx2.pack555}};
+        for (const auto& [plain, fast] : rows) {
+            std::vector<uint8_t> a(n * 4 + 2, 0xCD), b = a;
+            plain(a.data() + 1, src.data(), n);
+            fast(b.data() + 1, src.data(), n);
+            ASSERT_EQ(a, b) << n;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tarn::test
