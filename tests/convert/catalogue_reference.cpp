@@ -42,6 +42,14 @@ int Average(Tier tier, bool block, int a, int b) {
     return tier == Tier::Mmx && block ? ref::M(a, b) : ref::R(a, b);
 }
 
+// Luma of row r of a picture made in row pairs: the first and last rows as
+// stored, the others smoothed with their neighbours.
+int PairLuma(Tier tier, bool smooth, bool block, const Rows& y, int r, int x) {
+    const int last = int(y.size()) / 2 * 2 - 1;
+    if (!smooth || r == 0 || r == last) return y[r][x];
+    return Smooth3(tier, block, y[r - 1][x], y[r + 1][x], y[r][x]);
+}
+
 Rows SmoothRows(Tier tier, const Rows& in, int bytes) {
     Rows out = in;
     const int rows = int(in.size());
@@ -84,16 +92,14 @@ Rows PlanarToRgb(Tier tier, bool smooth, Kind kind, int threshold, const Planar&
         const int k = r / 2;
         for (int x = 0; x < width; ++x) {
             const bool block = x < nb;
-            int y = p.y[r][x];
-            if (smooth && r != 0 && r != 2 * P - 1) y = Smooth3(tier, block, p.y[r - 1][x], p.y[r + 1][x], y);
+            const int y = PairLuma(tier, smooth, block, p.y, r, x);
             const auto chroma = [&](const Rows& c) {
                 const int i = x / 2;
                 if (!smooth) return int(c[k][i]);
-                const bool rounded = tier == Tier::Sse2 || tier == Tier::Pavg;
                 if (k != 0 && k != P - 1) return Smooth3(tier, block, c[k - 1][i], c[k + 1][i], c[k][i]);
                 if (!block || tier == Tier::Plain) return int(k == 0 ? c[0][i] : c[P - 2][i]);
                 // The Pavg body's first pair of 32-bit output averages rows 0 and 4.
-                const int other = rounded && tier == Tier::Pavg && kind == Kind::Rgb32 ? 4 : 1;
+                const int other = tier == Tier::Pavg && kind == Kind::Rgb32 ? 4 : 1;
                 if (k == 0) return Average(tier, block, c[0][i], c[other][i]);
                 return Average(tier, block, c[P - 2][i], c[P - 1][i]);
             };
@@ -132,8 +138,7 @@ Rows PlanarToPacked(Tier tier, bool smooth, Order order, const Planar& p, int wi
         const int k = r / 2;
         for (int x = 0; x < width; ++x) {
             const bool block = x < nb;
-            int y = p.y[r][x];
-            if (smooth && r != 0 && r != 2 * P - 1) y = Smooth3(tier, block, p.y[r - 1][x], p.y[r + 1][x], y);
+            const int y = PairLuma(tier, smooth, block, p.y, r, x);
             const auto chroma = [&](const Rows& c) {
                 const int i = x / 2;
                 if (!smooth) return int(c[k][i]);
