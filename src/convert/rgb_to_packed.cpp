@@ -13,13 +13,11 @@
 
 namespace tarn {
 
-namespace {
-
 // Every row, every pixel pair; an odd width makes each later row start one
 // pixel further left in source and destination. 16-bit sources are expanded
 // to 4-byte pixels first; the four result bytes go where the order puts them.
-void ToPackedPlain(RgbKind in, PackedOrder order, uint8_t* dst, int32_t dstStride,
-                   const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
+void RgbToPacked(RgbKind in, PackedOrder order, uint8_t* dst, int32_t dstStride,
+                 const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
     const RowWalk walk = WalkOf(src, srcStride, height);  // from the last row up when negative
     const size_t pairs = static_cast<size_t>(width >> 1);
     if (walk.rows == 0 || width < 2) return;
@@ -54,6 +52,8 @@ void ToPackedPlain(RgbKind in, PackedOrder order, uint8_t* dst, int32_t dstStrid
         dstSpan.Store(at, d, pairs * 4);
     }
 }
+
+namespace {
 
 // Both SSE2 kernels step the source 4 bytes a pixel: 32 bytes a block, 8 a
 // remainder pair (pixels at bytes 0 and 4), and each row starts srcStride
@@ -105,19 +105,14 @@ void ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride
 
 }  // namespace
 
-void RgbToPacked(RgbKind in, PackedOrder order, uint8_t* dst, int32_t dstStride,
-                 const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
-    ToPackedPlain(in, order, dst, dstStride, src, srcStride, width, height);
-}
-
 void ConvRgb32ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height) {
-    ToPackedPlain(RgbKind::Rgb32, PackedOrder::Yuy2, dst, dstStride, src, srcStride, width, height);
+    RgbToPacked(RgbKind::Rgb32, PackedOrder::Yuy2, dst, dstStride, src, srcStride, width, height);
 }
 
 void ConvRgb24ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height) {
-    ToPackedPlain(RgbKind::Rgb24, PackedOrder::Yuy2, dst, dstStride, src, srcStride, width, height);
+    RgbToPacked(RgbKind::Rgb24, PackedOrder::Yuy2, dst, dstStride, src, srcStride, width, height);
 }
 
 void ConvRgb32ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,

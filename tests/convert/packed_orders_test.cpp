@@ -149,3 +149,49 @@ TEST(FastForms, ReorderAndRgb16RowsEqualThePlainRows) {
 
 }  // namespace
 }  // namespace tarn::test
+
+namespace tarn::test {
+namespace {
+
+// Small input spaces, all of them: every 16-bit word and every colour triple
+// through each form of the 16-bit rows.
+TEST(Rgb16, EveryWordAndEveryColourInEveryForm) {
+    std::vector<uint16_t> words(65536);
+    for (size_t i = 0; i < words.size(); ++i) words[i] = uint16_t(i);
+    const auto* wordBytes = reinterpret_cast<const uint8_t*>(words.data());
+    std::vector<uint8_t> triples(65536 * 4);
+    std::vector<uint16_t> packed(65536), again(65536);
+    std::vector<uint8_t> wide(65536 * 4);
+    for (SimdForm form : FormsHere()) {
+        ScopedKernelChoice choice(0, form);
+        // Expansion and packing undo each other on every word (bit 15 of a
+        // 555 word is not kept).
+        ConvertRgbPixels(RgbKind::Rgb565, RgbKind::Rgb32, wide.data(), 0, wordBytes, 0, 65536, 1);
+        ConvertRgbPixels(RgbKind::Rgb32, RgbKind::Rgb565, reinterpret_cast<uint8_t*>(again.data()), 0, wide.data(), 0, 65536, 1);
+        ASSERT_EQ(again, words) << FormName(form);
+        ConvertRgbPixels(RgbKind::Rgb555, RgbKind::Rgb32, wide.data(), 0, wordBytes, 0, 65536, 1);
+        ConvertRgbPixels(RgbKind::Rgb32, RgbKind::Rgb555, reinterpret_cast<uint8_t*>(again.data()), 0, wide.data(), 0, 65536, 1);
+        for (auto& w : words) w &= 0x7FFF;
+        ASSERT_EQ(again, words) << FormName(form);
+        for (size_t i = 0; i < words.size(); ++i) words[i] = uint16_t(i);
+        // Every triple, 65536 at a time: red and green vary within a run,
+        // blue from run to run.
+        std::vector<uint16_t> want565(65536), want555(65536);
+        for (int b = 0; b < 256; ++b) {
+            for (int i = 0; i < 65536; ++i) {
+                const int g = i & 255, r = i >> 8;
+                const uint8_t px[4] = {uint8_t(b), uint8_t(g), uint8_t(r), uint8_t(i * 7)};
+                std::copy(px, px + 4, triples.begin() + 4 * i);
+                want565[i] = uint16_t((r >> 3) << 11 | (g >> 2) << 5 | b >> 3);
+                want555[i] = uint16_t((r >> 3) << 10 | (g >> 3) << 5 | b >> 3);
+            }
+            ConvertRgbPixels(RgbKind::Rgb32, RgbKind::Rgb565, reinterpret_cast<uint8_t*>(packed.data()), 0, triples.data(), 0, 65536, 1);
+            ASSERT_EQ(packed, want565) << "blue " << b << " " << FormName(form);
+            ConvertRgbPixels(RgbKind::Rgb32, RgbKind::Rgb555, reinterpret_cast<uint8_t*>(packed.data()), 0, triples.data(), 0, 65536, 1);
+            ASSERT_EQ(packed, want555) << "blue " << b << " " << FormName(form);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tarn::test
