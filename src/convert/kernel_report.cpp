@@ -47,8 +47,8 @@ const Family kFamilies[] = {
      kSse2AndAvx2, FormRule::Sse2Tier},
     {"24-bit to packed", {"ConvRgb24ToYuy2Plain", "ConvRgb24ToYuy2Plain", "ConvRgb24ToYuy2Sse2"},
      kSse2AndAvx2, FormRule::Sse2Tier},
-    {"24-bit to 32-bit", {"ConvRgb24ToRgb32", "ConvRgb24ToRgb32", "ConvRgb24ToRgb32"}, kPlainOnly, FormRule::EveryTier},
-    {"32-bit to 24-bit", {"ConvRgb32ToRgb24", "ConvRgb32ToRgb24", "ConvRgb32ToRgb24"}, kPlainOnly, FormRule::EveryTier},
+    {"24-bit to 32-bit", {"ConvRgb24ToRgb32", "ConvRgb24ToRgb32", "ConvRgb24ToRgb32"}, kAvx2Only, FormRule::EveryTier},
+    {"32-bit to 24-bit", {"ConvRgb32ToRgb24", "ConvRgb32ToRgb24", "ConvRgb32ToRgb24"}, kAvx2Only, FormRule::EveryTier},
     {"block copy", {"library copy", "FastCopyMmx", "FastCopyStream"}, kSse2Only, FormRule::NotPlainTier},
     // Reached through the catalogue only.
     {"packed order to packed order", {"ReorderPacked", "ReorderPacked", "ReorderPacked"}, kAvx2Only, FormRule::EveryTier},
