@@ -6,28 +6,11 @@
 // multiplies and adds, so every rounding is that of the plain form.
 #include <immintrin.h>
 
+#include "scale/rounded.h"
 #include "scale/planar_scale.h"
 
 namespace tarn {
 namespace {
-
-// This file is built with fused multiply-add available, and the compiler
-// would fuse a product into the sum that follows; the sums must round the
-// product on its own, as the plain form does. An empty asm statement hides
-// the product from that contraction and costs nothing.
-inline float Rounded(float p) {
-#if defined(__GNUC__)
-    __asm__("" : "+x"(p));
-#endif
-    return p;
-}
-
-inline __m256 Rounded(__m256 p) {
-#if defined(__GNUC__)
-    __asm__("" : "+x"(p));
-#endif
-    return p;
-}
 
 // Bytes of trunc(v + 0.5) for eight float sums, the addition in double.
 inline __m128i RoundedBytes(__m256 v) {

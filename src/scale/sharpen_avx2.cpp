@@ -5,19 +5,11 @@
 // the vertical pass runs row by row, so its taps are the same for all eight.
 #include <immintrin.h>
 
+#include "scale/rounded.h"
 #include "scale/sharpen_passes.h"
 
 namespace tarn {
 namespace {
-
-// The product stays a product of its own: this file may be built with fused
-// multiply-add available.
-inline __m256 Rounded(__m256 p) {
-#if defined(__GNUC__)
-    __asm__("" : "+x"(p));
-#endif
-    return p;
-}
 
 inline __m256 Bytes8(const uint8_t* p) {
     return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));

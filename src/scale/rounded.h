@@ -1,0 +1,18 @@
+// A product kept a product of its own. Files built with fused multiply-add
+// available would otherwise let the compiler fuse a product into the sum
+// that follows, and the sum must round the product first, as the plain forms
+// do. An empty asm statement hides the value from that contraction and costs
+// nothing. For the forms' files only (float or vector registers).
+#pragma once
+
+namespace tarn {
+
+template <class V>
+inline V Rounded(V p) {
+#if defined(__GNUC__)
+    __asm__("" : "+x"(p));
+#endif
+    return p;
+}
+
+}  // namespace tarn
