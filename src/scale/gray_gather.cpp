@@ -19,7 +19,7 @@ GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len) {
     if (n == 0) return;
     base = new (std::nothrow) uint32_t[n];
     kind = new (std::nothrow) uint8_t[n];
-    masks = new (std::nothrow) uint8_t[size_t(n) * 32];
+    masks = new (std::nothrow) uint8_t[size_t(n) * 16 * kMostLoads];
     if (!base || !kind || !masks) return;  // blocks stays 0: all byte by byte
     const uint32_t lo = *std::min_element(offsets, offsets + len);
     const uint32_t hi = *std::max_element(offsets, offsets + len);
@@ -28,17 +28,18 @@ GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len) {
         const uint32_t mn = *std::min_element(o, o + kBlock), mx = *std::max_element(o, o + kBlock);
         kind[b] = 0;
         base[b] = mn;
-        uint8_t* m = masks + size_t(b) * 32;
-        for (uint32_t loads = 1; loads <= 2; ++loads) {
+        uint8_t* m = masks + size_t(b) * 16 * kMostLoads;
+        for (uint32_t loads = 1; loads <= kMostLoads; ++loads) {
             const uint32_t reach = 16 * loads;
             if (mx - mn >= reach || hi - lo + 1 < reach) continue;
             // Near the end of the row the load slides left so as not to pass
             // the largest offset; the block's bytes stay inside it.
             const uint32_t start = std::min(mn, hi + 1 - reach);
+            // Each target byte from the one load that holds it; 0x80 gives a
+            // zero from every other load.
             for (uint32_t i = 0; i < kBlock; ++i) {
                 const uint32_t rel = o[i] - start;
-                m[i] = rel < 16 ? uint8_t(rel) : 0x80;                // 0x80: a zero from this load
-                m[16 + i] = rel >= 16 ? uint8_t(rel - 16) : 0x80;
+                for (uint32_t l = 0; l < kMostLoads; ++l) m[16 * l + i] = rel / 16 == l ? uint8_t(rel % 16) : 0x80;
             }
             base[b] = start;
             kind[b] = uint8_t(loads);

@@ -1,6 +1,6 @@
 // Nearest-sample scaling of single-channel planes: the gather of one row
 // through its column offsets, planned once per image so that a fast form can
-// fetch each 16 target bytes with one or two loads and a byte shuffle.
+// fetch each 16 target bytes with one to four loads and byte shuffles.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@ namespace tarn {
 
 // For each run of 16 target columns: where to load from (relative to the
 // row) and how to spread the loaded bytes. Blocks whose columns reach over
-// more than 32 source bytes are gathered byte by byte (kind 0). Loads never
+// more than 64 source bytes are gathered byte by byte (kind 0). Loads never
 // reach below the smallest or above the largest offset of the whole table,
 // which every row reads anyway.
 class GrayGatherPlan {
@@ -23,13 +23,14 @@ public:
     static constexpr uint32_t kBlock = 16;
     uint32_t blocks = 0;          // whole blocks; the columns after them are gathered one by one
     uint32_t* base = nullptr;     // per block
-    // Per block: 0 byte by byte, 1 one load, 2 two loads; a one-load block
+    // Per block: 0 byte by byte, else the number of 16-byte loads; a one-load block
     // whose target bytes are its source bytes each doubled also carries
     // kDoubled, with kOddPhase when the doubling starts half a pair late
     // (target i takes source (i + 1) / 2), for forms without a byte shuffle.
     uint8_t* kind = nullptr;
-    static constexpr uint8_t kLoads = 3, kDoubled = 4, kOddPhase = 8;
-    uint8_t* masks = nullptr;     // per block 32 bytes: shuffle of the first load, of the second
+    static constexpr uint32_t kMostLoads = 4;
+    static constexpr uint8_t kLoads = 7, kDoubled = 8, kOddPhase = 16;
+    uint8_t* masks = nullptr;     // per block 16 bytes per load: the shuffle of each load in turn
 };
 
 // dst[j] = row[offsets[j]] for j < len, using the plan where a fast form runs.

@@ -1,6 +1,6 @@
 // Planned single-channel gather, AVX2 form: each block of 16 target bytes is
-// one or two 16-byte loads spread by a byte shuffle. A shuffle index with its
-// top bit set gives 0, so the two shuffled loads are simply or-ed. Blocks
+// one to four 16-byte loads spread by byte shuffles. A shuffle index with its
+// top bit set gives 0, so the shuffled loads are simply or-ed. Blocks
 // the plan leaves to bytes, and the columns after the last block, are
 // gathered as the plain form gathers them.
 #include <immintrin.h>
@@ -17,21 +17,20 @@ void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* off
     for (uint32_t b = 0; b < blocks; ++b) {
         uint8_t* d = dst + size_t(b) * kB;
         const uint8_t* s = row + plan.base[b];
-        const __m128i* m = reinterpret_cast<const __m128i*>(plan.masks + size_t(b) * 32);
+        const __m128i* m = reinterpret_cast<const __m128i*>(plan.masks + size_t(b) * 16 * GrayGatherPlan::kMostLoads);
+        auto part = [&](uint32_t l) {
+            return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * l)), _mm_loadu_si128(m + l));
+        };
         switch (plan.kind[b] & GrayGatherPlan::kLoads) {
-            case 1: {
-                const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_shuffle_epi8(v, _mm_loadu_si128(m)));
+            case 1: _mm_storeu_si128(reinterpret_cast<__m128i*>(d), part(0)); break;
+            case 2: _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_or_si128(part(0), part(1))); break;
+            case 3:
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_or_si128(_mm_or_si128(part(0), part(1)), part(2)));
                 break;
-            }
-            case 2: {
-                const __m128i v0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
-                const __m128i v1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16));
-                const __m128i r = _mm_or_si128(_mm_shuffle_epi8(v0, _mm_loadu_si128(m)),
-                                               _mm_shuffle_epi8(v1, _mm_loadu_si128(m + 1)));
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(d), r);
+            case 4:
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(d),
+                                 _mm_or_si128(_mm_or_si128(part(0), part(1)), _mm_or_si128(part(2), part(3))));
                 break;
-            }
             default: GrayGatherRow(d, row, offsets + size_t(b) * kB, kB); break;
         }
     }

@@ -31,7 +31,8 @@ std::vector<uint32_t> Columns(uint32_t len, double step, std::mt19937& rng) {
 
 TEST(GrayGather, PlannedGatherPicksEachOffset) {
     std::mt19937 rng(7);
-    const double steps[] = {0.5, 1.0, 1.5, 1.9, 2.0, 2.1, 2.5, 0.0, -1.0};
+    // Up to 4 samples a column: one to four loads a block; beyond, byte by byte.
+    const double steps[] = {0.5, 1.0, 1.5, 1.9, 2.0, 2.1, 2.5, 3.0, 3.3, 4.0, 4.1, 8.0, 0.0, -1.0};
     for (double step : steps)
         for (uint32_t len : {1u, 15u, 16u, 17u, 31u, 32u, 33u, 100u, 259u}) {
             const auto offsets = Columns(len, step, rng);
@@ -61,7 +62,7 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
     const PlaneCase cases[] = {
         {48, 27, 96, 54, 0, 0, false},   {960, 8, 1920, 16, 0, 0, false}, {96, 40, 64, 30, 3, 5, false},
         {35, 17, 111, 70, 1, 0, true},   {64, 9, 64, 23, 0, 7, false},    {200, 11, 33, 5, 0, 0, true},
-        {17, 33, 16, 64, 0, 0, false},
+        {17, 33, 16, 64, 0, 0, false},  {1920, 9, 480, 3, 0, 0, false},  {301, 12, 97, 4, 2, 1, true},
     };
     std::mt19937 rng(3);
     for (const PlaneCase& c : cases) {
