@@ -124,11 +124,15 @@ void TimeCase(benchmark::State& state, Row& row, const std::function<bool()>& ou
     if (peer) peer();
     copy();
     double best[3] = {1e9, 1e9, 1e9};
-    for (auto _ : state) {
+    auto round = [&] {
         best[0] = std::min(best[0], once([&] { ours(); }));
         if (peer) best[1] = std::min(best[1], once(peer));
         best[2] = std::min(best[2], once(copy));
-    }
+    };
+    // At least four turns each, however long a case takes: one or two would
+    // leave the figure to chance.
+    for (int i = 0; i < 3; ++i) round();
+    for (auto _ : state) round();
     row.ours = best[0];
     row.peer = peer ? best[1] : 0;
     row.copy = best[2];
