@@ -11,11 +11,18 @@
 namespace tarn {
 namespace {
 
+// A target row depends only on its source row and the column table, so a
+// row whose source row is that of the row above is a copy of it, where
+// writing the target cannot change the source (`reuse`).
 template <uint32_t SB, uint32_t DB>
 void NearestRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
-                 uint32_t srcWidth, const DriverTables& t) {
+                 uint32_t srcWidth, const DriverTables& t, bool reuse) {
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(dst, dstStride, y);
+        if (reuse && y > 0 && t.rows.offsets[y] == t.rows.offsets[y - 1]) {
+            std::memcpy(d, TargetRow(dst, dstStride, y - 1), size_t(w) * DB);
+            continue;
+        }
         const uint8_t* s = SourceRow(src, t.rows, y);
         if (w == srcWidth) {
             // Equal widths: whole-row operations; the column table is ignored.
@@ -171,7 +178,8 @@ void Drive(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_
     DriverTables t(w, h, srcWidth, srcHeight, SB, srcStride, startX, stepX, startY, stepY, mode);
     if (!t.ok()) return;
     if (mode == SCALE_NEAREST) {
-        NearestRows<SB, DB>(dst, w, h, dstStride, src, srcWidth, t);
+        const bool reuse = SourceApart(dst, size_t(w) * DB, h, dstStride, src, size_t(srcWidth) * SB, 0, t.rows);
+        NearestRows<SB, DB>(dst, w, h, dstStride, src, srcWidth, t, reuse);
         return;
     }
     const bool box = mode == SCALE_BOX || mode == SCALE_BOX_FADE;

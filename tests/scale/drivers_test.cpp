@@ -176,6 +176,35 @@ TEST(Driver, NearestCopiesAndFourthBytes) {
     EXPECT_EQ(one.at(0, 1)[1], src.at(2, 3)[1]);
 }
 
+TEST(Driver, NearestRowsThatShareASourceRowAreItsSamples) {
+    // Each source pixel names its row and column; square images scale both
+    // axes alike, so target pixel (x, y) must carry the source row that
+    // column y takes and the column of its own column, whether its row was
+    // gathered or copied from the row above (enlargements copy every other
+    // row).
+    for (uint32_t sb : {3u, 4u})
+        for (uint32_t db : {3u, 4u}) {
+            if (sb == 4 && db == 3) continue;
+            for (uint32_t n : {40u, 30u, 13u}) {
+                Image src(20, 20, sb, 3), dst(n, n, db, 5);
+                for (uint32_t y = 0; y < 20; ++y)
+                    for (uint32_t x = 0; x < 20; ++x) {
+                        src.at(x, y)[0] = uint8_t(y);
+                        src.at(x, y)[1] = uint8_t(x);
+                        src.at(x, y)[2] = uint8_t(x * 7 + y * 11);
+                    }
+                test::Scale(dst, src, 0);
+                for (uint32_t y = 0; y < n; ++y)
+                    for (uint32_t x = 0; x < n; ++x) {
+                        const uint8_t* p = dst.at(x, y);
+                        ASSERT_EQ(p[0], dst.at(y, 0)[1]) << sb << db << " " << n << " " << x << "," << y;
+                        ASSERT_EQ(p[1], dst.at(x, 0)[1]) << sb << db << " " << n << " " << x << "," << y;
+                        ASSERT_EQ(p[2], uint8_t(p[1] * 7 + p[0] * 11)) << sb << db << " " << n;
+                    }
+            }
+        }
+}
+
 TEST(Driver, ZeroSizesAndUnknownPairsWriteNothing) {
     Image src(4, 4, 4), dst(4, 4, 2);
     src.SetRow(0, {1, 2, 3, 4});
