@@ -9,6 +9,7 @@
 #include <immintrin.h>
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "scale/packed_scale_rows.h"
@@ -24,6 +25,7 @@ struct Columns {
     std::vector<double> dx;
     std::vector<int32_t> base;
     std::vector<uint8_t> picks;  // [block][2][16]
+    bool whole = true;           // every dx is 0
 };
 
 Columns PlanColumns(int32_t srcWidth, int32_t dstWidth) {
@@ -43,6 +45,7 @@ Columns PlanColumns(int32_t srcWidth, int32_t dstWidth) {
             c.off0[i] = 2 * x0 + b;
             c.off1[i] = 2 * x1 + b;
             c.dx[i] = double(dx);
+            c.whole &= dx == 0.0f;
         }
     }
     const int32_t blocks = n / 4, rowBytes = 2 * srcWidth;
@@ -89,6 +92,26 @@ void BlendRow(double* h, const uint8_t* row, const Columns& c, int32_t n) {
     }
 }
 
+// A row's own samples where every dx is 0: then H = a - (a - b) * 0 = a,
+// and a target row whose dy is 0 takes float(H) = a as it is.
+void SampleRow(uint8_t* d, const uint8_t* row, const Columns& c, int32_t n) {
+    int32_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const int32_t base = c.base[i / 4];
+        if (base < 0) {
+            for (int32_t j = i; j < i + 4; ++j) d[j] = row[c.off0[j]];
+            continue;
+        }
+        const __m128i window = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base));
+        const __m128i a = _mm_shuffle_epi8(
+            window, _mm_loadu_si128(reinterpret_cast<const __m128i*>(c.picks.data() + 8 * size_t(i))));
+        const __m128i words = _mm_packs_epi32(a, a);
+        const int32_t four = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
+        std::memcpy(d + i, &four, 4);
+    }
+    for (; i < n; ++i) d[i] = row[c.off0[i]];
+}
+
 }  // namespace
 
 void ScalePackedAvx2(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride, uint8_t* dst,
@@ -111,9 +134,15 @@ void ScalePackedAvx2(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, in
         const int32_t iy = static_cast<int32_t>(fy);
         const float dy = fy - static_cast<float>(iy);
         const int32_t y0 = std::clamp(iy, 0, srcHeight - 1), y1 = std::clamp(iy + 1, 0, srcHeight - 1);
-        const double* top = blended(y0, y1);
-        const double* bottom = blended(y1, y0);
         uint8_t* d = dst + intptr_t(y) * dstStride;
+        // With dy 0 the value is top - (top - bottom) * 0 = top: the row
+        // below plays no part.
+        if (dy == 0.0f && c.whole) {
+            SampleRow(d, src + intptr_t(y0) * srcStride, c, n);
+            continue;
+        }
+        const double* top = blended(y0, y1);
+        const double* bottom = dy == 0.0f ? top : blended(y1, y0);
         const __m256d dyv = _mm256_set1_pd(double(dy));
         auto four = [&](int32_t i) {
             const __m256d t = _mm256_cvtps_pd(_mm256_cvtpd_ps(_mm256_loadu_pd(top + i)));
