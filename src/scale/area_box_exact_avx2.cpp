@@ -4,8 +4,9 @@
 // (multiples of 2^-shift below 256 need at most 16 significant bits), so a
 // target byte is trunc(S * 2^-shift + 0.5) for the plain sum S of its
 // fx * fy samples: (S + 2^(shift-1)) >> shift. The sums are worked in 16
-// bits, the source rows of a target row added first (fy * 255 fits), then
-// the columns in halving passes, which the exactness lets run in any order.
+// bits, the source rows of a target row added first (fy * 255 fits; single-
+// channel rows add their byte pairs as they are read), then the columns in
+// halving passes, which the exactness lets run in any order.
 // 3-byte pixels are spread to four 16-bit lanes as they are read.
 #include <immintrin.h>
 
@@ -42,6 +43,20 @@ void AddRow(uint16_t* acc, const uint8_t* row, uint32_t srcWidth, uint32_t c) {
     for (; i + 16 <= bytes; i += 16)
         put(i, _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i))));
     for (; i < bytes; ++i) one(i, row[i]);
+}
+
+// Single-channel rows of an even factor: acc[p] (+)= row[2p] + row[2p + 1],
+// the first halving done as the row is read.
+template <bool First>
+void AddRowPairs(uint16_t* acc, const uint8_t* row, uint32_t srcWidth) {
+    const __m256i ones = _mm256_set1_epi8(1);
+    uint32_t i = 0;
+    for (; i + 32 <= srcWidth; i += 32) {
+        const __m256i v = _mm256_maddubs_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(row + i)), ones);
+        __m256i* p = reinterpret_cast<__m256i*>(acc + i / 2);
+        _mm256_storeu_si256(p, First ? v : _mm256_add_epi16(_mm256_loadu_si256(p), v));
+    }
+    for (; i + 1 < srcWidth; i += 2) acc[i / 2] = uint16_t((First ? 0 : acc[i / 2]) + row[i] + row[i + 1]);
 }
 
 // Halves the pixels of a row of `pixels` sums (lanes per pixel 1 or 4) in
@@ -106,12 +121,19 @@ void AreaBoxExactAvx2(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, 
     const uint32_t fx = srcWidth / dstWidth, fy = srcHeight / dstHeight;
     const uint32_t lanes = c == 3 ? 4 : c;
     std::vector<uint16_t> acc(size_t(srcWidth) * lanes + 32);
+    const bool pairs = c == 1 && fx % 2 == 0;
     for (uint32_t t = 0; t < dstHeight; ++t, dst += dstStride) {
         const uint8_t* row = src + intptr_t(t) * fy * srcStride;
-        AddRow<true>(acc.data(), row, srcWidth, c);
-        for (uint32_t j = 1; j < fy; ++j) AddRow<false>(acc.data(), row + intptr_t(j) * srcStride, srcWidth, c);
-        uint32_t pixels = dstWidth * fx;
-        for (uint32_t f = fx; f > 1; f /= 2, pixels /= 2) HalvePixels(acc.data(), pixels, lanes == 1 ? 1 : 4);
+        uint32_t pixels = dstWidth * fx, f = fx;
+        if (pairs) {
+            AddRowPairs<true>(acc.data(), row, srcWidth);
+            for (uint32_t j = 1; j < fy; ++j) AddRowPairs<false>(acc.data(), row + intptr_t(j) * srcStride, srcWidth);
+            pixels /= 2, f /= 2;
+        } else {
+            AddRow<true>(acc.data(), row, srcWidth, c);
+            for (uint32_t j = 1; j < fy; ++j) AddRow<false>(acc.data(), row + intptr_t(j) * srcStride, srcWidth, c);
+        }
+        for (; f > 1; f /= 2, pixels /= 2) HalvePixels(acc.data(), pixels, lanes == 1 ? 1 : 4);
         EmitRow(dst, acc.data(), dstWidth, c, shift);
     }
 }
