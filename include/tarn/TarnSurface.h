@@ -173,6 +173,16 @@ public:
     virtual VedResult TARN_CALL Resize(int32_t width, int32_t height, int32_t keepAspect,
                                        int32_t quality) = 0;
     virtual VedResult TARN_CALL SetFormat(SurfaceFormat format) = 0;
+    // Turns the picture by whole degrees into a new buffer, after running
+    // the queued operations: 90 and 270 swap width and height (and move the
+    // content rectangle), 180 keeps the frame, any other angle grows the frame
+    // to hold the turned picture with black corners. The mask turns along.
+    // RGB24, RGB32, GRAY8 and YUV420 turn; YUV422 answers VED_E_NOTSUPPORTED
+    // (at 90 and 270 after the content rectangle has moved). Angles outside
+    // 0..360 answer VED_E_OUTOFMEMORY and change nothing. Bytes the turn does
+    // not reach (the edge row or column an RGB or GRAY8 right angle leaves
+    // out, GRAY8 corners, row padding, a chroma line of an odd half size) are
+    // zero, so the same input always gives the same bytes.
     virtual VedResult TARN_CALL Rotate(int32_t degrees) = 0;
     virtual VedResult TARN_CALL Transform(int32_t first, int32_t second, double a, double b,
                                           double c, double d, int32_t last) = 0;

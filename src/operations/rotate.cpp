@@ -1,10 +1,138 @@
-// DoRotate: turning the picture by whole degrees.
+// DoRotate: the picture turned by a whole number of degrees into a new
+// buffer. Right angles swap or keep the size exactly; 180 degrees keeps size
+// and stride; other angles grow the frame to hold the turned picture, with
+// black corners. The mask turns along.
+#include "operations/rotate.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "operations/fill.h"
+#include "operations/stretch.h"
+#include "surface/pixel_memory.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
 
-VedResult CTarnSurfaceBuffer::DoRotate(int32_t) {
-    return VED_E_NOTSUPPORTED;  // rotation arrives with the warp library
+namespace {
+
+constexpr double kPi = 3.14159;
+constexpr int64_t kMaxBufferBytes = INT32_MAX;
+
+// Odd sizes grow away from zero by one.
+int64_t MadeEven(int64_t v) { return v + v % 2; }
+
+enum class Turn { Quarter, Half, Other };
+
+Turn TurnOf(int32_t degrees) {
+    if (degrees == 90 || degrees == 270) return Turn::Quarter;
+    return degrees == 180 ? Turn::Half : Turn::Other;
+}
+
+// What a new buffer holds: its frame, its stride and its byte count.
+struct NewLayout {
+    int64_t width, height, stride, bytes;
+};
+
+NewLayout LayoutFor(Turn turn, int32_t degrees, const SurfaceInfo& info, bool planar) {
+    const int64_t W = info.width, H = info.height;
+    NewLayout out{};
+    switch (turn) {
+        case Turn::Quarter: out.width = H, out.height = W; break;
+        case Turn::Half: out.width = W, out.height = H; break;
+        case Turn::Other: {
+            const RotatedFrame f = GrownFrame(degrees, W, H);
+            out.width = f.width, out.height = f.height;
+            break;
+        }
+    }
+    if (planar) {
+        out.stride = out.width;
+        out.bytes = out.height * out.stride * 3 / 2;
+    } else {
+        // 180 degrees keeps the surface's own stride.
+        out.stride = turn == Turn::Half ? info.stride : (out.width * info.bitsPerPixel + 31) / 32 * 4;
+        out.bytes = out.height * out.stride;
+    }
+    return out;
+}
+
+// The content rectangle of a right angle: the same for 90 and 270 degrees.
+void TurnContentRect(SurfaceInfo& info) {
+    const VedRect old = ContentRectOf(info);
+    const int32_t W = static_cast<int32_t>(info.width);
+    SetContentRect(info, {old.top, W - old.right, old.bottom, W - old.left});
+}
+
+}  // namespace
+
+RotatedFrame GrownFrame(int32_t degrees, int64_t width, int64_t height) {
+    int32_t d = degrees > 180 ? degrees - 180 : degrees;
+    if (d >= 91) d = 180 - d;
+    if (d < 1) return {0, 0};
+    const double t = d * kPi / 180;
+    const double W = double(width), H = double(height);
+    return {MadeEven(int64_t(std::trunc(H * std::sin(t) + W * std::cos(t)))),
+            MadeEven(int64_t(std::trunc(H * std::cos(t) + W * std::sin(t))))};
+}
+
+VedResult CTarnSurfaceBuffer::DoRotate(int32_t degrees) {
+    if (!pixels) return VED_E_INVALIDARG;
+    if (degrees == 0 || degrees == 360) return VED_S_OK;
+    const Turn turn = TurnOf(degrees);
+    const PixelLayout layout = LayoutOf(info.format);
+    if (layout != PixelLayout::Interleaved && layout != PixelLayout::Planar) {
+        // Nothing is allocated for a format that cannot turn, but a right
+        // angle has moved the content rectangle by then.
+        if (turn == Turn::Quarter) TurnContentRect(info);
+        return VED_E_NOTSUPPORTED;
+    }
+    const bool planar = layout == PixelLayout::Planar;
+    const int32_t W = static_cast<int32_t>(info.width), H = static_cast<int32_t>(info.height);
+    // Pixels the warp cannot take, or rows that do not fit their stride:
+    // refused before anything changes.
+    if (planar ? info.stride < W : !ScalableInterleaved(info.bitsPerPixel, W, info.stride))
+        return VED_E_INVALIDARG;
+
+    const NewLayout to = LayoutFor(turn, degrees, info, planar);
+    // An angle outside 0..360 makes a frame of no size: there is nothing to
+    // allocate, and the surface stays as it was.
+    if (to.width < 1 || to.height < 1 || to.bytes > kMaxBufferBytes) return VED_E_OUTOFMEMORY;
+    // Bytes the turn leaves alone (bands at the edge that the warp's spans
+    // leave out, corners, row padding, a chroma line of an odd half size)
+    // are zero, never what the heap held. A grown planar frame is painted
+    // whole below, so only its slack needs clearing.
+    const bool paintedWhole = planar && turn == Turn::Other;
+    PendingPixels fresh(NewPixelArray(to.bytes));
+    uint8_t* out = fresh.get();
+    if (!out) return VED_E_OUTOFMEMORY;
+    std::memset(out + (paintedWhole ? to.bytes : 0), 0,
+                size_t(paintedWhole ? 0 : to.bytes) + kPixelTailSlack);
+
+    if (turn == Turn::Quarter) TurnContentRect(info);
+    const int32_t newWidth = int32_t(to.width), newHeight = int32_t(to.height), newStride = int32_t(to.stride);
+    // The corners of a grown frame stay unpainted by the turn: black. For
+    // RGB the zeroed buffer is already what a fill with colour 0 makes, and
+    // GRAY8 is never painted.
+    if (paintedWhole) FillPlanar(out, newWidth, newHeight, newStride, nullptr, 0);
+    if (planar)
+        RotatePlanar(out, newWidth, newHeight, newStride, pixels, W, H, info.stride, degrees);
+    else
+        RotateInterleaved(out, newWidth, newHeight, newStride, info.bitsPerPixel, pixels, W, H, info.stride,
+                          info.bitsPerPixel, degrees);
+
+    // Picture and mask stay the same size.
+    if (mask) {
+        mask->Rotate(degrees);
+        mask->Flush();
+    }
+    ReplacePixels(fresh.release());
+    if (turn != Turn::Half) {
+        info.stride = newStride;
+        info.width = uint32_t(newWidth);
+        info.height = uint32_t(newHeight);
+    }
+    return VED_S_OK;
 }
 
 }  // namespace tarn

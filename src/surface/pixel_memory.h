@@ -33,6 +33,7 @@ public:
         DeletePixelArray(p_);
         p_ = p;
     }
+    uint8_t* get() const { return p_; }
     uint8_t* release() {
         uint8_t* p = p_;
         p_ = nullptr;
