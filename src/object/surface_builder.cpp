@@ -93,6 +93,9 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
             // that the plane addresses put at the end of each plane.
             const size_t chroma = size_t(info.width / 2) * size_t(info.height) / 2;
             std::memset(surface->pixels, 0x10, size_t(luma));
+            // With an odd side the planes' addresses leave gaps between and
+            // behind them; those bytes are zero.
+            if ((info.width | info.height) & 1) std::memset(surface->pixels + luma, 0, size_t(size - luma));
             std::memset(surface->pixels + luma, 0x80, chroma);
             std::memset(surface->pixels + luma * 5 / 4, 0x80, chroma);
             break;

@@ -120,6 +120,7 @@ VedResult CTarnSurfaceBuffer::DoDrawToSurface(VedRect* destRect, ITarnSurface* s
             !ScalableInterleaved(fromInfo.bitsPerPixel, fromWidth, fromInfo.stride) ||
             !PixelSizesMeet(info.bitsPerPixel, fromInfo.bitsPerPixel))
             return VED_E_NOTSUPPORTED;
+        if (!ModeSuitsPixels(info.bitsPerPixel, quality, false)) return VED_E_INVALIDARG;
         StretchInterleaved(pixels, width, height, destArea, info.stride, info.bitsPerPixel,
                            info.topDown, fromPixels, fromWidth, fromHeight, fromArea,
                            fromInfo.stride, fromInfo.bitsPerPixel, fromInfo.topDown, 0, quality);
@@ -153,6 +154,8 @@ VedResult CTarnSurfaceBuffer::DoDrawToBuffer(VedRect* sourceRect, VedRect* destR
     switch (LayoutOf(info.format)) {
         case PixelLayout::Interleaved: {
             if (!ScalableInterleaved(bits, width, info.stride)) return VED_E_INVALIDARG;
+            if (!ModeSuitsPixels(bits, quality, !destRect && (bufferWidth == 1 || bufferHeight == 1)))
+                return VED_E_INVALIDARG;
             const int64_t stride =
                 bufferStride < 1 ? (int64_t(bits) * bufferWidth + 31) / 32 * 4 : bufferStride;
             if (stride > INT32_MAX) return VED_E_INVALIDARG;

@@ -78,7 +78,8 @@ VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t ke
     if (width < 4 || height < 4) return VED_E_INVALIDARG;
     const PixelLayout layout = LayoutOf(info.format);
     const int32_t bits = info.bitsPerPixel;
-    if (layout == PixelLayout::Interleaved && !ScalableInterleaved(bits, info.width, info.stride))
+    if (layout == PixelLayout::Interleaved &&
+        (!ScalableInterleaved(bits, info.width, info.stride) || !ModeSuitsPixels(bits, quality, false)))
         return VED_E_INVALIDARG;
 
     // The content rectangle is set before anything can fail, direct output too.
@@ -123,6 +124,9 @@ VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t ke
             // leaves alone, are zero rather than what the heap held.
             std::memset(fresh, 0, static_cast<size_t>(plan.bytes));
         } else if (layout == PixelLayout::Planar) {
+            // With an odd side the paint's rows of chroma leave a few bytes
+            // at the end of each plane, which are zero.
+            if ((width | height) & 1) std::memset(fresh, 0, static_cast<size_t>(plan.bytes));
             FillPlanar(fresh, width, height, outStride, nullptr, 0);
         } else if (layout == PixelLayout::Packed) {
             // Only the first quarter is set to 0x80: a byte fill of the

@@ -33,6 +33,14 @@ inline bool ScalableInterleaved(int32_t bits, int64_t width, int64_t stride) {
     return (bits == 8 || bits == 24 || bits == 32) && RowsFitStride(bits, width, stride);
 }
 
+// The plane-only modes (0xFF00 and above) mean nothing to the tables of 3-
+// and 4-byte pixels, which stay unfilled, so the library refuses them there
+// unless a side of 1 makes every mode nearest; 1-byte pixels take any mode
+// above 0 and 5 as bilinear.
+inline bool ModeSuitsPixels(int32_t bits, int32_t quality, bool sideOfOne) {
+    return bits == 8 || sideOfOne || static_cast<uint32_t>(quality) <= SCALE_AREA;
+}
+
 // RGB24, RGB32 and GRAY8. Pixel sizes are bits / 8; the engine itself turns
 // 3-byte pixels into 4-byte ones and back. Differing row orders mirror the
 // picture as a whole: this is the one place where row order is handled.

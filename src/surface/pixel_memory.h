@@ -7,16 +7,23 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <new>
 
 namespace tarn {
 
 inline constexpr size_t kPixelTailSlack = 64;
 
-// Null when `bytes` is not positive, too large, or memory is short.
+// Null when `bytes` is not positive, too large, or memory is short. The
+// slack is zero: a 24-bit pixel read four bytes at a time at the end of the
+// last row takes a byte of it into a 32-bit result, which must not depend on
+// what the heap held.
 inline uint8_t* NewPixelArray(int64_t bytes, size_t extraSlack = 0) {
     if (bytes <= 0 || static_cast<uint64_t>(bytes) > (uint64_t(1) << 40)) return nullptr;
-    return new (std::nothrow) uint8_t[static_cast<size_t>(bytes) + kPixelTailSlack + extraSlack];
+    const size_t n = static_cast<size_t>(bytes), slack = kPixelTailSlack + extraSlack;
+    uint8_t* p = new (std::nothrow) uint8_t[n + slack];
+    if (p) std::memset(p + n, 0, slack);
+    return p;
 }
 
 inline void DeletePixelArray(uint8_t* p) { delete[] p; }
