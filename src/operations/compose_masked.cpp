@@ -59,6 +59,12 @@ VedResult StretchOverlayAndMask(ITarnSurface*& overlay, ITarnSurface*& mask, con
     return VED_S_OK;
 }
 
+// The part of D the planar blend paints: its whole 2x2 blocks.
+VedRect BlockArea(const VedRect& d) {
+    const int32_t blocks = platform::RectWidth(d) >> 1, pairs = platform::RectHeight(d) >> 1;
+    return {d.left, d.top, d.left + 2 * blocks, d.top + 2 * pairs};
+}
+
 // Every byte of one picture's three planes that the planar blend touches,
 // entering at `r` for whole blocks of D.
 bool PlanarPlanesInside(const SurfaceInfo& in, const VedRect& r, const VedRect& d) {
@@ -126,9 +132,12 @@ VedResult ComposeMasked(ITarnSurface* target, ITarnSurface* overlay) {
     overlay->GetInfo(&oi);
     if (!planar && (!RectInside(d, ti.width, ti.height) || (!stretch && !RectInside(s, oi.width, oi.height))))
         return refuse(VED_E_INVALIDARG);
-    // The target's side of the byte test needs only D: a D whose blocks leave
-    // the target is refused before a copy of its size is made.
-    if (planar && !PlanarPlanesInside(ti, d, d)) return refuse(VED_E_INVALIDARG);
+    // The planar blend paints D's whole blocks, which must lie in the target
+    // picture: blocks past its right edge would run into the next rows and be
+    // painted twice, in an order that differs between forms. Such a D is
+    // refused before a copy of its size is made.
+    if (planar && (!RectInside(BlockArea(d), ti.width, ti.height) || !PlanarPlanesInside(ti, d, d)))
+        return refuse(VED_E_INVALIDARG);
 
     if (stretch) {
         const VedResult r = StretchOverlayAndMask(overlay, mask, d, s);
