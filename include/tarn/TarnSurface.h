@@ -12,10 +12,46 @@
 //   YUV420 output the two chroma planes behind the luma as well, x 3 / 2 in
 //   all). When the last queued operation is a Resize, the buffer is first
 //   painted black as a planar picture, so it must hold stride x height x 3 / 2
-//   bytes whatever the format.
+//   bytes whatever the format. A packed (YUV422) surface is resized by way of
+//   the planar format, and straight into the buffer that first step converts
+//   the picture at its present size: the stride must hold a row of the
+//   present width and the buffer the taller of the two pictures, x 3 / 2.
 // - DrawToBuffer writes rows at the buffer's stride; 24-bit pixels are stored
 //   four bytes at a time, so allow 16 bytes after the last row.
 // The library's own pixel buffers carry slack for such stores.
+//
+// Refusals. Where the contract leaves input undefined, the library answers
+// instead of reading or writing amiss; valid input is never refused:
+// - A null result pointer is refused first (VED_E_INVALIDARG), before
+//   anything is made: CreateBlank, CreateFromData, GetInfo.
+// - CreateBlank and CreateFromData: a stride shorter than a row of the format
+//   (3, 4, 1 or 2 bytes per pixel), a planar stride other than the width, and
+//   a buffer of more than 2^31 - 1 bytes answer VED_E_INVALIDARG.
+// - Resize below 4 x 4 answers VED_E_INVALIDARG with nothing queued.
+// - A resize or drawing of 24- or 32-bit pixels in a plane-only mode
+//   (SCALE_PLANAR_NEAREST and above) answers VED_E_INVALIDARG: those modes
+//   have no tables for such pixels. 8-bit pixels take them as bilinear.
+// - A stored stride too short for bitsPerPixel x width (a descriptor whose
+//   bit depth disagrees with its stride) makes resize, fill and drawing
+//   answer VED_E_INVALIDARG.
+// - A resize into a caller's buffer (CopyOut) whose rows would reach past
+//   stride x height x 3 / 2 bytes, or past 2^31 - 1, answers
+//   VED_E_INVALIDARG; shorter strides whose rows stay inside are written.
+// - A format conversion into a caller's buffer (CopyOut) at a stride shorter
+//   than a row of the new format answers VED_E_INVALIDARG.
+// - DrawToSurface of a format pair the library does not convert (8-bit with
+//   24- or 32-bit pixels, planar with packed or 8-bit) answers
+//   VED_E_NOTSUPPORTED; a source rectangle that its conversion leaves outside
+//   the source answers VED_E_INVALIDARG.
+// - Flatten: an overlay whose blend would touch pixels outside the target,
+//   the overlay or its mask answers VED_E_INVALIDARG from its compositor and
+//   paints nothing (the packed and keyed blends need D and S inside their
+//   pictures; the masked planar blend needs D's whole 2 x 2 blocks inside the
+//   target, and S's inside the overlay's buffers). Flatten goes on with the
+//   next overlay, as for any compositor's failure.
+// - Running short of memory anywhere answers VED_E_OUTOFMEMORY (an RGB
+//   resize, as it always has, VED_E_FAIL); no exception but the lists' length
+//   error leaves the library.
 #pragma once
 
 #include <cstddef>

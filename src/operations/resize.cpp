@@ -118,11 +118,12 @@ VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t ke
         if (!fresh) return plan.failure;
         pending.reset(fresh);
         outStride = static_cast<int32_t>(plan.stride);
-        if (layout == PixelLayout::Interleaved &&
-            (target || plan.stride != RowBytes(bits, width) || quality == SCALE_AREA)) {
+        const bool boxes = quality == SCALE_BOX || quality == SCALE_BOX_FADE || quality == SCALE_AREA;
+        if (layout == PixelLayout::Interleaved && (target || plan.stride != RowBytes(bits, width) || boxes)) {
             // Row padding, the borders of a fitted mask, which its fill leaves
-            // alone, and what the area mode's box counts of 0 pass over when
-            // it enlarges, are zero rather than what the heap held.
+            // alone, and what the box kernels pass over (counts of 0 when the
+            // area mode enlarges, fourth bytes they do not store) are zero
+            // rather than what the heap held.
             std::memset(fresh, 0, static_cast<size_t>(plan.bytes));
         } else if (layout == PixelLayout::Planar) {
             // With an odd side the paint's rows of chroma leave a few bytes

@@ -149,6 +149,11 @@ VedResult CTarnSurfaceBuffer::DoSetFormat(SurfaceFormat format) {
     int32_t outStride;
     uint32_t flip;
     if (directOutput) {
+        // Rows shorter than the stride's reach would overlap, and the kernels
+        // write them in orders that differ between forms, and past the
+        // stride x height the caller provides: such a stride is refused.
+        const int64_t row = c->bitsAfter == 12 ? int64_t(w) : int64_t(c->bitsAfter / 8) * w;
+        if (directStride < row) return VED_E_INVALIDARG;
         out = directBuffer;
         outStride = directStride;
         flip = info.topDown != directTopDown ? 1 : 0;

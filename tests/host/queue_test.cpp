@@ -94,6 +94,11 @@ TEST(CopyOut, QueuedRecordsThatChangeNothingStillDeliverThePicture) {
 
 namespace {
 
+// A packed resize sent straight to the caller's buffer follows the queue's
+// rule for it: the way through the planar format writes a conversion to the
+// buffer, the resize then scales the unchanged packed picture over it, and the
+// final change back to packed finds nothing to do. Kept on purpose; the
+// resized packed picture is what the caller receives.
 TEST(CopyOut, APackedResizeDeliversTheResizedPicture) {
     // Rows of a packed 8 x 8 picture hold 10 x row in every byte. Doubling the
     // height puts target row 2k exactly on source row k, so the delivered

@@ -4,6 +4,7 @@
 // sizes and the failure answers.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "convert/cpu_features.h"
@@ -148,6 +149,21 @@ TEST(SetFormat, EveryPairOfTheTableInEveryTier) {
                 }
             }
         }
+    }
+}
+
+// A caller's stride shorter than a row of the new format would make the rows
+// overlap: refused, with nothing written.
+TEST(SetFormat, CopyOutRefusesAStrideShorterThanANewRow) {
+    for (const Pair& p : kPairs) {
+        const int32_t w = 20, h = 6;
+        const SurfaceInfo info = Describe(p.from, w, h, 0);
+        Ref<ITarnSurface> s = host::FromData(info, Random(BytesOf(info), 5));
+        const int32_t row = p.to == SURFACE_FORMAT_YUV420 ? w : w * host::BitsOf(p.to) / 8;
+        std::vector<uint8_t> out(size_t(row) * h * 2, 0xEE);
+        ASSERT_EQ(s->SetFormat(p.to), VED_S_OK);
+        EXPECT_EQ(s->CopyOut(out.data(), row - 1, 1), VED_E_INVALIDARG) << p.from << "->" << p.to;
+        EXPECT_EQ(std::count(out.begin(), out.end(), 0xEE), ptrdiff_t(out.size()));
     }
 }
 
