@@ -30,6 +30,18 @@ void OnThreads(Body body) {
     for (std::thread& th : threads) th.join();
 }
 
+// work(t) run ten times on each thread t at once gives what it gave alone.
+template <class Work>
+void SameOnEveryThread(Work work) {
+    std::vector<std::vector<uint8_t>> expected;
+    for (int t = 0; t < kThreads; ++t) expected.push_back(work(uint32_t(t)));
+    std::vector<std::vector<uint8_t>> got(kThreads);
+    OnThreads([&](int t) {
+        for (int i = 0; i < 10; ++i) got[t] = work(uint32_t(t));
+    });
+    for (int t = 0; t < kThreads; ++t) EXPECT_EQ(got[t], expected[t]) << "thread " << t;
+}
+
 tarn::Ref<ITarnSurface> Planar(uint32_t w, uint32_t h, uint32_t seed) {
     return host::FromData(Describe(SURFACE_FORMAT_YUV420, w, h), host::Ramp(size_t(w) * h * 3 / 2, seed));
 }
@@ -95,13 +107,7 @@ TEST(Concurrency, SharedOverlayComposedOntoFramesOnEveryThread) {
         const uint8_t* p = host::PixelsOf(result.get());
         return std::vector<uint8_t>(p, p + 32 * 32 * 3 / 2);
     };
-    std::vector<std::vector<uint8_t>> expected;
-    for (int t = 0; t < kThreads; ++t) expected.push_back(compose(uint32_t(t)));
-    std::vector<std::vector<uint8_t>> got(kThreads);
-    OnThreads([&](int t) {
-        for (int i = 0; i < 10; ++i) got[t] = compose(uint32_t(t));
-    });
-    for (int t = 0; t < kThreads; ++t) EXPECT_EQ(got[t], expected[t]) << "thread " << t;
+    SameOnEveryThread(compose);
 }
 
 // Distinct surfaces resized, converted and copied out at once.
@@ -117,13 +123,7 @@ TEST(Concurrency, QueuesOfDistinctSurfacesDrainedAtOnce) {
         EXPECT_EQ(s->CopyOut(out.data(), 32 * 4, 1), VED_S_OK);
         return out;
     };
-    std::vector<std::vector<uint8_t>> expected;
-    for (int t = 0; t < kThreads; ++t) expected.push_back(work(uint32_t(t)));
-    std::vector<std::vector<uint8_t>> got(kThreads);
-    OnThreads([&](int t) {
-        for (int i = 0; i < 10; ++i) got[t] = work(uint32_t(t));
-    });
-    for (int t = 0; t < kThreads; ++t) EXPECT_EQ(got[t], expected[t]) << "thread " << t;
+    SameOnEveryThread(work);
 }
 
 // One builder making surfaces for every thread.
