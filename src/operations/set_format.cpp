@@ -70,7 +70,12 @@ bool WritesEveryByte(const Conversion& c, int32_t w, int32_t h, int32_t stride) 
     if ((w | h) & 1) return false;
     if (c.to == SURFACE_FORMAT_RGB24 && stride != 3 * w) return false;
     const bool packedRest = c.function == Function::RgbToPacked && (w & 6) != 0;
-    return !(packedRest && TierOf(g_cpuFeatures) == Tier::Sse2);
+    if (packedRest && TierOf(g_cpuFeatures) == Tier::Sse2) return false;
+    // The MMX body of planar to 32-bit RGB, with bit 3 of the width set,
+    // starts each later row pair 8 pixels further right, passing over the
+    // pixels it leaves behind.
+    const bool drifts = c.function == Function::PlanarToRgb && c.bits == 32 && (w & 8) != 0;
+    return !(drifts && TierOf(g_cpuFeatures) == Tier::Mmx);
 }
 
 void Run(const Conversion& c, uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride,
