@@ -1,7 +1,7 @@
 // Single-channel bilinear Inner, AVX2 form with a cache of horizontal
 // blends. Each source row's blend h[j] = (s[o] (256 - w) + s[o + 1] w) >> 8
-// is worked once, eight pixels at a time from one 16-byte window of the row
-// by one byte shuffle and one multiply-add, and kept while target rows use
+// is worked once, eight pixels at a time from one or two 16-byte windows of
+// the row by byte shuffles and one multiply-add, and kept while target rows use
 // it; a target pixel is then (h_top (256 - rw) + h_below rw) >> 8, sixteen
 // at a time. The trailing pixels (len mod 4) keep their own weight reading.
 #include <immintrin.h>
@@ -18,19 +18,29 @@ namespace {
 void Plan(GrayRowCache& c, const uint8_t* weights, const uint32_t* offsets, uint32_t groups) {
     const uint32_t blocks = groups / 8;
     c.base.assign(blocks, -1);
-    c.pairs.assign(size_t(blocks) * 16, 0);
+    c.windows.assign(blocks, 0);
+    c.pairs.assign(size_t(blocks) * 32, 0x80);
     c.weightPairs.resize(groups);
     for (uint32_t j = 0; j < groups; ++j) c.weightPairs[j] = (256 - weights[j]) | uint32_t(weights[j]) << 16;
-    for (uint32_t b = 0; b < blocks && c.srcWidth >= 16; ++b) {
+    for (uint32_t b = 0; b < blocks; ++b) {
         const uint32_t* o = offsets + 8 * b;
         uint32_t lo = o[0], hi = o[0];
         for (uint32_t k = 0; k < 8; ++k) lo = std::min(lo, o[k]), hi = std::max(hi, o[k] + 1);
-        const uint32_t base = std::min(lo, c.srcWidth - 16);
-        if (hi >= c.srcWidth || hi - base >= 16) continue;
-        c.base[b] = int32_t(base);
-        for (uint32_t k = 0; k < 8; ++k) {
-            c.pairs[16 * b + 2 * k] = uint8_t(o[k] - base);
-            c.pairs[16 * b + 2 * k + 1] = uint8_t(o[k] + 1 - base);
+        for (uint32_t w = 1; w <= 2; ++w) {
+            const uint32_t reach = 16 * w;
+            if (c.srcWidth < reach || hi >= c.srcWidth) break;
+            const uint32_t base = std::min(lo, c.srcWidth - reach);
+            if (hi - base >= reach) continue;
+            c.base[b] = int32_t(base);
+            c.windows[b] = uint8_t(w);
+            // Each byte of a pair from the 16 bytes that hold it; 0x80 gives
+            // a zero from the other.
+            for (uint32_t k = 0; k < 8; ++k)
+                for (uint32_t e = 0; e < 2; ++e) {
+                    const uint32_t rel = o[k] + e - base;
+                    c.pairs[32 * b + 16 * (rel / 16) + 2 * k + e] = uint8_t(rel % 16);
+                }
+            break;
         }
     }
     c.blend[0].assign(groups + 16, 0);
@@ -51,9 +61,12 @@ inline __m256i Blend8(const uint8_t* row, const GrayRowCache& c, const uint32_t*
         }
         return _mm256_load_si256(reinterpret_cast<const __m256i*>(v));
     }
-    const __m128i window = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base));
-    const __m128i picked =
-        _mm_shuffle_epi8(window, _mm_loadu_si128(reinterpret_cast<const __m128i*>(c.pairs.data() + 2 * j)));
+    const uint8_t* m = c.pairs.data() + 4 * size_t(j);
+    auto part = [&](uint32_t w) {
+        return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base + 16 * w)),
+                                _mm_loadu_si128(reinterpret_cast<const __m128i*>(m + 16 * w)));
+    };
+    const __m128i picked = c.windows[j / 8] == 2 ? _mm_or_si128(part(0), part(1)) : part(0);
     const __m256i w = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(c.weightPairs.data() + j));
     return _mm256_srli_epi32(_mm256_madd_epi16(_mm256_cvtepu8_epi16(picked), w), 8);
 }

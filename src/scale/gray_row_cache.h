@@ -19,12 +19,13 @@ struct GrayRowCache {
     std::vector<uint16_t> blend[2];
     const uint8_t* tag[2] = {nullptr, nullptr};
     // Planned from the column tables on first use, per block of 8 pixels:
-    // the first of 16 row bytes holding both samples of each (-1: the
-    // samples spread wider, worked one by one), the byte shuffle that puts
-    // each pair in two 16-bit lanes, and per pixel the weight pair
-    // (256 - w) | w << 16.
+    // the first of the 16 or 32 row bytes holding both samples of each (-1:
+    // the samples spread wider, worked one by one), how many 16-byte windows
+    // that is, the byte shuffle of each window that puts each pair in two
+    // 16-bit lanes, and per pixel the weight pair (256 - w) | w << 16.
     std::vector<int32_t> base;
-    std::vector<uint8_t> pairs;
+    std::vector<uint8_t> windows;
+    std::vector<uint8_t> pairs;  // [block][window][16]
     std::vector<uint32_t> weightPairs;
     const uint32_t* plannedFor = nullptr;
 };
