@@ -36,8 +36,21 @@ void CheckStreamPath(const std::string& path, const char* role) {
 
 Composer::Composer(const Library& lib, const ComposeOptions& options, int width, int height)
     : lib_(lib), options_(options), width_(width), height_(height),
-      outWidth_(options.resize ? options.resize->width : width),
-      outHeight_(options.resize ? options.resize->height : height) {
+      outWidth_(width), outHeight_(height) {
+    if (options.rotate) {
+        // The turned size is the library's to decide: one blank frame turned
+        // tells it.
+        const SurfaceRef probe = NewPlanarFrame();
+        Check(probe->Rotate(options.rotate), "Rotate");
+        SurfaceInfo info{};
+        Check(probe->GetInfo(&info), "GetInfo");
+        outWidth_ = int(info.width);
+        outHeight_ = int(info.height);
+    }
+    if (options.resize) {
+        outWidth_ = options.resize->width;
+        outHeight_ = options.resize->height;
+    }
     for (const OverlayPlacement& placement : options.overlays) {
         SurfaceRef overlay = LoadOverlay(placement);
         if (overlay) overlays_.push_back(std::move(overlay));
@@ -62,11 +75,19 @@ SurfaceRef Composer::LoadOverlay(const OverlayPlacement& placement) const {
     const int dw = placement.width ? placement.width : picture.width;
     const int dh = placement.height ? placement.height : picture.height;
     if (dw != picture.width || dh != picture.height) picture = StretchImage(lib_, picture, dw, dh);
-    SurfaceRef overlay = PlaceOverlay(lib_, picture, placement.x, placement.y, placement.alpha,
-                                      placement.key.value_or(kNoKey), width_, height_);
+    uint32_t key = placement.key.value_or(kNoKey);
+    if (placement.rotate) {
+        // Turned with alpha, so that the corners the turn uncovers stay
+        // transparent; a key colour becomes transparency before the turn.
+        picture = RotateImage(lib_, WithAlpha(picture, placement.key), placement.rotate);
+        key = kNoKey;
+    }
+    SurfaceRef overlay =
+        PlaceOverlay(lib_, picture, placement.x, placement.y, placement.alpha, key, width_, height_);
     if (!overlay)
         std::fprintf(stderr, "tarnsurf: note: %s: overlay rectangle %s lies entirely outside the frame of %dx%d; skipped\n",
-                     placement.file.c_str(), RectText(placement.x, placement.y, placement.x + dw, placement.y + dh).c_str(),
+                     placement.file.c_str(),
+                     RectText(placement.x, placement.y, placement.x + picture.width, placement.y + picture.height).c_str(),
                      width_, height_);
     return overlay;
 }
@@ -91,6 +112,7 @@ void Composer::Compose(ITarnSurface* frame) const {
     for (const SurfaceRef& overlay : overlays_) Check(frame->AddOverlay(overlay.get()), "AddOverlay");
     SurfaceRef flattened;
     Check(frame->Flatten(flattened.put()), "Flatten");
+    if (options_.rotate) Check(frame->Rotate(options_.rotate), "Rotate");
     if (options_.resize) {
         const ResizeTarget& r = *options_.resize;
         Check(frame->Resize(r.width, r.height, r.fit ? 1 : 0, options_.quality), "Resize");
@@ -101,13 +123,18 @@ SurfaceRef Composer::NewPlanarFrame() const {
     return lib_.Blank(DescribeSurface(SURFACE_FORMAT_YUV420, width_, height_, true));
 }
 
-void Composer::ComposePlanar(ITarnSurface* frame, std::vector<uint8_t>& resized) const {
+uint8_t* Composer::ComposePlanar(ITarnSurface* frame, std::vector<uint8_t>& resized) const {
     Compose(frame);
-    if (!options_.resize) return;
+    if (!options_.resize) {
+        uint8_t* pixels = nullptr;
+        Check(frame->GetPixels(&pixels), "GetPixels");
+        return pixels;
+    }
     resized.resize(PlanarBytes(outWidth_, outHeight_) + kWriteSlack);
     // The queued resize is the last record, so CopyOut has it write straight
     // into `resized`, and the frame keeps its size and buffer for the next one.
     Check(frame->CopyOut(resized.data(), outWidth_, 1), "CopyOut");
+    return resized.data();
 }
 
 Image Composer::ComposeImage(const Image& frame) const {
@@ -172,9 +199,12 @@ void RunCompose(const ComposeOptions& options) {
         SurfaceRef frame;
         uint8_t* pixels = nullptr;
         std::vector<uint8_t> resized;
+        uint8_t* composed = nullptr;
     };
     const auto read = [&](Job& job) {
-        if (!job.frame) {
+        // A turn gives the frame a new buffer of another size, so a turned
+        // frame is not read into again.
+        if (!job.frame || options.rotate) {
             job.frame = composer.NewPlanarFrame();
             Check(job.frame->GetPixels(&job.pixels), "GetPixels");
             if (!job.pixels) Fail(reader.name(), "the library gave a frame without pixels");
@@ -184,9 +214,9 @@ void RunCompose(const ComposeOptions& options) {
             Fail(options.output, "picture output takes one frame, and " + reader.name() + " has more");
         return true;
     };
-    const auto work = [&](Job& job) { composer.ComposePlanar(job.frame.get(), job.resized); };
+    const auto work = [&](Job& job) { job.composed = composer.ComposePlanar(job.frame.get(), job.resized); };
     const auto write = [&](Job& job) {
-        uint8_t* composed = options.resize ? job.resized.data() : job.pixels;
+        uint8_t* composed = job.composed;
         if (writer) {
             const PlanePointers p = StreamPlanesOf(composed, outHeader.width, outHeader.height);
             writer->WriteFrame(p.y, p.u, p.v);

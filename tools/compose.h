@@ -1,6 +1,6 @@
 // The compose pipeline: overlays loaded once and checked against the frame,
 // then each frame made a surface, given the overlays, flattened, optionally
-// resized, and copied out.
+// turned and resized, and copied out.
 #pragma once
 
 #include "library.h"
@@ -23,10 +23,11 @@ public:
     // A blank planar frame of the input size, made once per frame slot and
     // reused: frames are read straight into its pixels.
     SurfaceRef NewPlanarFrame() const;
-    // Composes `frame` in place. With a resize, the resized picture goes to
-    // `resized` (planar, output size, with slack) and `frame` keeps its size;
-    // without, `resized` is left alone.
-    void ComposePlanar(ITarnSurface* frame, std::vector<uint8_t>& resized) const;
+    // Composes `frame` in place, turns it when asked, and answers the planar
+    // picture of the output size. With a resize, that goes to `resized`
+    // (with slack) and `frame` keeps its size; without, it is the frame's own
+    // pixels and `resized` is left alone.
+    uint8_t* ComposePlanar(ITarnSurface* frame, std::vector<uint8_t>& resized) const;
     // An RGB picture in, an RGB picture out.
     Image ComposeImage(const Image& frame) const;
 

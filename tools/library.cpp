@@ -183,8 +183,8 @@ SurfaceRef Rgb32SurfaceFrom(const Library& lib, const Image& picture) {
     return lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB32, padded.width, padded.height, true), bgra.data());
 }
 
-// The top left `width` x `height` pixels of a top-down RGB32 surface as a
-// picture of `channels` channels.
+// The top left `width` x `height` pixels of an RGB32 surface as a picture of
+// `channels` channels.
 Image ImageFromRgb32(ITarnSurface* surface, int width, int height, int channels) {
     SurfaceInfo info{};
     Check(surface->GetInfo(&info), "GetInfo");
@@ -192,7 +192,8 @@ Image ImageFromRgb32(ITarnSurface* surface, int width, int height, int channels)
     Check(surface->GetPixels(&pixels), "GetPixels");
     Image image(width, height, channels);
     for (int y = 0; y < height; ++y) {
-        const uint8_t* in = pixels + size_t(y) * info.stride;
+        const int stored = info.topDown ? y : int(info.height) - 1 - y;
+        const uint8_t* in = pixels + size_t(stored) * info.stride;
         uint8_t* out = image.Row(y);
         CopySwappingRedBlue(in, 4, out, channels, width);
         if (channels == 4)
@@ -202,6 +203,24 @@ Image ImageFromRgb32(ITarnSurface* surface, int width, int height, int channels)
 }
 
 }  // namespace
+
+Image RotateImage(const Library& lib, const Image& picture, int degrees) {
+    // Padded with transparent pixels, which stay invisible wherever the turn
+    // takes them; rows bottom up, the order in which RGB turns the same way
+    // round as the frames do.
+    const int w = std::max((picture.width + 3) & ~3, 4), h = std::max((picture.height + 1) & ~1, 4);
+    std::vector<uint8_t> bgra(size_t(w) * size_t(h) * 4, 0);
+    for (int y = 0; y < picture.height; ++y) {
+        uint8_t* out = bgra.data() + size_t(h - 1 - y) * size_t(w) * 4;
+        CopySwappingRedBlue(picture.Row(y), 4, out, 4, picture.width);
+        for (int x = 0; x < picture.width; ++x) out[4 * x + 3] = picture.Row(y)[4 * x + 3];
+    }
+    const SurfaceRef surface = lib.FromData(DescribeSurface(SURFACE_FORMAT_RGB32, w, h, false), bgra.data());
+    Check(surface->Rotate(degrees), "Rotate");
+    SurfaceInfo info{};
+    Check(surface->GetInfo(&info), "GetInfo");
+    return ImageFromRgb32(surface.get(), int(info.width), int(info.height), 4);
+}
 
 Image StretchImage(const Library& lib, const Image& picture, int width, int height) {
     if (picture.width < 2 || picture.height < 2) return StretchImage(lib, Doubled(picture), width, height);

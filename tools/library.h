@@ -75,6 +75,11 @@ SurfaceRef PrepareOverlay(const Library& lib, SurfaceRef overlay, const VedRect&
 // sampling, alpha travelling with its pixel; any sizes from 1 up.
 Image StretchImage(const Library& lib, const Image& picture, int width, int height);
 
+// `picture` (4 channels) turned by `degrees` through the library. The result
+// is as large as the library makes a turned picture; the corners the turn
+// uncovers are transparent.
+Image RotateImage(const Library& lib, const Image& picture, int degrees);
+
 // Converts the surface's picture to RGB and copies it out, top row first.
 Image ImageFromSurface(ITarnSurface* surface);
 

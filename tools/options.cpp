@@ -28,22 +28,26 @@ constexpr QualityName kQualities[] = {
     {"sharpen", SCALE_PLANAR_SHARPEN}, {"planar-area", SCALE_PLANAR_AREA},
 };
 
-constexpr const char* kComposeExamples = R"(Overlay: FILE[:x=N][:y=N][:w=N][:h=N][:src=L,T,R,B][:alpha=N][:key=RRGGBB]
+constexpr const char* kComposeExamples = R"(Overlay: FILE[:x=N][:y=N][:w=N][:h=N][:src=L,T,R,B][:alpha=N][:key=RRGGBB][:rotate=DEG]
   x, y     top left corner on the frame (default 0, 0); negative or past an
            edge is fine: the part on the frame is drawn
   w, h     size on the frame; the overlay is stretched when it differs from src
   src      the part of the PNG taken, right and bottom exclusive (default all)
   alpha    transparency 0 (opaque) .. 256 (invisible); scales a PNG's own alpha
   key      colour of the overlay that is not drawn (PNGs without alpha only)
+  rotate   turn the overlay by DEG degrees after any stretch; it grows to hold
+           the turned picture, x and y placing the grown one
 A PNG's alpha channel becomes the overlay's mask. Overlays of any size are
-drawn whole. INPUT and OUTPUT are .png files or .y4m (YUV4MPEG2 4:2:0)
-streams; '-' is standard input or output, read and written as YUV4MPEG2.
+drawn whole. INPUT and OUTPUT are .png or .bmp pictures or .y4m (YUV4MPEG2
+4:2:0) streams; '-' is standard input or output, read and written as
+YUV4MPEG2.
 
 Examples:
   tarnsurf compose frame.png --overlay logo.png:x=32:y=32 -o out.png
   tarnsurf compose in.y4m --overlay title.png:x=100:y=600:alpha=64 \
       --overlay box.png:x=0:y=0:w=640:h=360 --resize 1280x720:fit -o out.y4m
   tarnsurf compose frame.bmp --overlay logo.png --overlay badge.bmp:x=64 -o out.bmp
+  tarnsurf compose in.y4m --overlay logo.png:x=20:y=20:rotate=15 --rotate 90 -o out.y4m
   ffmpeg -i clip.mp4 -f yuv4mpegpipe -pix_fmt yuv420p - |
       tarnsurf compose - --overlay logo.png:x=20:y=20 -o - |
       ffmpeg -f yuv4mpegpipe -i - out.mp4)";
@@ -120,6 +124,11 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
         ->allow_extra_args(false);
     compose->add_option("--resize", resize, "Resize the composed frames to WxH; ':fit' keeps the shape")
         ->check(Grammar("WxH[:fit]", [](const std::string& t) { ParseResize(t); }));
+    std::string rotate;
+    compose->add_option("--rotate", rotate,
+                        "Turn each composed frame by DEG degrees, any whole angle; the frame grows to hold "
+                        "it, and a stream's size follows")
+        ->check(Grammar("DEG", [](const std::string& t) { ParseAngle(t, "rotate"); }));
     compose->add_option("--quality", composeQuality, "Scaling mode: " + QualityNames())
         ->check(CLI::Validator(QualityCheck, "MODE"))
         ->capture_default_str();
@@ -144,6 +153,7 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
         result.command = Command::Compose;
         for (const std::string& text : overlays) c.overlays.push_back(ParseOverlay(text));
         if (!resize.empty()) c.resize = ParseResize(resize);
+        if (!rotate.empty()) c.rotate = ParseAngle(rotate, "rotate");
         c.quality = *QualityByName(composeQuality);
     }
     return result;

@@ -21,6 +21,7 @@ struct OverlayPlacement {
     std::optional<PixelRect> source; // the part of the PNG taken; default all of it
     uint32_t alpha = 0;              // transparency, 0 (opaque) to 256 (invisible)
     std::optional<uint32_t> key;     // 0xRRGGBB: overlay pixels of this colour are not drawn
+    int rotate = 0;                  // degrees, 0 to 359, turned after any stretch
 };
 
 struct ResizeTarget {
@@ -34,6 +35,7 @@ struct ComposeOptions {
     std::vector<OverlayPlacement> overlays;
     std::optional<ResizeTarget> resize;
     int32_t quality = 1;  // a scaling mode of the library; bilinear by default
+    int rotate = 0;       // degrees, 0 to 359, each frame turned after composing
     int threads = 1;
 };
 
@@ -62,6 +64,8 @@ CommandLine ParseCommandLine(int argc, const char* const* argv);
 // is wrong.
 OverlayPlacement ParseOverlay(const std::string& text);
 ResizeTarget ParseResize(const std::string& text);
+// A whole angle in degrees, any sign and any number of turns, as 0 to 359.
+int ParseAngle(const std::string& text, const std::string& what);
 // Quality names ("bilinear", "area", ...) and the library's scaling modes.
 std::optional<int32_t> QualityByName(const std::string& name);
 std::string QualityNames();

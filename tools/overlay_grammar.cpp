@@ -1,8 +1,9 @@
 // The grammars of --overlay and --resize, kept apart from the command-line
 // library so they can be read and tested on their own.
 //
-//   --overlay FILE[:x=N][:y=N][:w=N][:h=N][:src=L,T,R,B][:alpha=N][:key=RRGGBB]
+//   --overlay FILE[:x=N][:y=N][:w=N][:h=N][:src=L,T,R,B][:alpha=N][:key=RRGGBB][:rotate=DEG]
 //   --resize WxH[:fit]
+//   --rotate DEG
 //
 // FILE ends at the first ':' that starts a "key=", so paths that hold a
 // colon elsewhere still work.
@@ -80,11 +81,20 @@ OverlayPlacement ParseOverlay(const std::string& text) {
             const std::string hex = value.substr(value.rfind('#') == 0 ? 1 : value.rfind("0x", 0) == 0 ? 2 : 0);
             if (hex.size() != 6) throw ToolError("key '" + value + "' is not a colour RRGGBB in hex");
             placement.key = uint32_t(ParseNumber(hex, "key", 0, 0xFFFFFF, 16));
+        } else if (key == "rotate") {
+            placement.rotate = ParseAngle(value, "rotate");
         } else {
-            throw ToolError("unknown overlay option '" + key + "' (known: x, y, w, h, src, alpha, key)");
+            throw ToolError("unknown overlay option '" + key + "' (known: x, y, w, h, src, alpha, key, rotate)");
         }
     }
     return placement;
+}
+
+int ParseAngle(const std::string& text, const std::string& what) {
+    // The library sizes a turned frame from an angle of 0 to 360; other
+    // angles are brought there, -30 and 330 being the same turn.
+    constexpr long kTurns = 100 * 360;
+    return int((ParseNumber(text, what, -kTurns, kTurns) % 360 + 360) % 360);
 }
 
 ResizeTarget ParseResize(const std::string& text) {

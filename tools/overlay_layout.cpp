@@ -38,6 +38,18 @@ Image Crop(const Image& picture, int left, int top, int width, int height) {
     return part;
 }
 
+Image WithAlpha(const Image& picture, std::optional<uint32_t> key) {
+    if (picture.channels == 4) return picture;
+    Image rgba(picture.width, picture.height, 4);
+    const uint8_t* in = picture.pixels.data();
+    for (size_t i = 0; i < rgba.pixels.size(); i += 4, in += 3) {
+        std::memcpy(&rgba.pixels[i], in, 3);
+        const uint32_t rgb = uint32_t(in[0]) << 16 | uint32_t(in[1]) << 8 | in[2];
+        rgba.pixels[i + 3] = key && rgb == *key ? 0 : 255;
+    }
+    return rgba;
+}
+
 Image PadByRepeating(const Image& picture, int width, int height) {
     Image padded(width, height, picture.channels);
     const size_t pixel = size_t(picture.channels);

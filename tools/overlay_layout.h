@@ -8,6 +8,8 @@
 
 #include "png_io.h"
 
+#include <optional>
+
 namespace tarnsurf {
 
 // The margin of fully transparent pixels around a masked overlay's picture.
@@ -46,6 +48,10 @@ Image BuildCanvas(const Image& picture, const AxisLayout& across, const AxisLayo
 // `picture` padded at the right and bottom to `width` x `height` by repeating
 // its last column and row.
 Image PadByRepeating(const Image& picture, int width, int height);
+
+// `picture` with 4 channels: its own alpha, or opaque but where a pixel is
+// of the colour `key` (0xRRGGBB), which becomes transparent.
+Image WithAlpha(const Image& picture, std::optional<uint32_t> key);
 
 // The part of `picture` from column `left`, row `top`, `width` x `height`.
 Image Crop(const Image& picture, int left, int top, int width, int height);

@@ -291,6 +291,63 @@ TEST_F(EndToEnd, OverlaysAnywhereAndOfAnySizeMatchFfmpegsOverlayFilter) {
     }
 }
 
+// A turned stream: every frame turned after composing, the header telling
+// the grown size, and ffmpeg reading it back. 320x240 at 30 degrees holds
+// 240 sin 30 + 320 cos 30 = 397.1 by 240 cos 30 + 320 sin 30 = 367.8,
+// whole and even: 398 x 368. 210 degrees needs the same frame.
+TEST_F(EndToEnd, TurnedStreamsGrowAndFfmpegReadsThem) {
+    const struct {
+        const char* angle;
+        const char* size;
+    } cases[] = {{"30", "398,368"}, {"=-150", "398,368"}, {"90", "240,320"}, {"180", "320,240"}};
+    for (const auto& c : cases) {
+        const std::string angle = c.angle[0] == '=' ? std::string("--rotate") + c.angle : std::string("--rotate ") + c.angle;
+        const ShellRun run = Shell("ffmpeg -v error -i " + Path("clip.y4m") + " -f yuv4mpegpipe - | " + Tool() +
+                                   " compose - --overlay " + Path("logo.png") + ":x=100:y=60 " + angle + " -o - > " +
+                                   Path("turned.y4m"));
+        ASSERT_EQ(run.status, 0) << angle << ": " << run.err;
+        const ShellRun probe = Shell("ffprobe -v error -count_frames -show_entries stream=width,height,nb_read_frames "
+                                     "-of csv=p=0 " + Path("turned.y4m") + " > " + Path("probe.txt"));
+        ASSERT_EQ(probe.status, 0) << probe.err;
+        std::string line;
+        std::getline(std::ifstream(Path("probe.txt")), line);
+        EXPECT_EQ(line, std::string(c.size) + ",12") << angle;
+    }
+    // Half a turn takes pixel x, y to 319 - x, 239 - y: the overlay's opaque
+    // red top half (x 100 to 163, y 60 to 83) to x 156 to 219, y 156 to 179.
+    ASSERT_EQ(Shell(Tool() + " compose " + Path("clip.y4m") + " --overlay " + Path("logo.png") +
+                    ":x=100:y=60 --rotate 180 -o " + Path("half.y4m")).status, 0);
+    Y4mHeader header;
+    const auto frames = Frames(Path("half.y4m"), &header);
+    ASSERT_EQ(frames.size(), size_t(kFrames));
+    EXPECT_NEAR(frames[0][size_t(170) * kW + size_t(188)], 82, 4);  // red luma
+}
+
+// An overlay turned on its own: a quarter turn makes the 64x48 logo 48 wide
+// and 64 high, its red half now a side; half a turn puts the red half below.
+TEST_F(EndToEnd, OverlaysTurnOnTheirOwn) {
+    Y4mHeader header;
+    ASSERT_EQ(Shell(Tool() + " compose " + Path("clip.y4m") + " --overlay " + Path("logo.png") +
+                    ":x=100:y=60:rotate=180 -o " + Path("half.y4m")).status, 0);
+    const auto half = Frames(Path("half.y4m"), &header);
+    ASSERT_EQ(half.size(), size_t(kFrames));
+    EXPECT_NEAR(half[0][size_t(60 + 40) * kW + 132], 82, 4);  // lower half red
+    const auto original = Frames(Path("clip.y4m"), &header);
+    EXPECT_NEAR(half[0][size_t(60 + 8) * kW + 132], original[0][size_t(60 + 8) * kW + 132], 1);  // upper half clear
+
+    ASSERT_EQ(Shell(Tool() + " compose " + Path("clip.y4m") + " --overlay " + Path("logo.png") +
+                    ":x=100:y=60:rotate=90 -o " + Path("quarter.y4m")).status, 0);
+    const auto quarter = Frames(Path("quarter.y4m"), &header);
+    // Red fills one side of a 48x64 box: its left or right 24 columns, all 64 rows.
+    const auto red = [&](int x, int y) { return std::abs(int(quarter[0][size_t(y) * kW + size_t(x)]) - 82) <= 4; };
+    const bool left = red(100 + 8, 60 + 4) && red(100 + 8, 60 + 60);
+    const bool right = red(100 + 40, 60 + 4) && red(100 + 40, 60 + 60);
+    EXPECT_NE(left, right);
+    const auto clip = Frames(Path("clip.y4m"), &header);
+    const size_t below = size_t(60 + 70) * kW + size_t(100 + 24);  // nothing below the turned box
+    EXPECT_NEAR(quarter[0][below], clip[0][below], 1);
+}
+
 TEST_F(EndToEnd, BadInputIsRefusedWithoutOutput) {
     std::ofstream(Path("text.png")) << "not a picture";
     ASSERT_EQ(Shell("head -c 60000 " + Path("clip.y4m") + " > " + Path("cut.y4m")).status, 0);

@@ -131,6 +131,24 @@ TEST(OverlayPlacement, ColonsThatStartNoOptionBelongToTheFile) {
     EXPECT_FALSE(plain.key.has_value());
 }
 
+TEST(CommandLine, RotateTakesNegativeAngles) {
+    EXPECT_EQ(Parse({"compose", "in.y4m", "--rotate", "30", "-o", "o.y4m"}).compose.rotate, 30);
+    EXPECT_EQ(Parse({"compose", "in.y4m", "--rotate=-90", "-o", "o.y4m"}).compose.rotate, 270);
+    EXPECT_EQ(Parse({"compose", "in.y4m", "-o", "o.y4m"}).compose.rotate, 0);
+    const CommandLine bad = Parse({"compose", "in.y4m", "--rotate", "right", "-o", "o.y4m"});
+    EXPECT_TRUE(bad.finished);
+    EXPECT_NE(bad.message.find("not a number"), std::string::npos) << bad.message;
+}
+
+TEST(OverlayPlacement, AnglesOfAnySignAndTurnAreBroughtToOneTurn) {
+    EXPECT_EQ(ParseOverlay("a.png:rotate=30").rotate, 30);
+    EXPECT_EQ(ParseOverlay("a.png:rotate=-30").rotate, 330);
+    EXPECT_EQ(ParseOverlay("a.png:rotate=450").rotate, 90);
+    EXPECT_EQ(ParseOverlay("a.png:rotate=-720").rotate, 0);
+    EXPECT_EQ(ParseOverlay("a.png:rotate=360").rotate, 0);
+    EXPECT_NE(ErrorOf([] { ParseOverlay("a.png:rotate=1.5"); }).find("not a number"), std::string::npos);
+}
+
 TEST(OverlayPlacement, RefusesWithTheReason) {
     const struct {
         const char* text;
