@@ -41,6 +41,10 @@ run compose frame.png --overlay logo.png:x=48:y=96:key=000000 \
 run compose frame.png --overlay odd.png:x=48:y=48 --overlay tiny.png:x=301:y=201 -o example-whole.png
 zoom example-whole.png 12 12 297 197 example-whole-tiny.png
 run compose frame.png --overlay title.png:x=48:y=24 --resize 480x480:fit -o example-fit.png
+run compose frame.png --overlay title.png:x=48:y=24 --rotate 30 -o example-rotate.png
+run compose frame.png --overlay logo.png:x=40:y=40:key=000000:rotate=30 \
+  --overlay inset.png:x=400:y=60:w=128:h=96:rotate=90 --overlay title.png:x=100:y=200:rotate=-10 \
+  -o example-rotate-overlays.png
 ffmpeg -v error -y -i frame.png "$work/frame.bmp"
 ffmpeg -v error -y -i logo.png "$work/logo.bmp"
 cp title.png "$work/"
