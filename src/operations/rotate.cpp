@@ -57,6 +57,20 @@ NewLayout LayoutFor(Turn turn, int32_t degrees, const SurfaceInfo& info, bool pl
     return out;
 }
 
+// Whether the exact quarter-turn copies write every byte of a planar
+// buffer: each plane turns about its centre onto the whole target plane when
+// the sizes halve evenly twice (the chroma centre is at a quarter of them),
+// and with even sizes the planes lie end to end with no bytes between.
+bool PlanarTurnFillsAll(int32_t degrees, int64_t W, int64_t H) {
+    if (W % 2 || H % 2) return false;
+    switch (degrees) {
+        case 90: return H % 4 == 0;
+        case 270: return W % 4 == 0;
+        case 180: return W % 4 == 0 && H % 4 == 0;
+        default: return false;
+    }
+}
+
 // The content rectangle of a right angle: the same for 90 and 270 degrees.
 void TurnContentRect(SurfaceInfo& info) {
     const VedRect old = ContentRectOf(info);
@@ -101,13 +115,14 @@ VedResult CTarnSurfaceBuffer::DoRotate(int32_t degrees) {
     // Bytes the turn leaves alone (bands at the edge that the warp's spans
     // leave out, corners, row padding, a chroma line of an odd half size)
     // are zero, never what the heap held. A grown planar frame is painted
-    // whole below, so only its slack needs clearing.
+    // whole below, and most planar right angles fill the whole buffer, so
+    // for those only the slack needs clearing.
     const bool paintedWhole = planar && turn == Turn::Other;
+    const bool writtenWhole = paintedWhole || (planar && PlanarTurnFillsAll(degrees, W, H));
     PendingPixels fresh(NewPixelArray(to.bytes));
     uint8_t* out = fresh.get();
     if (!out) return VED_E_OUTOFMEMORY;
-    std::memset(out + (paintedWhole ? to.bytes : 0), 0,
-                size_t(paintedWhole ? 0 : to.bytes) + kPixelTailSlack);
+    std::memset(out + (writtenWhole ? to.bytes : 0), 0, size_t(writtenWhole ? 0 : to.bytes) + kPixelTailSlack);
 
     if (turn == Turn::Quarter) TurnContentRect(info);
     const int32_t newWidth = int32_t(to.width), newHeight = int32_t(to.height), newStride = int32_t(to.stride);

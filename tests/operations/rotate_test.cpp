@@ -138,6 +138,7 @@ Turned SourceOf(int32_t degrees, int32_t x, int32_t y, int32_t w, int32_t h) {
 TEST(Rotate, PlanarRightAnglesSampleBySample) {
     constexpr int32_t W = 8, H = 4;
     for (const int32_t degrees : {90, 180, 270}) {
+        DirtyTheHeap(BytesOf(SURFACE_FORMAT_YUV420, W, H), 0xA5);
         Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_YUV420, W, H);
         Number(s, [](int64_t i) { return uint8_t(i + 1); });
         const std::vector<uint8_t> before(Buffer(s)->pixels, Buffer(s)->pixels + W * H * 3 / 2);
@@ -176,20 +177,31 @@ TEST(Rotate, FourQuarterTurnsGiveThePictureBack) {
     }
 }
 
-// A half size of 3 turns into a chroma plane 3 wide of which the turn about
-// (0.5, 0.5) writes two columns; the third is zero, not heap contents.
-TEST(Rotate, OddHalfSizeLeavesAZeroChromaColumn) {
-    constexpr int32_t W = 8, H = 6;
-    DirtyTheHeap(BytesOf(SURFACE_FORMAT_YUV420, H, W), 0xA5);
-    Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_YUV420, W, H);
-    Number(s, [](int64_t i) { return uint8_t(i % 200 + 20); });
-    ASSERT_EQ(s->Rotate(90), VED_S_OK);
-    const uint8_t* p = Buffer(s)->pixels;
-    for (const int64_t plane : {int64_t(W * H), int64_t(W * H * 5 / 4)})
-        for (int32_t y = 0; y < W / 2; ++y) {
-            EXPECT_EQ(p[plane + y * 3 + 2], 0) << "row " << y;
-            EXPECT_NE(p[plane + y * 3 + 1], 0) << "row " << y;
-        }
+// A half size of 3 turns about 0.5 (a quarter of 6, less one half), so the
+// turn writes two of the three chroma columns (90) or rows (180, 270) of
+// the target plane; the third is zero, not heap contents.
+TEST(Rotate, OddHalfSizeLeavesAZeroChromaLine) {
+    struct Case {
+        int32_t degrees, w, h;
+        bool column;  // the zero line is the last column, else the last row
+    };
+    const Case cases[] = {{90, 8, 6, true}, {270, 6, 8, false}, {180, 8, 6, false}};
+    for (const Case& c : cases) {
+        DirtyTheHeap(BytesOf(SURFACE_FORMAT_YUV420, c.w, c.h), 0xA5);
+        Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_YUV420, c.w, c.h);
+        Number(s, [](int64_t i) { return uint8_t(i % 200 + 20); });
+        ASSERT_EQ(s->Rotate(c.degrees), VED_S_OK);
+        const SurfaceInfo info = InfoOf(s);
+        const int32_t cw = int32_t(info.width) / 2, ch = int32_t(info.height) / 2;
+        const int64_t luma = int64_t(info.width) * info.height;
+        const uint8_t* p = Buffer(s)->pixels;
+        for (const int64_t plane : {luma, luma + luma / 4})
+            for (int32_t y = 0; y < ch; ++y)
+                for (int32_t x = 0; x < cw; ++x) {
+                    const bool last = c.column ? x == cw - 1 : y == ch - 1;
+                    EXPECT_EQ(p[plane + y * cw + x] == 0, last) << c.degrees << " (" << x << ", " << y << ")";
+                }
+    }
 }
 
 // Interleaved right angles go through the warp with shifts a hair off whole
