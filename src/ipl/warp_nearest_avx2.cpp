@@ -9,6 +9,8 @@
 // image is ever read, yet the driver's rows keep at least 4 bytes of image.
 #include <immintrin.h>
 
+#include <cstring>
+
 #include "ipl/warp_nearest.h"
 
 namespace tarn {
@@ -60,9 +62,29 @@ void Store(uint8_t* d, __m256i v) {
     }
 }
 
+// A row that walks one source row backwards a whole pixel a step (a half
+// turn) reads eight neighbouring words: one load, put in reverse order, gives
+// what the eight gathers would. The driver has checked every pixel of the
+// row lies in the image, so the load stays in it.
+bool ReversedRgba(const NearestRow& r) {
+    if (r.stepY != 0 || r.stepX != 0xFFFF0000u) return false;
+    const int32_t sx = int32_t(r.x) >> 16, sy = int32_t(r.y) >> 16;
+    const uint8_t* s = r.src + (intptr_t(sx) * 4 + intptr_t(sy) * r.srcStep);  // target pixel i reads s - 4 i
+    const __m256i reverse = _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0);
+    int32_t i = 0;
+    for (; i + 8 <= r.count; i += 8) {
+        const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s - 4 * intptr_t(i + 7)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(r.dst + 4 * intptr_t(i)), _mm256_permutevar8x32_epi32(v, reverse));
+    }
+    for (; i < r.count; ++i) std::memcpy(r.dst + 4 * intptr_t(i), s - 4 * intptr_t(i), 4);
+    return true;
+}
+
 template <NearestPixel P>
 void Row(const NearestRow& r) {
     using S = Shape<P>;
+    if constexpr (P == NearestPixel::Rgba)
+        if (ReversedRgba(r)) return;
     constexpr int kBack = 4 - S::kSrc;  // bytes read before the pixel
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     __m256i x = _mm256_add_epi32(_mm256_set1_epi32(int32_t(r.x)),

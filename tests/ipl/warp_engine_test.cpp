@@ -197,6 +197,29 @@ TEST(WarpEngine, FastRowsMatchThePlainRows) {
         }
 }
 
+// Half turns that miss whole shifts walk each source row backwards a pixel
+// a step, which the 4-byte fast rows copy without gathers: every width
+// around the 8-pixel block, every form the plain form's bytes.
+TEST(WarpEngine, HalfTurnRowsMatchThePlainRows) {
+    for (int w = 2; w <= 27; ++w) {
+        const int h = 3 + w % 4;
+        OwnedImage src(w, h, 4, w % 3);
+        FillPattern(src);
+        std::vector<uint8_t> expect;
+        RecordReports rec;
+        for (SimdForm form : kAllForms) {
+            if (form > HostSimdForm()) continue;
+            ScopedKernelChoice choice(g_cpuFeatures, form);
+            OwnedImage dst(w, h, 4, 1, 0x3C);
+            iplRotate(src.get(), dst.get(), 180, w - 1 + 0.25, h - 1 + 0.125, 0);
+            ASSERT_TRUE(rec.reports().empty());
+            EXPECT_TRUE(dst.CanariesIntact());
+            if (form == SimdForm::Plain) expect = dst.Pixels();
+            else ASSERT_EQ(dst.Pixels(), expect) << FormName(form) << " width " << w;
+        }
+    }
+}
+
 // The spans of a quadrangle: ceil of the first row, the left and right
 // columns by ceil and floor, and the clip to the rectangle.
 TEST(ScanPlan, SpansOfASquareTurnedByFortyFiveDegrees) {
