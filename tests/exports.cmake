@@ -1,0 +1,30 @@
+# Checks what the shared library exports: CreateObject and the portable
+# platform functions of tarn/Platform.h, every one of them and nothing else.
+#   cmake -DNM=<nm> -DLIBRARY=<libtarnsurface.so> -P exports.cmake
+cmake_minimum_required(VERSION 3.25)
+execute_process(COMMAND ${NM} -D --defined-only -C ${LIBRARY}
+  OUTPUT_VARIABLE listing RESULT_VARIABLE failed)
+if(failed)
+  message(FATAL_ERROR "nm could not read ${LIBRARY}")
+endif()
+string(REPLACE "\n" ";" lines "${listing}")
+set(found "")
+foreach(line ${lines})
+  if(NOT line MATCHES "^[0-9a-fA-F]+ [A-Za-z] (.+)$")
+    continue()
+  endif()
+  set(symbol "${CMAKE_MATCH_1}")
+  if(symbol STREQUAL "CreateObject")
+    list(APPEND found CreateObject)
+  elseif(symbol MATCHES "^tarn::platform::([A-Za-z]+)\\(")
+    list(APPEND found ${CMAKE_MATCH_1})
+  else()
+    message(FATAL_ERROR "exported but not part of the interface: ${symbol}")
+  endif()
+endforeach()
+foreach(name CreateObject GlobalAlloc GlobalLock GlobalUnlock GlobalFree GlobalSize
+    DirectDrawCreateEx RasterGetInfo RasterLockData RasterUnlockData RasterCreate RasterFree)
+  if(NOT name IN_LIST found)
+    message(FATAL_ERROR "not exported: ${name}")
+  endif()
+endforeach()
