@@ -49,7 +49,15 @@ int64_t DirectReach(PixelLayout layout, int32_t bits, int32_t width, int32_t hei
             const int64_t luma = stride * height, chromaStride = stride / 2;
             const int64_t second = luma + (chromaStride * height) / 2;
             const int64_t lumaEnd = (height - 1) * stride + width;
-            const int64_t chromaEnd = second + (height / 2 - 1) * chromaStride + width / 2;
+            int64_t chromaEnd = second + (height / 2 - 1) * chromaStride + width / 2;
+            // The black bands of a fit find their second chroma plane a
+            // quarter of the luma behind the first, and rows at (row x
+            // stride) / 2; within a stride shorter than the width that can
+            // reach further.
+            if (stride < width) {
+                const int64_t bands = luma + luma / 4 + (int64_t(height / 2) * stride) / 2 + width / 2;
+                if (bands > chromaEnd) chromaEnd = bands;
+            }
             return lumaEnd > chromaEnd ? lumaEnd : chromaEnd;
         }
         case PixelLayout::Packed: return (height - 1) * stride + 2 * int64_t(width);
