@@ -5,11 +5,11 @@
 // single-channel (the mask).
 // Run: configure with -DTARN_BUILD_BENCH=ON, build tarn_bench_scale, then
 // ./bench/tarn_bench_scale (argument /0 /1 /2: plain, SSE2, AVX2 form)
-#include <chrono>
 #include <string>
 #include <vector>
 
 #include "bench_support.h"
+#include "form_cases.h"
 #include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
 #include "scale/scale.h"
@@ -22,41 +22,8 @@ namespace {
 
 constexpr int kW = 1920, kH = 1080;
 
-// Our cases run once per form the machine has; the peer's time is filed
-// under the key of every form so that each gets a ratio.
-const tarn::SimdForm kForms[] = {tarn::SimdForm::Plain, tarn::SimdForm::Sse2, tarn::SimdForm::Avx2};
-
-std::string Key(const char* family, tarn::SimdForm form, int w, int h) {
-    return std::string(family) + "/" + tarn::FormName(form) + "/" + std::to_string(w) + "x" + std::to_string(h);
-}
-
-template <class Body>
-double Seconds(benchmark::State& state, Body body) {
-    const auto start = std::chrono::steady_clock::now();
-    for (auto _ : state) {
-        body();
-        benchmark::ClobberMemory();
-    }
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() /
-           double(state.iterations());
-}
-
-template <class Body>
-void Ours(benchmark::State& state, const char* family, int w, int h, Body body) {
-    const tarn::SimdForm form = kForms[state.range(0)];
-    if (tarn::HostSimdForm() < form) {
-        state.SkipWithError("form not available");
-        return;
-    }
-    tarn::ScopedKernelChoice choice(tarn::g_cpuFeatures, form);
-    tarn::bench::RecordTime(Key(family, form, w, h), "ours", state, Seconds(state, body));
-}
-
-template <class Body>
-void Peer(benchmark::State& state, const char* family, int w, int h, Body body) {
-    const double s = Seconds(state, body);
-    for (tarn::SimdForm form : kForms) tarn::bench::RecordTime(Key(family, form, w, h), "peer", state, s);
-}
+using tarn::bench::Ours;
+using tarn::bench::Peer;
 
 struct Planar {
     int w, h;

@@ -16,17 +16,33 @@ __m128i Reverse16(__m128i v) {
     return _mm_or_si128(_mm_slli_epi16(v, 8), _mm_srli_epi16(v, 8));
 }
 
+// Each row starts with single bytes up to a 16-byte boundary of the target,
+// so that the stores are aligned; then four vectors a step, so that their
+// shuffles overlap.
 void ReverseRows(const QuarterBlock& b) {
-    const int32_t full = b.width & ~15;
     for (int32_t j = 0; j < b.height; ++j) {
         uint8_t* d = b.dst + intptr_t(j) * b.dstStep;
         const uint8_t* s = b.src + intptr_t(j) * b.dj;  // di is -1: target i reads s[-i]
-        for (int32_t i = 0; i < full; i += 16) {
-            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s - i - 15));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), Reverse16(v));
+        int32_t i = 0;
+        const int32_t head = int32_t((16 - (reinterpret_cast<uintptr_t>(d) & 15)) & 15);
+        if (head > b.width) {
+            for (; i < b.width; ++i) d[i] = s[-i];
+            continue;
         }
+        for (; i < head; ++i) d[i] = s[-i];
+        for (; i + 64 <= b.width; i += 64) {
+            __m128i v[4];
+            for (int k = 0; k < 4; ++k)
+                v[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s - i - 16 * k - 15));
+            for (int k = 0; k < 4; ++k)
+                _mm_store_si128(reinterpret_cast<__m128i*>(d + i + 16 * k), Reverse16(v[k]));
+        }
+        for (; i + 16 <= b.width; i += 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s - i - 15));
+            _mm_store_si128(reinterpret_cast<__m128i*>(d + i), Reverse16(v));
+        }
+        for (; i < b.width; ++i) d[i] = s[-i];
     }
-    QuarterCopyPlain<1>(b, full, b.width, 0, b.height);
 }
 
 // Four rounds of byte interleaves, register k with register k + 8, make the

@@ -2,7 +2,8 @@
 // per target column and row rounded once from the inverse mapping, and row
 // values that accumulate them. The accumulation is part of the kernels'
 // definition (rounding errors grow across a large image); no kernel
-// recomputes a row from scratch.
+// recomputes a row from scratch. A walk in tiles takes row i as the first
+// row's value plus i steps, which is the same sum modulo 2^32.
 #pragma once
 
 #include <algorithm>

@@ -30,6 +30,10 @@ namespace {
 
 constexpr uint32_t kHalf = 0x8000;  // turns the truncation of X >> 16 into rounding to the nearest pixel
 constexpr int32_t kShortLimit = kShortRowLimit;
+// Tiles of the walk: 8 target rows of up to 512 pixels, turned by any angle,
+// read a patch of the source that stays in cache from row to row (measured
+// best among 1 to 64 rows at 1920x1080 and 30 degrees).
+constexpr int32_t kTileRows = 8, kTileColumns = 512;
 
 // Every pixel on its own, as the kernel is defined: coordinates saturate to
 // 16 bits and the offset is their 16-bit product sum. Two departures, for
@@ -85,23 +89,53 @@ void WarpNearest8(const WarpKernelArgs& k) {
     const intptr_t srcBytes = SourceSpanBytes(k.src);
     const intptr_t dstBytes = intptr_t(k.dst.height) * k.dst.rowBytes;
     const int pixelCase = PixelCase(srcPixel, dstPixel, k.src.channels);
+    // Both walks start at channel 0 in the pixel cases the fast rows take.
+    const uint8_t* dstImage = k.dstRow - intptr_t(k.firstRow) * k.dst.rowBytes;
     const bool fastRows = pixelCase >= 0 && k.src.rowBytes < kShortLimit && k.src.height <= kShortLimit &&
-                          srcBytes >= 4 &&
-                          RangesApart(k.srcBase - k.src.coiIndex, srcBytes,
-                                      k.dstRow - intptr_t(k.firstRow) * k.dst.rowBytes - k.dst.coiIndex, dstBytes);
-    const NearestRowFn rowFn = fastRows ? PickNearestRow(NearestPixel(pixelCase)) : nullptr;
-
-    uint8_t* dstRow = k.dstRow;
-    for (int32_t row = k.firstRow; row <= k.lastRow; ++row, steps.NextRow(), dstRow += k.dst.rowBytes) {
-        const int32_t i = row - k.firstRow;
-        const int32_t left = k.spanLeft[i], count = k.spanRight[i] - left + 1;
-        if (count <= 0) continue;
-        const uint32_t x = steps.rowX + steps.stepXx * uint32_t(left), y = steps.rowY + steps.stepYx * uint32_t(left);
-        uint8_t* d = dstRow + intptr_t(left) * dstPixel;
-        if (rowFn && RowInside(x, steps.stepXx, count, k.src.width) && RowInside(y, steps.stepYx, count, k.src.height))
-            rowFn({d, k.srcBase, int32_t(k.src.rowBytes), x, y, steps.stepXx, steps.stepYx, count});
-        else
-            CarefulRow(d, k, x, y, steps.stepXx, steps.stepYx, count);
+                          srcBytes >= 4 && RangesApart(k.srcBase, srcBytes, dstImage, dstBytes);
+    if (!fastRows) {
+        // Row after row, in the order the kernel is defined: source and
+        // target may share bytes here, and then the order of writes counts.
+        uint8_t* dstRow = k.dstRow;
+        for (int32_t row = k.firstRow; row <= k.lastRow; ++row, steps.NextRow(), dstRow += k.dst.rowBytes) {
+            const int32_t i = row - k.firstRow;
+            const int32_t left = k.spanLeft[i], count = k.spanRight[i] - left + 1;
+            if (count > 0)
+                CarefulRow(dstRow + intptr_t(left) * dstPixel, k, steps.rowX + steps.stepXx * uint32_t(left),
+                           steps.rowY + steps.stepYx * uint32_t(left), steps.stepXx, steps.stepYx, count);
+        }
+        return;
+    }
+    // Source and target apart: the spans are walked in tiles of target rows
+    // and columns, so that a turned picture reads a compact patch of the
+    // source at a time instead of a long slant through it. Each pixel's
+    // position is the same as in a walk row after row: row i's value is the
+    // same sum of rounded steps, the first row's plus i stepXy modulo 2^32,
+    // and a column's value is that plus stepXx times the column.
+    const NearestRowFn rowFn = PickNearestRow(NearestPixel(pixelCase));
+    for (int32_t top = k.firstRow; top <= k.lastRow; top += kTileRows) {
+        const int32_t bottom = std::min(k.lastRow, top + (kTileRows - 1));
+        int32_t from = INT32_MAX, to = INT32_MIN;
+        for (int32_t row = top; row <= bottom; ++row) {
+            from = std::min(from, k.spanLeft[row - k.firstRow]);
+            to = std::max(to, k.spanRight[row - k.firstRow]);
+        }
+        for (int64_t tileLeft = from; tileLeft <= to; tileLeft += kTileColumns) {
+            const int32_t tileRight = int32_t(std::min<int64_t>(to, tileLeft + kTileColumns - 1));
+            for (int32_t row = top; row <= bottom; ++row) {
+                const int32_t i = row - k.firstRow;
+                const int32_t left = std::max(k.spanLeft[i], int32_t(tileLeft));
+                const int32_t count = std::min(k.spanRight[i], tileRight) - left + 1;
+                if (count <= 0) continue;
+                const uint32_t x = steps.rowX + steps.stepXy * uint32_t(i) + steps.stepXx * uint32_t(left);
+                const uint32_t y = steps.rowY + steps.stepYy * uint32_t(i) + steps.stepYx * uint32_t(left);
+                uint8_t* d = k.dstRow + intptr_t(i) * k.dst.rowBytes + intptr_t(left) * dstPixel;
+                if (RowInside(x, steps.stepXx, count, k.src.width) && RowInside(y, steps.stepYx, count, k.src.height))
+                    rowFn({d, k.srcBase, int32_t(k.src.rowBytes), x, y, steps.stepXx, steps.stepYx, count});
+                else
+                    CarefulRow(d, k, x, y, steps.stepXx, steps.stepYx, count);
+            }
+        }
     }
 }
 

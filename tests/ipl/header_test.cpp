@@ -149,6 +149,16 @@ TEST(ImageWrapHeader, ShapesByBits) {
     for (int32_t bits : {0, 12, 16, 48}) EXPECT_EQ(ImageWrapHeader(7, 3, bits), nullptr) << bits;
 }
 
+// A frame with no pixels is an incorrect size, reported through the error path.
+TEST(ImageWrapHeader, EmptyFrameIsReported) {
+    RecordReports rec;
+    EXPECT_EQ(ImageWrapHeader(0, 480, 24), nullptr);
+    EXPECT_EQ(ImageWrapHeader(640, 0, 8), nullptr);
+    ASSERT_EQ(rec.reports().size(), 2u);
+    EXPECT_EQ(rec.reports()[0].status, -10);
+    EXPECT_EQ(rec.reports()[1].status, -10);
+}
+
 TEST(IplCheckImageHeader, StepsInOrder) {
     RecordReports rec;
     uint8_t pixels[256] = {};
