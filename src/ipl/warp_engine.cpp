@@ -116,7 +116,8 @@ void WarpEngine(const ImageHeader* source, ImageHeader* target, const double qua
         if (iplGetErrStatus() < 0) iplError(IPL_STS_BACKTRACE, functionName, "", kFile, 762);
         return;
     }
-    const bool planeMode = source->dataOrder != IPL_DATA_ORDER_PIXEL && !(source->channels == 1 && target->channels == 1);
+    const bool planeMode =
+        source->dataOrder != IPL_DATA_ORDER_PIXEL && !(source->channels == 1 && target->channels == 1);
     const WarpKernel kernel =
         WarpKernelFor(source->depth, planeMode, InterpolationFor(interpolation, source->width, source->height));
     if (!kernel) {

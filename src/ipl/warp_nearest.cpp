@@ -4,6 +4,7 @@
 #include "ipl/warp_nearest.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "convert/kernel_forms.h"
 #include "ipl/ipl_round.h"
@@ -13,8 +14,9 @@
 namespace tarn {
 
 NearestRowFn PickNearestRow(NearestPixel pixel) {
-    static constexpr NearestRowFn kPlain[] = {NearestRowPlain<1, 1, 1>, NearestRowPlain<3, 3, 3>,
-                                              NearestRowPlain<4, 4, 4>, NearestRowPlain<4, 4, 3>};
+    static constexpr NearestRowFn kPlain[] = {NearestRowPlain<NearestPixel::Gray>, NearestRowPlain<NearestPixel::Rgb>,
+                                              NearestRowPlain<NearestPixel::Rgba>,
+                                              NearestRowPlain<NearestPixel::RgbOfRgba>};
     const NearestRowFn plain = kPlain[int(pixel)];
 #if defined(TARN_HAVE_X86_SIMD)
     const FormEntry<NearestRowFn> forms[] = {{SimdForm::Avx2, NearestRowAvx2(pixel)},
@@ -68,16 +70,8 @@ bool RowInside(uint32_t start, uint32_t step, int32_t count, int32_t limit) {
 }
 
 int PixelCase(int32_t src, int32_t dst, int32_t n) {
-    struct Case {
-        int32_t src, dst, n;
-        NearestPixel pixel;
-    };
-    static constexpr Case kCases[] = {{1, 1, 1, NearestPixel::Gray},
-                                      {3, 3, 3, NearestPixel::Rgb},
-                                      {4, 4, 4, NearestPixel::Rgba},
-                                      {4, 4, 3, NearestPixel::RgbOfRgba}};
-    for (const Case& c : kCases)
-        if (c.src == src && c.dst == dst && c.n == n) return int(c.pixel);
+    for (int i = 0; i < int(std::size(kPixelShapes)); ++i)
+        if (kPixelShapes[i].src == src && kPixelShapes[i].dst == dst && kPixelShapes[i].count == n) return i;
     return -1;
 }
 

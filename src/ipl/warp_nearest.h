@@ -38,18 +38,40 @@ NearestRowFn NearestRowSse2(NearestPixel pixel);
 NearestRowFn NearestRowAvx2(NearestPixel pixel);
 #endif
 
-// The plain rows, which the fast forms also use for their last few pixels.
-template <int Src, int Dst, int Count>
+// Sizes of each pixel case, in the order of NearestPixel.
+struct PixelShape {
+    int32_t src, dst, count;
+};
+inline constexpr PixelShape kPixelShapes[] = {{1, 1, 1}, {3, 3, 3}, {4, 4, 4}, {4, 4, 3}};
+template <NearestPixel P>
+inline constexpr PixelShape kShapeOf = kPixelShapes[int(P)];
+
+// The plain rows.
+template <NearestPixel P>
 void NearestRowPlain(const NearestRow& r) {
+    constexpr PixelShape S = kShapeOf<P>;
     uint8_t* d = r.dst;
     uint32_t x = r.x, y = r.y;
-    for (int32_t i = 0; i < r.count; ++i, d += Dst) {
+    for (int32_t i = 0; i < r.count; ++i, d += S.dst) {
         const int32_t sx = int32_t(x) >> 16, sy = int32_t(y) >> 16;
-        const uint8_t* s = r.src + (sx * Src + sy * r.srcStep);
-        for (int c = Count - 1; c >= 0; --c) d[c] = s[c];
+        const uint8_t* s = r.src + (sx * S.src + sy * r.srcStep);
+        for (int c = S.count - 1; c >= 0; --c) d[c] = s[c];
         x += r.stepX;
         y += r.stepY;
     }
+}
+
+// The pixels of a row from `done` on, as the plain row takes them: what a
+// fast form leaves after its whole steps.
+template <NearestPixel P>
+void NearestRowRest(const NearestRow& r, int32_t done) {
+    if (done >= r.count) return;
+    NearestRow rest = r;
+    rest.dst = r.dst + intptr_t(done) * kShapeOf<P>.dst;
+    rest.x = r.x + r.stepX * uint32_t(done);
+    rest.y = r.y + r.stepY * uint32_t(done);
+    rest.count = r.count - done;
+    NearestRowPlain<P>(rest);
 }
 
 }  // namespace tarn

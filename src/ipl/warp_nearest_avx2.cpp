@@ -18,25 +18,6 @@ namespace tarn {
 namespace {
 
 template <NearestPixel P>
-struct Shape;
-template <>
-struct Shape<NearestPixel::Gray> {
-    static constexpr int kSrc = 1, kDst = 1, kCount = 1;
-};
-template <>
-struct Shape<NearestPixel::Rgb> {
-    static constexpr int kSrc = 3, kDst = 3, kCount = 3;
-};
-template <>
-struct Shape<NearestPixel::Rgba> {
-    static constexpr int kSrc = 4, kDst = 4, kCount = 4;
-};
-template <>
-struct Shape<NearestPixel::RgbOfRgba> {
-    static constexpr int kSrc = 4, kDst = 4, kCount = 3;
-};
-
-template <NearestPixel P>
 void Store(uint8_t* d, __m256i v) {
     if constexpr (P == NearestPixel::Gray) {
         // Byte 0 of each word to the front of its lane, then the two lanes' words together.
@@ -74,7 +55,8 @@ bool ReversedRgba(const NearestRow& r) {
     int32_t i = 0;
     for (; i + 8 <= r.count; i += 8) {
         const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s - 4 * intptr_t(i + 7)));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(r.dst + 4 * intptr_t(i)), _mm256_permutevar8x32_epi32(v, reverse));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(r.dst + 4 * intptr_t(i)),
+                            _mm256_permutevar8x32_epi32(v, reverse));
     }
     for (; i < r.count; ++i) std::memcpy(r.dst + 4 * intptr_t(i), s - 4 * intptr_t(i), 4);
     return true;
@@ -82,10 +64,10 @@ bool ReversedRgba(const NearestRow& r) {
 
 template <NearestPixel P>
 void Row(const NearestRow& r) {
-    using S = Shape<P>;
+    constexpr PixelShape S = kShapeOf<P>;
     if constexpr (P == NearestPixel::Rgba)
         if (ReversedRgba(r)) return;
-    constexpr int kBack = 4 - S::kSrc;  // bytes read before the pixel
+    constexpr int kBack = 4 - S.src;  // bytes read before the pixel
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     __m256i x = _mm256_add_epi32(_mm256_set1_epi32(int32_t(r.x)),
                                  _mm256_mullo_epi32(lanes, _mm256_set1_epi32(int32_t(r.stepX))));
@@ -93,13 +75,14 @@ void Row(const NearestRow& r) {
                                  _mm256_mullo_epi32(lanes, _mm256_set1_epi32(int32_t(r.stepY))));
     const __m256i stepX = _mm256_set1_epi32(int32_t(r.stepX * 8u)), stepY = _mm256_set1_epi32(int32_t(r.stepY * 8u));
     // (x, y) pairs of 16-bit values times (pixel bytes, row bytes), summed.
-    const __m256i weights = _mm256_set1_epi32(int32_t(uint32_t(r.srcStep) << 16 | uint32_t(S::kSrc)));
+    const __m256i weights = _mm256_set1_epi32(int32_t(uint32_t(r.srcStep) << 16 | uint32_t(S.src)));
     const __m256i back = _mm256_set1_epi32(kBack), zero = _mm256_setzero_si256();
     const int* base = reinterpret_cast<const int*>(r.src);
     int32_t i = 0;
     uint8_t* d = r.dst;
-    for (; i + 8 <= r.count; i += 8, d += 8 * S::kDst) {
-        const __m256i pairs = _mm256_or_si256(_mm256_srli_epi32(x, 16), _mm256_andnot_si256(_mm256_set1_epi32(0xFFFF), y));
+    for (; i + 8 <= r.count; i += 8, d += 8 * S.dst) {
+        const __m256i pairs =
+            _mm256_or_si256(_mm256_srli_epi32(x, 16), _mm256_andnot_si256(_mm256_set1_epi32(0xFFFF), y));
         const __m256i offset = _mm256_madd_epi16(pairs, weights);
         const __m256i start = _mm256_max_epi32(_mm256_sub_epi32(offset, back), zero);
         const __m256i shift = _mm256_slli_epi32(_mm256_sub_epi32(offset, start), 3);
@@ -107,14 +90,7 @@ void Row(const NearestRow& r) {
         x = _mm256_add_epi32(x, stepX);
         y = _mm256_add_epi32(y, stepY);
     }
-    if (i < r.count) {
-        NearestRow tail = r;
-        tail.dst = d;
-        tail.x = r.x + r.stepX * uint32_t(i);
-        tail.y = r.y + r.stepY * uint32_t(i);
-        tail.count = r.count - i;
-        NearestRowPlain<S::kSrc, S::kDst, S::kCount>(tail);
-    }
+    NearestRowRest<P>(r, i);
 }
 
 }  // namespace

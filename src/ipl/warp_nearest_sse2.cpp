@@ -13,8 +13,9 @@ namespace tarn {
 
 namespace {
 
-template <int Src, int Dst, int Count>
+template <NearestPixel P>
 void Row(const NearestRow& r) {
+    constexpr int32_t Src = kShapeOf<P>.src, Dst = kShapeOf<P>.dst, Count = kShapeOf<P>.count;
     const auto spread = [](uint32_t start, uint32_t step) {
         return _mm_setr_epi32(int32_t(start), int32_t(start + step), int32_t(start + 2 * step),
                               int32_t(start + 3 * step));
@@ -44,20 +45,14 @@ void Row(const NearestRow& r) {
         x = _mm_add_epi32(x, stepX);
         y = _mm_add_epi32(y, stepY);
     }
-    if (i < r.count) {
-        NearestRow tail = r;
-        tail.dst = d;
-        tail.x = r.x + r.stepX * uint32_t(i);
-        tail.y = r.y + r.stepY * uint32_t(i);
-        tail.count = r.count - i;
-        NearestRowPlain<Src, Dst, Count>(tail);
-    }
+    NearestRowRest<P>(r, i);
 }
 
 }  // namespace
 
 NearestRowFn NearestRowSse2(NearestPixel pixel) {
-    static constexpr NearestRowFn kRows[] = {Row<1, 1, 1>, Row<3, 3, 3>, Row<4, 4, 4>, Row<4, 4, 3>};
+    static constexpr NearestRowFn kRows[] = {Row<NearestPixel::Gray>, Row<NearestPixel::Rgb>, Row<NearestPixel::Rgba>,
+                                             Row<NearestPixel::RgbOfRgba>};
     return kRows[int(pixel)];
 }
 

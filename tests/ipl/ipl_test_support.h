@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "convert/cpu_features.h"
+#include "convert/kernel_forms.h"
 #include "ipl/ipl_error.h"
 #include "ipl/ipl_image.h"
 
@@ -103,6 +105,20 @@ inline void FillPattern(OwnedImage& image) {
     for (int32_t y = 0; y < h->height; ++y)
         for (int32_t x = 0; x < h->width; ++x)
             for (int32_t c = 0; c < h->channels; ++c) image.at(x, y)[c] = Pattern(x, y, c);
+}
+
+}  // namespace tarn::testing_ipl
+
+namespace tarn::testing_ipl {
+
+// Runs body(form) with each form this machine runs forced, plain first.
+template <class Body>
+void ForEachForm(Body body) {
+    for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+        if (form > HostSimdForm()) continue;
+        ScopedKernelChoice choice(g_cpuFeatures, form);
+        body(form);
+    }
 }
 
 }  // namespace tarn::testing_ipl

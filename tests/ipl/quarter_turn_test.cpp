@@ -16,11 +16,10 @@ namespace tarn {
 namespace {
 
 using testing_ipl::FillPattern;
+using testing_ipl::ForEachForm;
 using testing_ipl::OwnedImage;
 using testing_ipl::Pattern;
 using testing_ipl::RecordReports;
-
-const SimdForm kAllForms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
 
 // An 8 x 4 plane turned with the shifts that land it exactly in its target:
 // the source pixel each target pixel takes, worked from the walk.
@@ -39,9 +38,7 @@ TEST(QuarterTurn, EightByFourPlane) {
         {450, 4, 8, 0, 7, [](int, int y) { return 7 - y; }, [](int x, int) { return x; }},   // as 90
         {-180, 8, 4, 7, 3, [](int x, int) { return 7 - x; }, [](int, int y) { return 3 - y; }},
     };
-    for (SimdForm form : kAllForms) {
-        if (form > HostSimdForm()) continue;
-        ScopedKernelChoice choice(g_cpuFeatures, form);
+    ForEachForm([&](SimdForm form) {
         for (const auto& c : kCases) {
             OwnedImage src(8, 4, 1, 3), dst(c.width, c.height, 1, 1, 0xEE);
             FillPattern(src);
@@ -53,7 +50,7 @@ TEST(QuarterTurn, EightByFourPlane) {
                         << c.angle << " at " << x << "," << y << " " << FormName(form);
             EXPECT_TRUE(dst.CanariesIntact());
         }
-    }
+    });
     EXPECT_TRUE(rec.reports().empty());
 }
 
@@ -141,13 +138,11 @@ TEST(QuarterTurn, FastCopiesMatchThePlainCopy) {
                         fn(b);
                     };
                     run(QuarterCopyAll<1>, expect);
-                    for (SimdForm form : kAllForms) {
-                        if (form > HostSimdForm()) continue;
-                        ScopedKernelChoice choice(g_cpuFeatures, form);
+                    ForEachForm([&](SimdForm form) {
                         run(PickQuarterCopy(1), got);
                         ASSERT_EQ(got, expect) << walk.name << " " << w << "x" << h << (upward ? " up " : " ")
                                                << FormName(form);
-                    }
+                    });
                 }
 }
 

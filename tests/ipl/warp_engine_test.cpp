@@ -18,11 +18,10 @@ namespace tarn {
 namespace {
 
 using testing_ipl::FillPattern;
+using testing_ipl::ForEachForm;
 using testing_ipl::OwnedImage;
 using testing_ipl::Pattern;
 using testing_ipl::RecordReports;
-
-const SimdForm kAllForms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
 
 // 6 x 4 RGB turned by 90 degrees with the y shift 6 sin(1.570795), just
 // below 6: the quadrangle's rows run from 0.99999... to 5.99999..., so the
@@ -33,9 +32,7 @@ TEST(WarpEngine, RgbTurnWithAShiftJustBelowWhole) {
     RecordReports rec;
     const double yShift = 6 * std::sin(1.570795);
     ASSERT_LT(yShift, 6.0);
-    for (SimdForm form : kAllForms) {
-        if (form > HostSimdForm()) continue;
-        ScopedKernelChoice choice(g_cpuFeatures, form);
+    ForEachForm([&](SimdForm form) {
         OwnedImage src(6, 4, 3, 2), dst(4, 6, 3, 0, 0x5C);
         FillPattern(src);
         iplRotate(src.get(), dst.get(), 90, 0, yShift, 0);
@@ -45,7 +42,7 @@ TEST(WarpEngine, RgbTurnWithAShiftJustBelowWhole) {
                     ASSERT_EQ(dst.pixel(x, y, c), y == 0 ? 0x5C : Pattern(6 - y, x, c))
                         << x << "," << y << " " << FormName(form);
         EXPECT_TRUE(dst.CanariesIntact());
-    }
+    });
     EXPECT_TRUE(rec.reports().empty());
 }
 
@@ -184,9 +181,7 @@ TEST(WarpEngine, FastRowsMatchThePlainRows) {
             const int dstPad = int(rng() % 3);
             std::vector<uint8_t> expect;
             RecordReports rec;
-            for (SimdForm form : kAllForms) {
-                if (form > HostSimdForm()) continue;
-                ScopedKernelChoice choice(g_cpuFeatures, form);
+            ForEachForm([&](SimdForm form) {
                 OwnedImage dst(dw, dh, shape.dstChannels, dstPad, 0x3C);
                 dst.get()->alphaChannel = shape.alpha;
                 iplWarpAffine(src.get(), dst.get(), c, 0);
@@ -194,7 +189,7 @@ TEST(WarpEngine, FastRowsMatchThePlainRows) {
                 EXPECT_TRUE(dst.CanariesIntact());
                 if (form == SimdForm::Plain) expect = dst.Pixels();
                 else ASSERT_EQ(dst.Pixels(), expect) << FormName(form) << " trial " << trial;
-            }
+            });
         }
 }
 
@@ -251,13 +246,11 @@ TEST(WarpEngine, NearestMatchesTheRowByRowDefinition) {
             rowX += fixed(m.b);
             rowY += fixed(m.e);
         }
-        for (SimdForm form : kAllForms) {
-            if (form > HostSimdForm()) continue;
-            ScopedKernelChoice choice(g_cpuFeatures, form);
+        ForEachForm([&](SimdForm form) {
             OwnedImage dst(900, 600, channels, 1, 0x21);
             iplWarpAffine(src.get(), dst.get(), c, 0);
             EXPECT_EQ(dst.Pixels(), expect.Pixels()) << channels << " " << FormName(form);
-        }
+        });
     }
 }
 
