@@ -203,16 +203,14 @@ TEST(WarpEngine, HalfTurnRowsMatchThePlainRows) {
         FillPattern(src);
         std::vector<uint8_t> expect;
         RecordReports rec;
-        for (SimdForm form : kAllForms) {
-            if (form > HostSimdForm()) continue;
-            ScopedKernelChoice choice(g_cpuFeatures, form);
+        ForEachForm([&](SimdForm form) {
             OwnedImage dst(w, h, 4, 1, 0x3C);
             iplRotate(src.get(), dst.get(), 180, w - 1 + 0.25, h - 1 + 0.125, 0);
             ASSERT_TRUE(rec.reports().empty());
             EXPECT_TRUE(dst.CanariesIntact());
             if (form == SimdForm::Plain) expect = dst.Pixels();
             else ASSERT_EQ(dst.Pixels(), expect) << FormName(form) << " width " << w;
-        }
+        });
     }
 }
 
