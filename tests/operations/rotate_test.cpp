@@ -223,9 +223,14 @@ TEST(Rotate, InterleavedRightAnglesWithTheirBands) {
         {270, 2, 1, [](int32_t x, int32_t y, int32_t, int32_t h) { return Turned{y, h - x}; }},
     };
     const SurfaceFormat formats[] = {SURFACE_FORMAT_RGB24, SURFACE_FORMAT_RGB32, SURFACE_FORMAT_GRAY8};
+    struct Size {
+        int32_t w, h;
+    };
+    const Size sizes[] = {{10, 6}, {37, 23}, {4, 1500}};
+    for (const Size& size : sizes)
     for (const SurfaceFormat format : formats)
         for (const Case& c : cases) {
-            constexpr int32_t W = 10, H = 6;
+            const int32_t W = size.w, H = size.h;
             DirtyTheHeap(c.degrees == 180 ? BytesOf(format, W, H) : BytesOf(format, H, W), 0xA5);
             Ref<ITarnSurface> s = MakeBlank(format, W, H, 0);
             const SurfaceInfo was = InfoOf(s);
