@@ -7,33 +7,13 @@
 // objects it was given; a bitmap or DirectDraw round trip of an RGB picture
 // must give the same bytes back.
 #include <tarn/Platform.h>
-#include <tarn/TarnSurface.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <vector>
+#include "fuzz_support.h"
 
 namespace {
 
 namespace plat = tarn::platform;
-
-class Bytes {
-public:
-    Bytes(const uint8_t* data, size_t size) : p_(data), end_(data + size) {}
-    bool empty() const { return p_ == end_; }
-    uint32_t Take(uint32_t limit) {  // 0 .. limit - 1
-        uint32_t v = 0;
-        for (int i = 0; i < 2 && p_ != end_; ++i) v = v << 8 | *p_++;
-        return limit ? v % limit : v;
-    }
-    void Fill(uint8_t* to, size_t n) {
-        for (size_t i = 0; i < n; ++i) to[i] = p_ != end_ ? *p_++ : uint8_t(i);
-    }
-
-private:
-    const uint8_t* p_;
-    const uint8_t* end_;
-};
+using tarn::fuzz::FuzzInput;
 
 // A platform object of the chosen kind, and what frees it.
 struct Source {
@@ -50,7 +30,7 @@ struct Source {
 // A DirectDraw surface as the library makes them: a blank picture of the
 // chosen size and format, exported. Planar ones come as 24-bit RGB of half
 // the height.
-plat::IDirectDrawSurface7* MakeDirectDraw(ISurfaceBuilder* builder, Bytes& in) {
+plat::IDirectDrawSurface7* MakeDirectDraw(ISurfaceBuilder* builder, FuzzInput& in) {
     static constexpr SurfaceFormat kShaped[] = {SURFACE_FORMAT_RGB24, SURFACE_FORMAT_RGB32, SURFACE_FORMAT_YUV420};
     const SurfaceFormat format = kShaped[in.Take(3)];
     SurfaceInfo info{};
@@ -69,7 +49,7 @@ plat::IDirectDrawSurface7* MakeDirectDraw(ISurfaceBuilder* builder, Bytes& in) {
     return static_cast<plat::IDirectDrawSurface7*>(made);
 }
 
-Source MakeSource(ISurfaceBuilder* builder, Bytes& in) {
+Source MakeSource(ISurfaceBuilder* builder, FuzzInput& in) {
     Source src;
     src.kind = int32_t(in.Take(3));
     const bool stale = in.Take(16) == 0;
@@ -81,7 +61,7 @@ Source MakeSource(ISurfaceBuilder* builder, Bytes& in) {
             plat::RASTER_INFO info{};
             plat::RasterGetInfo(r, &info);
             if (plat::RasterLockData(r, &data) == plat::RASTER_OK) {
-                in.Fill(static_cast<uint8_t*>(data), size_t(info.bytesPerRow) * size_t(info.height));
+                in.SomePixels(static_cast<uint8_t*>(data), size_t(info.bytesPerRow) * size_t(info.height));
                 plat::RasterUnlockData(r);
             }
         }
@@ -92,7 +72,7 @@ Source MakeSource(ISurfaceBuilder* builder, Bytes& in) {
             plat::DDSURFACEDESC2 d{};
             d.dwSize = sizeof d;
             if (s->Lock(nullptr, &d, plat::DDLOCK_WAIT, nullptr) == plat::DD_OK) {
-                in.Fill(static_cast<uint8_t*>(d.lpSurface), size_t(d.lPitch) * d.dwHeight);
+                in.SomePixels(static_cast<uint8_t*>(d.lpSurface), size_t(d.lPitch) * d.dwHeight);
                 s->Unlock(nullptr);
             }
         }
@@ -102,7 +82,7 @@ Source MakeSource(ISurfaceBuilder* builder, Bytes& in) {
         const size_t bytes = in.Take(6000);
         plat::HGLOBAL block = plat::GlobalAlloc(plat::GHND, bytes);
         if (auto* p = static_cast<uint8_t*>(plat::GlobalLock(block))) {
-            in.Fill(p, bytes);
+            in.SomePixels(p, bytes);
             if (bytes >= 40 && in.Take(2)) {
                 plat::BITMAPINFOHEADER h{};
                 h.biSize = 40;
@@ -139,7 +119,7 @@ void CheckRoundTrip(ISurfaceBuilder* builder, ITarnSurface* surface, int32_t kin
     if (a != b) std::abort();
 }
 
-void ExportAll(ISurfaceBuilder* builder, ITarnSurface* surface, Bytes& in) {
+void ExportAll(ISurfaceBuilder* builder, ITarnSurface* surface, FuzzInput& in) {
     const int32_t kind = int32_t(in.Take(5)) - 1;
     void* handle = nullptr;
     uint32_t owned = 0;
@@ -152,7 +132,7 @@ void ExportAll(ISurfaceBuilder* builder, ITarnSurface* surface, Bytes& in) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    Bytes in(data, size);
+    FuzzInput in(data, size);
     tarn::Ref<ISurfaceBuilder> builder;
     if (CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, builder.put_void()) < 0) return 0;
 
