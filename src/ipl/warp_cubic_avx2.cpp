@@ -68,70 +68,62 @@ template <InterpPixel P>
 void Row(const InterpRow& r) {
     using S = Shape<P>;
     constexpr int kBack = 4 - S::kSrc;
-    __m256i x = Lanes(r.x, r.stepX), y = Lanes(r.y, r.stepY);
-    const __m256i stepX = _mm256_set1_epi32(int32_t(r.stepX * 8u)), stepY = _mm256_set1_epi32(int32_t(r.stepY * 8u));
     const __m256i right = _mm256_set1_epi32(S::kSrc), down = _mm256_set1_epi32(r.srcStep);
-    int32_t i = 0;
-    uint8_t* d = r.dst;
-    for (; i + 8 <= r.count; i += 8, d += 8 * S::kDst) {
-        const Window w = Locate(x, y, r, S::kSrc);
-        __m256i acc[4] = {};
-        __m256i rowStart = w.offset;
-        __m256i pending[4] = {};  // the even row's sums, waiting for the odd row to pair with
-        for (int j = 0; j < 4; ++j, rowStart = _mm256_add_epi32(rowStart, down)) {
-            __m256i p[4];
-            __m256i at = rowStart;
-            for (int k = 0; k < 4; ++k, at = _mm256_add_epi32(at, right)) p[k] = Tap<kBack>(r.src, at);
-            const __m256i sums[4] = {RowSum<0>(p, w), RowSum<1>(p, w), RowSum<2>(p, w), RowSum<3>(p, w)};
-            if (j % 2 == 0) {
-                for (int g = 0; g < 4; ++g) pending[g] = sums[g];
-                continue;
+    EightAtATime<S::kDst>(
+        r,
+        [&](uint8_t* d, __m256i x, __m256i y) {
+            const Window w = Locate(x, y, r, S::kSrc);
+            __m256i acc[4] = {};
+            __m256i pending[4] = {};  // the even row's sums, waiting for the odd row to pair with
+            __m256i rowStart = w.offset;
+            for (int j = 0; j < 4; ++j, rowStart = _mm256_add_epi32(rowStart, down)) {
+                __m256i p[4];
+                __m256i at = rowStart;
+                for (int k = 0; k < 4; ++k, at = _mm256_add_epi32(at, right)) p[k] = Tap<kBack>(r.src, at);
+                const __m256i sums[4] = {RowSum<0>(p, w), RowSum<1>(p, w), RowSum<2>(p, w), RowSum<3>(p, w)};
+                if (j % 2 == 0) {
+                    for (int g = 0; g < 4; ++g) pending[g] = sums[g];
+                    continue;
+                }
+                const __m256i wy = j == 1 ? w.wy01 : w.wy23;
+                const __m256i spread[4] = {Spread<0>(wy), Spread<1>(wy), Spread<2>(wy), Spread<3>(wy)};
+                for (int g = 0; g < 4; ++g)
+                    acc[g] = _mm256_add_epi32(acc[g], _mm256_madd_epi16(Join16(pending[g], sums[g]), spread[g]));
             }
-            const __m256i wy = j == 1 ? w.wy01 : w.wy23;
-            const __m256i spread[4] = {Spread<0>(wy), Spread<1>(wy), Spread<2>(wy), Spread<3>(wy)};
-            for (int g = 0; g < 4; ++g)
-                acc[g] = _mm256_add_epi32(acc[g], _mm256_madd_epi16(Join16(pending[g], sums[g]), spread[g]));
-        }
-        StoreGroups<P>(d, Finish(acc[0]), Finish(acc[1]), Finish(acc[2]), Finish(acc[3]));
-        x = _mm256_add_epi32(x, stepX);
-        y = _mm256_add_epi32(y, stepY);
-    }
-    if (i < r.count) CubicRowPlain<S::kSrc, S::kDst, S::kCount>(Tail(r, i, S::kDst));
+            StoreGroups<P>(d, Finish(acc[0]), Finish(acc[1]), Finish(acc[2]), Finish(acc[3]));
+        },
+        CubicRowPlain<S::kSrc, S::kDst, S::kCount>);
 }
 
 // One channel: a window row is four adjacent bytes, one word.
 template <>
 void Row<InterpPixel::Gray>(const InterpRow& r) {
-    __m256i x = Lanes(r.x, r.stepX), y = Lanes(r.y, r.stepY);
-    const __m256i stepX = _mm256_set1_epi32(int32_t(r.stepX * 8u)), stepY = _mm256_set1_epi32(int32_t(r.stepY * 8u));
     const __m256i down = _mm256_set1_epi32(r.srcStep);
     const __m256i first = _mm256_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1, 0, -1, 1, -1, 4,
                                            -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1);
     const __m256i second = _mm256_setr_epi8(2, -1, 3, -1, 6, -1, 7, -1, 10, -1, 11, -1, 14, -1, 15, -1, 2, -1, 3, -1,
                                             6, -1, 7, -1, 10, -1, 11, -1, 14, -1, 15, -1);
-    int32_t i = 0;
-    uint8_t* d = r.dst;
-    for (; i + 8 <= r.count; i += 8, d += 8) {
-        const Window w = Locate(x, y, r, 1);
-        __m256i acc = _mm256_setzero_si256(), pending = acc;
-        __m256i at = w.offset;
-        for (int j = 0; j < 4; ++j, at = _mm256_add_epi32(at, down)) {
-            const __m256i word = Tap<0>(r.src, at);
-            const __m256i p01 = _mm256_shuffle_epi8(word, first);
-            const __m256i p23 = _mm256_shuffle_epi8(word, second);
-            const __m256i sum = _mm256_srai_epi32(
-                _mm256_add_epi32(_mm256_madd_epi16(p01, w.wx01), _mm256_madd_epi16(p23, w.wx23)), 8);
-            if (j % 2 == 0) {
-                pending = sum;
-                continue;
+    EightAtATime<1>(
+        r,
+        [&](uint8_t* d, __m256i x, __m256i y) {
+            const Window w = Locate(x, y, r, 1);
+            __m256i acc = _mm256_setzero_si256(), pending = acc;
+            __m256i at = w.offset;
+            for (int j = 0; j < 4; ++j, at = _mm256_add_epi32(at, down)) {
+                const __m256i word = Tap<0>(r.src, at);
+                const __m256i sum = _mm256_srai_epi32(
+                    _mm256_add_epi32(_mm256_madd_epi16(_mm256_shuffle_epi8(word, first), w.wx01),
+                                     _mm256_madd_epi16(_mm256_shuffle_epi8(word, second), w.wx23)),
+                    8);
+                if (j % 2 == 0) {
+                    pending = sum;
+                    continue;
+                }
+                acc = _mm256_add_epi32(acc, _mm256_madd_epi16(Join16(pending, sum), j == 1 ? w.wy01 : w.wy23));
             }
-            acc = _mm256_add_epi32(acc, _mm256_madd_epi16(Join16(pending, sum), j == 1 ? w.wy01 : w.wy23));
-        }
-        StoreGray(d, Finish(acc));
-        x = _mm256_add_epi32(x, stepX);
-        y = _mm256_add_epi32(y, stepY);
-    }
-    if (i < r.count) CubicRowPlain<1, 1, 1>(Tail(r, i, 1));
+            StoreGray(d, Finish(acc));
+        },
+        CubicRowPlain<1, 1, 1>);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "ipl/warp_interp.h"
+#include "ipl/warp_store_avx2.h"
 
 namespace tarn::interp_avx2 {
 
@@ -76,43 +77,39 @@ inline __m256i Join16(__m256i low, __m256i high) {
 }
 
 // Four groups of per-channel results (32-bit, small) to eight pixels, in
-// order, and stored in the target's shape.
+// order, clamped to bytes and stored in the target's shape.
 template <InterpPixel P>
 inline void StoreGroups(uint8_t* d, __m256i g0, __m256i g1, __m256i g2, __m256i g3) {
-    const __m256i v = _mm256_packus_epi16(_mm256_packs_epi32(g0, g1), _mm256_packs_epi32(g2, g3));
-    if constexpr (P == InterpPixel::Rgb) {
-        const __m256i pick = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0, 1, 2, 4, 5,
-                                              6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-        const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pick),
-                                                            _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(packed));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 16), _mm256_extracti128_si256(packed, 1));
-    } else if constexpr (P == InterpPixel::Rgba) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), v);
-    } else {
-        const __m256i low = _mm256_set1_epi32(0x00FFFFFF);
-        const __m256i kept = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(d));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d),
-                            _mm256_or_si256(_mm256_and_si256(v, low), _mm256_andnot_si256(low, kept)));
-    }
+    StoreWords<Shape<P>::kDst, Shape<P>::kCount>(
+        d, _mm256_packus_epi16(_mm256_packs_epi32(g0, g1), _mm256_packs_epi32(g2, g3)));
 }
 
-// Eight one-channel results (32-bit, small), one a lane, as eight bytes.
+// Eight one-channel results (32-bit), one a lane, clamped to bytes.
 inline void StoreGray(uint8_t* d, __m256i v) {
-    const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(v, v), _mm256_setzero_si256());
-    const int32_t lo = _mm256_cvtsi256_si32(bytes), hi = _mm256_extract_epi32(bytes, 4);
-    const uint64_t both = uint64_t(uint32_t(lo)) | uint64_t(uint32_t(hi)) << 32;
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(d), _mm_cvtsi64_si128(int64_t(both)));
+    StoreWords<1, 1>(d, _mm256_min_epi32(_mm256_max_epi32(v, _mm256_setzero_si256()), _mm256_set1_epi32(255)));
 }
 
-// The rest of a row after the last whole step of eight, by the plain row.
-inline InterpRow Tail(const InterpRow& r, int32_t done, int dstPixel) {
-    InterpRow tail = r;
-    tail.dst = r.dst + intptr_t(done) * dstPixel;
-    tail.x = r.x + r.stepX * uint32_t(done);
-    tail.y = r.y + r.stepY * uint32_t(done);
-    tail.count = r.count - done;
-    return tail;
+// Runs `body(target, x lanes, y lanes)` over each whole step of eight
+// pixels of a row, and the plain row `tail` over the rest.
+template <int DstPixel, class Body>
+inline void EightAtATime(const InterpRow& r, Body body, InterpRowFn tail) {
+    __m256i x = Lanes(r.x, r.stepX), y = Lanes(r.y, r.stepY);
+    const __m256i stepX = _mm256_set1_epi32(int32_t(r.stepX * 8u)), stepY = _mm256_set1_epi32(int32_t(r.stepY * 8u));
+    int32_t i = 0;
+    uint8_t* d = r.dst;
+    for (; i + 8 <= r.count; i += 8, d += 8 * DstPixel) {
+        body(d, x, y);
+        x = _mm256_add_epi32(x, stepX);
+        y = _mm256_add_epi32(y, stepY);
+    }
+    if (i < r.count) {
+        InterpRow rest = r;
+        rest.dst = d;
+        rest.x = r.x + r.stepX * uint32_t(i);
+        rest.y = r.y + r.stepY * uint32_t(i);
+        rest.count = r.count - i;
+        tail(rest);
+    }
 }
 
 }  // namespace tarn::interp_avx2

@@ -50,47 +50,39 @@ template <InterpPixel P>
 void Row(const InterpRow& r) {
     using S = Shape<P>;
     constexpr int kBack = 4 - S::kSrc;
-    __m256i x = Lanes(r.x, r.stepX), y = Lanes(r.y, r.stepY);
-    const __m256i stepX = _mm256_set1_epi32(int32_t(r.stepX * 8u)), stepY = _mm256_set1_epi32(int32_t(r.stepY * 8u));
     const __m256i right = _mm256_set1_epi32(S::kSrc), down = _mm256_set1_epi32(r.srcStep);
-    int32_t i = 0;
-    uint8_t* d = r.dst;
-    for (; i + 8 <= r.count; i += 8, d += 8 * S::kDst) {
-        const Window w = Locate(x, y, r, S::kSrc);
-        const __m256i below = _mm256_add_epi32(w.offset, down);
-        const __m256i a = Tap<kBack>(r.src, w.offset), b = Tap<kBack>(r.src, _mm256_add_epi32(w.offset, right));
-        const __m256i c = Tap<kBack>(r.src, below), e = Tap<kBack>(r.src, _mm256_add_epi32(below, right));
-        StoreGroups<P>(d, Blend<0>(a, b, c, e, w), Blend<1>(a, b, c, e, w), Blend<2>(a, b, c, e, w),
-                       Blend<3>(a, b, c, e, w));
-        x = _mm256_add_epi32(x, stepX);
-        y = _mm256_add_epi32(y, stepY);
-    }
-    if (i < r.count) LinearRowPlain<S::kSrc, S::kDst, S::kCount>(Tail(r, i, S::kDst));
+    EightAtATime<S::kDst>(
+        r,
+        [&](uint8_t* d, __m256i x, __m256i y) {
+            const Window w = Locate(x, y, r, S::kSrc);
+            const __m256i below = _mm256_add_epi32(w.offset, down);
+            const __m256i a = Tap<kBack>(r.src, w.offset), b = Tap<kBack>(r.src, _mm256_add_epi32(w.offset, right));
+            const __m256i c = Tap<kBack>(r.src, below), e = Tap<kBack>(r.src, _mm256_add_epi32(below, right));
+            StoreGroups<P>(d, Blend<0>(a, b, c, e, w), Blend<1>(a, b, c, e, w), Blend<2>(a, b, c, e, w),
+                           Blend<3>(a, b, c, e, w));
+        },
+        LinearRowPlain<S::kSrc, S::kDst, S::kCount>);
 }
 
 // One channel: the two samples of a window row are adjacent, so one word
 // read ending at the right one holds both.
 template <>
 void Row<InterpPixel::Gray>(const InterpRow& r) {
-    __m256i x = Lanes(r.x, r.stepX), y = Lanes(r.y, r.stepY);
-    const __m256i stepX = _mm256_set1_epi32(int32_t(r.stepX * 8u)), stepY = _mm256_set1_epi32(int32_t(r.stepY * 8u));
     const __m256i down = _mm256_set1_epi32(r.srcStep);
     const __m256i spread = _mm256_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1, 0, -1, 1, -1,
                                             4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1);
-    int32_t i = 0;
-    uint8_t* d = r.dst;
-    for (; i + 8 <= r.count; i += 8, d += 8) {
-        const Window w = Locate(x, y, r, 1);
-        const __m256i top = _mm256_shuffle_epi8(Tap<2>(r.src, w.offset), spread);
-        const __m256i bottom = _mm256_shuffle_epi8(Tap<2>(r.src, _mm256_add_epi32(w.offset, down)), spread);
-        const __m256i r0 = _mm256_srai_epi32(_mm256_madd_epi16(top, w.wx), 8);
-        const __m256i r1 = _mm256_srai_epi32(_mm256_madd_epi16(bottom, w.wx), 8);
-        const __m256i sum = _mm256_madd_epi16(Join16(r0, r1), w.wy);
-        StoreGray(d, _mm256_srai_epi32(_mm256_add_epi32(sum, _mm256_set1_epi32(0x80000)), 20));
-        x = _mm256_add_epi32(x, stepX);
-        y = _mm256_add_epi32(y, stepY);
-    }
-    if (i < r.count) LinearRowPlain<1, 1, 1>(Tail(r, i, 1));
+    EightAtATime<1>(
+        r,
+        [&](uint8_t* d, __m256i x, __m256i y) {
+            const Window w = Locate(x, y, r, 1);
+            const __m256i top = _mm256_shuffle_epi8(Tap<2>(r.src, w.offset), spread);
+            const __m256i bottom = _mm256_shuffle_epi8(Tap<2>(r.src, _mm256_add_epi32(w.offset, down)), spread);
+            const __m256i r0 = _mm256_srai_epi32(_mm256_madd_epi16(top, w.wx), 8);
+            const __m256i r1 = _mm256_srai_epi32(_mm256_madd_epi16(bottom, w.wx), 8);
+            const __m256i sum = _mm256_madd_epi16(Join16(r0, r1), w.wy);
+            StoreGray(d, _mm256_srai_epi32(_mm256_add_epi32(sum, _mm256_set1_epi32(0x80000)), 20));
+        },
+        LinearRowPlain<1, 1, 1>);
 }
 
 }  // namespace
