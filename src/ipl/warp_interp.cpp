@@ -4,10 +4,12 @@
 #include "ipl/warp_interp.h"
 
 #include <cmath>
+#include <iterator>
 
 #include "convert/kernel_forms.h"
 #include "ipl/warp_fixed.h"
 #include "ipl/warp_kernels.h"
+#include "ipl/warp_nearest.h"
 
 namespace tarn {
 
@@ -37,16 +39,10 @@ InterpRowFn PickRow(InterpRowFn plain, InterpRowFn avx2) {
 #endif
 
 InterpPixel ShapeOf(int32_t src, int32_t dst, int32_t n) {
-    struct Case {
-        int32_t src, dst, n;
-        InterpPixel pixel;
-    };
-    static constexpr Case kCases[] = {{1, 1, 1, InterpPixel::Gray},
-                                      {3, 3, 3, InterpPixel::Rgb},
-                                      {4, 4, 4, InterpPixel::Rgba},
-                                      {4, 4, 3, InterpPixel::RgbOfRgba}};
-    for (const Case& c : kCases)
-        if (c.src == src && c.dst == dst && c.n == n) return c.pixel;
+    // The shapes of the nearest rows, in the same order.
+    for (int i = 0; i < int(std::size(kPixelShapes)); ++i)
+        if (kPixelShapes[i].src == src && kPixelShapes[i].dst == dst && kPixelShapes[i].count == n)
+            return InterpPixel(i);
     return InterpPixel::General;
 }
 

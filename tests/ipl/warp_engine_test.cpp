@@ -156,7 +156,8 @@ TEST(WarpEngine, DegenerateSourceRoiIsReported) {
 }
 
 // Random affine warps (turns, scales, shears, shifts, mirrors) with every
-// fast pixel case and one general case; every form writes the plain form's bytes.
+// kernel, every fast pixel case and one general case; every form writes the
+// plain form's bytes.
 TEST(WarpEngine, FastRowsMatchThePlainRows) {
     std::mt19937 rng(11);
     std::uniform_real_distribution<double> unit(-1.0, 1.0);
@@ -164,6 +165,7 @@ TEST(WarpEngine, FastRowsMatchThePlainRows) {
         int srcChannels, dstChannels, alpha;
     };
     const Shape kShapes[] = {{1, 1, 0}, {3, 3, 0}, {4, 4, 0}, {4, 4, 4}, {3, 3, 3}};
+    for (int mode : {IPL_INTER_NN, IPL_INTER_LINEAR, IPL_INTER_CUBIC})
     for (const Shape& shape : kShapes)
         for (int trial = 0; trial < 12; ++trial) {
             const int sw = 3 + int(rng() % 60), sh = 3 + int(rng() % 40);
@@ -184,11 +186,11 @@ TEST(WarpEngine, FastRowsMatchThePlainRows) {
             ForEachForm([&](SimdForm form) {
                 OwnedImage dst(dw, dh, shape.dstChannels, dstPad, 0x3C);
                 dst.get()->alphaChannel = shape.alpha;
-                iplWarpAffine(src.get(), dst.get(), c, 0);
+                iplWarpAffine(src.get(), dst.get(), c, mode);
                 ASSERT_TRUE(rec.reports().empty());
                 EXPECT_TRUE(dst.CanariesIntact());
                 if (form == SimdForm::Plain) expect = dst.Pixels();
-                else ASSERT_EQ(dst.Pixels(), expect) << FormName(form) << " trial " << trial;
+                else ASSERT_EQ(dst.Pixels(), expect) << FormName(form) << " mode " << mode << " trial " << trial;
             });
         }
 }
