@@ -10,9 +10,11 @@
 //   odd widths and the MMX body's overrun included.
 // - YUV to RGB: the plain body uses the table form; the block columns of the
 //   MMX (8 pixels) and SSE2 (16 pixels) bodies the vector form, the
-//   remainder the table form.
-// - Averages: the MMX body truncates in its block columns; every other body
+//   remainder the table form. Semi-planar sources take the table form in
+//   every tier.
+// - Smoothing: the MMX body truncates in its block columns; every other body
 //   (and every remainder column) rounds. Pavg is the MMX body with rounding.
+//   The average of two rows without smoothing rounds in every body.
 // - Copies, byte reorders, 16-bit packing and RGB to YUV give the same bytes
 //   in every tier; they run the fastest form the processor has.
 //
@@ -45,7 +47,7 @@ void PlanarToPacked(Body body, bool smooth, PackedOrder order, uint8_t* dst, int
 
 // Packed 4:2:2 in any order to planar 4:2:0 (packed_to_planar.cpp). With
 // smoothing as ConvYuy2ToPlanarSmooth*; without, luma as stored and chroma
-// r(row 2k, row 2k + 1) (m() in the MMX body's 8-pixel blocks).
+// r(row 2k, row 2k + 1) in every body.
 void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
                     uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
                     int32_t srcStride, int32_t width, int32_t height);
@@ -110,7 +112,7 @@ void PlanarToSemiPlanar(RowCopyKernel copy, bool smooth, uint8_t* dst, int32_t d
 
 // Semi-planar to Rgb24 (semi_planar_to_rgb.cpp): a Y plane, then Cb, Cr byte
 // pairs (sample i at bytes 2i, 2i + 1) from row |height| of the source, in
-// 2 x 2 blocks. `field`: both planes have their height rounded up to a
+// 2 x 2 blocks by the table form, whatever the body. `field`: both planes have their height rounded up to a
 // multiple of 32 and hold the even rows of the frame in their upper half and
 // the odd rows in the lower one.
 void SemiPlanarToRgb24(Body body, bool field, uint8_t* dst, int32_t dstStride, const uint8_t* src,

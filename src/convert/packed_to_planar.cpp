@@ -66,13 +66,8 @@ void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, ui
         // are given three times.
         size_t done = 0;
         if (!smooth) {
-            // Rows as stored, chroma r(row 2k, row 2k + 1); the MMX body's
-            // block columns take m() instead.
+            // Rows as stored, chroma r(row 2k, row 2k + 1) in every body.
             f.smoothPairFromYuy2(y0, y1, u, v, Rows3{s[1], s[1], s[1]}, Rows3{s[2], s[2], s[2]}, pairs);
-            for (size_t i = 0; body == Body::Mmx && i < nb / 4; ++i) {
-                u[i] = static_cast<uint8_t>(TruncAvg(s[1][4 * i + 1], s[2][4 * i + 1]));
-                v[i] = static_cast<uint8_t>(TruncAvg(s[1][4 * i + 3], s[2][4 * i + 3]));
-            }
             done = pairs;
         } else if (!trunc) {
             const Rows3 a = first ? Rows3{s[1], s[1], s[1]} : Rows3{s[0], s[2], s[1]};

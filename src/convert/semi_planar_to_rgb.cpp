@@ -1,8 +1,8 @@
 // Semi-planar 4:2:0 (a luma plane, then one plane of Cb, Cr byte pairs) to
-// 24-bit RGB, rows in pairs that share one chroma row. The field form holds
-// the two fields of a frame one above the other in each plane, each plane's
-// height rounded up to a multiple of 32. A negative height writes the
-// destination from its last row up.
+// 24-bit RGB, rows in pairs that share one chroma row, by the table form in
+// every tier. The field form holds the two fields of a frame one above the
+// other in each plane, each plane's height rounded up to a multiple of 32. A
+// negative height writes the destination from its last row up.
 #include "convert/catalogue_kernels.h"
 #include "convert/colour_formulas.h"
 #include "convert/frame_span.h"
@@ -15,9 +15,9 @@ void SemiPlanarToRgb24(Body body, bool field, uint8_t* dst, int32_t dstStride, c
     const int32_t pairsOfRows = walk.rows / 2;
     const size_t n = static_cast<size_t>(width > 0 ? width & ~1 : 0);
     if (pairsOfRows == 0 || n == 0) return;
-    // The MMX body (the SSE2 tier has no other) converts 8-pixel blocks by
-    // the vector form; the rest of a row goes by the table form.
-    const size_t blocks = body == Body::Plain ? 0 : n & ~size_t(7);
+    // The MMX tier's kernels (which the SSE2 tier keeps) compute the table
+    // form too; the body names the tier's entry and changes no byte.
+    (void)body;
     const int32_t planeRows = field ? (walk.rows + 31) & ~31 : walk.rows;
     const uint8_t* chroma = src + int64_t(srcStride) * planeRows;
 
@@ -36,8 +36,7 @@ void SemiPlanarToRgb24(Body body, bool field, uint8_t* dst, int32_t dstStride, c
             v[i] = c[2 * i + 1];
         }
         uint8_t* out = reinterpret_cast<uint8_t*>(Offset(walk.base, r * walk.step));
-        kYuvRowsPlain.toBgr(out, y, u, v, blocks);
-        for (size_t x = blocks; x < n; ++x) {
+        for (size_t x = 0; x < n; ++x) {
             const Bgr p = TableForm(y[x], u[x / 2], v[x / 2]);
             out[3 * x] = p.b;
             out[3 * x + 1] = p.g;

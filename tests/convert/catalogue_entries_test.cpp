@@ -153,7 +153,7 @@ private:
         Buffer expected = dst;
         const Rows y = Read(src, kMargin, ss, planeRows, kWidth, false);
         const Rows c = Read(src, kMargin + ptrdiff_t(ss) * planeRows, ss, planeRows / 2, kWidth, false);
-        Write(expected.data, kMargin, ds, SemiPlanarToRgb24(tier_, field, y, c, kWidth, rows_), flip_);
+        Write(expected.data, kMargin, ds, SemiPlanarToRgb24(field, y, c, kWidth, rows_), flip_);
         std::get<OneToOneEntry>(entry_)(dst.At(kMargin), ds, src.At(kMargin), ss, kWidth, height_);
         EXPECT_EQ(dst.data, expected.data) << Name();
     }
@@ -237,7 +237,7 @@ private:
         PlanarFrame dst(rows_, 0);
         Buffer expected = dst.buffer;
         if (!Smooth()) {
-            Planar planes = PackedToPlanar(tier_, from, pic, kWidth);
+            Planar planes = PackedToPlanar(from, pic, kWidth);
             PlanarFrame shape(rows_, 0);
             shape.Put(expected.data, planes);
         } else {

@@ -154,9 +154,9 @@ Rows PlanarToPacked(Tier tier, bool smooth, Order order, const Planar& p, int wi
     return out;
 }
 
-Planar PackedToPlanar(Tier tier, Order order, const Rows& packed, int width) {
+Planar PackedToPlanar(Order order, const Rows& packed, int width) {
     const Positions at = PositionsOf(order);
-    const int P = int(packed.size()) / 2, blockPairs = BlockPixels(tier, width, 8) / 2;
+    const int P = int(packed.size()) / 2;
     Planar out{Rows(size_t(2 * P), std::vector<uint8_t>(size_t(width))),
                Rows(size_t(P), std::vector<uint8_t>(size_t(width / 2))),
                Rows(size_t(P), std::vector<uint8_t>(size_t(width / 2)))};
@@ -168,8 +168,8 @@ Planar PackedToPlanar(Tier tier, Order order, const Rows& packed, int width) {
             out.y[2 * k][2 * j + 1] = a[at.y1];
             out.y[2 * k + 1][2 * j] = b[at.y0];
             out.y[2 * k + 1][2 * j + 1] = b[at.y1];
-            out.u[k][j] = uint8_t(Average(tier, j < blockPairs, a[at.u], b[at.u]));
-            out.v[k][j] = uint8_t(Average(tier, j < blockPairs, a[at.v], b[at.v]));
+            out.u[k][j] = uint8_t(ref::R(a[at.u], b[at.u]));
+            out.v[k][j] = uint8_t(ref::R(a[at.v], b[at.v]));
         }
     return out;
 }
@@ -259,9 +259,8 @@ Rows PlanarToSemiPlanarChroma(const Planar& p, int width) {
     return out;
 }
 
-Rows SemiPlanarToRgb24(Tier tier, bool field, const Rows& y, const Rows& c, int width, int rows) {
+Rows SemiPlanarToRgb24(bool field, const Rows& y, const Rows& c, int width, int rows) {
     const int planeRows = int(y.size());
-    const int nb = tier == Tier::Plain ? 0 : width / 8 * 8;
     Rows out(size_t(rows / 2 * 2), std::vector<uint8_t>(size_t(width * 3)));
     for (int r = 0; r < rows / 2 * 2; ++r) {
         const int f = field ? r % 2 : 0, j = field ? r / 2 : r;
@@ -269,7 +268,7 @@ Rows SemiPlanarToRgb24(Tier tier, bool field, const Rows& y, const Rows& c, int 
         const std::vector<uint8_t>& chroma = c[size_t(f * planeRows / 4 + j / 2)];
         for (int x = 0; x < width; ++x) {
             const int u = chroma[2 * (x / 2)], v = chroma[2 * (x / 2) + 1];
-            PutPixel(out[r], x, Kind::Rgb24, x < nb ? ref::Vector(luma[x], u, v) : ref::Table(luma[x], u, v), 0);
+            PutPixel(out[r], x, Kind::Rgb24, ref::Table(luma[x], u, v), 0);
         }
     }
     return out;

@@ -43,8 +43,9 @@ Rows PlanarToRgb(Tier tier, bool smooth, Kind kind, int threshold, const Planar&
 // The SSE2 tier's 24-bit kernel without smoothing.
 Rows PlanarToRgb24Rows(const Planar& p, int width);
 Rows PlanarToPacked(Tier tier, bool smooth, Order order, const Planar& p, int width);
-// Without smoothing only; the smoothing form goes through ref::Yuy2ToPlanar.
-Planar PackedToPlanar(Tier tier, Order order, const Rows& packed, int width);
+// Without smoothing only (every tier alike); the smoothing form goes through
+// ref::Yuy2ToPlanar.
+Planar PackedToPlanar(Order order, const Rows& packed, int width);
 Rows PackedToRgb(Tier tier, Order order, Kind kind, const Rows& packed, int width);
 Rows Reorder(Order from, Order to, const Rows& packed, int width);
 Rows RgbToPacked(Kind in, Order order, const Rows& rgb, int width);
@@ -53,7 +54,7 @@ Rows RgbToRgb(Kind from, Kind to, const Rows& rgb, int width);
 // Luma rows, then the interleaved chroma rows (bytes 0 and 1 left out).
 Rows PlanarToSemiPlanarChroma(const Planar& p, int width);
 // `y` the luma plane rows, `c` the chroma plane rows of the source buffer;
-// `field` for the field layout with planes of `planeRows` rows.
-Rows SemiPlanarToRgb24(Tier tier, bool field, const Rows& y, const Rows& c, int width, int rows);
+// `field` for the field layout. The table form in every tier.
+Rows SemiPlanarToRgb24(bool field, const Rows& y, const Rows& c, int width, int rows);
 
 }  // namespace tarn::catref
