@@ -31,6 +31,14 @@ bool PlanarStrideMatches(const SurfaceInfo& info) {
     return info.stride == static_cast<int32_t>(info.width);
 }
 
+// Luma bytes of a planar picture; a product beyond any 32-bit byte count
+// stands as INT32_MAX + 1, so that the sums made of it cannot overflow and
+// the size test refuses it.
+int64_t PlanarLuma(const SurfaceInfo& info) {
+    const uint64_t luma = uint64_t(info.width) * info.height;
+    return luma > uint64_t(INT32_MAX) ? int64_t(INT32_MAX) + 1 : int64_t(luma);
+}
+
 // Sizes beyond what a 32-bit byte count holds are refused as bad arguments.
 bool FitsByteCount(int64_t bytes) { return bytes <= INT32_MAX; }
 
@@ -82,7 +90,7 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* in, int32_t* byteCount
             break;
         }
         case SURFACE_FORMAT_YUV420: {
-            const int64_t luma = int64_t(info.width) * height;
+            const int64_t luma = PlanarLuma(info);
             const int64_t size = luma * 3 / 2;
             if (byteCount) *byteCount = FitsByteCount(size) ? static_cast<int32_t>(size) : 0;
             if (size <= 0 || !FitsByteCount(size) || !PlanarStrideMatches(info))
@@ -157,7 +165,7 @@ VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* in, IPixelSource* s
             break;
         }
         case SURFACE_FORMAT_YUV420: {
-            const int64_t luma = int64_t(info.width) * height;
+            const int64_t luma = PlanarLuma(info);
             const int64_t size = luma * 3 / 2;
             if (size <= 0 || !FitsByteCount(size) || !PlanarStrideMatches(info))
                 return VED_E_INVALIDARG;

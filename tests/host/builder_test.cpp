@@ -31,6 +31,8 @@ TEST(CreateBlank, RefusesBadDescriptors) {
         {Describe(SURFACE_FORMAT_RGB32, 8, 3), VED_E_INVALIDARG},
         {Describe(SURFACE_FORMAT_RGB32, 3, 8), VED_E_INVALIDARG},
         {Describe(SURFACE_FORMAT_YUV420, 0xFFFFFFFFu, 8), VED_E_INVALIDARG},  // far too big
+        // Both sides huge: the product exceeds 64 bits once tripled.
+        {Describe(SURFACE_FORMAT_YUV420, 0xFFFFFFFFu, 0xFFFFFFFFu), VED_E_INVALIDARG},
         {zeroStride, VED_E_INVALIDARG},
         {unknown, VED_E_NOTSUPPORTED},
         {swapped, VED_E_NOTSUPPORTED},  // never stored
