@@ -59,15 +59,15 @@ struct Case {
 };
 
 std::vector<Case> Cases() {
-    using F = CatalogueFormat;
+    using C = CatalogueFormat;
     std::vector<Case> cases = {
-        {"UyvyToYuy2", Entry(F::Uyvy, F::Yuy2, 2, 2), nullptr},
-        {"Yuy2ToYvyu", Entry(F::Yuy2, F::Yvyu, 2, 2), nullptr},
-        {"Rgb565ToRgb32", Entry(F::Rgb565, F::Rgb32, 2, 4), nullptr},
-        {"Rgb555ToRgb32", Entry(F::Rgb555, F::Rgb32, 2, 4), nullptr},
-        {"Rgb32ToRgb565", Entry(F::Rgb32, F::Rgb565, 4, 2), nullptr},
-        {"Rgb32ToRgb555", Entry(F::Rgb32, F::Rgb555, 4, 2), nullptr},
-        {"UyvyToRgb32", Entry(F::Uyvy, F::Rgb32, 2, 4), nullptr},
+        {"UyvyToYuy2", Entry(C::Uyvy, C::Yuy2, 2, 2), nullptr},
+        {"Yuy2ToYvyu", Entry(C::Yuy2, C::Yvyu, 2, 2), nullptr},
+        {"Rgb565ToRgb32", Entry(C::Rgb565, C::Rgb32, 2, 4), nullptr},
+        {"Rgb555ToRgb32", Entry(C::Rgb555, C::Rgb32, 2, 4), nullptr},
+        {"Rgb32ToRgb565", Entry(C::Rgb32, C::Rgb565, 4, 2), nullptr},
+        {"Rgb32ToRgb555", Entry(C::Rgb32, C::Rgb555, 4, 2), nullptr},
+        {"UyvyToRgb32", Entry(C::Uyvy, C::Rgb32, 2, 4), nullptr},
     };
 #if defined(TARN_HAVE_PEER)
     static const uint8_t swapPairs[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
