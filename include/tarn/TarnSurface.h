@@ -63,7 +63,9 @@
 #define TARN_CALL
 #endif
 
-#if defined(_WIN32)
+#if defined(_WIN32) && defined(TARN_STATIC) && !defined(TARN_BUILDING_LIBRARY)
+#define TARN_EXPORT
+#elif defined(_WIN32)
 #if defined(TARN_BUILDING_LIBRARY)
 #define TARN_EXPORT __declspec(dllexport)
 #else

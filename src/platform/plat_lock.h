@@ -1,15 +1,20 @@
-// The platform's mutual-exclusion lock, over a standard mutex. Enterable
-// from any thread; not re-entrant within the library's own use.
+// The platform's mutual-exclusion lock: a critical section on Windows, a
+// standard mutex elsewhere. Enterable from any thread; not re-entrant within
+// the library's own use.
 #pragma once
 
-#include <mutex>
+#include <cstddef>
 
 namespace tarn::platform {
 
-// The mutex lives in the record itself, so making a lock never allocates and
-// cannot fail: an object's constructor throws nothing out of the library.
+// The system's lock object lives in the record itself, so making a lock never
+// allocates and cannot fail: an object's constructor throws nothing out of the
+// library. The storage is sized for the largest of those objects; each
+// platform's file checks that its own fits.
+inline constexpr size_t kPlatLockBytes = 64;
+
 struct PlatCriticalSection {
-    std::mutex mutex;
+    alignas(16) unsigned char storage[kPlatLockBytes];
 };
 
 void PlatInitCriticalSection(PlatCriticalSection* lock);

@@ -1,4 +1,5 @@
-// Last-level cache size from the operating system.
+// Last-level cache size from the operating system (Linux; a typical size
+// elsewhere).
 #include "platform/cache_size.h"
 
 #if defined(__linux__)
