@@ -20,6 +20,9 @@ namespace tarn {
 namespace {
 
 namespace plat = platform;
+// The platform's constants are spelt unqualified: on Windows they are the
+// system's macros.
+using namespace platform;
 
 // The flag that asks for a copy; the builder never wraps the host's memory.
 constexpr uint32_t kCopyRequested = 4;
@@ -115,7 +118,7 @@ VedResult FromDirectDraw(void* source, int32_t format, uint32_t flags, ITarnSurf
 
     SurfacePtr surface;
     if (const VedResult r = MakeSurface(info, flags, surface); r < 0) return r;
-    const plat::HRESULT locked = surfaceIn->Lock(nullptr, &desc, plat::DDLOCK_WAIT, nullptr);
+    const plat::HRESULT locked = surfaceIn->Lock(nullptr, &desc, DDLOCK_WAIT, nullptr);
     if (locked < 0) return locked;
     if (!desc.lpSurface) {
         surfaceIn->Unlock(nullptr);

@@ -10,6 +10,9 @@ namespace tarn {
 namespace {
 
 namespace plat = platform;
+// The platform's constants are spelt unqualified: on Windows they are the
+// system's macros.
+using namespace platform;
 
 enum ExportKind : int32_t { kExportDirectDraw = 1, kExportGlobalBitmap = 2 };
 
@@ -45,7 +48,7 @@ int64_t DibImageBytes(int32_t width, int32_t height, int32_t bits) {
 plat::HGLOBAL MakeGlobalDib(int32_t width, int32_t height, int32_t bits) {
     const int64_t image = DibImageBytes(width, height, bits);
     if (image < 0 || image > INT32_MAX - kHeaderBytes) return nullptr;
-    const plat::HGLOBAL block = plat::GlobalAlloc(plat::GHND, size_t(image + kHeaderBytes));
+    const plat::HGLOBAL block = plat::GlobalAlloc(GHND, size_t(image + kHeaderBytes));
     if (!block) return nullptr;
     auto* header = static_cast<plat::BITMAPINFOHEADER*>(plat::GlobalLock(block));
     if (header) {
@@ -86,19 +89,19 @@ plat::HRESULT MakeDirectDrawSurface(plat::IDirectDrawSurface7** out, uint32_t wi
         plat::DirectDrawCreateEx(nullptr, &made, plat::IID_IDirectDraw7, nullptr);
     if (created != 0) return created;
     auto* dd = static_cast<plat::IDirectDraw7*>(made);
-    dd->SetCooperativeLevel(nullptr, plat::DDSCL_NORMAL);
+    dd->SetCooperativeLevel(nullptr, DDSCL_NORMAL);
 
     plat::DDSURFACEDESC2 desc{};
     desc.dwSize = sizeof desc;
-    desc.dwFlags = plat::DDSD_CAPS | plat::DDSD_HEIGHT | plat::DDSD_WIDTH;
+    desc.dwFlags = DDSD_CAPS | DDSD_HEIGHT | DDSD_WIDTH;
     desc.dwWidth = width;
-    desc.ddsCaps.dwCaps = plat::DDSCAPS_OFFSCREENPLAIN | (systemMemory ? plat::DDSCAPS_SYSTEMMEMORY : 0);
+    desc.ddsCaps.dwCaps = DDSCAPS_OFFSCREENPLAIN | (systemMemory ? DDSCAPS_SYSTEMMEMORY : 0);
     const SurfaceShape& shape = kShapes[shapeIndex];
     if (shape.heightDivisor) {
-        desc.dwFlags |= plat::DDSD_PIXELFORMAT;
+        desc.dwFlags |= DDSD_PIXELFORMAT;
         desc.dwHeight = height / shape.heightDivisor;
         desc.ddpfPixelFormat.dwSize = sizeof desc.ddpfPixelFormat;
-        desc.ddpfPixelFormat.dwFlags = plat::DDPF_RGB;
+        desc.ddpfPixelFormat.dwFlags = DDPF_RGB;
         desc.ddpfPixelFormat.dwRGBBitCount = shape.bitCount ? shape.bitCount : uint32_t(bits);
         if (shape.masks) {
             desc.ddpfPixelFormat.dwRBitMask = 0xFF0000;
@@ -164,7 +167,7 @@ VedResult CTarnSurfaceBuffer::Export(int32_t kind, void** handle, uint32_t* flag
     desc.dwSize = sizeof desc;
     // The answer is not looked at; the guard below catches a surface that
     // gave no memory or too little for the picture.
-    surface->Lock(nullptr, &desc, plat::DDLOCK_WAIT, nullptr);
+    surface->Lock(nullptr, &desc, DDLOCK_WAIT, nullptr);
     const int32_t stride = copyStride ? copyStride : desc.lPitch;
     if (!desc.lpSurface || BytesWritten(info, stride) > int64_t(desc.lPitch) * desc.dwHeight) {
         if (desc.lpSurface) surface->Unlock(nullptr);

@@ -76,6 +76,10 @@ TEST(PlatformRoundTrip, DirectDrawSurface) {
 }
 
 TEST(PlatformRoundTrip, ImageContainer) {
+#if defined(_WIN32)
+    GTEST_SKIP() << "On Windows the image container is the editor's own library; "
+                    "the DLL exports no stand-in for a host to make one with";
+#else
     plat::HRASTER raster = nullptr;
     ASSERT_EQ(plat::RasterCreate(8, 6, 24, 0, &raster), plat::RASTER_OK);
     const std::vector<uint8_t> picture = host::Ramp(24 * 6, 11);  // rows top first
@@ -89,6 +93,7 @@ TEST(PlatformRoundTrip, ImageContainer) {
     EXPECT_EQ(host::InfoOf(in.get()).topDown, 0u);
     EXPECT_EQ(CopyOut(in.get(), 24, 1, picture.size()), picture);
     EXPECT_EQ(plat::RasterFree(raster), plat::RASTER_OK);
+#endif
 }
 
 }  // namespace

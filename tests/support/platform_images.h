@@ -12,6 +12,9 @@
 namespace images {
 
 namespace plat = tarn::platform;
+// The platform's constants are spelt unqualified: on Windows they are the
+// system's macros.
+using namespace tarn::platform;
 
 // Bytes 1 to 251 repeating (a prime, so rows never line up), never 0, so
 // bytes left zero stand out.
@@ -24,7 +27,7 @@ inline std::vector<uint8_t> Ramp(size_t n, uint32_t start = 0) {
 // A bitmap block: the header as given, then `pixels`.
 inline plat::HGLOBAL MakeDib(int32_t width, int32_t height, uint16_t bits,
                              const std::vector<uint8_t>& pixels) {
-    const plat::HGLOBAL block = plat::GlobalAlloc(plat::GHND, 40 + pixels.size());
+    const plat::HGLOBAL block = plat::GlobalAlloc(GHND, 40 + pixels.size());
     auto* p = static_cast<uint8_t*>(plat::GlobalLock(block));
     plat::BITMAPINFOHEADER h{};
     h.biSize = 40;
@@ -59,19 +62,22 @@ inline Dib ReadDib(plat::HGLOBAL block) {
 // An RGB system-memory surface of the usual masks; null on failure.
 inline plat::IDirectDrawSurface7* MakeDdSurface(uint32_t width, uint32_t height, uint32_t bits) {
     void* made = nullptr;
-    if (plat::DirectDrawCreateEx(nullptr, &made, plat::IID_IDirectDraw7, nullptr) != plat::DD_OK)
+    if (plat::DirectDrawCreateEx(nullptr, &made, plat::IID_IDirectDraw7, nullptr) != DD_OK)
         return nullptr;
     auto* dd = static_cast<plat::IDirectDraw7*>(made);
-    dd->SetCooperativeLevel(nullptr, plat::DDSCL_NORMAL);
+    dd->SetCooperativeLevel(nullptr, DDSCL_NORMAL);
     plat::DDSURFACEDESC2 d{};
     d.dwSize = sizeof d;
-    d.dwFlags = plat::DDSD_CAPS | plat::DDSD_HEIGHT | plat::DDSD_WIDTH | plat::DDSD_PIXELFORMAT;
+    d.dwFlags = DDSD_CAPS | DDSD_HEIGHT | DDSD_WIDTH | DDSD_PIXELFORMAT;
     d.dwWidth = width;
     d.dwHeight = height;
-    d.ddsCaps.dwCaps = plat::DDSCAPS_OFFSCREENPLAIN | plat::DDSCAPS_SYSTEMMEMORY;
+    d.ddsCaps.dwCaps = DDSCAPS_OFFSCREENPLAIN | DDSCAPS_SYSTEMMEMORY;
     d.ddpfPixelFormat.dwSize = sizeof d.ddpfPixelFormat;
-    d.ddpfPixelFormat.dwFlags = plat::DDPF_RGB;
+    d.ddpfPixelFormat.dwFlags = DDPF_RGB;
     d.ddpfPixelFormat.dwRGBBitCount = bits;
+    d.ddpfPixelFormat.dwRBitMask = 0xFF0000;
+    d.ddpfPixelFormat.dwGBitMask = 0xFF00;
+    d.ddpfPixelFormat.dwBBitMask = 0xFF;
     plat::IDirectDrawSurface7* surface = nullptr;
     dd->CreateSurface(&d, &surface, nullptr);
     dd->Release();
@@ -87,12 +93,12 @@ struct DdPicture {
 inline DdPicture LockDd(plat::IDirectDrawSurface7* s, const std::vector<uint8_t>* write = nullptr) {
     DdPicture out;
     out.desc.dwSize = sizeof out.desc;
-    EXPECT_EQ(s->Lock(nullptr, &out.desc, plat::DDLOCK_WAIT, nullptr), plat::DD_OK);
+    EXPECT_EQ(s->Lock(nullptr, &out.desc, DDLOCK_WAIT, nullptr), DD_OK);
     auto* p = static_cast<uint8_t*>(out.desc.lpSurface);
     const size_t size = size_t(out.desc.lPitch) * out.desc.dwHeight;
     if (p && write) std::memcpy(p, write->data(), write->size() < size ? write->size() : size);
     if (p) out.pixels.assign(p, p + size);
-    EXPECT_EQ(s->Unlock(nullptr), plat::DD_OK);
+    EXPECT_EQ(s->Unlock(nullptr), DD_OK);
     return out;
 }
 
