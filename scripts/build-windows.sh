@@ -55,10 +55,15 @@ configure_and_build() {  # dir triplet
 }
 
 run_tests() {  # dir
-  # One wine server for the whole run: starting it per program is slow.
-  wineserver -p 2>/dev/null || true
-  xvfb-run -a ctest --test-dir "$1" --output-on-failure -j "$jobs"
+  # Wine's own services start with the first program and outlive it; started
+  # here with their output detached, they do not hold ctest's pipes open (ctest
+  # would wait for them), and one server serves the whole run.
+  local status=0
+  xvfb-run -a bash -c '
+    wineboot --init >/dev/null 2>&1 </dev/null
+    ctest --test-dir "$1" --output-on-failure -j "$2"' _ "$1" "$jobs" || status=$?
   wineserver -k 2>/dev/null || true
+  return $status
 }
 
 configure_and_build "$build" i686-w64-mingw32
