@@ -84,8 +84,8 @@ void Run(FuzzInput& in, Outcome& out) {
     // asked for here; the refusals beyond 2^31 allocate nothing and are.
     const int64_t rowBytes = info.format == SURFACE_FORMAT_YUV420 ? int64_t(info.width) * 3 / 2
                                                                   : std::abs(int64_t(info.stride));
-    const int64_t described = rowBytes * int64_t(info.height);
-    if (described > (int64_t(256) << 20) && described <= INT32_MAX) return;
+    const double described = double(rowBytes) * double(info.height);
+    if (described > double(256 << 20) && described <= double(INT32_MAX)) return;
     ITarnSurface* blank = kUntouched;
     int32_t bytes = -7;
     const VedResult blankResult = builder->CreateBlank(in.Flag() ? &info : nullptr, &bytes, &blank);
