@@ -29,23 +29,19 @@ bool PixelFormatSupported(const DDPIXELFORMAT& pf) {
     return noMasks || usualMasks;
 }
 
-class CDirectDrawSurface final : public IDirectDrawSurface7 {
+// The system's reference counting and id query for an interface with id `Id`:
+// one count, the object deleted when it reaches zero.
+template <class Interface, const IID& Id>
+class Counted : public Interface {
 public:
-    CDirectDrawSurface(IDirectDraw7* owner, const DDSURFACEDESC2& desc,
-                       std::unique_ptr<uint8_t[]> pixels)
-        : owner_(owner), desc_(desc), pixels_(std::move(pixels)) {
-        owner_->AddRef();  // the device lives while its surfaces do
-    }
-    ~CDirectDrawSurface() { owner_->Release(); }
-
     HRESULT TARN_CALL QueryInterface(REFIID iid, void** out) override {
         if (!out) return DDERR_INVALIDPARAMS;
-        if (!SameId(iid, IID_IDirectDrawSurface7) && !SameId(iid, IID_IUnknown)) {
+        if (!SameId(iid, Id) && !SameId(iid, IID_IUnknown)) {
             *out = nullptr;
             return E_NOINTERFACE;
         }
         AddRef();
-        *out = static_cast<IDirectDrawSurface7*>(this);
+        *out = static_cast<Interface*>(this);
         return S_OK;
     }
     ULONG TARN_CALL AddRef() override { return ++refs_; }
@@ -54,6 +50,22 @@ public:
         if (left == 0) delete this;
         return left;
     }
+
+protected:
+    virtual ~Counted() = default;
+
+private:
+    std::atomic<ULONG> refs_{1};
+};
+
+class CDirectDrawSurface final : public Counted<IDirectDrawSurface7, IID_IDirectDrawSurface7> {
+public:
+    CDirectDrawSurface(IDirectDraw7* owner, const DDSURFACEDESC2& desc,
+                       std::unique_ptr<uint8_t[]> pixels)
+        : owner_(owner), desc_(desc), pixels_(std::move(pixels)) {
+        owner_->AddRef();  // the device lives while its surfaces do
+    }
+    ~CDirectDrawSurface() { owner_->Release(); }
 
     HRESULT TARN_CALL GetSurfaceDesc(DDSURFACEDESC2* desc) override {
         if (!desc || desc->dwSize != sizeof(DDSURFACEDESC2)) return DDERR_INVALIDPARAMS;
@@ -89,7 +101,6 @@ public:
     }
 
 private:
-    std::atomic<ULONG> refs_{1};
     IDirectDraw7* owner_;
     const DDSURFACEDESC2 desc_;
     std::unique_ptr<uint8_t[]> pixels_;
@@ -97,25 +108,8 @@ private:
     bool locked_ = false;
 };
 
-class CDirectDraw final : public IDirectDraw7 {
+class CDirectDraw final : public Counted<IDirectDraw7, IID_IDirectDraw7> {
 public:
-    HRESULT TARN_CALL QueryInterface(REFIID iid, void** out) override {
-        if (!out) return DDERR_INVALIDPARAMS;
-        if (!SameId(iid, IID_IDirectDraw7) && !SameId(iid, IID_IUnknown)) {
-            *out = nullptr;
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        *out = static_cast<IDirectDraw7*>(this);
-        return S_OK;
-    }
-    ULONG TARN_CALL AddRef() override { return ++refs_; }
-    ULONG TARN_CALL Release() override {
-        const ULONG left = --refs_;
-        if (left == 0) delete this;
-        return left;
-    }
-
     // Only the normal level exists without a window and a display to take.
     HRESULT TARN_CALL SetCooperativeLevel(HWND window, DWORD flags) override {
         if (window || flags != DDSCL_NORMAL) return DDERR_INVALIDPARAMS;
@@ -160,7 +154,6 @@ public:
     }
 
 private:
-    std::atomic<ULONG> refs_{1};
     bool cooperative_ = false;
 };
 
