@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs benchmarks side by side with the peer library (libyuv from
 # Debian, installed when missing; the library itself never links it).
-#   scripts/bench.sh [name...]   names: fast_copy convert catalogue scale resize compose quarter_turn matrix
+#   scripts/bench.sh [name...]   names: fast_copy convert catalogue scale resize compose
+#                                quarter_turn rotate warp matrix
 # With no name every benchmark but the matrix runs. Each prints a table of
 # our time, the peer's and the ratio at the end. `matrix` runs every format
 # pair and every resize mode x format x factor briefly, prints one table
@@ -19,7 +20,7 @@ if ((${#names[@]})) && [[ ${names[0]} == matrix ]]; then
   cmake --build "$build" -j "$(nproc)" --target tarn_bench_matrix
   exec "$build/bench/tarn_bench_matrix" --benchmark_min_time=0.04 --matrix_out="$build/matrix.tsv" "${names[@]:1}"
 fi
-((${#names[@]})) || names=(fast_copy convert catalogue scale resize compose quarter_turn)
+((${#names[@]})) || names=(fast_copy convert catalogue scale resize compose quarter_turn rotate warp)
 for name in "${names[@]}"; do
   cmake --build "$build" -j "$(nproc)" --target "tarn_bench_$name"
   "$build/bench/tarn_bench_$name"
