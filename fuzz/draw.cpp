@@ -49,8 +49,13 @@ void DrawToBuffer(ISurfaceBuilder* builder, FuzzInput& in, Outcome& out) {
         default: stride = int32_t(in.Take(0)) - 0x8000; break;
     }
     const int32_t used = stride < 1 ? row : stride;
-    const size_t rows = info.format == SURFACE_FORMAT_YUV420 ? size_t(std::max(h, 0)) * 3 / 2 : size_t(std::max(h, 0));
-    std::vector<uint8_t> buffer(size_t(std::max(used, 0)) * rows + 16);
+    // A planar buffer's chroma planes lie where stride and height put them,
+    // each (h + 1) / 2 rows of stride / 2 (the public header's rule).
+    const size_t lumaBytes = size_t(std::max(used, 0)) * size_t(std::max(h, 0));
+    const size_t chromaBytes = info.format == SURFACE_FORMAT_YUV420
+                                   ? 2 * (size_t(std::max(used, 0)) / 2 + 1) * (size_t(std::max(h, 0)) / 2 + 1)
+                                   : 0;
+    std::vector<uint8_t> buffer(lumaBytes + chromaBytes + 16);
     const bool withBuffer = in.Flag();
     const int32_t mode = in.Pick(kModes);
     out.Note("DrawToBuffer(%d: %d, %d, %d, %d; %d: %d, %d, %d, %d; %d, %d x %d, stride %d, %#x)", int(withSource),
