@@ -2,7 +2,7 @@
 // calls; the library also uses it as a local object without a count.
 #pragma once
 
-#include "object/ved_unknown.h"
+#include "surface/ved_unknown.h"
 
 namespace tarn {
 

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "object/ved_unknown.h"
+#include "surface/ved_unknown.h"
 #include "surface/bounded_list.h"
 
 namespace tarn {

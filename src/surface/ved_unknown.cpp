@@ -1,5 +1,5 @@
 // Reference counting under each object's own lock.
-#include "object/ved_unknown.h"
+#include "surface/ved_unknown.h"
 
 namespace VideoEdit {
 
