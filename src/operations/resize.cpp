@@ -5,7 +5,7 @@
 
 #include "operations/fill.h"
 #include "operations/stretch.h"
-#include "surface/pixel_memory.h"
+#include "operations/pixel_memory.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace tarn {

@@ -5,7 +5,7 @@
 #include "convert/cpu_features.h"
 #include "convert/fast_copy.h"
 #include "operations/convert_functions.h"
-#include "surface/pixel_memory.h"
+#include "operations/pixel_memory.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace tarn {

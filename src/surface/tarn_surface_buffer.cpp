@@ -1,7 +1,7 @@
 // CTarnSurfaceBuffer: the buffer's life cycle.
 #include "surface/tarn_surface_buffer.h"
 
-#include "surface/pixel_memory.h"
+#include "operations/pixel_memory.h"
 
 namespace tarn {
 

@@ -3,6 +3,7 @@
 // each; pixel access and clone in pixel_access.cpp.
 #pragma once
 
+#include "operations/picture.h"
 #include "surface/tarn_surface.h"
 
 namespace tarn {
@@ -51,38 +52,5 @@ public:
 
     uint8_t* pixels = nullptr;
 };
-
-// True for the formats whose stored rows may be bottom-up.
-inline bool IsRgbFormat(int32_t format) {
-    return format == SURFACE_FORMAT_RGB24 || format == SURFACE_FORMAT_RGB32;
-}
-
-// The content rectangle of a descriptor as one rectangle, and the whole
-// picture.
-inline VedRect ContentRectOf(const SurfaceInfo& info) {
-    return {info.contentLeft, info.contentTop, info.contentRight, info.contentBottom};
-}
-inline void SetContentRect(SurfaceInfo& info, const VedRect& r) {
-    info.contentLeft = r.left;
-    info.contentTop = r.top;
-    info.contentRight = r.right;
-    info.contentBottom = r.bottom;
-}
-inline VedRect WholePicture(const SurfaceInfo& info) {
-    return {0, 0, static_cast<int32_t>(info.width), static_cast<int32_t>(info.height)};
-}
-
-// Bytes of a buffer laid out as `info` says (0 for formats with no buffer).
-inline int64_t BufferBytes(const SurfaceInfo& info) {
-    const int64_t rows = int64_t(info.stride) * info.height;
-    switch (info.format) {
-        case SURFACE_FORMAT_YUV420: return rows * 3 / 2;
-        case SURFACE_FORMAT_RGB24:
-        case SURFACE_FORMAT_RGB32:
-        case SURFACE_FORMAT_GRAY8:
-        case SURFACE_FORMAT_YUV422: return rows;
-        default: return 0;
-    }
-}
 
 }  // namespace tarn

@@ -11,7 +11,7 @@
 #include "convert/kernel_forms.h"
 #include "host/host_support.h"
 #include "support/colour_reference.h"
-#include "surface/pixel_memory.h"
+#include "operations/pixel_memory.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace {
