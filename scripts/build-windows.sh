@@ -5,10 +5,11 @@
 #   scripts/build-windows.sh [build-dir]
 #
 # 32-bit programs need Wine's i386 half (the i386 architecture and wine32).
-# Where that cannot be installed (a package mirror whose i386 lists are out of
-# step with the installed amd64 packages is the usual cause), the 32-bit DLL is
-# still built and checked, and the same suite is built for x86-64 Windows and
-# run under 64-bit Wine instead; the script says so and why.
+# When the mirror's i386 security list is out of step with the installed amd64
+# packages, wine32 is installed from the release lists instead (see below).
+# Where even that fails, the 32-bit DLL is still built and checked, and the
+# same suite is built for x86-64 Windows and run under 64-bit Wine instead;
+# the script says so and why.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 build=$(realpath -m "${1:-$here/build-windows}")
@@ -27,13 +28,51 @@ apt_install() {
 have_wine32() {
   dpkg-query -W -f='${Status}' wine32:i386 2>/dev/null | grep -q "install ok installed"
 }
+
+# When the mirror's i386 security list cannot be fetched, the amd64 half of a
+# library Wine shares (libssl3, say) may stand at a security version its i386
+# half cannot match. Both halves are then taken from the verified release and
+# point-release lists: the security list is pinned low for this one install,
+# and the source packages whose amd64 half already stands above every i386
+# version are pinned to the release so apt may step them back to a matching
+# pair. Every list stays signature-checked; the pins are removed afterwards.
+install_wine32_from_release() {
+  local prefs=/etc/apt/preferences.d/tarn-wine32 sources=() pkg have want src
+  while read -r pkg; do
+    have=$(dpkg-query -W -f='${Version}' "$pkg:amd64" 2>/dev/null) || continue
+    [ -n "$have" ] || continue
+    want=$(apt-cache madison "$pkg:i386" 2>/dev/null | awk -F'|' 'NR==1 {gsub(/ /,"",$2); print $2}')
+    [ -n "$want" ] || continue
+    if dpkg --compare-versions "$have" gt "$want"; then
+      src=$(apt-cache show "$pkg:i386=$want" 2>/dev/null | sed -n 's/^Source: \([^ ]*\).*/\1/p' | head -1)
+      sources+=("${src:-$pkg}")
+    fi
+  done < <(apt-cache depends --recurse --no-recommends --no-suggests --no-conflicts \
+             --no-breaks --no-replaces --no-enhances wine32:i386 2>/dev/null |
+           sed -n 's/^\([a-z0-9][^ ]*\):i386$/\1/p' | sort -u)
+  {
+    printf 'Package: *\nPin: release l=Debian-Security\nPin-Priority: 100\n'
+    for src in $(printf '%s\n' "${sources[@]}" | sort -u); do
+      printf '\nPackage: src:%s\nPin: release l=Debian\nPin-Priority: 1001\n' "$src"
+    done
+  } | "${sudo_cmd[@]}" tee "$prefs" >/dev/null
+  [ ${#sources[@]} -eq 0 ] ||
+    echo "Installing wine32 from the release lists; stepping back to the release: ${sources[*]}"
+  local status=0
+  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq \
+    --no-install-recommends --allow-downgrades wine32:i386 >/dev/null || status=$?
+  "${sudo_cmd[@]}" rm -f "$prefs"
+  return $status
+}
+
 wine32_problem=""
 if ! have_wine32; then
   if ! dpkg --print-foreign-architectures | grep -qx i386; then
     "${sudo_cmd[@]}" dpkg --add-architecture i386
   fi
   "${sudo_cmd[@]}" apt-get update -qq 2>/tmp/tarn-wine32-update.log || true
-  if ! apt_install wine32:i386 2>/tmp/tarn-wine32.log; then
+  if ! apt_install wine32:i386 2>/tmp/tarn-wine32.log &&
+     ! install_wine32_from_release 2>>/tmp/tarn-wine32.log; then
     wine32_problem=$(grep -m1 -E '^E:' /tmp/tarn-wine32.log || echo "apt-get install wine32 failed")
     failed_list=$(grep -m1 -E "Failed to fetch" /tmp/tarn-wine32-update.log || true)
     [ -n "$failed_list" ] && wine32_problem="$wine32_problem ($failed_list)"
