@@ -1,19 +1,10 @@
-// CSurfaceBuilder: the only maker of surfaces. It holds nothing between
-// calls; the library also uses it as a local object without a count.
+// CSurfaceBuilder: the hosts' maker of surfaces, over the surface factory. It
+// holds nothing between calls.
 #pragma once
 
 #include "surface/ved_unknown.h"
 
 namespace tarn {
-
-class CTarnSurfaceBuffer;
-
-// Pixels in memory held by the surface: the only storage there is.
-inline constexpr uint32_t kStorageInMemory = 4;
-
-// The builder's last step for every surface: `ownership` is stored, and the
-// caller receives the surface with one reference.
-VedResult HandOver(CTarnSurfaceBuffer* surface, uint32_t ownership, ITarnSurface** result);
 
 class CSurfaceBuilder : public ISurfaceBuilder, public VideoEdit::CVedUnknown {
 public:

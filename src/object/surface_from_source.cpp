@@ -13,7 +13,7 @@
 #include "convert/fast_copy.h"
 #include "object/surface_builder.h"
 #include "platform/platform_objects.h"
-#include "surface/tarn_surface_buffer.h"
+#include "surface/surface_factory.h"
 
 namespace tarn {
 
@@ -132,7 +132,8 @@ VedResult FromDirectDraw(void* source, int32_t format, uint32_t flags, ITarnSurf
     if (rgb) CopyRows(surface->pixels, info.stride, from, info.stride, info.stride, info.height);
     else FastCopy(surface->pixels, from, static_cast<size_t>(bytes));
     surfaceIn->Unlock(nullptr);
-    return HandOver(surface.release(), flags, result);
+    *result = HandOver(surface.release(), flags);
+    return VED_S_OK;
 }
 
 VedResult FromGlobalBitmap(void* source, int32_t format, uint32_t flags, ITarnSurface** result) {
@@ -195,7 +196,8 @@ VedResult FromGlobalBitmap(void* source, int32_t format, uint32_t flags, ITarnSu
     if (sourceRow) CopyRows(surface->pixels, info.stride, from, sourceRow, info.stride, info.height);
     else FastCopy(surface->pixels, from, static_cast<size_t>(bytes));
     plat::GlobalUnlock(block);
-    return HandOver(surface.release(), flags, result);
+    *result = HandOver(surface.release(), flags);
+    return VED_S_OK;
 }
 
 VedResult FromContainer(void* source, int32_t format, uint32_t flags, ITarnSurface** result) {
@@ -256,7 +258,8 @@ VedResult FromContainer(void* source, int32_t format, uint32_t flags, ITarnSurfa
         FastCopy(surface->pixels, from, static_cast<size_t>(bytes));
     }
     plat::RasterUnlockData(raster);
-    return HandOver(surface.release(), flags, result);
+    *result = HandOver(surface.release(), flags);
+    return VED_S_OK;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // Ways out of the buffer: GetPixels, CopyOut, CopyPixelsOut, and Clone.
 #include "convert/fast_copy.h"
-#include "object/surface_builder.h"
-#include "surface/tarn_surface_buffer.h"
+#include "surface/surface_factory.h"
 
 namespace tarn {
 
@@ -80,21 +79,19 @@ void CTarnSurfaceBuffer::CopyPixelsOut(uint8_t* destination, int32_t destination
 }
 
 VedResult CTarnSurfaceBuffer::Clone(ITarnSurface** out) {
-    if (info.storage != 4) return VED_E_NOTSUPPORTED;
-    CSurfaceBuilder builder;
+    if (info.storage != kStorageInMemory) return VED_E_NOTSUPPORTED;
     int32_t byteCount = 0;
-    ITarnSurface* clone = nullptr;
+    CTarnSurfaceBuffer* clone = nullptr;
     // The descriptor is read before the queue is drained: callers flush first.
-    VedResult r = builder.CreateBlank(&info, &byteCount, &clone);
-    if (r < 0 || !clone) return r;
+    VedResult r = MakeBlankSurface(info, &byteCount, &clone);
+    if (r < 0) return r;
 
     clone->SetAspect(aspectX, aspectY);
     clone->SetDestRect(destRect.left, destRect.top, destRect.right, destRect.bottom);
     clone->SetSourceRect(sourceRect.left, sourceRect.top, sourceRect.right, sourceRect.bottom);
     uint8_t* mine = nullptr;
-    uint8_t* theirs = nullptr;
     GetPixels(&mine);
-    clone->GetPixels(&theirs);
+    uint8_t* theirs = clone->pixels;
     // A queued resize may have shrunk the buffer the copy reads; never read
     // past what it holds now.
     const int64_t available = BufferBytes(info);
