@@ -6,17 +6,6 @@
 
 namespace tarn {
 
-namespace {
-
-// The builder's answer: the surface made, with its one reference, goes to
-// the caller; a refusal leaves *result as it was.
-VedResult Deliver(VedResult r, CTarnSurfaceBuffer* made, ITarnSurface** result) {
-    if (r >= 0) *result = made;
-    return r;
-}
-
-}  // namespace
-
 VedResult CSurfaceBuilder::QueryInterface(const VedId& id, void** out) {
     return AnswerQuery<ISurfaceBuilder>(this, IID_ISurfaceBuilder, id, out);
 }
@@ -25,14 +14,18 @@ VedResult CSurfaceBuilder::CreateBlank(const SurfaceInfo* info, int32_t* byteCou
                                        ITarnSurface** result) {
     if (!info || !result) return VED_E_INVALIDARG;
     CTarnSurfaceBuffer* made = nullptr;
-    return Deliver(MakeBlankSurface(*info, byteCount, &made), made, result);
+    const VedResult r = MakeBlankSurface(*info, byteCount, &made);
+    if (r >= 0) *result = made;  // a refusal leaves *result as it was
+    return r;
 }
 
 VedResult CSurfaceBuilder::CreateFromData(const SurfaceInfo* info, IPixelSource* source,
                                           ITarnSurface** result) {
     if (!info || !source || !result) return VED_E_INVALIDARG;
     CTarnSurfaceBuffer* made = nullptr;
-    return Deliver(MakeSurfaceFromData(*info, *source, &made), made, result);
+    const VedResult r = MakeSurfaceFromData(*info, *source, &made);
+    if (r >= 0) *result = made;
+    return r;
 }
 
 }  // namespace tarn

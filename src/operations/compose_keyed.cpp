@@ -1,13 +1,10 @@
-// ComposeKeyed: an overlay without a mask onto a YUV420 target, with one
-// constant weight and a key colour. Takes over the caller's reference to the
-// overlay. Target and overlay are taken to be YUV420; Flatten brings no other.
-#include "operations/compose.h"
-
+// The keyed compositor: an overlay without a mask onto a YUV420 target, with
+// one constant weight and a key colour. Target and overlay are taken to be
+// YUV420; Flatten brings no other.
 #include "convert/cpu_features.h"
-#include "object/surface_builder.h"
+#include "operations/compose.h"
 #include "operations/compose_guard.h"
 #include "platform/rect.h"
-#include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
 
@@ -43,69 +40,35 @@ bool KeyedBlendInside(const PlaneLayout& l, int64_t bytes, const VedRect& r) {
 
 }  // namespace
 
-VedResult ComposeKeyed(CTarnSurfaceBuffer* self, ITarnSurface* target, ITarnSurface* overlay) {
-    if (!target || !overlay) return VED_E_INVALIDARG;
-    VedRect d{}, s{};
-    overlay->GetDestRect(&d);
-    overlay->GetSourceRect(&s);
-    // `overlay` is the stretched copy once there is one.
-    const auto release = [&overlay](VedResult r) {
-        overlay->Release();
-        return r;
-    };
-    if (platform::IsRectEmpty(&d)) return release(VED_E_INVALIDARG);
-    uint32_t alpha = 0, keyColor = 0;
-    overlay->GetAlpha(&alpha);
-    overlay->GetBackColor(&keyColor);
+ComposeStart StartKeyed(const Picture& target, const KeyedOverlay& overlay) {
+    const VedRect& d = overlay.dest;
+    const VedRect& s = overlay.source;
+    if (platform::IsRectEmpty(&d)) return {false, false, VED_E_INVALIDARG};
     // Before any range test: an overlay at full transparency paints nothing
-    // wherever it lies.
-    if (alpha >= 256) return release(VED_S_OK);  // nothing painted and nothing stretched
+    // wherever it lies, and nothing is stretched for it.
+    if (overlay.alpha >= 256) return {false, false, VED_S_OK};
     // The keyed blend touches every pixel of D, and of S when nothing is
     // stretched; an S outside the overlay is for the stretch to meet.
-    const int32_t dw = platform::RectWidth(d), dh = platform::RectHeight(d);
-    const bool stretch = dw != platform::RectWidth(s) || dh != platform::RectHeight(s);
-    SurfaceInfo ti{}, oi{};
-    target->GetInfo(&ti);
-    overlay->GetInfo(&oi);
-    if (!RectInside(d, ti.width, ti.height) || (!stretch && !RectInside(s, oi.width, oi.height)))
-        return release(VED_E_INVALIDARG);
+    const bool stretch = platform::RectWidth(d) != platform::RectWidth(s) ||
+                         platform::RectHeight(d) != platform::RectHeight(s);
+    const Picture& o = overlay.picture;
+    if (!RectInside(d, target.width, target.height) || (!stretch && !RectInside(s, o.width, o.height)))
+        return {false, false, VED_E_INVALIDARG};
+    return {true, stretch, VED_S_OK};
+}
 
-    VedResult result = VED_S_OK;
-    if (stretch) {
-        CSurfaceBuilder builder;
-        SurfaceInfo info = oi;
-        info.width = static_cast<uint32_t>(dw);
-        info.height = static_cast<uint32_t>(dh);
-        info.stride = dw;
-        ITarnSurface* stretched = nullptr;
-        int32_t bytes = 0;
-        result = builder.CreateBlank(&info, &bytes, &stretched);
-        if (result < 0 || !stretched) return release(result < 0 ? result : VED_E_FAIL);
-        stretched->DrawToSurface(nullptr, overlay, &s, 0);  // result not looked at
-        overlay->Release();
-        overlay = stretched;
-        s = {0, 0, dw, dh};
-        overlay->SetSourceRect(0, 0, dw, dh);
-        overlay->SetBackColor(keyColor);
-    }
-
-    // The target's planes follow the height and stride of the surface on
-    // which Flatten was called, not the target's own: for a copy just
-    // converted from RGB they differ, and hosts get exactly that.
-    uint8_t* targetPixels = nullptr;
-    uint8_t* overlayPixels = nullptr;
-    target->GetPixels(&targetPixels);
-    overlay->GetPixels(&overlayPixels);
-    target->GetInfo(&ti);
-    overlay->GetInfo(&oi);
-    if (!targetPixels || !overlayPixels) return release(VED_E_INVALIDARG);
-    const PlaneLayout tl = LayoutOf(self->info.height, self->info.stride);
-    const PlaneLayout ol = LayoutOf(oi.height, oi.stride);
-    if (!KeyedBlendInside(tl, BufferBytes(ti), d) || !KeyedBlendInside(ol, BufferBytes(oi), s))
-        return release(VED_E_INVALIDARG);
+VedResult BlendKeyedOverlay(const Picture& target, const Picture& planes, const KeyedOverlay& overlay) {
+    const Picture& o = overlay.picture;
+    if (!target.pixels || !o.pixels) return VED_E_INVALIDARG;
+    const PlaneLayout tl = LayoutOf(planes.height, planes.stride);
+    const PlaneLayout ol = LayoutOf(o.height, o.stride);
+    if (!KeyedBlendInside(tl, BufferBytes(target), overlay.dest) ||
+        !KeyedBlendInside(ol, BufferBytes(o), overlay.source))
+        return VED_E_INVALIDARG;
     const bool useSse2 = (g_cpuFeatures & kCpuSse2) != 0;
-    BlendKeyed(PlanesAt(targetPixels, tl), PlanesAt(overlayPixels, ol), d, s, alpha, KeySamplesOf(keyColor), useSse2);
-    return release(result);
+    BlendKeyed(PlanesAt(target.pixels, tl), PlanesAt(o.pixels, ol), overlay.dest, overlay.source,
+               overlay.alpha, KeySamplesOf(overlay.keyColour), useSse2);
+    return VED_S_OK;
 }
 
 }  // namespace tarn

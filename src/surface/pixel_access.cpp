@@ -79,6 +79,13 @@ void CTarnSurfaceBuffer::CopyPixelsOut(uint8_t* destination, int32_t destination
 }
 
 VedResult CTarnSurfaceBuffer::Clone(ITarnSurface** out) {
+    CTarnSurfaceBuffer* clone = nullptr;
+    const VedResult r = CloneSurface(&clone);
+    if (clone) *out = clone;
+    return r;
+}
+
+VedResult CTarnSurfaceBuffer::CloneSurface(CTarnSurfaceBuffer** out) {
     if (info.storage != kStorageInMemory) return VED_E_NOTSUPPORTED;
     int32_t byteCount = 0;
     CTarnSurfaceBuffer* clone = nullptr;

@@ -18,6 +18,8 @@ public:
     VedResult TARN_CALL CopyOut(uint8_t* destination, int32_t destinationStride,
                                 uint32_t topDown) override;
     VedResult TARN_CALL Clone(ITarnSurface** out) override;
+    // Clone's work, for callers that keep the copy as a buffer (Flatten).
+    VedResult CloneSurface(CTarnSurfaceBuffer** out);
     VedResult TARN_CALL Export(int32_t kind, void** handle, uint32_t* flag) override;
     VedResult TARN_CALL Flatten(ITarnSurface** result) override;
 
