@@ -1,5 +1,5 @@
 // Forms of the composition blends: the work of one blend with its addresses
-// worked out, and the scalar, SSE2 and AVX2 forms that do it. All forms of a
+// worked out, and the plain, SSE2 and AVX2 forms that do it. All forms of a
 // family give the same bytes; the callers in blend_masked.cpp and
 // blend_keyed.cpp pick one with PickForm.
 #pragma once
@@ -18,11 +18,11 @@ inline uint8_t BlendSample(uint32_t o, uint32_t t, uint32_t w) {
 // BlendMaskedPlanar with every pointer at the first block.
 struct MaskedPlanarJob {
     uint8_t* ty;
-    uint8_t* tu;
-    uint8_t* tv;
+    uint8_t* tFirst;
+    uint8_t* tSecond;
     const uint8_t* oy;
-    const uint8_t* ou;
-    const uint8_t* ov;
+    const uint8_t* oFirst;
+    const uint8_t* oSecond;
     const uint8_t* mask;  // walked with oStride
     ptrdiff_t tStride, tChromaStride, oStride, oChromaStride;
     int32_t rowPairs;
@@ -45,24 +45,24 @@ struct MaskedPackedJob {
 // The keyed blend of the SSE2 tier with its addresses worked out.
 struct KeyedQueueJob {
     uint8_t* ty;  // target at D.left, D.top
-    uint8_t* tu;  // target chroma at D.left >> 1, D.top >> 1
-    uint8_t* tv;
+    uint8_t* tFirst;  // target chroma at D.left >> 1, D.top >> 1
+    uint8_t* tSecond;
     const uint8_t* oy;
-    const uint8_t* ou;
-    const uint8_t* ov;
+    const uint8_t* oFirst;
+    const uint8_t* oSecond;
     ptrdiff_t tPitch, tChromaPitch, oPitch, oChromaPitch;
     int32_t width, height;
     uint32_t alpha;
-    int32_t keyY, keyU, keyV;
+    int32_t keyY, keyFirst, keySecond;
 };
 
 using MaskedPlanarFn = void (*)(const MaskedPlanarJob&);
 using MaskedPackedFn = void (*)(const MaskedPackedJob&);
 using KeyedQueueFn = void (*)(const KeyedQueueJob&);
 
-void BlendMaskedPlanarScalar(const MaskedPlanarJob& job);
-void BlendMaskedPackedScalar(const MaskedPackedJob& job);
-void BlendKeyedQueueScalar(const KeyedQueueJob& job);
+void BlendMaskedPlanarPlain(const MaskedPlanarJob& job);
+void BlendMaskedPackedPlain(const MaskedPackedJob& job);
+void BlendKeyedQueuePlain(const KeyedQueueJob& job);
 
 #if defined(TARN_HAVE_X86_SIMD)
 void BlendMaskedPlanarSse2(const MaskedPlanarJob& job);
@@ -77,10 +77,10 @@ void BlendMaskedPackedAvx2(const MaskedPackedJob& job);
 
 // One row pair of a planar job from some block on.
 struct PlanarRowPair {
-    uint8_t *ty, *tu, *tv;
-    const uint8_t *oy, *ou, *ov, *m;
+    uint8_t *ty, *tFirst, *tSecond;
+    const uint8_t *oy, *oFirst, *oSecond, *m;
     PlanarRowPair From(int32_t blocks) const {
-        return {ty + 2 * blocks, tu + blocks, tv + blocks, oy + 2 * blocks, ou + blocks, ov + blocks,
+        return {ty + 2 * blocks, tFirst + blocks, tSecond + blocks, oy + 2 * blocks, oFirst + blocks, oSecond + blocks,
                 m + 2 * blocks};
     }
 };

@@ -1,5 +1,5 @@
 // Keyed blend with a constant weight: the key samples, the plain tier (chroma
-// blended once per pixel) and the scalar form of the SSE2 tier's queue. No
+// blended once per pixel) and the plain form of the SSE2 tier's queue. No
 // size is checked here; the compositor checks every address first.
 #include "operations/compose.h"
 
@@ -23,7 +23,7 @@ KeySamples KeySamplesOf(uint32_t color) {
     return key;
 }
 
-void BlendKeyedQueueScalar(const KeyedQueueJob& job) {
+void BlendKeyedQueuePlain(const KeyedQueueJob& job) {
     KeyedQueue q;
     for (int32_t y = 0; y < job.height; ++y) {
         for (int32_t x = 0; x < job.width; ++x)
@@ -36,7 +36,7 @@ namespace {
 
 // Without SSE2 each pixel blends its chroma at once, so a chroma sample is
 // blended once for each of its up to four pixels.
-void BlendKeyedPlain(const KeyedQueueJob& job) {
+void BlendKeyedPlainTier(const KeyedQueueJob& job) {
     const uint32_t a = job.alpha;
     for (int32_t y = 0; y < job.height; ++y) {
         for (int32_t x = 0; x < job.width; ++x) {
@@ -45,8 +45,8 @@ void BlendKeyedPlain(const KeyedQueueJob& job) {
             t = BlendSample(job.oy[y * job.oPitch + x], t, a);
             const ptrdiff_t tc = (y >> 1) * job.tChromaPitch + (x >> 1);
             const ptrdiff_t oc = (y >> 1) * job.oChromaPitch + (x >> 1);
-            job.tu[tc] = BlendSample(job.ou[oc], job.tu[tc], a);
-            job.tv[tc] = BlendSample(job.ov[oc], job.tv[tc], a);
+            job.tFirst[tc] = BlendSample(job.oFirst[oc], job.tFirst[tc], a);
+            job.tSecond[tc] = BlendSample(job.oSecond[oc], job.tSecond[tc], a);
         }
     }
 }
@@ -56,13 +56,13 @@ constexpr FormEntry<KeyedQueueFn> kQueueForms[] = {
     {SimdForm::Avx2, BlendKeyedQueueAvx2},
     {SimdForm::Sse2, BlendKeyedQueueSse2},
 #endif
-    {SimdForm::Plain, BlendKeyedQueueScalar},
+    {SimdForm::Plain, BlendKeyedQueuePlain},
 };
 
 }  // namespace
 
 void BlendKeyed(const PlanarPlanes& target, const PlanarPlanes& overlay, const VedRect& d,
-                const VedRect& s, uint32_t alpha, const KeySamples& key, bool useSse2) {
+                const VedRect& s, uint32_t alpha, const KeySamples& key, bool sse2Tier) {
     KeyedQueueJob job;
     job.width = d.right - d.left;
     job.height = d.bottom - d.top;
@@ -74,19 +74,19 @@ void BlendKeyed(const PlanarPlanes& target, const PlanarPlanes& overlay, const V
     const ptrdiff_t tc = (d.top >> 1) * job.tChromaPitch + (d.left >> 1);
     const ptrdiff_t oc = (s.top >> 1) * job.oChromaPitch + (s.left >> 1);
     job.ty = target.y + d.top * job.tPitch + d.left;
-    job.tu = target.first + tc;
-    job.tv = target.second + tc;
+    job.tFirst = target.first + tc;
+    job.tSecond = target.second + tc;
     job.oy = overlay.y + s.top * job.oPitch + s.left;
-    job.ou = overlay.first + oc;
-    job.ov = overlay.second + oc;
+    job.oFirst = overlay.first + oc;
+    job.oSecond = overlay.second + oc;
     job.alpha = alpha;
     job.keyY = key.y;
-    job.keyU = key.first;
-    job.keyV = key.second;
-    if (useSse2)
+    job.keyFirst = key.first;
+    job.keySecond = key.second;
+    if (sse2Tier)
         PickForm(kQueueForms)(job);
     else
-        BlendKeyedPlain(job);
+        BlendKeyedPlainTier(job);
 }
 
 }  // namespace tarn

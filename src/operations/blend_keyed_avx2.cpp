@@ -1,7 +1,7 @@
 // Keyed blend of the SSE2 tier, AVX2 form: runs of 32, 16 and 8 pixels (see
 // keyed_runs_sse2.h), with the constant weight applied by byte-pair
 // multiply-adds. Weights 256 - alpha and alpha must both fit a byte, so
-// alpha 0 goes to the SSE2 form. Exactly the scalar form's bytes.
+// alpha 0 goes to the SSE2 form. Exactly the plain form's bytes.
 #include <immintrin.h>
 
 #include "operations/keyed_runs_sse2.h"
@@ -42,27 +42,27 @@ inline void Store32(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cas
 // The runs: Y, and both chroma planes in one register.
 inline void Run32(const KeyedRun& r, const Weight& w) {
     Store32(r.ty, Blend32(Load32(r.oy), Load32(r.ty), w));
-    const __m256i c = Blend32(_mm256_set_m128i(Load16(r.ov), Load16(r.ou)),
-                              _mm256_set_m128i(Load16(r.tv), Load16(r.tu)), w);
-    Store16(r.tu, _mm256_castsi256_si128(c));
-    Store16(r.tv, _mm256_extracti128_si256(c, 1));
+    const __m256i c = Blend32(_mm256_set_m128i(Load16(r.oSecond), Load16(r.oFirst)),
+                              _mm256_set_m128i(Load16(r.tSecond), Load16(r.tFirst)), w);
+    Store16(r.tFirst, _mm256_castsi256_si128(c));
+    Store16(r.tSecond, _mm256_extracti128_si256(c, 1));
 }
 
 inline void Run16(const KeyedRun& r, const Weight& w) {
     Store16(r.ty, Blend16(Load16(r.oy), Load16(r.ty), w));
-    const __m128i c = Blend16(_mm_unpacklo_epi64(Load8(r.ou), Load8(r.ov)),
-                              _mm_unpacklo_epi64(Load8(r.tu), Load8(r.tv)), w);
-    Store8(r.tu, c);
-    Store8(r.tv, _mm_srli_si128(c, 8));
+    const __m128i c = Blend16(_mm_unpacklo_epi64(Load8(r.oFirst), Load8(r.oSecond)),
+                              _mm_unpacklo_epi64(Load8(r.tFirst), Load8(r.tSecond)), w);
+    Store8(r.tFirst, c);
+    Store8(r.tSecond, _mm_srli_si128(c, 8));
 }
 
 inline void Run8(const KeyedRun& r, const Weight& w) {
-    const __m128i o = _mm_unpacklo_epi64(Load8(r.oy), _mm_unpacklo_epi32(Load4(r.ou), Load4(r.ov)));
-    const __m128i t = _mm_unpacklo_epi64(Load8(r.ty), _mm_unpacklo_epi32(Load4(r.tu), Load4(r.tv)));
+    const __m128i o = _mm_unpacklo_epi64(Load8(r.oy), _mm_unpacklo_epi32(Load4(r.oFirst), Load4(r.oSecond)));
+    const __m128i t = _mm_unpacklo_epi64(Load8(r.ty), _mm_unpacklo_epi32(Load4(r.tFirst), Load4(r.tSecond)));
     const __m128i b = Blend16(o, t, w);
     Store8(r.ty, b);
-    Store4(r.tu, _mm_srli_si128(b, 8));
-    Store4(r.tv, _mm_srli_si128(b, 12));
+    Store4(r.tFirst, _mm_srli_si128(b, 8));
+    Store4(r.tSecond, _mm_srli_si128(b, 12));
 }
 
 struct Runs {

@@ -1,5 +1,5 @@
 // Masked blends, planar and packed: addresses, the choice of form, and the
-// scalar forms of both tiers. No size is checked here; the compositor checks
+// plain forms of both tiers. No size is checked here; the compositor checks
 // every address against its buffer before it calls.
 #include "operations/compose.h"
 
@@ -21,8 +21,8 @@ void BlendPlanarBlocks(PlanarRowPair r, ptrdiff_t ts, ptrdiff_t os, int32_t bloc
             }
         // Chroma takes one weight from the block's lower row.
         const uint32_t w = r.m[os + x + (lowerLeft ? 0 : 1)];
-        r.tu[i] = BlendSample(r.ou[i], r.tu[i], w);
-        r.tv[i] = BlendSample(r.ov[i], r.tv[i], w);
+        r.tFirst[i] = BlendSample(r.oFirst[i], r.tFirst[i], w);
+        r.tSecond[i] = BlendSample(r.oSecond[i], r.tSecond[i], w);
     }
 }
 
@@ -43,9 +43,9 @@ void BlendMaskedPlanarRows(const MaskedPlanarJob& job, PlanarGroupsFn groups, in
     const int32_t vector = groups ? job.blocks / blocksPerGroup * blocksPerGroup : 0;
     const int32_t inEights = (job.blocks >> 3) << 3;
     for (int32_t p = 0; p < job.rowPairs; ++p) {
-        const PlanarRowPair r{job.ty + 2 * p * ts,          job.tu + p * job.tChromaStride,
-                              job.tv + p * job.tChromaStride, job.oy + 2 * p * os,
-                              job.ou + p * job.oChromaStride, job.ov + p * job.oChromaStride,
+        const PlanarRowPair r{job.ty + 2 * p * ts,          job.tFirst + p * job.tChromaStride,
+                              job.tSecond + p * job.tChromaStride, job.oy + 2 * p * os,
+                              job.oFirst + p * job.oChromaStride, job.oSecond + p * job.oChromaStride,
                               job.mask + 2 * p * os};
         if (vector > 0) groups(r, ts, os, vector / blocksPerGroup, job.lowerLeftInGroups);
         BlendPlanarBlocks(r.From(vector), ts, os, inEights - vector, job.lowerLeftInGroups);
@@ -65,9 +65,9 @@ void BlendMaskedPackedRows(const MaskedPackedJob& job, PackedGroupsFn groups, in
     }
 }
 
-void BlendMaskedPlanarScalar(const MaskedPlanarJob& job) { BlendMaskedPlanarRows(job, nullptr, 1); }
+void BlendMaskedPlanarPlain(const MaskedPlanarJob& job) { BlendMaskedPlanarRows(job, nullptr, 1); }
 
-void BlendMaskedPackedScalar(const MaskedPackedJob& job) { BlendMaskedPackedRows(job, nullptr, 1); }
+void BlendMaskedPackedPlain(const MaskedPackedJob& job) { BlendMaskedPackedRows(job, nullptr, 1); }
 
 namespace {
 
@@ -76,7 +76,7 @@ constexpr FormEntry<MaskedPlanarFn> kPlanarForms[] = {
     {SimdForm::Avx2, BlendMaskedPlanarAvx2},
     {SimdForm::Sse2, BlendMaskedPlanarSse2},
 #endif
-    {SimdForm::Plain, BlendMaskedPlanarScalar},
+    {SimdForm::Plain, BlendMaskedPlanarPlain},
 };
 
 constexpr FormEntry<MaskedPackedFn> kPackedForms[] = {
@@ -84,21 +84,21 @@ constexpr FormEntry<MaskedPackedFn> kPackedForms[] = {
     {SimdForm::Avx2, BlendMaskedPackedAvx2},
     {SimdForm::Sse2, BlendMaskedPackedSse2},
 #endif
-    {SimdForm::Plain, BlendMaskedPackedScalar},
+    {SimdForm::Plain, BlendMaskedPackedPlain},
 };
 
 }  // namespace
 
-int32_t BlendMaskedPlanar(uint8_t* targetPixels, const uint8_t* overlayPixels,
-                          const uint8_t* maskPixels, int32_t targetStride, int32_t targetHeight,
-                          int32_t overlayStride, int32_t overlayHeight, const VedRect* destRect,
-                          const VedRect* sourceRect, bool useSse2) {
+void BlendMaskedPlanar(uint8_t* targetPixels, const uint8_t* overlayPixels,
+                       const uint8_t* maskPixels, int32_t targetStride, int32_t targetHeight,
+                       int32_t overlayStride, int32_t overlayHeight, const VedRect* destRect,
+                       const VedRect* sourceRect, bool sse2Tier) {
     const VedRect& d = *destRect;
     const VedRect& s = *sourceRect;
     MaskedPlanarJob job;
     job.rowPairs = (d.bottom - d.top) >> 1;
     job.blocks = (d.right - d.left) >> 1;
-    if (job.rowPairs < 1 || job.blocks < 1) return 0;
+    if (job.rowPairs < 1 || job.blocks < 1) return;
     // The second chroma plane lies (stride / 2) * height / 2 after the first.
     const ptrdiff_t tLuma = ptrdiff_t(targetStride) * targetHeight;
     const ptrdiff_t tChroma = (ptrdiff_t(targetStride / 2) * targetHeight) / 2;
@@ -111,28 +111,25 @@ int32_t BlendMaskedPlanar(uint8_t* targetPixels, const uint8_t* overlayPixels,
     const ptrdiff_t tcAt = (d.top >> 1) * job.tChromaStride + (d.left >> 1);
     const ptrdiff_t ocAt = (s.top >> 1) * job.oChromaStride + (s.left >> 1);
     job.ty = targetPixels + d.top * job.tStride + d.left;
-    job.tu = targetPixels + tLuma + tcAt;
-    job.tv = targetPixels + tLuma + tChroma + tcAt;
+    job.tFirst = targetPixels + tLuma + tcAt;
+    job.tSecond = targetPixels + tLuma + tChroma + tcAt;
     job.oy = overlayPixels + s.top * job.oStride + s.left;
-    job.ou = overlayPixels + oLuma + ocAt;
-    job.ov = overlayPixels + oLuma + oChroma + ocAt;
+    job.oFirst = overlayPixels + oLuma + ocAt;
+    job.oSecond = overlayPixels + oLuma + oChroma + ocAt;
     job.mask = maskPixels + s.top * job.oStride + s.left;
-    job.lowerLeftInGroups = useSse2;
+    job.lowerLeftInGroups = sse2Tier;
     PickForm(kPlanarForms)(job);
-    return 0;
 }
 
-int32_t BlendMaskedPacked(uint8_t* targetPixels, const uint8_t* overlayPixels,
-                          const uint8_t* maskPixels, int32_t /*targetWidth*/,
-                          int32_t /*targetHeight*/, int32_t overlayWidth,
-                          int32_t /*overlayHeight*/, int32_t targetStride, int32_t overlayStride,
-                          const VedRect* destRect, const VedRect* sourceRect, bool useSse2) {
+void BlendMaskedPacked(uint8_t* targetPixels, const uint8_t* overlayPixels, const uint8_t* maskPixels,
+                       int32_t targetStride, int32_t overlayStride, int32_t overlayWidth,
+                       const VedRect* destRect, const VedRect* sourceRect, bool sse2Tier) {
     const VedRect& d = *destRect;
     const VedRect& s = *sourceRect;
     MaskedPackedJob job;
     job.rows = d.bottom - d.top;
     job.width = d.right - d.left;
-    if (job.rows < 1 || job.width < 1) return 0;
+    if (job.rows < 1 || job.width < 1) return;
     job.tStride = targetStride;
     job.oStride = overlayStride;
     job.maskPitch = overlayWidth;
@@ -140,10 +137,9 @@ int32_t BlendMaskedPacked(uint8_t* targetPixels, const uint8_t* overlayPixels,
     job.o = overlayPixels + s.top * job.oStride + 2 * ptrdiff_t(s.left);
     // The mask's first row differs between the tiers on purpose: S.top with
     // SSE2, D.top without. Hosts' pictures depend on either.
-    const ptrdiff_t maskRow = useSse2 ? s.top : d.top;
+    const ptrdiff_t maskRow = sse2Tier ? s.top : d.top;
     job.mask = maskPixels + maskRow * job.maskPitch + s.left;
     PickForm(kPackedForms)(job);
-    return 0;
 }
 
 }  // namespace tarn

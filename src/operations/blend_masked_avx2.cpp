@@ -1,6 +1,6 @@
 // Masked blends, AVX2 form (both tiers): groups of 16 blocks of a row pair or
 // 16 packed pixels, with unaligned loads and stores; the shared row loops do
-// the rest. Exactly the bytes of the scalar form.
+// the rest. Exactly the bytes of the plain form.
 #include <immintrin.h>
 
 #include "operations/blend_bytes_sse2.h"
@@ -53,18 +53,18 @@ template <bool kLowerLeft>
 void PlanarGroups(const PlanarRowPair& r, ptrdiff_t ts, ptrdiff_t os, int32_t groups) {
     const __m256i evenBytes = _mm256_set1_epi16(0x00FF);
     // Pointers in locals: the byte stores could alias the caller's structure.
-    uint8_t *ty = r.ty, *tu = r.tu, *tv = r.tv;
-    const uint8_t *oy = r.oy, *ou = r.ou, *ov = r.ov, *m = r.m;
+    uint8_t *ty = r.ty, *tFirst = r.tFirst, *tSecond = r.tSecond;
+    const uint8_t *oy = r.oy, *oFirst = r.oFirst, *oSecond = r.oSecond, *m = r.m;
     // The upper row alone first, then the lower row with the chroma that
     // takes its weights from it: fewer streams at a time.
     for (int32_t x = 0; x < 32 * groups; x += 32) Store(ty + x, BlendBytes(Load(oy + x), Load(ty + x), Load(m + x)));
     ty += ts, oy += os, m += os;
-    for (int32_t g = 0; g < groups; ++g, ty += 32, oy += 32, m += 32, tu += 16, tv += 16, ou += 16, ov += 16) {
+    for (int32_t g = 0; g < groups; ++g, ty += 32, oy += 32, m += 32, tFirst += 16, tSecond += 16, oFirst += 16, oSecond += 16) {
         const __m256i m1 = Load(m);
         Store(ty, BlendBytes(Load(oy), Load(ty), m1));
         const __m256i w = kLowerLeft ? _mm256_and_si256(m1, evenBytes) : _mm256_srli_epi16(m1, 8);
-        BlendChroma16(tu, ou, w);
-        BlendChroma16(tv, ov, w);
+        BlendChroma16(tFirst, oFirst, w);
+        BlendChroma16(tSecond, oSecond, w);
     }
 }
 

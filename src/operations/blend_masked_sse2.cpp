@@ -1,6 +1,6 @@
 // Masked blends, SSE2 form (both tiers): groups of 8 blocks of a row pair or
 // 8 packed pixels, with unaligned loads and stores; the shared row loops do
-// the rest. Exactly the bytes of the scalar form.
+// the rest. Exactly the bytes of the plain form.
 #include "operations/blend_bytes_sse2.h"
 #include "operations/blend_forms.h"
 
@@ -22,21 +22,21 @@ void PlanarGroups(const PlanarRowPair& r, ptrdiff_t ts, ptrdiff_t os, int32_t gr
     _mm_prefetch(reinterpret_cast<const char*>(r.oy + 2 * os), _MM_HINT_NTA);
     _mm_prefetch(reinterpret_cast<const char*>(r.m + 2 * os), _MM_HINT_NTA);
     // Pointers in locals: the byte stores could alias the caller's structure.
-    uint8_t *ty = r.ty, *tu = r.tu, *tv = r.tv;
-    const uint8_t *oy = r.oy, *ou = r.ou, *ov = r.ov, *m = r.m;
+    uint8_t *ty = r.ty, *tFirst = r.tFirst, *tSecond = r.tSecond;
+    const uint8_t *oy = r.oy, *oFirst = r.oFirst, *oSecond = r.oSecond, *m = r.m;
     // The upper row alone first, then the lower row with the chroma that
     // takes its weights from it: fewer streams at a time.
     for (int32_t x = 0; x < 16 * groups; x += 16)
         Store16(ty + x, BlendBytes(Load16(oy + x), Load16(ty + x), Load16(m + x)));
     ty += ts, oy += os, m += os;
-    for (int32_t g = 0; g < groups; ++g, ty += 16, oy += 16, m += 16, tu += 8, tv += 8, ou += 8, ov += 8) {
+    for (int32_t g = 0; g < groups; ++g, ty += 16, oy += 16, m += 16, tFirst += 8, tSecond += 8, oFirst += 8, oSecond += 8) {
         const __m128i m1 = Load16(m);
         Store16(ty, BlendBytes(Load16(oy), Load16(ty), m1));
         // Even bytes of the lower mask row are the lower left pixels, odd
         // bytes the lower right ones.
         const __m128i w = kLowerLeft ? _mm_and_si128(m1, evenBytes) : _mm_srli_epi16(m1, 8);
-        BlendChroma8(tu, ou, w);
-        BlendChroma8(tv, ov, w);
+        BlendChroma8(tFirst, oFirst, w);
+        BlendChroma8(tSecond, oSecond, w);
     }
 }
 

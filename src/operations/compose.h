@@ -15,20 +15,18 @@
 namespace tarn {
 
 // Masked blend of a YUV420 overlay: whole 2 by 2 blocks of D only. The mask is
-// walked with the overlay's stride from (S.left, S.top). Answers 0.
-int32_t BlendMaskedPlanar(uint8_t* targetPixels, const uint8_t* overlayPixels,
-                          const uint8_t* maskPixels, int32_t targetStride, int32_t targetHeight,
-                          int32_t overlayStride, int32_t overlayHeight, const VedRect* destRect,
-                          const VedRect* sourceRect, bool useSse2);
+// walked with the overlay's stride from (S.left, S.top).
+void BlendMaskedPlanar(uint8_t* targetPixels, const uint8_t* overlayPixels,
+                       const uint8_t* maskPixels, int32_t targetStride, int32_t targetHeight,
+                       int32_t overlayStride, int32_t overlayHeight, const VedRect* destRect,
+                       const VedRect* sourceRect, bool sse2Tier);
 
 // Masked blend of a YUV422 overlay, every pixel of D. The mask is walked with
-// overlayWidth as its pitch, from row S.top with SSE2 and row D.top without.
-// Answers 0.
-int32_t BlendMaskedPacked(uint8_t* targetPixels, const uint8_t* overlayPixels,
-                          const uint8_t* maskPixels, int32_t targetWidth, int32_t targetHeight,
-                          int32_t overlayWidth, int32_t overlayHeight, int32_t targetStride,
-                          int32_t overlayStride, const VedRect* destRect,
-                          const VedRect* sourceRect, bool useSse2);
+// the overlay's width as its pitch, from row S.top with SSE2 and row D.top
+// without.
+void BlendMaskedPacked(uint8_t* targetPixels, const uint8_t* overlayPixels, const uint8_t* maskPixels,
+                       int32_t targetStride, int32_t overlayStride, int32_t overlayWidth,
+                       const VedRect* destRect, const VedRect* sourceRect, bool sse2Tier);
 
 // The three planes of a YUV420 picture as the keyed blend addresses them.
 struct PlanarPlanes {
@@ -54,7 +52,7 @@ KeySamples KeySamplesOf(uint32_t color);
 // blends its chroma at once; with SSE2 pixels go through the queue that
 // blends chroma per pair and carries leftovers into the next row.
 void BlendKeyed(const PlanarPlanes& target, const PlanarPlanes& overlay, const VedRect& dest,
-                const VedRect& source, uint32_t alpha, const KeySamples& key, bool useSse2);
+                const VedRect& source, uint32_t alpha, const KeySamples& key, bool sse2Tier);
 
 // One overlay without a mask as the keyed compositor sees it.
 struct KeyedOverlay {

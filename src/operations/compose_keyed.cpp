@@ -65,9 +65,9 @@ VedResult BlendKeyedOverlay(const Picture& target, const Picture& planes, const 
     if (!KeyedBlendInside(tl, BufferBytes(target), overlay.dest) ||
         !KeyedBlendInside(ol, BufferBytes(o), overlay.source))
         return VED_E_INVALIDARG;
-    const bool useSse2 = (g_cpuFeatures & kCpuSse2) != 0;
+    const bool sse2Tier = (g_cpuFeatures & kCpuSse2) != 0;
     BlendKeyed(PlanesAt(target.pixels, tl), PlanesAt(o.pixels, ol), overlay.dest, overlay.source,
-               overlay.alpha, KeySamplesOf(overlay.keyColour), useSse2);
+               overlay.alpha, KeySamplesOf(overlay.keyColour), sse2Tier);
     return VED_S_OK;
 }
 

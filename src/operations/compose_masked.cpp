@@ -39,11 +39,11 @@ bool PlanarBlendInside(const Picture& ti, const Picture& oi, const Picture& mi,
 
 // Every byte the packed blend touches; the mask's first row depends on the tier.
 bool PackedBlendInside(const Picture& ti, const Picture& oi, const Picture& mi,
-                       const VedRect& d, const VedRect& s, bool useSse2) {
+                       const VedRect& d, const VedRect& s, bool sse2Tier) {
     const int64_t rows = platform::RectHeight(d), width = platform::RectWidth(d);
     const TouchedArea t{0, ti.stride, d.top, 2 * int64_t(d.left), rows, 2 * width};
     const TouchedArea o{0, oi.stride, s.top, 2 * int64_t(s.left), rows, 2 * width};
-    const TouchedArea m{0, oi.width, useSse2 ? s.top : d.top, s.left, rows, width};
+    const TouchedArea m{0, oi.width, sse2Tier ? s.top : d.top, s.left, rows, width};
     return AreaInside(t, BufferBytes(ti)) && AreaInside(o, BufferBytes(oi)) &&
            AreaInside(m, BufferBytes(mi));
 }
@@ -81,14 +81,17 @@ VedResult BlendMaskedOverlay(const Picture& target, const MaskedOverlay& overlay
     const VedRect& d = overlay.dest;
     const VedRect& s = overlay.source;
     const bool planar = target.format == SURFACE_FORMAT_YUV420;
-    const bool useSse2 = (g_cpuFeatures & kCpuSse2) != 0;
+    const bool sse2Tier = (g_cpuFeatures & kCpuSse2) != 0;
     const bool inside = planar ? PlanarBlendInside(target, o, m, d, s)
-                               : PackedBlendInside(target, o, m, d, s, useSse2);
+                               : PackedBlendInside(target, o, m, d, s, sse2Tier);
     if (!m.pixels || !target.pixels || !o.pixels || !inside) return VED_E_INVALIDARG;
-    return planar ? BlendMaskedPlanar(target.pixels, o.pixels, m.pixels, target.stride, target.height,
-                                      o.stride, o.height, &d, &s, useSse2)
-                  : BlendMaskedPacked(target.pixels, o.pixels, m.pixels, target.width, target.height,
-                                      o.width, o.height, target.stride, o.stride, &d, &s, useSse2);
+    if (planar)
+        BlendMaskedPlanar(target.pixels, o.pixels, m.pixels, target.stride, target.height, o.stride,
+                          o.height, &d, &s, sse2Tier);
+    else
+        BlendMaskedPacked(target.pixels, o.pixels, m.pixels, target.stride, o.stride, o.width, &d, &s,
+                          sse2Tier);
+    return VED_S_OK;
 }
 
 }  // namespace tarn

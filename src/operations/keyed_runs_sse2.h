@@ -19,8 +19,8 @@ namespace {
 // The samples of a run: Y from its first pixel, chroma of every second pixel
 // from its second one.
 struct KeyedRun {
-    uint8_t *ty, *tu, *tv;
-    const uint8_t *oy, *ou, *ov;
+    uint8_t *ty, *tFirst, *tSecond;
+    const uint8_t *oy, *oFirst, *oSecond;
 };
 
 // True when none of the `count` (8, 16 or 32) match flags from `f` is set.
@@ -39,7 +39,7 @@ void BlendKeyedRuns(const KeyedQueueJob& job, const Runs runs) {
     if (KeyedSamplesCanMatch(job)) {
         // Slack: runs test up to kLongest flags at a time.
         match.reset(new (std::nothrow) uint8_t[size_t(job.width) + kLongest]());
-        if (!match) return BlendKeyedQueueScalar(job);
+        if (!match) return BlendKeyedQueuePlain(job);
     }
     // Locals throughout: the byte stores could alias the job.
     uint8_t* const flags = match.get();
@@ -51,11 +51,11 @@ void BlendKeyedRuns(const KeyedQueueJob& job, const Runs runs) {
     for (int32_t y = 0; y < job.height; ++y) {
         if (flags) MarkKeyedPixelsSse2(job, y, flags);
         const ptrdiff_t tc = (y >> 1) * job.tChromaPitch, oc = (y >> 1) * job.oChromaPitch;
-        const KeyedRun row{job.ty + y * job.tPitch, job.tu + tc, job.tv + tc,
-                           job.oy + y * job.oPitch, job.ou + oc, job.ov + oc};
+        const KeyedRun row{job.ty + y * job.tPitch, job.tFirst + tc, job.tSecond + tc,
+                           job.oy + y * job.oPitch, job.oFirst + oc, job.oSecond + oc};
         const auto runAt = [row](int32_t x) {
             const int32_t c = (x + 1) >> 1;
-            return KeyedRun{row.ty + x, row.tu + c, row.tv + c, row.oy + x, row.ou + c, row.ov + c};
+            return KeyedRun{row.ty + x, row.tFirst + c, row.tSecond + c, row.oy + x, row.oFirst + c, row.oSecond + c};
         };
         _mm_prefetch(reinterpret_cast<const char*>(row.oy + job.oPitch), _MM_HINT_NTA);
         int32_t x = 0;

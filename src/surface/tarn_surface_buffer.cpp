@@ -13,12 +13,11 @@ bool CTarnSurfaceBuffer::AllocatePixels(int32_t bytes) {
     return pixels != nullptr;
 }
 
-bool CTarnSurfaceBuffer::ReleasePixels() {
+void CTarnSurfaceBuffer::ReleasePixels() {
     if (pixels && (ownership & kOwnsBufferMask)) {
         DeletePixelArray(pixels);
         pixels = nullptr;
     }
-    return true;
 }
 
 void CTarnSurfaceBuffer::ReplacePixels(uint8_t* newPixels) {

@@ -1,6 +1,8 @@
 // CTarnSurfaceBuffer: a surface with its pixel buffer, and every operation
 // that touches pixels. The Do... operations live in src/operations, one file
-// each; pixel access and clone in pixel_access.cpp.
+// each; pixel access and clone in pixel_access.cpp; Flatten and the surface
+// side of its compositors in flatten.cpp; the mask from alpha in
+// alpha_mask.cpp.
 #pragma once
 
 #include "operations/picture.h"
@@ -39,8 +41,8 @@ public:
     // Takes `bytes` (plus the tail slack) for the buffer; false when `bytes`
     // is below 1 (nothing done) or memory is short.
     bool AllocatePixels(int32_t bytes);
-    // Frees the buffer if the surface owns it. Always true.
-    bool ReleasePixels();
+    // Frees the buffer if the surface owns it.
+    void ReleasePixels();
     // Installs a buffer made by an operation: frees the old one if owned and
     // takes ownership of the new one.
     void ReplacePixels(uint8_t* newPixels);

@@ -140,7 +140,7 @@ TEST(BlendMaskedPacked, MaskRowOfEachTierByHand) {
     const VedRect d{0, 2, 4, 3}, s{0, 0, 4, 1};  // one row, target row 2
     for (bool sse2 : {true, false}) {
         Bytes t(2 * w * h, 0);
-        BlendMaskedPacked(t.data(), o.data(), m.data(), w, h, w, h, 2 * w, 2 * w, &d, &s, sse2);
+        BlendMaskedPacked(t.data(), o.data(), m.data(), 2 * w, 2 * w, w, &d, &s, sse2);
         // SSE2: mask row 0, weight 0 -> 255. Plain: row 2, weight 120 -> 136 * 255 >> 8 = 135.
         for (int b = 0; b < 2 * w; ++b) EXPECT_EQ(t[2 * 2 * w + b], sse2 ? 255 : 135) << b;
         EXPECT_EQ(t[0], 0);
@@ -164,8 +164,7 @@ TEST(BlendMaskedPacked, FormsMatchReferenceOfEachTier) {
             RefPacked(expected, ts, o, os, c.ow, m, c.d, c.s, sse2);
             ForEachHostForm([&](SimdForm form) {
                 Bytes t = t0;
-                BlendMaskedPacked(t.data(), o.data(), m.data(), c.tw, c.th, c.ow, c.oh, ts, os, &c.d,
-                                  &c.s, sse2);
+                BlendMaskedPacked(t.data(), o.data(), m.data(), ts, os, c.ow, &c.d, &c.s, sse2);
                 EXPECT_EQ(FirstDiff(t, expected), -1) << FormName(form) << " sse2 " << sse2;
             });
         }
@@ -183,7 +182,7 @@ TEST(BlendMaskedPacked, AllWeights) {
     const VedRect r{0, 0, w, h};
     ForEachHostForm([&](SimdForm form) {
         Bytes t = t0;
-        BlendMaskedPacked(t.data(), o.data(), m.data(), w, h, w, h, 2 * w, 2 * w, &r, &r, true);
+        BlendMaskedPacked(t.data(), o.data(), m.data(), 2 * w, 2 * w, w, &r, &r, true);
         for (int y = 0; y < h; ++y)
             for (int i = 0; i < 2 * w; ++i) {
                 const int at = y * 2 * w + i;
