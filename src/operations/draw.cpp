@@ -1,10 +1,10 @@
-// DoDrawToSurface and DoDrawToBuffer: a rectangle of one picture stretched
-// into a rectangle of another. Rectangles of DoDrawToSurface are in picture
-// coordinates and are flipped for bottom-up RGB; those of DoDrawToBuffer count
-// in stored rows.
-#include "operations/stretch.h"
+// Drawing: a rectangle of one picture stretched into a rectangle of another
+// picture or of a caller's buffer. Rectangles drawn into a picture are in
+// picture coordinates and are flipped for bottom-up RGB; those drawn into a
+// buffer count in stored rows.
+#include "operations/draw.h"
+
 #include "platform/rect.h"
-#include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
 
@@ -44,104 +44,100 @@ VedRect EvenCut(const VedRect& r) {
     return {r.left, r.top, r.left + ((r.right - r.left) & ~1), r.top + ((r.bottom - r.top) & ~1)};
 }
 
-bool StoredBottomUp(const SurfaceInfo& info) { return IsRgbFormat(info.format) && info.topDown == 0; }
-
 // Pixel sizes the engine can turn into one another: 8 to 8, and 24 or 32 to
 // 24 or 32.
 bool PixelSizesMeet(int32_t a, int32_t b) { return (a == 8) == (b == 8); }
 
 }  // namespace
 
-VedResult CTarnSurfaceBuffer::DoDrawToSurface(VedRect* destRect, ITarnSurface* source,
-                                              VedRect* sourceRect, int32_t quality) {
-    if (!pixels || !source) return VED_E_INVALIDARG;
-    VedRect dest{}, from{};
-    const VedRect* destArea = nullptr;
-    const VedRect* fromArea = nullptr;
+VedResult PrepareDraw(Picture& target, const VedRect* destRect, const Picture& source,
+                      const VedRect* sourceRect, DrawAreas& areas) {
+    areas = DrawAreas{};
+    areas.targetLayout = LayoutOf(target.format);
     if (destRect) {
-        const RectTest t = TestAgainstSurface(*destRect, info.width, info.height);
+        const RectTest t = TestAgainstSurface(*destRect, uint32_t(target.width), uint32_t(target.height));
         if (t == RectTest::Bad) return VED_E_INVALIDARG;
         if (t == RectTest::Thin) return VED_S_OK;
         // Drawing only ever grows the content rectangle, whatever the union
-        // answers; a fill does not (see DoFill).
-        const VedRect content = ContentRectOf(info);
+        // answers; a fill does not (see FillPicture).
         VedRect joined{};
-        platform::UnionRect(&joined, &content, destRect);
-        SetContentRect(info, joined);
-        dest = *destRect;
-        if (StoredBottomUp(info)) FlipToStoredRows(&dest, info.height);
-        destArea = &dest;
+        platform::UnionRect(&joined, &target.content, destRect);
+        target.content = joined;
+        areas.dest = *destRect;
+        if (StoredBottomUp(target)) FlipToStoredRows(&areas.dest, uint32_t(target.height));
+        areas.hasDest = true;
     } else {
-        SetContentRect(info, WholePicture(info));
+        target.content = WholeFrame(target);
     }
-
-    SurfaceInfo fromInfo{};
-    source->GetInfo(&fromInfo);
     if (sourceRect) {
-        // Tested and flipped before the source may change format below: the
-        // flipped copy is applied unchanged to the converted picture.
-        const RectTest t = TestAgainstSurface(*sourceRect, fromInfo.width, fromInfo.height);
+        // Tested and flipped before the source may change format: the flipped
+        // copy is applied unchanged to the converted picture.
+        const RectTest t = TestAgainstSurface(*sourceRect, uint32_t(source.width), uint32_t(source.height));
         if (t == RectTest::Bad) return VED_E_INVALIDARG;
         if (t == RectTest::Thin) return VED_S_OK;
-        from = *sourceRect;
-        if (StoredBottomUp(fromInfo)) FlipToStoredRows(&from, fromInfo.height);
-        fromArea = &from;
+        areas.from = *sourceRect;
+        if (StoredBottomUp(source)) FlipToStoredRows(&areas.from, uint32_t(source.height));
+        areas.hasFrom = true;
     }
+    areas.draw = true;
+    return VED_S_OK;
+}
 
-    // The source's change of format is for good. A target that cannot be
-    // drawn into (packed) has no pair here, so its source keeps its format,
-    // though its queue is drained below before the refusal.
-    const PixelLayout here = LayoutOf(info.format);
-    if (info.format == SURFACE_FORMAT_YUV420 && IsRgbFormat(fromInfo.format))
-        source->SetFormat(SURFACE_FORMAT_YUV420);
-    else if (IsRgbFormat(info.format) && fromInfo.format == SURFACE_FORMAT_YUV420)
-        source->SetFormat(SURFACE_FORMAT_RGB24);
-    uint8_t* fromPixels = nullptr;
-    const VedResult got = source->GetPixels(&fromPixels);
-    if (got < 0) return got;
-    source->GetInfo(&fromInfo);
+bool SourceFormatFor(int32_t targetFormat, int32_t sourceFormat, SurfaceFormat* wanted) {
+    if (targetFormat == SURFACE_FORMAT_YUV420 && IsRgbFormat(sourceFormat)) {
+        *wanted = SURFACE_FORMAT_YUV420;
+        return true;
+    }
+    if (IsRgbFormat(targetFormat) && sourceFormat == SURFACE_FORMAT_YUV420) {
+        *wanted = SURFACE_FORMAT_RGB24;
+        return true;
+    }
+    return false;
+}
+
+VedResult DrawPicture(const Picture& target, const DrawAreas& areas, const Picture& source, int32_t quality) {
+    const PixelLayout here = areas.targetLayout;
     if (here != PixelLayout::Interleaved && here != PixelLayout::Planar) return VED_E_NOTSUPPORTED;
 
     // Past this point the source must suit the target and still hold what is
     // read of the rectangle (a conversion to planar trims odd sizes, and the
     // planar stretch reads the rectangle cut to even sizes); pairs that were
-    // not converted above and cannot be drawn are refused, never read amiss.
-    if (!fromPixels) return VED_E_INVALIDARG;
+    // not converted and cannot be drawn are refused, never read amiss.
+    if (!source.pixels) return VED_E_INVALIDARG;
+    const VedRect* destArea = areas.hasDest ? &areas.dest : nullptr;
+    const VedRect* fromArea = areas.hasFrom ? &areas.from : nullptr;
     if (fromArea) {
         const VedRect read = here == PixelLayout::Planar ? EvenCut(*fromArea) : *fromArea;
-        if (TestAgainstSurface(read, fromInfo.width, fromInfo.height) != RectTest::Good) return VED_E_INVALIDARG;
+        if (TestAgainstSurface(read, uint32_t(source.width), uint32_t(source.height)) != RectTest::Good)
+            return VED_E_INVALIDARG;
     }
-    const int32_t width = static_cast<int32_t>(info.width), height = static_cast<int32_t>(info.height);
-    const int32_t fromWidth = static_cast<int32_t>(fromInfo.width);
-    const int32_t fromHeight = static_cast<int32_t>(fromInfo.height);
     if (here == PixelLayout::Interleaved) {
-        if (LayoutOf(fromInfo.format) != PixelLayout::Interleaved ||
-            !ScalableInterleaved(info.bitsPerPixel, width, info.stride) ||
-            !ScalableInterleaved(fromInfo.bitsPerPixel, fromWidth, fromInfo.stride) ||
-            !PixelSizesMeet(info.bitsPerPixel, fromInfo.bitsPerPixel))
+        if (LayoutOf(source.format) != PixelLayout::Interleaved ||
+            !ScalableInterleaved(target.bits, target.width, target.stride) ||
+            !ScalableInterleaved(source.bits, source.width, source.stride) ||
+            !PixelSizesMeet(target.bits, source.bits))
             return VED_E_NOTSUPPORTED;
-        if (!ModeSuitsPixels(info.bitsPerPixel, quality, false)) return VED_E_INVALIDARG;
-        StretchInterleaved(pixels, width, height, destArea, info.stride, info.bitsPerPixel,
-                           info.topDown, fromPixels, fromWidth, fromHeight, fromArea,
-                           fromInfo.stride, fromInfo.bitsPerPixel, fromInfo.topDown, 0, quality);
+        if (!ModeSuitsPixels(target.bits, quality, false)) return VED_E_INVALIDARG;
+        StretchInterleaved(target.pixels, target.width, target.height, destArea, target.stride, target.bits,
+                           target.topDown, source.pixels, source.width, source.height, fromArea, source.stride,
+                           source.bits, source.topDown, 0, quality);
         return VED_S_OK;
     }
-    if (fromInfo.format != SURFACE_FORMAT_YUV420) return VED_E_NOTSUPPORTED;
-    StretchPlanar(fromPixels, fromWidth, fromHeight, fromInfo.stride, fromArea, pixels, width,
-                  height, info.stride, destArea, 0, quality, 0);
+    if (source.format != SURFACE_FORMAT_YUV420) return VED_E_NOTSUPPORTED;
+    StretchPlanar(source.pixels, source.width, source.height, source.stride, fromArea, target.pixels,
+                  target.width, target.height, target.stride, destArea, 0, quality, 0);
     return VED_S_OK;
 }
 
-VedResult CTarnSurfaceBuffer::DoDrawToBuffer(VedRect* sourceRect, VedRect* destRect,
-                                             uint8_t* buffer, int32_t bufferWidth,
-                                             int32_t bufferHeight, int32_t bufferStride,
-                                             int32_t quality) {
+VedResult DrawPictureToBuffer(const Picture& picture, VedRect* sourceRect, VedRect* destRect,
+                              uint8_t* buffer, int32_t bufferWidth, int32_t bufferHeight,
+                              int32_t bufferStride, int32_t quality) {
     if (!buffer || bufferWidth < 1 || bufferHeight < 1) return VED_E_INVALIDARG;
-    if (!pixels) return VED_E_INVALIDARG;
+    if (!picture.pixels) return VED_E_INVALIDARG;
     // Neither rectangle is flipped and the content rectangle is not touched.
     // The source rectangle is looked at first.
     const RectTest tests[2] = {
-        sourceRect ? TestAgainstSurface(*sourceRect, info.width, info.height) : RectTest::Good,
+        sourceRect ? TestAgainstSurface(*sourceRect, uint32_t(picture.width), uint32_t(picture.height)) : RectTest::Good,
         destRect ? TestAgainstBuffer(*destRect, bufferWidth, bufferHeight) : RectTest::Good,
     };
     for (RectTest t : tests) {
@@ -149,23 +145,24 @@ VedResult CTarnSurfaceBuffer::DoDrawToBuffer(VedRect* sourceRect, VedRect* destR
         if (t == RectTest::Thin) return VED_S_OK;
     }
 
-    const int32_t width = static_cast<int32_t>(info.width), height = static_cast<int32_t>(info.height);
-    const int32_t bits = info.bitsPerPixel;
-    switch (LayoutOf(info.format)) {
+    const int32_t width = picture.width, height = picture.height, stride = picture.stride;
+    const int32_t bits = picture.bits;
+    uint8_t* const pixels = picture.pixels;
+    switch (LayoutOf(picture.format)) {
         case PixelLayout::Interleaved: {
-            if (!ScalableInterleaved(bits, width, info.stride)) return VED_E_INVALIDARG;
+            if (!ScalableInterleaved(bits, width, stride)) return VED_E_INVALIDARG;
             if (!ModeSuitsPixels(bits, quality, !destRect && (bufferWidth == 1 || bufferHeight == 1)))
                 return VED_E_INVALIDARG;
-            const int64_t stride =
+            const int64_t bufferRowBytes =
                 bufferStride < 1 ? (int64_t(bits) * bufferWidth + 31) / 32 * 4 : bufferStride;
-            if (stride > INT32_MAX) return VED_E_INVALIDARG;
-            StretchInterleaved(buffer, bufferWidth, bufferHeight, destRect, int32_t(stride), bits,
-                               info.topDown, pixels, width, height, sourceRect, info.stride, bits,
-                               info.topDown, 0, quality);
+            if (bufferRowBytes > INT32_MAX) return VED_E_INVALIDARG;
+            StretchInterleaved(buffer, bufferWidth, bufferHeight, destRect, int32_t(bufferRowBytes), bits,
+                               picture.topDown, pixels, width, height, sourceRect, stride, bits,
+                               picture.topDown, 0, quality);
             return VED_S_OK;
         }
         case PixelLayout::Planar:
-            StretchPlanar(pixels, width, height, info.stride, sourceRect, buffer, bufferWidth,
+            StretchPlanar(pixels, width, height, stride, sourceRect, buffer, bufferWidth,
                           bufferHeight, bufferStride < 1 ? bufferWidth : bufferStride, destRect, 0,
                           quality, 0);
             return VED_S_OK;

@@ -1,6 +1,6 @@
 // Region fill: one colour into a rectangle of a buffer, for each way of
 // storing pixels. The resize and rotation operations call these directly to
-// paint black borders; DoFill is the surface's own entry.
+// paint black borders; FillPicture is the surface's.
 //
 // A colour is 32 bits; its low three bytes are Lo, Mid, Hi and the top byte is
 // ignored. The RGB fill stores Hi, Mid, Lo in memory order; the YUV fills read
@@ -9,9 +9,16 @@
 
 #include <cstdint>
 
-#include "tarn/TarnSurface.h"
+#include "operations/picture.h"
 
 namespace tarn {
+
+// Fills `rect` of the picture (all of it for null) with `color`. The
+// rectangle is tested against the picture; one narrower or lower than 2
+// paints nothing. For bottom-up RGB the caller's record is rewritten to
+// stored rows. A whole fill sets the content rectangle to the frame; a
+// partial one leaves it as it was.
+VedResult FillPicture(Picture& picture, VedRect* rect, uint32_t color);
 
 // The three sample values of a YUV fill. `first` goes into the chroma plane
 // directly behind Y (planar), or into byte 0 of a pixel pair (packed).

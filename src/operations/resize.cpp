@@ -1,12 +1,13 @@
-// DoResize: a new size for the surface, optionally fitted into the frame with
-// black borders. Under direct output the picture goes into the caller's
-// memory and the surface keeps its buffer, size and stride.
+// ResizePicture: a new size for a picture, optionally fitted into the frame
+// with black borders. Sent to a destination, the picture goes into the
+// caller's memory and the surface keeps its buffer, size and stride.
+#include "operations/resize.h"
+
 #include <cstring>
 
+#include "operations/copy_out.h"
 #include "operations/fill.h"
 #include "operations/stretch.h"
-#include "operations/pixel_memory.h"
-#include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
 
@@ -71,60 +72,59 @@ bool InsideFrame(const VedRect& r, int32_t width, int32_t height) {
 
 }  // namespace
 
-VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t keepAspect,
-                                       int32_t quality) {
-    if (!pixels) return VED_E_INVALIDARG;
-    if (static_cast<uint32_t>(width) == info.width && static_cast<uint32_t>(height) == info.height &&
-        aspectX == 0 && aspectY == 0) {
-        // A surface with an aspect goes on, so that a resize to its own size
+VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& request,
+                        const Destination* to, PendingPixels& made) {
+    const int32_t width = request.width, height = request.height, quality = request.quality;
+    if (!picture.pixels) return VED_E_INVALIDARG;
+    if (static_cast<uint32_t>(width) == static_cast<uint32_t>(picture.width) &&
+        static_cast<uint32_t>(height) == static_cast<uint32_t>(picture.height) && aspect.x == 0 && aspect.y == 0) {
+        // A picture with an aspect goes on, so that a resize to its own size
         // fits it anew.
-        if (directOutput) CopyPixelsOut(directBuffer, directStride, directTopDown);
+        if (to) CopyPictureOut(picture, *to);
         return VED_S_OK;
     }
     // Below the smallest surface, or pixels the engine cannot take: refused
     // before anything changes.
     if (width < 4 || height < 4) return VED_E_INVALIDARG;
-    const PixelLayout layout = LayoutOf(info.format);
-    const int32_t bits = info.bitsPerPixel;
+    const PixelLayout layout = LayoutOf(picture.format);
+    const int32_t bits = picture.bits;
     if (layout == PixelLayout::Interleaved &&
-        (!ScalableInterleaved(bits, info.width, info.stride) || !ModeSuitsPixels(bits, quality, false)))
+        (!ScalableInterleaved(bits, picture.width, picture.stride) || !ModeSuitsPixels(bits, quality, false)))
         return VED_E_INVALIDARG;
 
     // The content rectangle is set before anything can fail, direct output too.
     VedRect fit{0, 0, 0, 0};
     const VedRect* target = nullptr;
-    if (keepAspect) {
-        ComputeFitRect(width, height, &fit);
+    if (request.keepAspect) {
+        FitRect(picture.width, picture.height, aspect, width, height, &fit);
         target = &fit;
     } else {
         fit = {0, 0, width, height};
     }
-    SetContentRect(info, fit);
+    picture.content = fit;
     if (target && !InsideFrame(fit, width, height)) return VED_E_FAIL;
 
     uint8_t* out = nullptr;
     int32_t outStride = 0;
     uint32_t outTopDown = 0;
-    uint8_t* fresh = nullptr;
-    PendingPixels pending;
-    if (directOutput) {
+    if (to) {
         // Painted black as a planar picture whatever the format: the caller's
         // buffer must hold stride x height x 3 / 2 bytes even for RGB output.
         // A stride whose rows would reach past that, or beyond 32-bit byte
         // counts, is refused rather than written past.
-        const int64_t painted = int64_t(directStride) * height * 3 / 2;
-        if (painted > kMaxBufferBytes || DirectReach(layout, bits, width, height, directStride) > painted)
+        const int64_t painted = int64_t(to->stride) * height * 3 / 2;
+        if (painted > kMaxBufferBytes || DirectReach(layout, bits, width, height, to->stride) > painted)
             return VED_E_INVALIDARG;
-        FillPlanar(directBuffer, width, height, directStride, nullptr, 0);
-        out = directBuffer;
-        outStride = directStride;
-        outTopDown = directTopDown;
+        FillPlanar(to->buffer, width, height, to->stride, nullptr, 0);
+        out = to->buffer;
+        outStride = to->stride;
+        outTopDown = to->topDown;
     } else {
         const OutputPlan plan = PlanOutput(layout, bits, width, height);
         if (layout == PixelLayout::Other) return VED_E_NOTSUPPORTED;
-        if (plan.bytes <= kMaxBufferBytes) fresh = NewPixelArray(plan.bytes);
+        uint8_t* fresh = plan.bytes <= kMaxBufferBytes ? NewPixelArray(plan.bytes) : nullptr;
         if (!fresh) return plan.failure;
-        pending.reset(fresh);
+        made.reset(fresh);
         outStride = static_cast<int32_t>(plan.stride);
         const bool boxes = quality == SCALE_BOX || quality == SCALE_BOX_FADE || quality == SCALE_AREA;
         if (layout == PixelLayout::Interleaved && (target || plan.stride != RowBytes(bits, width) || boxes)) {
@@ -146,40 +146,33 @@ VedResult CTarnSurfaceBuffer::DoResize(int32_t width, int32_t height, int32_t ke
             std::memset(fresh + plan.bytes / 4, 0, static_cast<size_t>(plan.bytes - plan.bytes / 4));
         }
         out = fresh;
-        outTopDown = info.topDown;
-        aspectX = 0;
-        aspectY = 0;
+        outTopDown = picture.topDown;
+        aspect = {};
     }
 
     const int32_t pad = target ? 1 : 0;
-    const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
+    const Picture& in = picture;
     switch (layout) {
         case PixelLayout::Interleaved:
-            StretchInterleaved(out, width, height, target, outStride, bits, outTopDown, pixels, w, h,
-                               nullptr, info.stride, bits, info.topDown, pad, quality);
+            StretchInterleaved(out, width, height, target, outStride, bits, outTopDown, in.pixels, in.width,
+                               in.height, nullptr, in.stride, bits, in.topDown, pad, quality);
             break;
         case PixelLayout::Planar:
-            StretchPlanar(pixels, w, h, info.stride, nullptr, out, width, height, outStride, target,
-                          pad, quality, 0);
+            StretchPlanar(in.pixels, in.width, in.height, in.stride, nullptr, out, width, height, outStride,
+                          target, pad, quality, 0);
             break;
         case PixelLayout::Packed:
-            StretchPacked(pixels, w, h, info.stride, nullptr, out, width, height, outStride, target,
-                          pad, quality, 0);
+            StretchPacked(in.pixels, in.width, in.height, in.stride, nullptr, out, width, height, outStride,
+                          target, pad, quality, 0);
             break;
         default:  // only direct output gets here, its buffer already painted
             return VED_E_NOTSUPPORTED;
     }
-    if (directOutput) return VED_S_OK;
-
-    // A mask follows its surface to the full new size, with mode 0 and no fit.
-    if (mask) {
-        mask->Resize(width, height, 0, 0);
-        mask->Flush();
-    }
-    ReplacePixels(pending.release());
-    info.stride = outStride;
-    info.height = static_cast<uint32_t>(height);
-    info.width = static_cast<uint32_t>(width);
+    if (to) return VED_S_OK;
+    picture.pixels = out;
+    picture.stride = outStride;
+    picture.width = width;
+    picture.height = height;
     return VED_S_OK;
 }
 

@@ -1,7 +1,7 @@
-// DoRotate: the picture turned by a whole number of degrees into a new
+// RotatePicture: the picture turned by a whole number of degrees into a new
 // buffer. Right angles swap or keep the size exactly; 180 degrees keeps size
 // and stride; other angles grow the frame to hold the turned picture, with
-// black corners. The mask turns along.
+// black corners.
 #include "operations/rotate.h"
 
 #include <cmath>
@@ -10,7 +10,6 @@
 #include "operations/fill.h"
 #include "operations/stretch.h"
 #include "operations/pixel_memory.h"
-#include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
 
@@ -34,8 +33,8 @@ struct NewLayout {
     int64_t width, height, stride, bytes;
 };
 
-NewLayout LayoutFor(Turn turn, int32_t degrees, const SurfaceInfo& info, bool planar) {
-    const int64_t W = info.width, H = info.height;
+NewLayout LayoutFor(Turn turn, int32_t degrees, const Picture& picture, bool planar) {
+    const int64_t W = picture.width, H = picture.height;
     NewLayout out{};
     switch (turn) {
         case Turn::Quarter: out.width = H, out.height = W; break;
@@ -51,7 +50,7 @@ NewLayout LayoutFor(Turn turn, int32_t degrees, const SurfaceInfo& info, bool pl
         out.bytes = out.height * out.stride * 3 / 2;
     } else {
         // 180 degrees keeps the surface's own stride.
-        out.stride = turn == Turn::Half ? info.stride : (out.width * info.bitsPerPixel + 31) / 32 * 4;
+        out.stride = turn == Turn::Half ? picture.stride : (out.width * picture.bits + 31) / 32 * 4;
         out.bytes = out.height * out.stride;
     }
     return out;
@@ -92,10 +91,10 @@ void ClearEdgeBands(uint8_t* out, const NewLayout& to, int64_t pixel) {
 }
 
 // The content rectangle of a right angle: the same for 90 and 270 degrees.
-void TurnContentRect(SurfaceInfo& info) {
-    const VedRect old = ContentRectOf(info);
-    const int32_t W = static_cast<int32_t>(info.width);
-    SetContentRect(info, {old.top, W - old.right, old.bottom, W - old.left});
+void TurnContentRect(Picture& picture) {
+    const VedRect old = picture.content;
+    const int32_t W = picture.width;
+    picture.content = {old.top, W - old.right, old.bottom, W - old.left};
 }
 
 }  // namespace
@@ -110,27 +109,26 @@ RotatedFrame GrownFrame(int32_t degrees, int64_t width, int64_t height) {
             MadeEven(int64_t(std::trunc(H * std::cos(t) + W * std::sin(t))))};
 }
 
-VedResult CTarnSurfaceBuffer::DoRotate(int32_t degrees) {
-    if (!pixels) return VED_E_INVALIDARG;
+VedResult RotatePicture(Picture& picture, int32_t degrees, PendingPixels& made) {
+    if (!picture.pixels) return VED_E_INVALIDARG;
     if (degrees == 0 || degrees == 360) return VED_S_OK;
     const Turn turn = TurnOf(degrees);
-    const PixelLayout layout = LayoutOf(info.format);
+    const PixelLayout layout = LayoutOf(picture.format);
     if (layout != PixelLayout::Interleaved && layout != PixelLayout::Planar) {
         // Nothing is allocated for a format that cannot turn, but a right
         // angle has moved the content rectangle by then.
-        if (turn == Turn::Quarter) TurnContentRect(info);
+        if (turn == Turn::Quarter) TurnContentRect(picture);
         return VED_E_NOTSUPPORTED;
     }
     const bool planar = layout == PixelLayout::Planar;
-    const int32_t W = static_cast<int32_t>(info.width), H = static_cast<int32_t>(info.height);
+    const int32_t W = picture.width, H = picture.height, bits = picture.bits;
     // Pixels the warp cannot take, or rows that do not fit their stride:
     // refused before anything changes.
-    if (planar ? info.stride < W : !ScalableInterleaved(info.bitsPerPixel, W, info.stride))
-        return VED_E_INVALIDARG;
+    if (planar ? picture.stride < W : !ScalableInterleaved(bits, W, picture.stride)) return VED_E_INVALIDARG;
 
-    const NewLayout to = LayoutFor(turn, degrees, info, planar);
+    const NewLayout to = LayoutFor(turn, degrees, picture, planar);
     // An angle outside 0..360 makes a frame of no size: there is nothing to
-    // allocate, and the surface stays as it was.
+    // allocate, and the picture stays as it was.
     if (to.width < 1 || to.height < 1 || to.bytes > kMaxBufferBytes) return VED_E_OUTOFMEMORY;
     // Bytes the turn leaves alone (bands at the edge that the warp's spans
     // leave out, corners, row padding, a chroma line of an odd half size)
@@ -139,38 +137,33 @@ VedResult CTarnSurfaceBuffer::DoRotate(int32_t degrees) {
     // for those only the slack needs clearing.
     const bool paintedWhole = planar && turn == Turn::Other;
     const bool writtenWhole = paintedWhole || (planar && PlanarTurnFillsAll(degrees, W, H));
-    PendingPixels fresh(NewPixelArray(to.bytes));
-    uint8_t* out = fresh.get();
+    made.reset(NewPixelArray(to.bytes));
+    uint8_t* out = made.get();
     if (!out) return VED_E_OUTOFMEMORY;
     if (!planar && turn != Turn::Other && W <= kEdgeBandLimit && H <= kEdgeBandLimit) {
-        ClearEdgeBands(out, to, info.bitsPerPixel / 8);
+        ClearEdgeBands(out, to, bits / 8);
         std::memset(out + to.bytes, 0, kPixelTailSlack);
     } else {
         std::memset(out + (writtenWhole ? to.bytes : 0), 0, size_t(writtenWhole ? 0 : to.bytes) + kPixelTailSlack);
     }
 
-    if (turn == Turn::Quarter) TurnContentRect(info);
+    if (turn == Turn::Quarter) TurnContentRect(picture);
     const int32_t newWidth = int32_t(to.width), newHeight = int32_t(to.height), newStride = int32_t(to.stride);
     // The corners of a grown frame stay unpainted by the turn: black. For
     // RGB the zeroed buffer is already what a fill with colour 0 makes, and
     // GRAY8 is never painted.
     if (paintedWhole) FillPlanar(out, newWidth, newHeight, newStride, nullptr, 0);
     if (planar)
-        RotatePlanar(out, newWidth, newHeight, newStride, pixels, W, H, info.stride, degrees);
+        RotatePlanar(out, newWidth, newHeight, newStride, picture.pixels, W, H, picture.stride, degrees);
     else
-        RotateInterleaved(out, newWidth, newHeight, newStride, info.bitsPerPixel, pixels, W, H, info.stride,
-                          info.bitsPerPixel, degrees);
+        RotateInterleaved(out, newWidth, newHeight, newStride, bits, picture.pixels, W, H, picture.stride, bits,
+                          degrees);
 
-    // Picture and mask stay the same size.
-    if (mask) {
-        mask->Rotate(degrees);
-        mask->Flush();
-    }
-    ReplacePixels(fresh.release());
+    picture.pixels = out;
     if (turn != Turn::Half) {
-        info.stride = newStride;
-        info.width = uint32_t(newWidth);
-        info.height = uint32_t(newHeight);
+        picture.stride = newStride;
+        picture.width = newWidth;
+        picture.height = newHeight;
     }
     return VED_S_OK;
 }

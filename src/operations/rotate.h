@@ -1,15 +1,25 @@
-// Rotation of pixel buffers by whole degrees through the image library: the
-// surface decides the size of the turned picture, these wrap its buffers in
-// image headers (views only, the pixels stay with the caller) and call
-// iplRotate with the shifts that place the picture in the target.
-//
-// Both answer 0 for a null pixel pointer and 1 otherwise; DoRotate does not
-// look at the answer.
+// Rotation of pictures by whole degrees through the image library.
+// RotatePicture decides the size of the turned picture; the two wrappers below
+// it put the buffers in image headers (views only, the pixels stay with the
+// caller) and call iplRotate with the shifts that place the picture in the
+// target.
 #pragma once
 
 #include <cstdint>
 
+#include "operations/picture.h"
+#include "operations/pixel_memory.h"
+
 namespace tarn {
+
+// The picture turned by `degrees` into a new buffer in `made`; `picture` then
+// describes it (180 degrees keeps size and stride) for the surface to
+// install. 0 and 360 succeed with nothing made. A right angle turns the
+// content rectangle also when a format that cannot turn is refused.
+VedResult RotatePicture(Picture& picture, int32_t degrees, PendingPixels& made);
+
+// The wrappers answer 0 for a null pixel pointer and 1 otherwise; RotatePicture
+// does not look at the answer.
 
 // RGB24, RGB32 and GRAY8 buffers, turned by +degrees: RGB rows are stored
 // bottom-up, so one turn of the stored rows is the opposite turn of the

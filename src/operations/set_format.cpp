@@ -1,12 +1,14 @@
-// DoSetFormat: one pass of a colour kernel from the surface's format into
-// another, into a new buffer or straight into the caller's memory for CopyOut.
+// A change of format: one pass of a colour kernel from the picture's format
+// into another, into a new buffer or straight into the caller's memory for
+// CopyOut.
+#include "operations/set_format.h"
+
 #include <cstring>
 
 #include "convert/cpu_features.h"
 #include "convert/fast_copy.h"
 #include "operations/convert_functions.h"
-#include "operations/pixel_memory.h"
-#include "surface/tarn_surface_buffer.h"
+#include "operations/copy_out.h"
 
 namespace tarn {
 
@@ -46,10 +48,11 @@ constexpr Conversion kConversions[] = {
     {SURFACE_FORMAT_YUV422, SURFACE_FORMAT_YUV420, Function::PackedToPlanar, 0, Flip::None, Stride::Width, 12, 1},
 };
 
-const Conversion* FindConversion(int32_t from, int32_t to) {
+// The row of the table, or -1.
+int32_t FindConversion(int32_t from, int32_t to) {
     for (const Conversion& c : kConversions)
-        if (c.from == from && c.to == to) return &c;
-    return nullptr;
+        if (c.from == from && c.to == to) return int32_t(&c - kConversions);
+    return -1;
 }
 
 int32_t StrideOf(Stride rule, int32_t w) {
@@ -93,24 +96,22 @@ void Run(const Conversion& c, uint8_t* src, int32_t srcStride, uint8_t* dst, int
     }
 }
 
-}  // namespace
-
-// The chroma planes change places; the format stays YUV420. Direct output
-// copies each plane as one block of the shorter stride's size.
-static VedResult SwapChroma(CTarnSurfaceBuffer& s) {
-    const int64_t h = s.info.height;
-    const int64_t luma = int64_t(s.info.stride) * h;
-    uint8_t* first = s.pixels + luma;
-    uint8_t* second = first + luma / 4;
-    if (s.directOutput) {
-        const int64_t m = s.info.stride < s.directStride ? s.info.stride : s.directStride;
-        const int64_t out = int64_t(s.directStride) * h;
-        FastCopy(s.directBuffer, s.pixels, size_t(h * m));
-        FastCopy(s.directBuffer + out, second, size_t((m * h) >> 2));
-        FastCopy(s.directBuffer + out + (out >> 2), first, size_t((m * h) >> 2));
+// The chroma planes change places; the format stays YUV420. Sent to a
+// destination, each plane is copied as one block of the shorter stride's
+// size.
+VedResult SwapChroma(const Picture& picture, const Destination* to) {
+    const int64_t h = picture.height;
+    uint8_t* first = FirstChroma(picture);
+    uint8_t* second = SecondChroma(picture);
+    if (to) {
+        const int64_t m = picture.stride < to->stride ? picture.stride : to->stride;
+        const int64_t out = int64_t(to->stride) * h;
+        FastCopy(to->buffer, picture.pixels, size_t(h * m));
+        FastCopy(to->buffer + out, second, size_t((m * h) >> 2));
+        FastCopy(to->buffer + out + (out >> 2), first, size_t((m * h) >> 2));
         return VED_S_OK;
     }
-    const int64_t half = int64_t(s.info.stride / 2) * h;
+    const int64_t half = int64_t(ChromaStride(picture)) * h;
     const int32_t n = static_cast<int32_t>(half >> 1);
     if (g_cpuFeatures & kCpuSse2)
         return SwapChromaPlanes(first, second, n) ? VED_S_OK : VED_E_KERNELFAILED;
@@ -124,65 +125,70 @@ static VedResult SwapChroma(CTarnSurfaceBuffer& s) {
     return VED_S_OK;
 }
 
-VedResult CTarnSurfaceBuffer::DoSetFormat(SurfaceFormat format) {
-    if (!pixels) return VED_E_FAIL;
-    if (format == info.format) {
-        if (directOutput) CopyPixelsOut(directBuffer, directStride, directTopDown);
-        return VED_S_OK;
-    }
-    if (info.format == SURFACE_FORMAT_YUV420 && format == SURFACE_FORMAT_YUV420_SWAPPED)
-        return SwapChroma(*this);
-    const Conversion* c = FindConversion(info.format, format);
-    if (!c) return VED_E_NOTSUPPORTED;
+}  // namespace
 
-    if (c->function == Function::RgbToPlanar && ((info.width | info.height) & 1)) {
-        // Planar surfaces never have an odd size: trim to even first. Under
-        // direct output the resize writes the caller's buffer and the surface
-        // keeps its size; the conversion then goes over it at the odd size.
-        const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
-        const VedResult trimmed = DoResize(w - (w & 1), h - (h & 1), 1, 1);
-        // A resize that could not trim must not leave a planar surface of odd
-        // size behind. An RGB resize reports its failed allocation as
-        // VED_E_FAIL; here that is what it is, memory.
-        if (!directOutput && ((info.width | info.height) & 1))
-            return trimmed == VED_E_FAIL || trimmed == VED_E_OUTOFMEMORY ? VED_E_OUTOFMEMORY : VED_E_NOTSUPPORTED;
+FormatChange PlanFormatChange(const Picture& picture, SurfaceFormat format) {
+    FormatChange change{};
+    if (!picture.pixels) return change;  // refused with VED_E_FAIL
+    if (format == picture.format) {
+        change.step = FormatChange::Step::Keep;
+    } else if (picture.format == SURFACE_FORMAT_YUV420 && format == SURFACE_FORMAT_YUV420_SWAPPED) {
+        change.step = FormatChange::Step::SwapChroma;
+    } else if (const int32_t row = FindConversion(picture.format, format); row >= 0) {
+        change.step = FormatChange::Step::Convert;
+        change.conversion = row;
+        // Planar pictures never have an odd size: trimmed to even first.
+        change.evenSizesFirst =
+            kConversions[row].function == Function::RgbToPlanar && ((picture.width | picture.height) & 1);
+    } else {
+        change.refusal = VED_E_NOTSUPPORTED;
     }
-    const int32_t w = static_cast<int32_t>(info.width), h = static_cast<int32_t>(info.height);
+    return change;
+}
 
+VedResult ChangeFormat(Picture& picture, const FormatChange& change, const Destination* to,
+                       PendingPixels& made) {
+    switch (change.step) {
+        case FormatChange::Step::Refuse: return change.refusal;
+        case FormatChange::Step::Keep:
+            if (to) CopyPictureOut(picture, *to);
+            return VED_S_OK;
+        case FormatChange::Step::SwapChroma: return SwapChroma(picture, to);
+        case FormatChange::Step::Convert: break;
+    }
+    const Conversion& c = kConversions[change.conversion];
+    const int32_t w = picture.width, h = picture.height;
     uint8_t* out;
-    PendingPixels pending;
     int32_t outStride;
     uint32_t flip;
-    if (directOutput) {
+    if (to) {
         // Rows shorter than the stride's reach would overlap, and the kernels
         // write them in orders that differ between forms, and past the
         // stride x height the caller provides: such a stride is refused.
-        const int64_t row = c->bitsAfter == 12 ? int64_t(w) : int64_t(c->bitsAfter / 8) * w;
-        if (directStride < row) return VED_E_INVALIDARG;
-        out = directBuffer;
-        outStride = directStride;
-        flip = info.topDown != directTopDown ? 1 : 0;
+        const int64_t row = c.bitsAfter == 12 ? int64_t(w) : int64_t(c.bitsAfter / 8) * w;
+        if (to->stride < row) return VED_E_INVALIDARG;
+        out = to->buffer;
+        outStride = to->stride;
+        flip = picture.topDown != to->topDown ? 1 : 0;
     } else {
-        outStride = StrideOf(c->stride, w);
+        outStride = StrideOf(c.stride, w);
         const int64_t rows = int64_t(outStride) * h;
-        const int64_t size = c->to == SURFACE_FORMAT_YUV420 ? (int64_t(w) * h * 3) / 2 : rows;
+        const int64_t size = c.to == SURFACE_FORMAT_YUV420 ? (int64_t(w) * h * 3) / 2 : rows;
         out = NewPixelArray(size);
         if (!out) return VED_E_OUTOFMEMORY;
-        pending.reset(out);
-        if (!WritesEveryByte(*c, w, h, outStride)) std::memset(out, 0, size_t(size));
-        flip = info.topDown;
-        // The alpha bytes of a 32-bit picture live on as its mask.
-        if (info.format == SURFACE_FORMAT_RGB32 && !mask) MakeMaskFromAlpha(&mask);
+        made.reset(out);
+        if (!WritesEveryByte(c, w, h, outStride)) std::memset(out, 0, size_t(size));
+        flip = picture.topDown;
     }
-    if (c->flip == Flip::Always) flip = 1;
-    Run(*c, pixels, info.stride, out, outStride, w, h, flip);
-    if (directOutput) return VED_S_OK;
+    if (c.flip == Flip::Always) flip = 1;
+    Run(c, picture.pixels, picture.stride, out, outStride, w, h, flip);
+    if (to) return VED_S_OK;
 
-    info.format = c->to;
-    info.bitsPerPixel = c->bitsAfter;
-    info.stride = outStride;
-    info.topDown = c->topDownAfter;
-    ReplacePixels(pending.release());
+    picture.pixels = out;
+    picture.format = c.to;
+    picture.bits = c.bitsAfter;
+    picture.stride = outStride;
+    picture.topDown = c.topDownAfter;
     return VED_S_OK;
 }
 

@@ -117,7 +117,7 @@ plat::HRESULT MakeDirectDrawSurface(plat::IDirectDrawSurface7** out, uint32_t wi
 }  // namespace
 
 VedResult CTarnSurfaceBuffer::Export(int32_t kind, void** handle, uint32_t* flag) {
-    const VedResult drained = Drain(false);
+    const VedResult drained = Drain(nullptr);
     if (drained < 0) return drained;
     if (kind != kExportGlobalBitmap && kind != kExportDirectDraw) return VED_E_NOTSUPPORTED;
     if (!handle || !flag) return VED_E_INVALIDARG;

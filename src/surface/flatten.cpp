@@ -150,7 +150,7 @@ VedResult ComposeMasked(CTarnSurfaceBuffer& target, ITarnSurface* overlay) {
 }
 
 VedResult CTarnSurfaceBuffer::Flatten(ITarnSurface** result) {
-    VedResult running = Drain(false);
+    VedResult running = Drain(nullptr);
     if (running < 0) return running;
     if (overlays.empty()) {
         AddRef();

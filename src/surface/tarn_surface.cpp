@@ -1,8 +1,9 @@
 // CTarnSurface: construction, destruction, properties and the fit rectangle.
 #include "surface/tarn_surface.h"
 
-#include <cmath>
 #include <cstdint>
+
+#include "operations/fit_rect.h"
 
 namespace tarn {
 
@@ -16,10 +17,7 @@ CTarnSurface::CTarnSurface(const SurfaceInfo& source) : info(source) {
 CTarnSurface::~CTarnSurface() {
     PlatEnterCriticalSection(&operationLock);
     ownership = 0;
-    directOutput = 0;
-    directBuffer = nullptr;
-    directStride = -1;
-    directTopDown = 0;
+    directOutput.reset();
     operations.clear();  // dropped without running
     for (ITarnSurface* overlay : overlays) overlay->Release();
     overlays.clear();
@@ -133,40 +131,9 @@ uint32_t CTarnSurface::SetOwnership(uint32_t value) {
     return 1;
 }
 
-namespace {
-// Truncation toward zero; values no int32 holds (an aspect so extreme that the
-// shape degenerates) are clamped instead of being undefined.
-int32_t TruncateToInt(double v) {
-    if (!(v == v)) return 0;
-    if (v >= 2147483647.0) return INT32_MAX;
-    if (v <= -2147483648.0) return INT32_MIN;
-    return static_cast<int32_t>(v);
-}
-}  // namespace
-
 void CTarnSurface::ComputeFitRect(int32_t targetWidth, int32_t targetHeight, VedRect* rect) {
-    int32_t w = static_cast<int32_t>(info.width);
-    int32_t h = static_cast<int32_t>(info.height);
-    if (aspectX > 0 && aspectY > 0 &&
-        std::fabs(double(w) / h - double(aspectX) / aspectY) > 0.000001) {
-        if (double(w) / aspectX > double(h) / aspectY)
-            w = static_cast<int32_t>(int64_t(aspectX) * h / aspectY);
-        else
-            h = static_cast<int32_t>(int64_t(aspectY) * w / aspectX);
-    }
-    const double ratio = double(w) / h;
-    // The side not written stays as the caller left it; DoResize zeroes first.
-    if (!(double(targetWidth) / targetHeight > ratio)) {
-        const int32_t fitHeight = TruncateToInt(targetWidth / ratio);
-        rect->top = static_cast<int32_t>((int64_t(targetHeight) - fitHeight) / 2);
-        rect->bottom = static_cast<int32_t>(int64_t(rect->top) + fitHeight);
-        rect->right = targetWidth;
-    } else {
-        const int32_t fitWidth = TruncateToInt(ratio * targetHeight);
-        rect->left = static_cast<int32_t>((int64_t(targetWidth) - fitWidth) / 2);
-        rect->right = static_cast<int32_t>(int64_t(rect->left) + fitWidth);
-        rect->bottom = targetHeight;
-    }
+    FitRect(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), {aspectX, aspectY},
+            targetWidth, targetHeight, rect);
 }
 
 }  // namespace tarn

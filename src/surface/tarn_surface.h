@@ -4,9 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
-#include "surface/ved_unknown.h"
+#include "operations/picture.h"
+#include "operations/resize.h"
 #include "surface/bounded_list.h"
+#include "surface/ved_unknown.h"
 
 namespace tarn {
 
@@ -76,9 +79,19 @@ public:
                                       int32_t quality) override;
     VedResult TARN_CALL Fill(VedRect* rect, uint32_t color) override;
 
-    // Runs queued records under operationLock. With keepLast the last record
-    // writes into the direct output fields that CopyOut has set.
-    VedResult Drain(bool keepLast);
+    // Runs queued records under operationLock. With `last` the last record
+    // writes into that memory of the caller and leaves the surface as the
+    // records before it made it (CopyOut).
+    VedResult Drain(const Destination* last);
+
+    // The queued operations: sent to `to` when it is not null, into the
+    // surface otherwise (operations in CTarnSurfaceBuffer).
+    virtual VedResult RunResize(const ResizeRequest& request, const Destination* to) = 0;
+    virtual VedResult RunSetFormat(SurfaceFormat format, const Destination* to) = 0;
+
+    // Where resizes and format changes write while the surface is directed at
+    // a caller's memory, or null.
+    const Destination* DirectOutput() const { return directOutput ? &*directOutput : nullptr; }
 
     // Fields, in the descriptor's order of meaning; internal code and tests
     // reach them directly.
@@ -93,16 +106,18 @@ public:
     ITarnSurface* mask = nullptr;
     BoundedList<ITarnSurface*, 0x3FFFFFFF> overlays;
     BoundedList<OperationRecord, 0xAAAAAAA> operations;
-    uint32_t directOutput = 0;
-    uint8_t* directBuffer = nullptr;
-    int32_t directStride = -1;
-    uint32_t directTopDown = 0;
+    // Set by a drain for CopyOut as its last record starts, cleared by CopyOut
+    // once that record has succeeded. A last record that fails leaves it set:
+    // every resize and format change then still writes into that memory of
+    // the caller and leaves the surface alone, so hosts must not go on with a
+    // surface after a failed CopyOut.
+    std::optional<Destination> directOutput;
     platform::PlatCriticalSection operationLock;
 
 private:
-    VedResult RunRecord(const OperationRecord& record);  // memory shortage as a result
-    VedResult RunRecordOnce(const OperationRecord& record);
-    VedResult RunRecords(size_t count);
+    VedResult RunRecord(const OperationRecord& record, const Destination* to);  // memory shortage as a result
+    VedResult RunRecordOnce(const OperationRecord& record, const Destination* to);
+    VedResult RunRecords(size_t count, const Destination* to);
 };
 
 }  // namespace tarn

@@ -1,8 +1,9 @@
 // CTarnSurfaceBuffer: a surface with its pixel buffer, and every operation
-// that touches pixels. The Do... operations live in src/operations, one file
-// each; pixel access and clone in pixel_access.cpp; Flatten and the surface
-// side of its compositors in flatten.cpp; the mask from alpha in
-// alpha_mask.cpp.
+// that touches pixels. The work of the Do... operations lives in
+// src/operations, as functions over Picture values, with their adapters in
+// pixel_operations.cpp; pixel access and clone in pixel_access.cpp; Flatten
+// and the surface side of its compositors in flatten.cpp; the mask from alpha
+// in alpha_mask.cpp.
 #pragma once
 
 #include "operations/picture.h"
@@ -25,6 +26,10 @@ public:
     VedResult TARN_CALL Export(int32_t kind, void** handle, uint32_t* flag) override;
     VedResult TARN_CALL Flatten(ITarnSurface** result) override;
 
+    // The operations, each a short adapter over its function in
+    // src/operations (pixel_operations.cpp): the picture taken out of the
+    // descriptor, the function called, its result installed. Resizes and
+    // format changes go where DirectOutput() says.
     VedResult TARN_CALL DoResize(int32_t width, int32_t height, int32_t keepAspect,
                                  int32_t quality) override;
     VedResult TARN_CALL DoRotate(int32_t degrees) override;
@@ -37,6 +42,8 @@ public:
     VedResult TARN_CALL DoTransform(int32_t first, int32_t second, double a, double b, double c,
                                     double d, int32_t last) override;
     VedResult TARN_CALL DoFill(VedRect* rect, uint32_t color) override;
+    VedResult RunResize(const ResizeRequest& request, const Destination* to) override;
+    VedResult RunSetFormat(SurfaceFormat format, const Destination* to) override;
 
     // Takes `bytes` (plus the tail slack) for the buffer; false when `bytes`
     // is below 1 (nothing done) or memory is short.

@@ -1,5 +1,5 @@
-// The queue's direct output fields and the lists' length limit, seen from
-// inside the surface.
+// The queue's direct output and the lists' length limit, seen from inside
+// the surface.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -27,19 +27,17 @@ CTarnSurfaceBuffer* MakeRgb32(uint32_t width, uint32_t height) {
     return static_cast<CTarnSurfaceBuffer*>(s);
 }
 
-TEST(DirectOutput, FieldsStartUnsetAndAreClearedByASuccessfulCopyOut) {
+TEST(DirectOutput, StartsUnsetAndIsClearedByASuccessfulCopyOut) {
     CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
-    EXPECT_EQ(s->directStride, -1);
+    EXPECT_FALSE(s->directOutput);
     std::vector<uint8_t> out(8 * 8 * 4);
-    // An empty queue: copied by CopyPixelsOut, directOutput never set.
+    // An empty queue: copied out as it is, never directed.
     ASSERT_EQ(s->CopyOut(out.data(), 32, 1), VED_S_OK);
-    EXPECT_EQ(s->directOutput, 0u);
-    EXPECT_EQ(s->directBuffer, nullptr);
-    EXPECT_EQ(s->directStride, 0);
-    // One record that runs: the direct path, then everything cleared again.
+    EXPECT_FALSE(s->directOutput);
+    // One record that runs: directed at the caller's memory, then cleared.
     s->SetFormat(SURFACE_FORMAT_RGB32);
     ASSERT_EQ(s->CopyOut(out.data(), 32, 1), VED_S_OK);
-    EXPECT_EQ(s->directOutput, 0u);
+    EXPECT_FALSE(s->directOutput);
     EXPECT_TRUE(s->operations.empty());
     s->Release();
 }
@@ -50,20 +48,35 @@ TEST(DirectOutput, AFailureBeforeTheLastRecordKeepsItQueued) {
     s->SetFormat(SurfaceFormat(99));
     s->SetFormat(SURFACE_FORMAT_RGB32);
     EXPECT_EQ(s->CopyOut(out.data(), 32, 0), VED_E_NOTSUPPORTED);
-    EXPECT_EQ(s->operations.size(), 1u);   // the last record waits
-    EXPECT_EQ(s->directOutput, 0u);
-    EXPECT_EQ(s->directBuffer, out.data());  // fields stay as CopyOut set them
-    EXPECT_EQ(s->directTopDown, 0u);
+    EXPECT_EQ(s->operations.size(), 1u);  // the last record waits
+    EXPECT_FALSE(s->directOutput);
     s->Release();
 }
 
 TEST(DirectOutput, AFailureOfTheLastRecordLeavesDirectOutputOn) {
     CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
-    std::vector<uint8_t> out(8 * 8 * 4);
+    ASSERT_EQ(s->DoFill(nullptr, 0x00102030u), VED_S_OK);
+    std::vector<uint8_t> out(8 * 8 * 4, 0xEE);
     s->SetFormat(SurfaceFormat(99));
     EXPECT_EQ(s->CopyOut(out.data(), 32, 1), VED_E_NOTSUPPORTED);
-    EXPECT_EQ(s->directOutput, 1u);  // callers must not go on after this
+    ASSERT_TRUE(s->directOutput);  // callers must not go on after this
+    EXPECT_EQ(s->directOutput->buffer, out.data());
+    EXPECT_EQ(s->directOutput->stride, 32);
+    EXPECT_EQ(s->directOutput->topDown, 1u);
     EXPECT_TRUE(s->operations.empty());
+    EXPECT_EQ(out[0], 0xEE);
+    // What a host that goes on finds: a later change of format lands in the
+    // old memory, 24-bit pixels of the fill's colour, and the surface stays
+    // as it was.
+    s->SetFormat(SURFACE_FORMAT_RGB24);
+    ASSERT_EQ(s->Flush(), VED_S_OK);
+    EXPECT_EQ(s->info.format, SURFACE_FORMAT_RGB32);
+    // The fill stores the colour's bytes high to low, and the 24-bit rows
+    // drop the fourth byte.
+    EXPECT_EQ(out[0], 0x10);
+    EXPECT_EQ(out[1], 0x20);
+    EXPECT_EQ(out[2], 0x30);
+    EXPECT_EQ(out[3], 0x10);
     s->Release();
 }
 

@@ -1,0 +1,30 @@
+// Resizing a picture: to a new size, optionally fitted with its aspect into
+// the new frame with black borders.
+#pragma once
+
+#include <cstdint>
+
+#include "operations/fit_rect.h"
+#include "operations/picture.h"
+#include "operations/pixel_memory.h"
+
+namespace tarn {
+
+struct ResizeRequest {
+    int32_t width;
+    int32_t height;
+    int32_t keepAspect;  // non-zero: fitted with `aspect` into width x height
+    int32_t quality;     // the scaling mode
+};
+
+// Without a destination the resized picture is a new buffer in `made`, and
+// `picture` and `aspect` describe it (new size and stride, aspect cleared)
+// for the surface to install. With one it goes into the caller's memory and
+// the picture keeps its buffer. Either way the content rectangle is set before
+// anything can fail and stays set whatever the answer. A resize to the same
+// size without an aspect succeeds with nothing made (copied to a destination
+// as it is).
+VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& request,
+                        const Destination* to, PendingPixels& made);
+
+}  // namespace tarn
