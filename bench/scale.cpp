@@ -38,8 +38,8 @@ void PlanarOurs(benchmark::State& state, uint32_t mode, const char* family, int 
                 int sh = kH) {
     Planar s(sw, sh, 1), d(dw, dh, 9);
     Ours(state, family, dw, dh, [&] {
-        tarn::ScalePlanar(s.y.data(), s.u.data(), s.v.data(), sw, sh, sw, d.y.data(), d.u.data(), d.v.data(), dw,
-                          dh, dw, mode);
+        tarn::ScalePlanar({d.y.data(), d.u.data(), d.v.data(), dw, dh, dw},
+                          {s.y.data(), s.u.data(), s.v.data(), sw, sh, sw}, mode);
     });
 }
 
@@ -48,8 +48,7 @@ void GrayUpOurs(benchmark::State& state) {
     auto s = tarn::bench::RandomFrame(size_t(kW / 2) * (kH / 2), 5);
     auto d = tarn::bench::RandomFrame(size_t(kW) * kH, 6);
     Ours(state, "gray_nearest_up", kW, kH, [&] {
-        tarn::ScaleImage(d.data(), kW, kH, kW, 1, s.data(), kW / 2, kH / 2, kW / 2, 1, 0.0, 0.5, 0.0, 0.5, 0,
-                         nullptr);
+        tarn::ScaleImage({d.data(), kW, kH, kW, 1}, {s.data(), kW / 2, kH / 2, kW / 2, 1}, {0.5, 0.5}, 0, nullptr);
     });
 }
 
@@ -57,8 +56,8 @@ void ArgbOurs(benchmark::State& state, uint32_t mode, const char* family, int dw
     auto s = tarn::bench::RandomFrame(size_t(kW) * kH * 4, 3);
     auto d = tarn::bench::RandomFrame(size_t(dw) * dh * 4, 4);
     Ours(state, family, dw, dh, [&] {
-        tarn::ScaleImage(d.data(), dw, dh, dw * 4, 4, s.data(), kW, kH, kW * 4, 4, 0.0, double(kW) / dw, 0.0,
-                         double(kH) / dh, mode, nullptr);
+        tarn::ScaleImage({d.data(), dw, dh, dw * 4, 4}, {s.data(), kW, kH, kW * 4, 4},
+                         {double(kW) / dw, double(kH) / dh}, mode, nullptr);
     });
 }
 

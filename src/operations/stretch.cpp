@@ -60,15 +60,10 @@ int32_t StretchInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
         }
         const uint8_t* source = src + ptrdiff_t(s.top) * srcStride + ptrdiff_t(s.left) * srcBytes;
         // The whole buffers on either side, whatever the order of their rows.
-        const size_t dstBufferBytes = size_t(dstStride < 0 ? -int64_t(dstStride) : dstStride) * size_t(dstHeight);
-        const size_t srcBufferBytes = size_t(srcStride < 0 ? -int64_t(srcStride) : srcStride) * size_t(srcHeight);
-        const uint8_t* dstLowest = dstStride < 0 ? dst + ptrdiff_t(dstHeight - 1) * dstStride : dst;
-        const uint8_t* srcLowest = srcStride < 0 ? src + ptrdiff_t(srcHeight - 1) * srcStride : src;
-        ScopedScaleBounds bounds(dstLowest, dstBufferBytes, srcLowest, srcBufferBytes);
-        ScaleImage(target, uint32_t(d.width), uint32_t(d.height), targetStride, uint32_t(dstBytes),
-                   source, uint32_t(s.width), uint32_t(s.height), srcStride, uint32_t(srcBytes),
-                   0.0, double(s.width) / d.width, 0.0, double(s.height) / d.height,
-                   uint32_t(quality), nullptr);
+        const ScaleBounds bounds{Span::OfFrame(dst, dstStride, dstHeight), Span::OfFrame(src, srcStride, srcHeight)};
+        ScaleImage({target, uint32_t(d.width), uint32_t(d.height), targetStride, uint32_t(dstBytes)},
+                   {source, uint32_t(s.width), uint32_t(s.height), srcStride, uint32_t(srcBytes)},
+                   {double(s.width) / d.width, double(s.height) / d.height}, uint32_t(quality), nullptr, bounds);
     }
     if (dstRect && padBorders) {
         // 8-bit targets have no row writer: their bands keep what was there.
@@ -108,8 +103,8 @@ int32_t StretchPlanar(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, i
         dstV += chroma;
     }
     if (s.Paintable() && d.Paintable())
-        ScalePlanar(srcY, srcU, srcV, s.width, s.height, srcStride, dstY, dstU, dstV, d.width,
-                    d.height, dstStride, uint32_t(quality));
+        ScalePlanar({dstY, dstU, dstV, d.width, d.height, dstStride},
+                    {srcY, srcU, srcV, s.width, s.height, srcStride}, uint32_t(quality));
     if (dstRect && padBorders) {
         PaintBands(*dstRect, dstWidth, dstHeight, [&](const VedRect* band) {
             FillPlanar(dst, dstWidth, dstHeight, dstStride, band, padColor);
@@ -129,7 +124,8 @@ int32_t StretchPacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, i
     const uint8_t* source = src + int64_t(s.top) * srcStride + int64_t(s.left) * 2;
     uint8_t* target = dst + int64_t(d.top) * dstStride + int64_t(d.left) * 2;
     if (s.Paintable() && d.Paintable())
-        ScalePacked(source, s.width, s.height, srcStride, target, d.width, d.height, dstStride);
+        ScalePacked({target, uint32_t(d.width), uint32_t(d.height), dstStride, 2},
+                    {source, uint32_t(s.width), uint32_t(s.height), srcStride, 2});
     if (dstRect && padBorders) {
         // FillPacked paints at the buffer's corner, so these bands land there
         // too; a fitted packed picture keeps whatever lay right of it.

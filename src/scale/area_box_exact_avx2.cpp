@@ -12,7 +12,7 @@
 
 #include <vector>
 
-#include "scale/planar_scale.h"
+#include "scale/area_shrink.h"
 
 namespace tarn {
 namespace {
@@ -116,8 +116,12 @@ void EmitRow(uint8_t* out, const uint16_t* s, uint32_t width, uint32_t c, uint32
 
 }  // namespace
 
-void AreaBoxExactAvx2(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, uint32_t srcHeight, uint8_t* dst,
-                      int32_t dstStride, uint32_t dstWidth, uint32_t dstHeight, uint32_t c, uint32_t shift) {
+void AreaBoxExactAvx2(const ScaleTarget& target, const ScaleSource& source, uint32_t shift) {
+    const uint8_t* src = source.pixels;
+    const uint32_t srcWidth = source.width, srcHeight = source.height, c = source.pixelBytes;
+    const int32_t srcStride = source.stride, dstStride = target.stride;
+    const uint32_t dstWidth = target.width, dstHeight = target.height;
+    uint8_t* dst = target.pixels;
     const uint32_t fx = srcWidth / dstWidth, fy = srcHeight / dstHeight;
     const uint32_t lanes = c == 3 ? 4 : c;
     std::vector<uint16_t> acc(size_t(srcWidth) * lanes + 32);

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-#include "scale/planar_scale.h"
+#include "scale/area_shrink.h"
 
 #include "convert/kernel_forms.h"
 
@@ -26,49 +26,11 @@ AreaBoxExactFn PickAreaBoxExact() {
 #endif
 }
 
-bool AreaShrink(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,
-                uint8_t*& dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride, uint32_t c) {
-    if (dstWidth == srcWidth && dstHeight == srcHeight) {
-        // One block, row padding included.
-        const int64_t bytes = int64_t(srcHeight) * srcStride;
-        if (bytes > 0) std::memcpy(dst, src, size_t(bytes));
-        return true;
-    }
-    // A target with no pixels (the chroma of a one-pixel plane) gets nothing;
-    // its step would be infinite.
-    if (dstWidth == 0 || dstHeight == 0) return true;
-    const AreaBoxExactFn exact = PickAreaBoxExact();
-    if (const uint32_t shift = exact ? AreaExactShift(srcWidth, srcHeight, dstWidth, dstHeight) : 0) {
-        exact(src, srcStride, srcWidth, srcHeight, dst, dstStride, dstWidth, dstHeight, c, shift);
-        dst += intptr_t(dstStride) * dstHeight;
-        return true;
-    }
-    const float rx = static_cast<float>(double(srcWidth) / double(dstWidth));
-    const float ry = static_cast<float>(double(srcHeight) / double(dstHeight));
-    const float scale = static_cast<float>(1.0 / (double(ry) * double(rx)));
-
-    // Horizontal coefficients: the partial sample at each edge and the whole
-    // ones between; a right-edge part of 0.001 or less is dropped.
-    std::vector<AreaCoefficient> list;
-    list.reserve(size_t(dstWidth) * (size_t(rx) + 3));
-    for (uint32_t x = 0; x < dstWidth; ++x) {
-        const float x1 = static_cast<float>(double(x) * rx);
-        const float x2 = static_cast<float>(rx + x1);
-        const int32_t lo = static_cast<int32_t>(static_cast<float>(std::ceil(x1)));
-        const int32_t hi = static_cast<int32_t>(static_cast<float>(std::floor(x2)));
-        auto add = [&](int32_t sample, float weight) {
-            list.push_back({uint32_t(sample) * c, x * c, weight});
-        };
-        if (x1 < static_cast<float>(lo)) add(lo - 1, (static_cast<float>(lo) - x1) * scale);
-        for (int32_t k = lo; k < hi; ++k) add(k, scale);
-        const float d = x2 - static_cast<float>(hi);
-        if (d > 0.001) add(hi, scale * d);
-    }
-    const size_t n = size_t(dstWidth) * c + 4;
-    std::vector<float> current(n, 0.0f), carry(n, 0.0f);
-    return AreaAccumulate(src, srcStride, srcWidth, srcHeight, dst, dstStride, dstWidth, dstHeight, c,
-                          list.data(), uint32_t(list.size()), current.data(), carry.data());
-}
+struct AreaCoefficient {
+    uint32_t sourceOffset;
+    uint32_t targetIndex;
+    float weight;
+};
 
 // The list of a single-channel shrink as a dense table: for each target
 // column its records in list order, padded to the same number with weight 0
@@ -111,7 +73,7 @@ std::vector<AreaCoefficient> ByteRecords(const AreaCoefficient* list, uint32_t c
 }  // namespace
 
 // A target row ends on a source row boundary: both sums go out, rounded.
-void AreaEmitRow(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total) {
+void AreaEmitRowPlain(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total) {
     for (uint32_t i = 0; i < total; ++i) {
         out[i] = ByteOf(current[i] + carry[i] + 0.5);
         current[i] = carry[i] = 0;
@@ -120,7 +82,7 @@ void AreaEmitRow(uint8_t* out, float* __restrict current, float* __restrict carr
 
 // A target row ends inside a source row: the part 1 - f of that row goes
 // out with it, the part f opens the next target row.
-void AreaEmitSplitRow(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total, float f) {
+void AreaEmitSplitRowPlain(uint8_t* out, float* __restrict current, float* __restrict carry, uint32_t total, float f) {
     const float g = static_cast<float>(1.0 - f);
     for (uint32_t i = 0; i < total; ++i) {
         out[i] = ByteOf(current[i] * g + carry[i] + 0.5);
@@ -129,7 +91,7 @@ void AreaEmitSplitRow(uint8_t* out, float* __restrict current, float* __restrict
     }
 }
 
-void AreaCarryRow(float* __restrict current, float* __restrict carry, uint32_t total) {
+void AreaCarryRowPlain(float* __restrict current, float* __restrict carry, uint32_t total) {
     for (uint32_t i = 0; i < total; ++i) {
         carry[i] += current[i];
         current[i] = 0;
@@ -158,10 +120,10 @@ AreaRowForms PickAreaRowForms() {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<AreaRowForms> t[] = {
         {SimdForm::Avx2, {AreaEmitRowAvx2, AreaEmitSplitRowAvx2, AreaCarryRowAvx2}},
-        {SimdForm::Plain, {AreaEmitRow, AreaEmitSplitRow, AreaCarryRow}}};
+        {SimdForm::Plain, {AreaEmitRowPlain, AreaEmitSplitRowPlain, AreaCarryRowPlain}}};
     return PickForm(t);
 #else
-    return {AreaEmitRow, AreaEmitSplitRow, AreaCarryRow};
+    return {AreaEmitRowPlain, AreaEmitSplitRowPlain, AreaCarryRowPlain};
 #endif
 }
 
@@ -227,7 +189,7 @@ AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint3
     return plan;
 }
 
-void AreaGrayRow(const uint8_t* row, uint32_t /*srcWidth*/, const int32_t* index, const float* weight,
+void AreaGrayRowPlain(const uint8_t* row, uint32_t /*srcWidth*/, const int32_t* index, const float* weight,
                  uint32_t perColumn, uint32_t width, float* /*scratch*/, float* current) {
     for (uint32_t x = 0; x < width; ++x) {
         float v = current[x];
@@ -236,9 +198,16 @@ void AreaGrayRow(const uint8_t* row, uint32_t /*srcWidth*/, const int32_t* index
     }
 }
 
-bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, uint32_t srcHeight,
-                    uint8_t*& dst, int32_t dstStride, uint32_t dstWidth, uint32_t dstHeight, uint32_t c,
-                    const AreaCoefficient* list, uint32_t count, float* current, float* carry) {
+namespace {
+
+// One sweep over the source rows with the horizontal coefficients in `list`.
+void AreaAccumulate(const ScaleTarget& target, const ScaleSource& source, const AreaCoefficient* list,
+                    uint32_t count, float* current, float* carry) {
+    const uint8_t* src = source.pixels;
+    const uint32_t srcWidth = source.width, srcHeight = source.height, c = source.pixelBytes;
+    const int32_t srcStride = source.stride, dstStride = target.stride;
+    const uint32_t dstWidth = target.width, dstHeight = target.height;
+    uint8_t* dst = target.pixels;
     const float ry = static_cast<float>(double(srcHeight) / double(dstHeight));
     const uint32_t total = dstWidth * c;
     const AreaRowForms forms = PickAreaRowForms();
@@ -274,7 +243,7 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
                    rowEnd, f, carry, dst, &plan);
         } else {
             if (dense) {
-                AreaGrayRow(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth,
+                AreaGrayRowPlain(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth,
                             scratch.data(), current);
             } else {
                 for (uint32_t i = 0; i < count; ++i) {
@@ -292,20 +261,51 @@ bool AreaAccumulate(const uint8_t* src, int32_t srcStride, uint32_t srcWidth, ui
             ++t;
         }
     }
-    return true;
 }
 
-bool AreaShrinkGray(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,
-                    uint8_t*& dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride) {
-    return AreaShrink(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride, 1);
-}
-bool AreaShrinkRgb24(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,
-                     uint8_t*& dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride) {
-    return AreaShrink(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride, 3);
-}
-bool AreaShrinkRgb32(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,
-                     uint8_t*& dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride) {
-    return AreaShrink(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride, 4);
+}  // namespace
+
+void AreaShrink(const ScaleTarget& target, const ScaleSource& source) {
+    const uint32_t srcWidth = source.width, srcHeight = source.height, c = source.pixelBytes;
+    const uint32_t dstWidth = target.width, dstHeight = target.height;
+    if (dstWidth == srcWidth && dstHeight == srcHeight) {
+        // One block, row padding included.
+        const int64_t bytes = int64_t(srcHeight) * source.stride;
+        if (bytes > 0) std::memcpy(target.pixels, source.pixels, size_t(bytes));
+        return;
+    }
+    // A target with no pixels (the chroma of a one-pixel plane) gets nothing;
+    // its step would be infinite.
+    if (dstWidth == 0 || dstHeight == 0) return;
+    const AreaBoxExactFn exact = PickAreaBoxExact();
+    if (const uint32_t shift = exact ? AreaExactShift(srcWidth, srcHeight, dstWidth, dstHeight) : 0) {
+        exact(target, source, shift);
+        return;
+    }
+    const float rx = static_cast<float>(double(srcWidth) / double(dstWidth));
+    const float ry = static_cast<float>(double(srcHeight) / double(dstHeight));
+    const float scale = static_cast<float>(1.0 / (double(ry) * double(rx)));
+
+    // Horizontal coefficients: the partial sample at each edge and the whole
+    // ones between; a right-edge part of 0.001 or less is dropped.
+    std::vector<AreaCoefficient> list;
+    list.reserve(size_t(dstWidth) * (size_t(rx) + 3));
+    for (uint32_t x = 0; x < dstWidth; ++x) {
+        const float x1 = static_cast<float>(double(x) * rx);
+        const float x2 = static_cast<float>(rx + x1);
+        const int32_t lo = static_cast<int32_t>(static_cast<float>(std::ceil(x1)));
+        const int32_t hi = static_cast<int32_t>(static_cast<float>(std::floor(x2)));
+        auto add = [&](int32_t sample, float weight) {
+            list.push_back({uint32_t(sample) * c, x * c, weight});
+        };
+        if (x1 < static_cast<float>(lo)) add(lo - 1, (static_cast<float>(lo) - x1) * scale);
+        for (int32_t k = lo; k < hi; ++k) add(k, scale);
+        const float d = x2 - static_cast<float>(hi);
+        if (d > 0.001) add(hi, scale * d);
+    }
+    const size_t n = size_t(dstWidth) * c + 4;
+    std::vector<float> current(n, 0.0f), carry(n, 0.0f);
+    AreaAccumulate(target, source, list.data(), uint32_t(list.size()), current.data(), carry.data());
 }
 
 }  // namespace tarn

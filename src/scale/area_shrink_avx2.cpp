@@ -7,7 +7,7 @@
 #include <immintrin.h>
 
 #include "scale/rounded.h"
-#include "scale/planar_scale.h"
+#include "scale/area_shrink.h"
 
 namespace tarn {
 namespace {
@@ -157,12 +157,6 @@ void AreaGrayRowEndPlannedAvx2(const uint8_t* row, uint32_t srcWidth, const int3
     else Sweep<End::Split>(row, srcWidth, index, weight, perColumn, width, scratch, sink, plan);
 }
 
-void AreaGrayRowEndAvx2(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
-                        uint32_t perColumn, uint32_t width, float* scratch, int rowEnd, float f, float* carry,
-                        uint8_t* out) {
-    AreaGrayRowEndPlannedAvx2(row, srcWidth, index, weight, perColumn, width, scratch, rowEnd, f, carry, out, nullptr);
-}
-
 void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total) {
     uint32_t i = 0;
     const __m256 zero = _mm256_setzero_ps();
@@ -172,7 +166,7 @@ void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total)
         _mm256_storeu_ps(current + i, zero);
         _mm256_storeu_ps(carry + i, zero);
     }
-    if (i < total) AreaEmitRow(out + i, current + i, carry + i, total - i);
+    if (i < total) AreaEmitRowPlain(out + i, current + i, carry + i, total - i);
 }
 
 void AreaEmitSplitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total, float f) {
@@ -186,7 +180,7 @@ void AreaEmitSplitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t t
         _mm256_storeu_ps(carry + i, _mm256_mul_ps(c, fv));
         _mm256_storeu_ps(current + i, zero);
     }
-    if (i < total) AreaEmitSplitRow(out + i, current + i, carry + i, total - i, f);
+    if (i < total) AreaEmitSplitRowPlain(out + i, current + i, carry + i, total - i, f);
 }
 
 void AreaCarryRowAvx2(float* current, float* carry, uint32_t total) {
@@ -196,7 +190,7 @@ void AreaCarryRowAvx2(float* current, float* carry, uint32_t total) {
         _mm256_storeu_ps(carry + i, _mm256_add_ps(_mm256_loadu_ps(carry + i), _mm256_loadu_ps(current + i)));
         _mm256_storeu_ps(current + i, zero);
     }
-    if (i < total) AreaCarryRow(current + i, carry + i, total - i);
+    if (i < total) AreaCarryRowPlain(current + i, carry + i, total - i);
 }
 
 }  // namespace tarn

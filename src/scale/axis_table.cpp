@@ -87,7 +87,7 @@ void BilinearFade(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, do
     }
 }
 
-// Modes 3 and 4: a box from the sample under the left edge up to, and not
+// Box and box fade: a box from the sample under the left edge up to, and not
 // including, the sample under the right edge; samples are never weighted.
 void Box(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, double step, bool fade,
          Marks& mk) {
@@ -120,7 +120,7 @@ void Box(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, d
 
 // Pairs of rows: both rows of a pair share a weight and read from an even
 // and the following odd source row. The fourth case is not inverted, unlike
-// its counterpart in mode 2.
+// its counterpart in the bilinear fade.
 void FieldPairs(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double p, double step,
                 Marks& mk) {
     const int64_t nf = n >> 1;
@@ -176,38 +176,35 @@ void AreaWord(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double
 
 }  // namespace
 
-void BuildAxisTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights,
-                    uint32_t* offsets, int32_t pitch, double start, double step, uint32_t* first,
-                    uint32_t* last, int32_t /*maxFactor*/, uint32_t mode) {
-    if (mode > SCALE_AREA) return;
+void BuildAxisTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights, uint32_t* offsets,
+                    int32_t pitch, double start, double step, uint32_t* first, uint32_t* last, AxisFilter filter) {
     Marks mk{0, targetCount};
     const uint32_t m = targetCount;
     const int64_t n = sourceCount, b = pitch;
     const double centred = start + step * 0.5 - 0.5;
-    switch (mode) {
-        case SCALE_NEAREST: Nearest(m, n, offsets, b, start + step * 0.5, step, mk); break;
-        case SCALE_BILINEAR: Bilinear(m, n, weights, offsets, b, centred, step, mk); break;
-        case SCALE_BILINEAR_FADE: BilinearFade(m, n, weights, offsets, b, centred, step, mk); break;
-        case SCALE_BOX: Box(m, n, weights, offsets, b, start, step, false, mk); break;
-        case SCALE_BOX_FADE: Box(m, n, weights, offsets, b, start, step, true, mk); break;
-        case SCALE_FIELD_BILINEAR: FieldPairs(m, n, weights, offsets, b, centred, step, mk); break;
-        default: AreaWord(m, n, weights, offsets, b, start, step, mk); break;
+    switch (filter) {
+        case AxisFilter::Nearest: Nearest(m, n, offsets, b, start + step * 0.5, step, mk); break;
+        case AxisFilter::Bilinear: Bilinear(m, n, weights, offsets, b, centred, step, mk); break;
+        case AxisFilter::BilinearFade: BilinearFade(m, n, weights, offsets, b, centred, step, mk); break;
+        case AxisFilter::Box: Box(m, n, weights, offsets, b, start, step, false, mk); break;
+        case AxisFilter::BoxFade: Box(m, n, weights, offsets, b, start, step, true, mk); break;
+        case AxisFilter::FieldPairs: FieldPairs(m, n, weights, offsets, b, centred, step, mk); break;
+        case AxisFilter::AreaWord: AreaWord(m, n, weights, offsets, b, start, step, mk); break;
     }
     *first = mk.first;
     *last = mk.last;
 }
 
-// Columns of a single-channel plane are centred in every mode, so mode 0
-// samples half a source pixel earlier than the multi-channel table, and every
-// mode but 0 is bilinear with k taken without the 1e-9.
-void BuildGrayColumnTable(uint32_t targetCount, uint32_t sourceCount, uint8_t* weights,
-                          uint32_t* offsets, double start, double step, uint32_t* first,
-                          uint32_t* last, uint32_t mode) {
+// Columns of a single-channel plane are centred with every filter, so the
+// nearest one samples half a source pixel earlier than the multi-channel
+// table, and the others are bilinear with k taken without the 1e-9.
+void BuildGrayColumnTable(uint32_t targetCount, uint32_t sourceCount, uint8_t* weights, uint32_t* offsets,
+                          double start, double step, uint32_t* first, uint32_t* last, AxisFilter filter) {
     Marks mk{0, targetCount};
     const int64_t n = sourceCount;
     double p = start + step * 0.5 - 0.5;
     for (uint32_t i = 0; i < targetCount; ++i, p += step) {
-        if (mode == SCALE_NEAREST) {
+        if (filter == AxisFilter::Nearest) {
             if (p < 0) offsets[i] = 0, mk.Before(i);
             else if (p > n - 1) offsets[i] = static_cast<uint32_t>(n - 1), mk.After(i);
             else offsets[i] = static_cast<uint32_t>(Trunc(p + kE));
@@ -227,21 +224,21 @@ void BuildGrayColumnTable(uint32_t targetCount, uint32_t sourceCount, uint8_t* w
     *last = mk.last;
 }
 
-// Rows of a single-channel plane are not centred (except in modes 0 and 5),
-// and the pair marks of mode 5 count pairs, not rows.
-void BuildGrayRowTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights,
-                       uint32_t* offsets, int32_t pitch, double start, double step,
-                       uint32_t* first, uint32_t* last, uint32_t mode) {
+// Rows of a single-channel plane are not centred (except nearest and field
+// pairs), and the marks of field pairs count pairs, not rows.
+void BuildGrayRowTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights, uint32_t* offsets,
+                       int32_t pitch, double start, double step, uint32_t* first, uint32_t* last,
+                       AxisFilter filter) {
     Marks mk{0, targetCount};
     const int64_t n = sourceCount, b = pitch;
-    if (mode == SCALE_NEAREST) {
+    if (filter == AxisFilter::Nearest) {
         double p = start + step * 0.5 - 0.5;
         for (uint32_t i = 0; i < targetCount; ++i, p += step) {
             if (p < 0) offsets[i] = 0, mk.Before(i);
             else if (p > n - 1) offsets[i] = Off(n - 1, b), mk.After(i);
             else offsets[i] = Off(Trunc(p + kE), b);
         }
-    } else if (mode == SCALE_FIELD_BILINEAR) {
+    } else if (filter == AxisFilter::FieldPairs) {
         const int64_t nf = n >> 1;
         const uint32_t pairs = targetCount >> 1;
         double p = start + step * 0.5 - 0.5;

@@ -14,19 +14,9 @@
 
 #include <cstdint>
 
-namespace tarn {
+#include "scale/scale_plan.h"
 
-// Modes of ScaleImage and ScalePlanar.
-inline constexpr uint32_t SCALE_NEAREST = 0;
-inline constexpr uint32_t SCALE_BILINEAR = 1;
-inline constexpr uint32_t SCALE_BILINEAR_FADE = 2;
-inline constexpr uint32_t SCALE_BOX = 3;
-inline constexpr uint32_t SCALE_BOX_FADE = 4;
-inline constexpr uint32_t SCALE_FIELD_BILINEAR = 5;
-inline constexpr uint32_t SCALE_AREA = 6;
-inline constexpr uint32_t SCALE_PLANAR_NEAREST = 0xFF00;
-inline constexpr uint32_t SCALE_PLANAR_SHARPEN = 0xFF01;
-inline constexpr uint32_t SCALE_PLANAR_AREA = 0xFF02;
+namespace tarn {
 
 struct AxisTable {
     uint32_t* weights;
@@ -37,20 +27,20 @@ struct AxisTable {
 
 // Multi-channel table. `pitch` is the pixel size for columns and the source
 // stride for rows; offsets of a negative stride wrap as 32-bit numbers and
-// are added back as signed. Modes above 6 write nothing, not even the marks.
-void BuildAxisTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights,
-                    uint32_t* offsets, int32_t pitch, double start, double step, uint32_t* first,
-                    uint32_t* last, int32_t maxFactor, uint32_t mode);
+// are added back as signed.
+void BuildAxisTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights, uint32_t* offsets,
+                    int32_t pitch, double start, double step, uint32_t* first, uint32_t* last, AxisFilter filter);
 
 // Single-channel columns: one weight byte per column, offsets in bytes.
-void BuildGrayColumnTable(uint32_t targetCount, uint32_t sourceCount, uint8_t* weights,
-                          uint32_t* offsets, double start, double step, uint32_t* first,
-                          uint32_t* last, uint32_t mode);
+// Nearest, or bilinear for every other filter.
+void BuildGrayColumnTable(uint32_t targetCount, uint32_t sourceCount, uint8_t* weights, uint32_t* offsets,
+                          double start, double step, uint32_t* first, uint32_t* last, AxisFilter filter);
 
-// Single-channel rows. Mode 5 marks count in pairs of rows, not in rows.
-void BuildGrayRowTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights,
-                       uint32_t* offsets, int32_t pitch, double start, double step,
-                       uint32_t* first, uint32_t* last, uint32_t mode);
+// Single-channel rows: nearest, field pairs (whose marks count in pairs of
+// rows, not in rows), or bilinear for every other filter.
+void BuildGrayRowTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights, uint32_t* offsets,
+                       int32_t pitch, double start, double step, uint32_t* first, uint32_t* last,
+                       AxisFilter filter);
 
 // A row offset of the table as the signed byte distance it stands for.
 inline intptr_t RowDelta(uint32_t offset) { return static_cast<int32_t>(offset); }

@@ -9,7 +9,8 @@
 
 namespace tarn {
 
-enum class BoxFamily : uint8_t { A, B, C, D };  // 3->3, 3->4, 4->3, 4->4 bytes
+// A family of box kernels by its pixel sizes: source bytes, then target bytes.
+enum class BoxFamily : uint8_t { Bytes33, Bytes34, Bytes43, Bytes44 };
 
 struct BoxChain {
     uint8_t preShift;    // 1 when 128 < T < 256: the sum is halved first
@@ -53,11 +54,11 @@ constexpr const char* RegularGaps(uint32_t t) {
 constexpr const char* IrregularGaps(BoxFamily f, uint32_t r, uint32_t c) {
     switch (r * c) {
         case 35: return r == 5 ? "1121" : "1122";
-        case 39: return (r == 3 && f != BoxFamily::C) ? "12" : "123";
-        case 56: return (r == 7 && c == 8 && f == BoxFamily::A) ? "33" : "333";
+        case 39: return (r == 3 && f != BoxFamily::Bytes43) ? "12" : "123";
+        case 56: return (r == 7 && c == 8 && f == BoxFamily::Bytes33) ? "33" : "333";
         case 70: return (r == 7 && c == 10) ? "1121" : "1122";
         case 112: return (r == 14 && c == 8) ? "333" : "33";
-        case 192: return (r == 12 && c == 16 && f != BoxFamily::D) ? "2222" : "222";
+        case 192: return (r == 12 && c == 16 && f != BoxFamily::Bytes44) ? "2222" : "222";
         default: return RegularGaps(r * c);
     }
 }

@@ -15,11 +15,9 @@
 
 #include "scale/box_shrink.h"
 
-#include "scale/areas.h"
-#include "scale/scale.h"
-#include "scale/box_chains.h"
 #include "convert/kernel_forms.h"
-#include "scale/pixel_ops.h"
+#include "scale/areas.h"
+#include "scale/pixel_lanes.h"
 
 namespace tarn {
 namespace {
@@ -27,9 +25,9 @@ namespace {
 constexpr uint32_t PairMask(unsigned shift) { return (0xFFFFu >> shift) * 0x00010001u; }
 
 template <BoxFamily F>
-constexpr uint32_t SourcePitch() { return F == BoxFamily::A || F == BoxFamily::B ? 3 : 4; }
+constexpr uint32_t SourcePitch() { return F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34 ? 3 : 4; }
 template <BoxFamily F>
-constexpr uint32_t TargetPitch() { return F == BoxFamily::A || F == BoxFamily::C ? 3 : 4; }
+constexpr uint32_t TargetPitch() { return F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4; }
 
 // The chain on two lanes at once; the masks keep each shift inside its lane.
 template <BoxChain ch>
@@ -53,9 +51,9 @@ uint32_t BoxPixel(const uint8_t* p, intptr_t stride) {
     uint32_t even = 0, odd = 0;
     for (uint32_t i = 0; i < R; ++i) {
         // With 2 rows of 13 the second row starts one sample to the left,
-        // except in family B.
+        // except from 3 to 4 bytes.
         const uint8_t* q = p + stride * intptr_t(i);
-        if constexpr (R == 2 && C == 13 && F != BoxFamily::B) q -= i * sp;
+        if constexpr (R == 2 && C == 13 && F != BoxFamily::Bytes34) q -= i * sp;
         for (uint32_t j = 0; j < C; ++j) {
             const uint32_t v = Load4(q + j * sp);
             even += v & 0x00FF00FFu;
@@ -83,7 +81,7 @@ constexpr auto kKernels = FamilySet<F>(std::make_index_sequence<16>());
 }  // namespace
 
 template <BoxFamily F>
-void BoxShrinkRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+void BoxShrinkRowPlain(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                   uint32_t len, int32_t stride, uint32_t rowCount) {
     if (rowCount < 1 || rowCount > 16) return;  // the target row stays as it was
     const auto& set = kKernels<F>[rowCount - 1];
@@ -100,49 +98,13 @@ void BoxShrinkRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, con
     }
 }
 
-template void BoxShrinkRow<BoxFamily::A>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxShrinkRow<BoxFamily::B>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxShrinkRow<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxShrinkRow<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowPlain<BoxFamily::Bytes33>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowPlain<BoxFamily::Bytes34>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowPlain<BoxFamily::Bytes43>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowPlain<BoxFamily::Bytes44>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 
-namespace {
-
-// Ranges declared by ScopedScaleBounds; null while nothing is declared.
-thread_local const uint8_t* t_targetLo = nullptr;
-thread_local const uint8_t* t_targetHi = nullptr;
-thread_local const uint8_t* t_sourceLo = nullptr;
-thread_local const uint8_t* t_sourceHi = nullptr;
-
-inline uint32_t ReadSample(const uint8_t* p) {
-    if (t_sourceLo && (p < t_sourceLo || p >= t_sourceHi)) return 0;
-    return *p;
-}
-
-inline void WriteSample(uint8_t* p, uint8_t v) {
-    if (t_targetLo && (p < t_targetLo || p >= t_targetHi)) return;
-    *p = v;
-}
-
-}  // namespace
-
-ScopedScaleBounds::ScopedScaleBounds(const uint8_t* target, size_t targetBytes,
-                                     const uint8_t* source, size_t sourceBytes)
-    : saved_{t_targetLo, t_targetHi, t_sourceLo, t_sourceHi} {
-    t_targetLo = target;
-    t_targetHi = target + targetBytes;
-    t_sourceLo = source;
-    t_sourceHi = source + sourceBytes;
-}
-
-ScopedScaleBounds::~ScopedScaleBounds() {
-    t_targetLo = saved_[0];
-    t_targetHi = saved_[1];
-    t_sourceLo = saved_[2];
-    t_sourceHi = saved_[3];
-}
-
-void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
-                 uint32_t len, int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch) {
+void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
+                 int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch, const ScaleBounds& bounds) {
     for (uint32_t j = 0; j < len; ++j, dst += dstPitch) {
         const uint32_t c = counts[j];
         const uint8_t* p = row + offsets[j];
@@ -151,16 +113,16 @@ void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, cons
         for (uint32_t i = 0; i < rowCount; ++i)
             for (uint32_t k = 0; k < c; ++k)
                 for (int ch = 0; ch < 3; ++ch)
-                    sum[ch] += ReadSample(p + intptr_t(i) * stride + k * srcPitch + ch);
+                    sum[ch] += bounds.source.Read(AddrOf(p + intptr_t(i) * stride + k * srcPitch + ch));
         const uint32_t t = c * rowCount;
         if (t > 0)
-            for (int ch = 0; ch < 3; ++ch) WriteSample(dst + ch, static_cast<uint8_t>(sum[ch] / t));
+            for (int ch = 0; ch < 3; ++ch) bounds.target.Write(AddrOf(dst + ch), static_cast<uint8_t>(sum[ch] / t));
     }
 }
 
-void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
-                uint32_t len, int32_t stride, uint32_t rowWord, uint32_t dstPitch, uint32_t srcPitch,
-                int32_t /*maxFactor*/, const uint8_t* background) {
+void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
+                int32_t stride, uint32_t rowWord, uint32_t dstPitch, uint32_t srcPitch, const uint8_t* background,
+                const ScaleBounds& bounds) {
     const uint32_t rows = rowWord & 0xFFFF;
     for (uint32_t j = 0; j < len; ++j, dst += dstPitch) {
         const uint32_t cw = counts[j], cols = cw & 0xFFFF;
@@ -169,7 +131,7 @@ void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const
         // pixel comes out darkened, as it always has.
         const uint32_t a = ((255 - (cw >> 16)) * (255 - (rowWord >> 16))) >> 8;
         if (t == 0) {
-            for (int ch = 0; ch < 3; ++ch) WriteSample(dst + ch, background[ch]);
+            for (int ch = 0; ch < 3; ++ch) bounds.target.Write(AddrOf(dst + ch), background[ch]);
             continue;
         }
         const uint8_t* p = row + offsets[j];
@@ -177,8 +139,9 @@ void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const
             uint32_t sum = 0;
             for (uint32_t i = 0; i < rows; ++i)
                 for (uint32_t k = 0; k < cols; ++k)
-                    sum += ReadSample(p + intptr_t(i) * stride + k * srcPitch + ch);
-            WriteSample(dst + ch, static_cast<uint8_t>((sum * a / t + background[ch] * (255 - a)) / 255));
+                    sum += bounds.source.Read(AddrOf(p + intptr_t(i) * stride + k * srcPitch + ch));
+            bounds.target.Write(AddrOf(dst + ch),
+                                static_cast<uint8_t>((sum * a / t + background[ch] * (255 - a)) / 255));
         }
     }
 }
@@ -189,30 +152,30 @@ struct FamilyPitches {
     BoxFamily family;
     uint32_t dstBytes;
     // (target, source) pitches the row driver hands to the exact functions;
-    // in families A, B and C they differ from the images' own pixel sizes.
+    // but from 4 to 4 bytes they differ from the images' own pixel sizes.
     uint32_t fadeDst, fadeSrc;
     uint32_t exactDst, exactSrc;  // without fade
     BoxRowFn fast;
 };
 
 const FamilyPitches kFamilies[] = {
-    {BoxFamily::A, 3, 3, 3, 4, 3, BoxShrinkRow<BoxFamily::A>},
-    {BoxFamily::B, 4, 3, 4, 3, 4, BoxShrinkRow<BoxFamily::B>},
-    {BoxFamily::C, 3, 4, 3, 4, 3, BoxShrinkRow<BoxFamily::C>},
-    {BoxFamily::D, 4, 4, 4, 4, 4, BoxShrinkRow<BoxFamily::D>},
+    {BoxFamily::Bytes33, 3, 3, 3, 4, 3, BoxShrinkRowPlain<BoxFamily::Bytes33>},
+    {BoxFamily::Bytes34, 4, 3, 4, 3, 4, BoxShrinkRowPlain<BoxFamily::Bytes34>},
+    {BoxFamily::Bytes43, 3, 4, 3, 4, 3, BoxShrinkRowPlain<BoxFamily::Bytes43>},
+    {BoxFamily::Bytes44, 4, 4, 4, 4, 4, BoxShrinkRowPlain<BoxFamily::Bytes44>},
 };
 
 // A run paired throughout skips the per-row search for paired boxes.
 BoxRowFn PickPairedRow(BoxFamily family, BoxRowFn general) {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<BoxRowFn> forms[4][3] = {
-        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::A>}, {SimdForm::Sse2, nullptr}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::B>}, {SimdForm::Sse2, nullptr}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::C>},
-         {SimdForm::Sse2, BoxPairedRowSse2<BoxFamily::C>},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::Bytes33>}, {SimdForm::Sse2, nullptr}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::Bytes34>}, {SimdForm::Sse2, nullptr}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::Bytes43>},
+         {SimdForm::Sse2, BoxPairedRowSse2<BoxFamily::Bytes43>},
          {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::D>},
-         {SimdForm::Sse2, BoxPairedRowSse2<BoxFamily::D>},
+        {{SimdForm::Avx2, BoxPairedRowAvx2<BoxFamily::Bytes44>},
+         {SimdForm::Sse2, BoxPairedRowSse2<BoxFamily::Bytes44>},
          {SimdForm::Plain, nullptr}},
     };
     if (const BoxRowFn f = PickForm(forms[static_cast<int>(family)])) return f;
@@ -225,10 +188,10 @@ BoxRowFn PickPairedRow(BoxFamily family, BoxRowFn general) {
 BoxRowGroupFn PickPairedRowGroup(BoxFamily family) {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<BoxRowGroupFn> forms[4][2] = {
-        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::A>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::B>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::C>}, {SimdForm::Plain, nullptr}},
-        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::D>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::Bytes33>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::Bytes34>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::Bytes43>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxPairedRowGroupAvx2<BoxFamily::Bytes44>}, {SimdForm::Plain, nullptr}},
     };
     return PickForm(forms[static_cast<int>(family)]);
 #else
@@ -255,14 +218,14 @@ bool BoxTargetApart(uint8_t* dst, size_t rowBytes, uint32_t height, int32_t dstS
 
 BoxRowFn PickBoxRow(BoxFamily family, BoxRowFn plain) {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<BoxRowFn> c[] = {{SimdForm::Avx2, BoxShrinkRowAvx2<BoxFamily::C>},
-                                            {SimdForm::Sse2, BoxShrinkRowSse2<BoxFamily::C>},
-                                            {SimdForm::Plain, BoxShrinkRow<BoxFamily::C>}};
-    static const FormEntry<BoxRowFn> d[] = {{SimdForm::Avx2, BoxShrinkRowAvx2<BoxFamily::D>},
-                                            {SimdForm::Sse2, BoxShrinkRowSse2<BoxFamily::D>},
-                                            {SimdForm::Plain, BoxShrinkRow<BoxFamily::D>}};
-    if (family == BoxFamily::C) return PickForm(c);
-    if (family == BoxFamily::D) return PickForm(d);
+    static const FormEntry<BoxRowFn> c[] = {{SimdForm::Avx2, BoxShrinkRowAvx2<BoxFamily::Bytes43>},
+                                            {SimdForm::Sse2, BoxShrinkRowSse2<BoxFamily::Bytes43>},
+                                            {SimdForm::Plain, BoxShrinkRowPlain<BoxFamily::Bytes43>}};
+    static const FormEntry<BoxRowFn> d[] = {{SimdForm::Avx2, BoxShrinkRowAvx2<BoxFamily::Bytes44>},
+                                            {SimdForm::Sse2, BoxShrinkRowSse2<BoxFamily::Bytes44>},
+                                            {SimdForm::Plain, BoxShrinkRowPlain<BoxFamily::Bytes44>}};
+    if (family == BoxFamily::Bytes43) return PickForm(c);
+    if (family == BoxFamily::Bytes44) return PickForm(d);
 #else
     (void)family;
 #endif
@@ -271,10 +234,16 @@ BoxRowFn PickBoxRow(BoxFamily family, BoxRowFn plain) {
 
 }  // namespace
 
-void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uint8_t* src,
-                   const AxisTable& cols, const AxisTable& rows, uint32_t width, uint32_t height,
-                   int32_t dstStride, int32_t maxFactor, const Bands& b, int32_t srcStride,
-                   uint32_t background, uint32_t fade) {
+void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, const Bands& b) {
+    const uint32_t srcBytes = request.source.pixelBytes, dstBytes = request.target.pixelBytes;
+    uint8_t* dst = request.target.pixels;
+    const uint8_t* src = request.source.pixels;
+    const AxisTable& cols = tables.cols;
+    const AxisTable& rows = tables.rows;
+    const uint32_t width = request.target.width, height = request.target.height;
+    const int32_t dstStride = request.target.stride, srcStride = request.source.stride;
+    const ScaleBounds& bounds = request.bounds;
+    const bool fade = request.plan.driver == ScaleDriver::BoxFade;
     const FamilyPitches& f = kFamilies[(srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0)];
     const BoxRowFn fastRow = PickBoxRow(f.family, f.fast);
     // The fast path runs over all columns, or over the middle band with fade.
@@ -282,17 +251,18 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
     const bool paired = fastLen > 0 && PairedThroughout(cols.offsets + fastFrom, cols.weights + fastFrom, fastLen,
                                                         2 * srcBytes);
     const BoxRowFn pairedRow = paired ? PickPairedRow(f.family, fastRow) : fastRow;
-    const bool exact = maxFactor > 15;
+    const bool exact = tables.maxFactor > 15;
     const uint32_t exDst = fade ? f.fadeDst : f.exactDst, exSrc = fade ? f.fadeSrc : f.exactSrc;
     auto fast = [&](uint8_t* d, const uint8_t* r, uint32_t col, uint32_t len, uint32_t rw) {
-        if (exact) BoxRowExact(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, exDst, exSrc);
+        if (exact)
+            BoxRowExact(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, exDst, exSrc, bounds);
         else pairedRow(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw);
     };
-    uint8_t bg[4];
-    Store4(bg, background);
+    // The box fade blends towards black, whatever the request's background.
+    static const uint8_t kBlack[4] = {0, 0, 0, 0};
     auto faded = [&](uint8_t* d, const uint8_t* r, uint32_t col, uint32_t len, uint32_t rw) {
-        BoxRowFade(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, f.fadeDst, f.fadeSrc,
-                   maxFactor, bg);
+        BoxRowFade(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, f.fadeDst, f.fadeSrc, kBlack,
+                   bounds);
     };
     uint32_t y = 0;
     const BoxRowGroupFn group = !fade && !exact && paired ? PickPairedRowGroup(f.family) : nullptr;
@@ -325,8 +295,8 @@ void BoxShrinkRows(uint32_t srcBytes, uint32_t dstBytes, uint8_t* dst, const uin
             faded(d, r, 0, b.left, rw);
             fast(d + size_t(b.colFirst) * f.dstBytes, r, b.colFirst, b.middle, rw);
             faded(d + size_t(b.colLast) * f.dstBytes, r, b.colLast, b.right, rw);
-        } else if (f.family != BoxFamily::C || exact) {
-            // Family C below a factor of 16 stops before these rows: they stay
+        } else if (f.family != BoxFamily::Bytes43 || exact) {
+            // From 4 to 3 bytes below a factor of 16 it stops before these rows: they stay
             // as they were.
             faded(d, r, 0, width, rw);
         }

@@ -1,12 +1,17 @@
-// Row kernels of the box shrink, for tests and the row driver.
+// The box shrink of 3- and 4-byte pixels: its row driver and row kernels.
 #pragma once
 
 #include <cstdint>
 
+#include "scale/band_grid.h"
 #include "scale/box_chains.h"
-#include "scale/drivers.h"
+#include "scale/scale_request.h"
 
 namespace tarn {
+
+// The box and box-fade plans of the four pairs of 3- and 4-byte pixels (one
+// family each), after the driver's band adjustment. One call per image.
+void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, const Bands& bands);
 
 using BoxRowFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
                           const uint32_t* counts, uint32_t len, int32_t stride, uint32_t rowCount);
@@ -14,23 +19,20 @@ using BoxRowFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* offs
 // Picks a kernel per pixel by its column count; a row count outside 1..16
 // leaves the row alone.
 template <BoxFamily F>
-void BoxShrinkRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+void BoxShrinkRowPlain(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                   uint32_t len, int32_t stride, uint32_t rowCount);
 
 // Exact mean of the first three bytes; the fourth target byte is not written.
-void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
-                 uint32_t len, int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch);
+// Reads and writes go through `bounds` (scale_bounds.h).
+void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
+                 int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch, const ScaleBounds& bounds);
 
 // Exact mean faded towards `background` by the outside-fractions of both words.
-void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
-                uint32_t len, int32_t stride, uint32_t rowWord, uint32_t dstPitch, uint32_t srcPitch,
-                int32_t maxFactor, const uint8_t* background);
+void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
+                int32_t stride, uint32_t rowWord, uint32_t dstPitch, uint32_t srcPitch, const uint8_t* background,
+                const ScaleBounds& bounds);
 
-}  // namespace tarn
-
-namespace tarn {
-
-// Fast forms of BoxShrinkRow for the families with 4-byte sources: runs of
+// Fast forms of BoxShrinkRowPlain for the families with 4-byte sources: runs of
 // boxes two samples wide over consecutive samples (a shrink by two) are
 // summed several pixels at a time; everything else goes pixel by pixel
 // through the plain kernels.
@@ -42,7 +44,7 @@ template <BoxFamily F>
 void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount);
 // The same for a run known to be paired throughout (PairedRun over all of
-// it); families A and B (3-byte sources) have the AVX2 form only.
+// it); the families of 3-byte sources have the AVX2 form only.
 template <BoxFamily F>
 void BoxPairedRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount);

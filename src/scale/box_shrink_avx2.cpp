@@ -1,8 +1,8 @@
 // Box shrink, AVX2 form: boxes two samples wide over consecutive samples
-// are summed 4 target pixels at a time (families C and D, 4-byte sources,
-// within any run; families A and B, 3-byte sources, in runs paired
-// throughout) in 16-bit lanes and divided by the same chain as the plain kernels
-// (the chain's shifts and adds on each lane are the plain arithmetic). Other
+// are summed 4 target pixels at a time (4-byte sources within any run,
+// 3-byte sources in runs paired throughout) in 16-bit lanes and divided by
+// the same chain as the plain kernels (the chain's shifts and adds on each
+// lane are the plain arithmetic). Other
 // pixels, count 0 with its lagging offsets included, go to the plain kernels.
 #include <immintrin.h>
 
@@ -94,7 +94,7 @@ inline __m256i SumFour3(const uint8_t* p, intptr_t stride, uint32_t rows) {
 
 template <BoxFamily F, uint32_t R>
 inline __m256i DividedSums(const uint8_t* p, intptr_t stride, uint32_t rows, const BoxChain& ch) {
-    constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
+    constexpr uint32_t sp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34 ? 3 : 4;
     __m256i sums;
     if constexpr (sp == 4) sums = SumFour<R>(p, stride, rows);
     else sums = SumFour3<R>(p, stride, rows);
@@ -114,8 +114,8 @@ inline void StorePixels(uint8_t* dst, const uint32_t* v, int n) {
 // Two blocks: eight target pixels.
 template <BoxFamily F, uint32_t R>
 inline void Eight(uint8_t* dst, const uint8_t* p, intptr_t stride, uint32_t rows, const BoxChain& ch) {
-    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
-    constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
+    constexpr uint32_t dp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4;
+    constexpr uint32_t sp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34 ? 3 : 4;
     const __m256i lo = DividedSums<F, R>(p, stride, rows, ch);
     const __m256i hi = DividedSums<F, R>(p + 8 * sp, stride, rows, ch);
     const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0));
@@ -131,8 +131,8 @@ inline void Eight(uint8_t* dst, const uint8_t* p, intptr_t stride, uint32_t rows
 template <BoxFamily F, uint32_t R>
 void PairedSegment(uint8_t* dst, const uint8_t* p, uint32_t blocks, intptr_t stride, uint32_t rows,
                    const BoxChain& ch) {
-    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
-    constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
+    constexpr uint32_t dp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4;
+    constexpr uint32_t sp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34 ? 3 : 4;
     uint32_t b = 0;
     for (; b + 2 <= blocks; b += 2, p += 16 * sp, dst += 8 * dp) Eight<F, R>(dst, p, stride, rows, ch);
     if (b < blocks) {
@@ -154,7 +154,7 @@ template <BoxFamily F>
 void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount) {
     if (rowCount < 1 || rowCount > 16) return;
-    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    constexpr uint32_t dp = F == BoxFamily::Bytes43 ? 3 : 4;
     const BoxChain& ch = ChainOf(F, rowCount, 2);
     uint32_t j = 0, k = 0;
     while (j < len) {
@@ -177,8 +177,8 @@ template <BoxFamily F>
 void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount) {
     if (rowCount < 1 || rowCount > 16 || len == 0) return;
-    constexpr bool threeBytes = F == BoxFamily::A || F == BoxFamily::B;
-    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
+    constexpr bool threeBytes = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34;
+    constexpr uint32_t dp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4;
     const BoxChain& ch = ChainOf(F, rowCount, 2);
     // With 3-byte samples a block reads 3 bytes past its last sample's load,
     // so the last block stops one pixel early: reads stay within the plain form's.
@@ -188,7 +188,7 @@ void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
     const uint32_t done = 4 * blocks;
     if (done == len) return;
     if constexpr (threeBytes)
-        BoxShrinkRow<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
+        BoxShrinkRowPlain<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
     else
         BoxShrinkRowSse2<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
 }
@@ -198,8 +198,8 @@ void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
 template <BoxFamily F, uint32_t N>
 void GroupEights(uint8_t* const* dst, const uint8_t* const* rows, uint32_t first, uint32_t eights, int32_t stride,
                  const BoxChain& ch) {
-    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
-    constexpr uint32_t sp = F == BoxFamily::A || F == BoxFamily::B ? 3 : 4;
+    constexpr uint32_t dp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4;
+    constexpr uint32_t sp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34 ? 3 : 4;
     uint8_t* d[N];
     const uint8_t* p[N];
     for (uint32_t i = 0; i < N; ++i) d[i] = dst[i], p[i] = rows[i] + first;
@@ -220,8 +220,8 @@ void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, cons
         for (uint32_t i = 0; i < n; ++i) BoxPairedRowAvx2<F>(dst[i], rows[i], offsets, counts, len, stride, rowCounts[i]);
         return;
     }
-    constexpr bool threeBytes = F == BoxFamily::A || F == BoxFamily::B;
-    constexpr uint32_t dp = F == BoxFamily::A || F == BoxFamily::C ? 3 : 4;
+    constexpr bool threeBytes = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34;
+    constexpr uint32_t dp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4;
     const BoxChain& ch = ChainOf(F, 2, 2);
     // Whole pairs of blocks only; the one-row form finishes each row.
     const uint32_t blocks = threeBytes ? (len >= 5 ? (len - 1) / 4 : 0) : len / 4;
@@ -237,15 +237,15 @@ void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, cons
         BoxPairedRowAvx2<F>(dst[i] + size_t(done) * dp, rows[i], offsets + done, counts + done, len - done, stride, 2);
 }
 
-template void BoxPairedRowGroupAvx2<BoxFamily::A>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
-template void BoxPairedRowGroupAvx2<BoxFamily::B>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
-template void BoxPairedRowGroupAvx2<BoxFamily::C>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
-template void BoxPairedRowGroupAvx2<BoxFamily::D>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
-template void BoxPairedRowAvx2<BoxFamily::A>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxPairedRowAvx2<BoxFamily::B>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxPairedRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxPairedRowAvx2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxShrinkRowAvx2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxShrinkRowAvx2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxPairedRowGroupAvx2<BoxFamily::Bytes33>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
+template void BoxPairedRowGroupAvx2<BoxFamily::Bytes34>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
+template void BoxPairedRowGroupAvx2<BoxFamily::Bytes43>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
+template void BoxPairedRowGroupAvx2<BoxFamily::Bytes44>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
+template void BoxPairedRowAvx2<BoxFamily::Bytes33>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxPairedRowAvx2<BoxFamily::Bytes34>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxPairedRowAvx2<BoxFamily::Bytes43>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxPairedRowAvx2<BoxFamily::Bytes44>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowAvx2<BoxFamily::Bytes43>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowAvx2<BoxFamily::Bytes44>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 
 }  // namespace tarn

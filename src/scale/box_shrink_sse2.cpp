@@ -1,4 +1,4 @@
-// Box shrink, SSE2 form, families C and D (4-byte sources): boxes two
+// Box shrink, SSE2 form, the families of 4-byte sources: boxes two
 // samples wide over consecutive samples are summed 2 target pixels at a
 // time in 16-bit lanes (4 at a time along a run paired throughout) and divided by the same chain as the plain kernels
 // (the chain's shifts and adds on each lane are the plain arithmetic). Other
@@ -28,7 +28,7 @@ template <BoxFamily F>
 void BoxShrinkRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount) {
     if (rowCount < 1 || rowCount > 16) return;
-    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    constexpr uint32_t dp = F == BoxFamily::Bytes43 ? 3 : 4;
     const BoxChain& ch = ChainOf(F, rowCount, 2);
     const __m128i zero = _mm_setzero_si128();
     uint32_t j = 0, k = 0;
@@ -53,7 +53,7 @@ void BoxShrinkRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
             j += 2, k += 2, dst += 2 * dp;
             continue;
         }
-        BoxShrinkRow<F>(dst, row, offsets + k, counts + j, 1, stride, rowCount);
+        BoxShrinkRowPlain<F>(dst, row, offsets + k, counts + j, 1, stride, rowCount);
         k += counts[j] != 0;
         ++j, dst += dp;
     }
@@ -78,7 +78,7 @@ inline __m128i SumTwo(const uint8_t* p, intptr_t stride, uint32_t rows) {
 
 template <BoxFamily F, uint32_t R>
 void PairedRun4(uint8_t* dst, const uint8_t* p, uint32_t quads, intptr_t stride, uint32_t rows, const BoxChain& ch) {
-    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    constexpr uint32_t dp = F == BoxFamily::Bytes43 ? 3 : 4;
     for (uint32_t q = 0; q < quads; ++q, p += 32, dst += 4 * dp) {
         const __m128i px = _mm_packus_epi16(Divide(SumTwo<R>(p, stride, rows), ch),
                                             Divide(SumTwo<R>(p + 16, stride, rows), ch));
@@ -98,7 +98,7 @@ template <BoxFamily F>
 void BoxPairedRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                       uint32_t len, int32_t stride, uint32_t rowCount) {
     if (rowCount < 1 || rowCount > 16 || len == 0) return;
-    constexpr uint32_t dp = F == BoxFamily::C ? 3 : 4;
+    constexpr uint32_t dp = F == BoxFamily::Bytes43 ? 3 : 4;
     const BoxChain& ch = ChainOf(F, rowCount, 2);
     const uint32_t quads = len / 4;
     if (rowCount == 2) PairedRun4<F, 2>(dst, row + offsets[0], quads, stride, 2, ch);
@@ -108,9 +108,9 @@ void BoxPairedRowSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
         BoxShrinkRowSse2<F>(dst + done * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
 }
 
-template void BoxPairedRowSse2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxPairedRowSse2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxShrinkRowSse2<BoxFamily::C>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-template void BoxShrinkRowSse2<BoxFamily::D>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxPairedRowSse2<BoxFamily::Bytes43>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxPairedRowSse2<BoxFamily::Bytes44>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowSse2<BoxFamily::Bytes43>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxShrinkRowSse2<BoxFamily::Bytes44>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 
 }  // namespace tarn

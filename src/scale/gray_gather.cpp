@@ -1,5 +1,5 @@
-// Nearest-sample rows of single-channel planes: the gather plan, the plain
-// form of the planned gather, and the row loop that copies a target row
+// Nearest-sample rows of single-channel planes: the gather of a row, the
+// gather plan, the plain form of the planned gather, and the row loop that copies a target row
 // instead of gathering it again when it repeats the row above.
 #include "scale/gray_gather.h"
 
@@ -10,7 +10,6 @@
 #include "convert/kernel_forms.h"
 #include "scale/areas.h"
 #include "scale/axis_table.h"
-#include "scale/drivers.h"
 
 namespace tarn {
 
@@ -62,10 +61,25 @@ GrayGatherPlan::~GrayGatherPlan() {
     delete[] masks;
 }
 
+// A vector gather is slower than this loop on the processors we run on, so
+// the gather has no fast form.
+void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len) {
+    uint32_t j = 0;
+    // Eight bytes gathered into one word and stored at once.
+    for (; j + 8 <= len; j += 8) {
+        const uint32_t* o = offsets + j;
+        const uint64_t v = uint64_t(row[o[0]]) | uint64_t(row[o[1]]) << 8 | uint64_t(row[o[2]]) << 16 |
+                           uint64_t(row[o[3]]) << 24 | uint64_t(row[o[4]]) << 32 | uint64_t(row[o[5]]) << 40 |
+                           uint64_t(row[o[6]]) << 48 | uint64_t(row[o[7]]) << 56;
+        for (int b = 0; b < 8; ++b) dst[j + b] = static_cast<uint8_t>(v >> (8 * b));
+    }
+    for (; j < len; ++j) dst[j] = row[offsets[j]];
+}
+
 namespace {
 
-void PlainPlannedGather(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
-                        const GrayGatherPlan&) {
+void GrayPlannedGatherPlain(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
+                            const GrayGatherPlan&) {
     GrayGatherRow(dst, row, offsets, len);
 }
 
@@ -75,10 +89,10 @@ GrayPlannedGatherFn PickGrayPlannedGather() {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<GrayPlannedGatherFn> t[] = {{SimdForm::Avx2, GrayPlannedGatherAvx2},
                                                        {SimdForm::Sse2, GrayPlannedGatherSse2},
-                                                       {SimdForm::Plain, PlainPlannedGather}};
+                                                       {SimdForm::Plain, GrayPlannedGatherPlain}};
     return PickForm(t);
 #else
-    return PlainPlannedGather;
+    return GrayPlannedGatherPlain;
 #endif
 }
 

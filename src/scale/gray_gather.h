@@ -8,6 +8,9 @@
 
 namespace tarn {
 
+// dst[j] = row[offsets[j]], the gather of one row through its column offsets.
+void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len);
+
 // For each run of 16 target columns: where to load from (relative to the
 // row) and how to spread the loaded bytes. Blocks whose columns reach over
 // more than 64 source bytes are gathered byte by byte (kind 0). Loads never

@@ -5,7 +5,6 @@
 // gathered as the plain form gathers them.
 #include <immintrin.h>
 
-#include "scale/drivers.h"
 #include "scale/gray_gather.h"
 
 namespace tarn {

@@ -5,7 +5,6 @@
 // Every other block is gathered as the plain form gathers it.
 #include <emmintrin.h>
 
-#include "scale/drivers.h"
 #include "scale/gray_gather.h"
 
 namespace tarn {

@@ -8,9 +8,8 @@
 
 #include <algorithm>
 
-#include "scale/drivers.h"
 #include "scale/gray_row_cache.h"
-#include "scale/pixel_ops.h"
+#include "scale/pixel_lanes.h"
 
 namespace tarn {
 namespace {

@@ -30,7 +30,7 @@ struct GrayRowCache {
     const uint32_t* plannedFor = nullptr;
 };
 
-// Same arguments and bytes as GrayInnerRow, with the cache of the image. The
+// Same arguments and bytes as GrayInnerRowPlain, with the cache of the image. The
 // caller keeps the column tables and length the same for every call on one
 // cache, and uses it only where writing the target cannot change the source.
 using CachedGrayInnerFn = void (*)(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,

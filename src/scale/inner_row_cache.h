@@ -29,7 +29,7 @@ struct InnerRowCache {
     bool Ready() const { return lanes[0] && lanes[1] && groupBase && groupPieces; }
 };
 
-// Same arguments and bytes as InnerRow44, with the cache of the image. The
+// Same arguments and bytes as InnerRow44Plain, with the cache of the image. The
 // caller keeps the column tables and length the same for every call on one
 // cache, and uses it only where writing the target cannot change the source.
 using CachedInnerRowFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co,

@@ -1,14 +1,13 @@
 // Plain forms of the hot row kernels (bilinear Inner for 1, 3 and 4 bytes,
 // the single-channel gather) and the tables that pick a fast form.
-#include "scale/drivers.h"
+#include "scale/inner_rows.h"
 
 #include <new>
 
 #include "convert/kernel_forms.h"
 #include "scale/gray_row_cache.h"
 #include "scale/inner_row_cache.h"
-#include "scale/inner_rows_fast.h"
-#include "scale/pixel_ops.h"
+#include "scale/pixel_lanes.h"
 
 namespace tarn {
 namespace {
@@ -26,17 +25,17 @@ void InnerRow(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32
 
 }  // namespace
 
-void InnerRow33(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<3, 3>(d, r, cw, co, n, b, rw); }
-void InnerRow34(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<3, 4>(d, r, cw, co, n, b, rw); }
-void InnerRow43(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<4, 3>(d, r, cw, co, n, b, rw); }
-void InnerRow44(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<4, 4>(d, r, cw, co, n, b, rw); }
+void InnerRow33Plain(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<3, 3>(d, r, cw, co, n, b, rw); }
+void InnerRow34Plain(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<3, 4>(d, r, cw, co, n, b, rw); }
+void InnerRow43Plain(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<4, 3>(d, r, cw, co, n, b, rw); }
+void InnerRow44Plain(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { InnerRow<4, 4>(d, r, cw, co, n, b, rw); }
 
 // The run is worked from its right end: first the last (len mod 4) pixels one
 // by one, which take their weight from the byte at 4 * j of the table (so
 // from further along it, or from the offsets after it), then groups of four
 // with weights j to j + 3 as they should be. The output of those trailing
 // pixels depends on this and on the block layout; both are kept.
-void GrayInnerRow(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
+void GrayInnerRowPlain(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
                   uint32_t len, int32_t below, uint32_t rw) {
     const uint32_t w8 = rw & 255;
     const uint32_t groups = len & ~3u;
@@ -52,32 +51,17 @@ void GrayInnerRow(uint8_t* dst, const uint8_t* row, const uint8_t* weights, cons
     }
 }
 
-// A vector gather is slower than this loop on the processors we run on, so
-// the gather has no fast form.
-void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len) {
-    uint32_t j = 0;
-    // Eight bytes gathered into one word and stored at once.
-    for (; j + 8 <= len; j += 8) {
-        const uint32_t* o = offsets + j;
-        const uint64_t v = uint64_t(row[o[0]]) | uint64_t(row[o[1]]) << 8 | uint64_t(row[o[2]]) << 16 |
-                           uint64_t(row[o[3]]) << 24 | uint64_t(row[o[4]]) << 32 | uint64_t(row[o[5]]) << 40 |
-                           uint64_t(row[o[6]]) << 48 | uint64_t(row[o[7]]) << 56;
-        for (int b = 0; b < 8; ++b) dst[j + b] = static_cast<uint8_t>(v >> (8 * b));
-    }
-    for (; j < len; ++j) dst[j] = row[offsets[j]];
-}
-
 InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
     const unsigned k = (srcBytes == 4 ? 2 : 0) + (dstBytes == 4 ? 1 : 0);
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<InnerRowFn> t33[] = {
-        {SimdForm::Avx2, InnerRow33Avx2}, {SimdForm::Sse2, InnerRow33Sse2}, {SimdForm::Plain, InnerRow33}};
+        {SimdForm::Avx2, InnerRow33Avx2}, {SimdForm::Sse2, InnerRow33Sse2}, {SimdForm::Plain, InnerRow33Plain}};
     static const FormEntry<InnerRowFn> t34[] = {
-        {SimdForm::Avx2, InnerRow34Avx2}, {SimdForm::Sse2, InnerRow34Sse2}, {SimdForm::Plain, InnerRow34}};
+        {SimdForm::Avx2, InnerRow34Avx2}, {SimdForm::Sse2, InnerRow34Sse2}, {SimdForm::Plain, InnerRow34Plain}};
     static const FormEntry<InnerRowFn> t43[] = {
-        {SimdForm::Avx2, InnerRow43Avx2}, {SimdForm::Sse2, InnerRow43Sse2}, {SimdForm::Plain, InnerRow43}};
+        {SimdForm::Avx2, InnerRow43Avx2}, {SimdForm::Sse2, InnerRow43Sse2}, {SimdForm::Plain, InnerRow43Plain}};
     static const FormEntry<InnerRowFn> t44[] = {
-        {SimdForm::Avx2, InnerRow44Avx2}, {SimdForm::Sse2, InnerRow44Sse2}, {SimdForm::Plain, InnerRow44}};
+        {SimdForm::Avx2, InnerRow44Avx2}, {SimdForm::Sse2, InnerRow44Sse2}, {SimdForm::Plain, InnerRow44Plain}};
     switch (k) {
         case 0: return PickForm(t33);
         case 1: return PickForm(t34);
@@ -85,7 +69,7 @@ InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
         default: return PickForm(t44);
     }
 #else
-    static const InnerRowFn plain[] = {InnerRow33, InnerRow34, InnerRow43, InnerRow44};
+    static const InnerRowFn plain[] = {InnerRow33Plain, InnerRow34Plain, InnerRow43Plain, InnerRow44Plain};
     return plain[k];
 #endif
 }
@@ -128,10 +112,10 @@ CachedGrayInnerFn PickCachedGrayInnerRow() {
 
 GrayInnerFn PickGrayInnerRow() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<GrayInnerFn> t[] = {{SimdForm::Sse2, GrayInnerRowSse2}, {SimdForm::Plain, GrayInnerRow}};
+    static const FormEntry<GrayInnerFn> t[] = {{SimdForm::Sse2, GrayInnerRowSse2}, {SimdForm::Plain, GrayInnerRowPlain}};
     return PickForm(t);
 #else
-    return GrayInnerRow;
+    return GrayInnerRowPlain;
 #endif
 }
 

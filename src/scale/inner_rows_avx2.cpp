@@ -5,8 +5,7 @@
 
 #include <cstring>
 
-#include "scale/drivers.h"
-#include "scale/inner_rows_fast.h"
+#include "scale/inner_rows.h"
 
 namespace tarn {
 namespace {

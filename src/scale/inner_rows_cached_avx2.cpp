@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "scale/inner_row_cache.h"
-#include "scale/inner_rows_fast.h"
+#include "scale/inner_rows.h"
 
 namespace tarn {
 namespace {

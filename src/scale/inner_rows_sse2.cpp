@@ -6,8 +6,7 @@
 
 #include <cstring>
 
-#include "scale/drivers.h"
-#include "scale/inner_rows_fast.h"
+#include "scale/inner_rows.h"
 
 namespace tarn {
 namespace {
@@ -58,7 +57,7 @@ void Inner(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t*
         }
     }
     if (j < len) {
-        constexpr InnerRowFn plain = SB == 3 ? (DB == 3 ? InnerRow33 : InnerRow34) : (DB == 3 ? InnerRow43 : InnerRow44);
+        constexpr InnerRowFn plain = SB == 3 ? (DB == 3 ? InnerRow33Plain : InnerRow34Plain) : (DB == 3 ? InnerRow43Plain : InnerRow44Plain);
         plain(dst, row, cw + j, co + j, len - j, below, rw);
     }
 }
@@ -107,7 +106,7 @@ void GrayInnerRowSse2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, 
     }
     // The rest of the groups as a run of their own (all of it groups of
     // four), then the trailing pixels with their weights at 4 * j.
-    if (fast < groups) GrayInnerRow(dst + fast, row, weights + fast, offsets + fast, groups - fast, below, rw);
+    if (fast < groups) GrayInnerRowPlain(dst + fast, row, weights + fast, offsets + fast, groups - fast, below, rw);
     const uint32_t w8 = rw & 255;
     for (uint32_t j = groups; j < len; ++j) {
         const uint8_t* s = row + offsets[j];

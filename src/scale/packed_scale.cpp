@@ -4,13 +4,14 @@
 // neighbouring pairs; that is how the format is scaled here.
 #include <algorithm>
 
+#include "scale/packed_scale.h"
+
 #include "convert/kernel_forms.h"
-#include "scale/packed_scale_rows.h"
-#include "scale/planar_scale.h"
-#include "scale/scale.h"
 
 namespace tarn {
+namespace {
 
+// The pair at (x, y), both clamped into the image.
 void FetchPackedSample(const uint8_t* base, int32_t x, int32_t y, int32_t width, int32_t height,
                        int32_t stride, uint8_t* first, uint8_t* second) {
     if (y < 0) y = 0;
@@ -22,8 +23,13 @@ void FetchPackedSample(const uint8_t* base, int32_t x, int32_t y, int32_t width,
     *second = p[1];
 }
 
-void ScalePackedPlain(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride, uint8_t* dst,
-                      int32_t dstWidth, int32_t dstHeight, int32_t dstStride) {
+}  // namespace
+
+void ScalePackedPlain(const ScaleTarget& target, const ScaleSource& source) {
+    const uint8_t* src = source.pixels;
+    uint8_t* dst = target.pixels;
+    const int32_t srcWidth = int32_t(source.width), srcHeight = int32_t(source.height), srcStride = source.stride;
+    const int32_t dstWidth = int32_t(target.width), dstHeight = int32_t(target.height), dstStride = target.stride;
     const float sx = static_cast<float>(double(srcWidth) / double(dstWidth));
     const float sy = static_cast<float>(double(srcHeight) / double(dstHeight));
     for (int32_t y = 0; y < dstHeight; ++y) {
@@ -53,8 +59,6 @@ void ScalePackedPlain(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, i
 
 namespace {
 
-using ScalePackedFn = void (*)(const uint8_t*, int32_t, int32_t, int32_t, uint8_t*, int32_t, int32_t, int32_t);
-
 ScalePackedFn PickScalePacked() {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<ScalePackedFn> t[] = {{SimdForm::Avx2, ScalePackedAvx2},
@@ -66,7 +70,7 @@ ScalePackedFn PickScalePacked() {
 }
 
 // [lo, hi) of the bytes of `rows` rows of `bytes` bytes at `stride`.
-std::pair<uintptr_t, uintptr_t> Span(const uint8_t* first, int32_t rows, int32_t stride, int64_t bytes) {
+std::pair<uintptr_t, uintptr_t> RowsSpan(const uint8_t* first, int32_t rows, int32_t stride, int64_t bytes) {
     const uintptr_t a = reinterpret_cast<uintptr_t>(first), b = a + intptr_t(stride) * (rows - 1);
     return {std::min(a, b), std::max(a, b) + uintptr_t(bytes)};
 }
@@ -75,15 +79,12 @@ std::pair<uintptr_t, uintptr_t> Span(const uint8_t* first, int32_t rows, int32_t
 
 // The fast form blends each source row once for the target rows that use
 // it, so it runs only where writing the target cannot change the source.
-void ScalePacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride, uint8_t* dst,
-                 int32_t dstWidth, int32_t dstHeight, int32_t dstStride) {
-    if (srcWidth <= 0 || srcHeight <= 0 || dstWidth <= 0 || dstHeight <= 0)
-        return ScalePackedPlain(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight, dstStride);
-    const auto s = Span(src, srcHeight, srcStride, 2 * int64_t(srcWidth));
-    const auto d = Span(dst, dstHeight, dstStride, 2 * int64_t(dstWidth));
+void ScalePacked(const ScaleTarget& target, const ScaleSource& source) {
+    if (!source.width || !source.height || !target.width || !target.height) return ScalePackedPlain(target, source);
+    const auto s = RowsSpan(source.pixels, int32_t(source.height), source.stride, 2 * int64_t(source.width));
+    const auto d = RowsSpan(target.pixels, int32_t(target.height), target.stride, 2 * int64_t(target.width));
     const bool apart = d.second <= s.first || s.second <= d.first;
-    (apart ? PickScalePacked() : ScalePackedPlain)(src, srcWidth, srcHeight, srcStride, dst, dstWidth, dstHeight,
-                                                   dstStride);
+    (apart ? PickScalePacked() : ScalePackedPlain)(target, source);
 }
 
 }  // namespace tarn

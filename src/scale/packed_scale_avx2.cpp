@@ -12,7 +12,7 @@
 #include <cstring>
 #include <vector>
 
-#include "scale/packed_scale_rows.h"
+#include "scale/packed_scale.h"
 
 namespace tarn {
 namespace {
@@ -114,8 +114,11 @@ void SampleRow(uint8_t* d, const uint8_t* row, const Columns& c, int32_t n) {
 
 }  // namespace
 
-void ScalePackedAvx2(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride, uint8_t* dst,
-                     int32_t dstWidth, int32_t dstHeight, int32_t dstStride) {
+void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source) {
+    const uint8_t* src = source.pixels;
+    uint8_t* dst = target.pixels;
+    const int32_t srcWidth = int32_t(source.width), srcHeight = int32_t(source.height), srcStride = source.stride;
+    const int32_t dstWidth = int32_t(target.width), dstHeight = int32_t(target.height), dstStride = target.stride;
     const float sy = static_cast<float>(double(srcHeight) / double(dstHeight));
     const int32_t n = 2 * dstWidth;
     const Columns c = PlanColumns(srcWidth, dstWidth);

@@ -1,102 +1,91 @@
-// ScalePlanar and ScalePlanarSpecial: 4:2:0 pictures scaled plane by plane
-// through ScaleImage with 1-byte pixels. Chroma planes use luma's steps, not
-// the ratio of their own (halved) sizes; the tables clamp the difference.
-#include "scale/planar_scale.h"
+// ScalePlanar: 4:2:0 pictures scaled plane by plane through the single-
+// channel driver or the area shrink, as the picture's plan says. Chroma
+// planes use luma's steps, not the ratio of their own (halved) sizes; the
+// tables clamp the difference.
+#include "scale/scale.h"
 
 #include <cstring>
 
-#include "scale/scale.h"
+#include "scale/area_shrink.h"
+#include "scale/scale_request.h"
+#include "scale/sharpen.h"
 
 namespace tarn {
 namespace {
 
-void Plane(uint8_t* dst, int32_t dw, int32_t dh, int32_t dstStride, const uint8_t* src, int32_t sw,
-           int32_t sh, int32_t srcStride, double stepX, double stepY, uint32_t mode) {
-    ScaleImage(dst, static_cast<uint32_t>(dw), static_cast<uint32_t>(dh), dstStride, 1, src,
-               static_cast<uint32_t>(sw), static_cast<uint32_t>(sh), srcStride, 1, 0.0, stepX, 0.0, stepY,
-               mode, nullptr);
+template <class Byte>
+ScalePicture<Byte> PlaneOf(Byte* pixels, int32_t width, int32_t height, int32_t stride) {
+    return {pixels, static_cast<uint32_t>(width), static_cast<uint32_t>(height), stride, 1};
 }
 
-void Area(const uint8_t* src, int32_t sw, int32_t sh, int32_t srcStride, uint8_t* dst, int32_t dw,
-          int32_t dh, int32_t dstStride) {
-    AreaShrinkGray(src, static_cast<uint32_t>(sw), static_cast<uint32_t>(sh), srcStride, dst,
-                   static_cast<uint32_t>(dw), static_cast<uint32_t>(dh), dstStride);
+void Plane(const ScaleTarget& target, const ScaleSource& source, ScaleSteps steps, AxisFilter filter) {
+    RunScale({target, source, steps, 0, PlanPlane(filter, target, source), ScaleBounds::Unchecked()});
+}
+
+ScaleSteps LumaSteps(const PlanarTarget& target, const PlanarSource& source) {
+    return {double(source.width) / double(target.width), double(source.height) / double(target.height)};
+}
+
+// The planar-only qualities: chroma sizes and strides halved by shifts, the
+// second chroma plane scaled before the first.
+void ScalePlanarOnly(const PlanarTarget& target, const PlanarSource& source, const PlanarPlan& plan) {
+    if (plan.copy) {
+        for (int32_t y = 0; y < source.height; ++y)
+            std::memcpy(target.luma + intptr_t(y) * target.stride, source.luma + intptr_t(y) * source.stride,
+                        size_t(source.width));
+        // Both chroma sides advance by the source's chroma stride: the
+        // target's own stride plays no part here, and callers rely on that.
+        const int32_t cs = source.stride >> 1;
+        for (int32_t y = 0; y < source.height >> 1; ++y) {
+            std::memcpy(target.secondChroma + intptr_t(y) * cs, source.secondChroma + intptr_t(y) * cs,
+                        size_t(source.width >> 1));
+            std::memcpy(target.firstChroma + intptr_t(y) * cs, source.firstChroma + intptr_t(y) * cs,
+                        size_t(source.width >> 1));
+        }
+        return;
+    }
+    const ScaleSteps steps = LumaSteps(target, source);
+    const int32_t sw = source.width >> 1, sh = source.height >> 1, dw = target.width >> 1, dh = target.height >> 1;
+    const int32_t ss = source.stride >> 1, ds = target.stride >> 1;
+    const ScaleTarget luma = PlaneOf(target.luma, target.width, target.height, target.stride);
+    const ScaleSource sourceLuma = PlaneOf(source.luma, source.width, source.height, source.stride);
+    if (plan.areaShrink) {
+        AreaShrink(luma, sourceLuma);
+        // The first of the two chroma shrinks takes the source stride as half
+        // the width, the second as half the luma stride; kept so.
+        AreaShrink(PlaneOf(target.secondChroma, dw, dh, ds), PlaneOf(source.secondChroma, sw, sh, sw));
+        AreaShrink(PlaneOf(target.firstChroma, dw, dh, ds), PlaneOf(source.firstChroma, sw, sh, ss));
+        return;
+    }
+    if (plan.sharpenLuma) SharpenPlane(const_cast<uint8_t*>(source.luma), source.width, source.height, source.stride);
+    Plane(luma, sourceLuma, steps, plan.luma);
+    Plane(PlaneOf(target.secondChroma, dw, dh, ds), PlaneOf(source.secondChroma, sw, sh, ss), steps, plan.chroma);
+    Plane(PlaneOf(target.firstChroma, dw, dh, ds), PlaneOf(source.firstChroma, sw, sh, ss), steps, plan.chroma);
 }
 
 }  // namespace
 
-void ScalePlanar(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, int32_t srcWidth,
-                 int32_t srcHeight, int32_t srcStride, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV,
-                 int32_t dstWidth, int32_t dstHeight, int32_t dstStride, uint32_t mode) {
-    if (mode == SCALE_PLANAR_NEAREST || mode == SCALE_PLANAR_SHARPEN || mode == SCALE_PLANAR_AREA) {
-        ScalePlanarSpecial(srcY, srcV, srcU, srcWidth, srcHeight, srcStride, dstY, dstV, dstU, dstWidth,
-                           dstHeight, dstStride, mode);
+void ScalePlanar(const PlanarTarget& target, const PlanarSource& source, uint32_t quality) {
+    const PlanarPlan plan = PlanPlanar(quality, target, source);
+    if (plan.planarOnly) return ScalePlanarOnly(target, source, plan);
+    const ScaleTarget luma = PlaneOf(target.luma, target.width, target.height, target.stride);
+    const ScaleSource sourceLuma = PlaneOf(source.luma, source.width, source.height, source.stride);
+    const int32_t sw = source.width / 2, sh = source.height / 2, dw = target.width / 2, dh = target.height / 2;
+    const int32_t ss = source.stride / 2, ds = target.stride / 2;
+    const ScaleTarget first = PlaneOf(target.firstChroma, dw, dh, ds);
+    const ScaleTarget second = PlaneOf(target.secondChroma, dw, dh, ds);
+    const ScaleSource sourceFirst = PlaneOf(source.firstChroma, sw, sh, ss);
+    const ScaleSource sourceSecond = PlaneOf(source.secondChroma, sw, sh, ss);
+    if (plan.areaShrink) {
+        AreaShrink(luma, sourceLuma);
+        AreaShrink(first, sourceFirst);
+        AreaShrink(second, sourceSecond);
         return;
     }
-    if (mode == SCALE_AREA) {
-        if (srcWidth > dstWidth && srcHeight > dstHeight) {
-            Area(srcY, srcWidth, srcHeight, srcStride, dstY, dstWidth, dstHeight, dstStride);
-            Area(srcU, srcWidth / 2, srcHeight / 2, srcStride / 2, dstU, dstWidth / 2, dstHeight / 2, dstStride / 2);
-            Area(srcV, srcWidth / 2, srcHeight / 2, srcStride / 2, dstV, dstWidth / 2, dstHeight / 2, dstStride / 2);
-            return;
-        }
-        mode = SCALE_BILINEAR_FADE;
-    }
-    const double stepX = double(srcWidth) / double(dstWidth);
-    const double stepY = double(srcHeight) / double(dstHeight);
-    Plane(dstY, dstWidth, dstHeight, dstStride, srcY, srcWidth, srcHeight, srcStride, stepX, stepY, mode);
-    // Chroma of a field-paired picture is plain bilinear.
-    if (mode == SCALE_FIELD_BILINEAR) mode = SCALE_BILINEAR;
-    Plane(dstU, dstWidth / 2, dstHeight / 2, dstStride / 2, srcU, srcWidth / 2, srcHeight / 2, srcStride / 2,
-          stepX, stepY, mode);
-    Plane(dstV, dstWidth / 2, dstHeight / 2, dstStride / 2, srcV, srcWidth / 2, srcHeight / 2, srcStride / 2,
-          stepX, stepY, mode);
-}
-
-int ScalePlanarSpecial(const uint8_t* srcY, const uint8_t* srcV, const uint8_t* srcU, int32_t srcWidth,
-                       int32_t srcHeight, int32_t srcStride, uint8_t* dstY, uint8_t* dstV, uint8_t* dstU,
-                       int32_t dstWidth, int32_t dstHeight, int32_t dstStride, uint32_t mode) {
-    if (srcWidth == dstWidth && srcHeight == dstHeight) {
-        for (int32_t y = 0; y < srcHeight; ++y)
-            std::memcpy(dstY + intptr_t(y) * dstStride, srcY + intptr_t(y) * srcStride, size_t(srcWidth));
-        // Both chroma sides advance by the source's chroma stride: the
-        // target's own stride plays no part here, and callers rely on that.
-        const int32_t cs = srcStride >> 1;
-        for (int32_t y = 0; y < srcHeight >> 1; ++y) {
-            std::memcpy(dstV + intptr_t(y) * cs, srcV + intptr_t(y) * cs, size_t(srcWidth >> 1));
-            std::memcpy(dstU + intptr_t(y) * cs, srcU + intptr_t(y) * cs, size_t(srcWidth >> 1));
-        }
-        return 1;
-    }
-    const double stepX = double(srcWidth) / double(dstWidth);
-    const double stepY = double(srcHeight) / double(dstHeight);
-    const int32_t sw = srcWidth >> 1, sh = srcHeight >> 1, dw = dstWidth >> 1, dh = dstHeight >> 1;
-    const int32_t ss = srcStride >> 1, ds = dstStride >> 1;
-    uint32_t planeMode;
-    switch (mode) {
-        case SCALE_PLANAR_NEAREST: planeMode = SCALE_NEAREST; break;
-        case SCALE_PLANAR_SHARPEN:
-            // The caller's source plane is changed: scaling twice sharpens twice.
-            SharpenPlane(const_cast<uint8_t*>(srcY), srcWidth, srcHeight, srcStride);
-            planeMode = SCALE_BILINEAR;
-            break;
-        case SCALE_PLANAR_AREA:
-            if (srcWidth > dstWidth && srcHeight > dstHeight) {
-                Area(srcY, srcWidth, srcHeight, srcStride, dstY, dstWidth, dstHeight, dstStride);
-                // The first of the two chroma calls takes the source stride as
-                // half the width, the second as half the luma stride; kept so.
-                Area(srcV, sw, sh, sw, dstV, dw, dh, ds);
-                Area(srcU, sw, sh, ss, dstU, dw, dh, ds);
-                return 1;
-            }
-            planeMode = SCALE_BILINEAR_FADE;
-            break;
-        default: return 0;
-    }
-    Plane(dstY, dstWidth, dstHeight, dstStride, srcY, srcWidth, srcHeight, srcStride, stepX, stepY, planeMode);
-    Plane(dstV, dw, dh, ds, srcV, sw, sh, ss, stepX, stepY, planeMode);
-    Plane(dstU, dw, dh, ds, srcU, sw, sh, ss, stepX, stepY, planeMode);
-    return 1;
+    const ScaleSteps steps = LumaSteps(target, source);
+    Plane(luma, sourceLuma, steps, plan.luma);
+    Plane(first, sourceFirst, steps, plan.chroma);
+    Plane(second, sourceSecond, steps, plan.chroma);
 }
 
 }  // namespace tarn

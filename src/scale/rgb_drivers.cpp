@@ -1,12 +1,15 @@
-// The four multi-channel drivers: mode 0 copies and gathers, the bilinear
+// The four multi-channel drivers: nearest copies and gathers, the bilinear
 // band grid, the fade grids of 3-to-3 and 4-to-4 pixels, and the hand-off to
 // the box shrink. Kernels and their stores are as the band tables say; a
 // 4-byte store at pitch 3 spills one byte that the next pixel overwrites.
+#include "scale/rgb_drivers.h"
+
 #include <cstring>
 
 #include "scale/areas.h"
+#include "scale/box_shrink.h"
 #include "scale/inner_row_cache.h"
-#include "scale/rgb_driver_common.h"
+#include "scale/inner_rows.h"
 
 namespace tarn {
 namespace {
@@ -15,8 +18,11 @@ namespace {
 // row whose source row is that of the row above is a copy of it, where
 // writing the target cannot change the source (`reuse`).
 template <uint32_t SB, uint32_t DB>
-void NearestRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
-                 uint32_t srcWidth, const DriverTables& t, bool reuse) {
+void NearestRows(const ScaleRequest& r, const DriverTables& t, bool reuse) {
+    uint8_t* dst = r.target.pixels;
+    const uint8_t* src = r.source.pixels;
+    const uint32_t w = r.target.width, h = r.target.height, srcWidth = r.source.width;
+    const int32_t dstStride = r.target.stride;
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(dst, dstStride, y);
         if (reuse && y > 0 && t.rows.offsets[y] == t.rows.offsets[y - 1]) {
@@ -55,10 +61,14 @@ void NearestRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const 
     }
 }
 
-// Modes 1, 5 and 6 of the 3-to-3, 3-to-4 and 4-to-3 drivers.
+// Bilinear, field pairs and the area word in the 3-to-3, 3-to-4 and 4-to-3
+// drivers.
 template <uint32_t SB, uint32_t DB>
-void BilinearRows(uint8_t* dst, uint32_t h, int32_t dstStride, const uint8_t* src, int32_t stride,
-                  const DriverTables& t, const Bands& b) {
+void BilinearRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
+    uint8_t* dst = r.target.pixels;
+    const uint8_t* src = r.source.pixels;
+    const uint32_t h = r.target.height;
+    const int32_t dstStride = r.target.stride, stride = r.source.stride;
     constexpr bool k3 = DB == 3;  // Copy and VerticalOnly store three bytes there
     const InnerRowFn inner = PickInnerRow(SB, DB);
     const AxisTable& c = t.cols;
@@ -66,7 +76,7 @@ void BilinearRows(uint8_t* dst, uint32_t h, int32_t dstStride, const uint8_t* sr
     auto horizontal = [](const uint8_t* s, uint32_t cw) { return Lerp(Load4(s), Load4(s + SB), cw); };
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(dst, dstStride, y);
-        const uint8_t* r = SourceRow(src, t.rows, y);
+        const uint8_t* row = SourceRow(src, t.rows, y);
         const uint32_t rw = t.rows.weights[y];
         uint8_t* dm = d + size_t(b.colFirst) * DB;
         uint8_t* dr = d + size_t(b.colLast) * DB;
@@ -76,14 +86,14 @@ void BilinearRows(uint8_t* dst, uint32_t h, int32_t dstStride, const uint8_t* sr
                 if constexpr (SB == 3 && DB == 4) return Lerp(Load3(s), Load3(s + stride), rw);
                 else return Lerp(Load4(s), Load4(s + stride), rw);
             };
-            RunBand<DB, k3>(d, r, c.weights, c.offsets, b.left, vertical);
+            RunBand<DB, k3>(d, row, c.weights, c.offsets, b.left, vertical);
             if (b.middle)
-                inner(dm, r, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw);
-            RunBand<DB, k3>(dr, r, c.weights + b.colLast, c.offsets + b.colLast, b.right, vertical);
+                inner(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw);
+            RunBand<DB, k3>(dr, row, c.weights + b.colLast, c.offsets + b.colLast, b.right, vertical);
         } else {
-            RunBand<DB, k3>(d, r, c.weights, c.offsets, b.left, copy);
-            RunBand<DB, false>(dm, r, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, horizontal);
-            RunBand<DB, k3>(dr, r, c.weights + b.colLast, c.offsets + b.colLast, b.right, copy);
+            RunBand<DB, k3>(d, row, c.weights, c.offsets, b.left, copy);
+            RunBand<DB, false>(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, horizontal);
+            RunBand<DB, k3>(dr, row, c.weights + b.colLast, c.offsets + b.colLast, b.right, copy);
         }
     }
 }
@@ -102,16 +112,20 @@ bool SourceApart(const uint8_t* dst, size_t rowBytes, uint32_t h, int32_t dstStr
     return TargetApart(dst, rowBytes, h, dstStride, {AddressOf(src) + lo, AddressOf(src) + hi + srcRowBytes + 8});
 }
 
-// Fade grid: 3-to-3 pixels in mode 2, 4-to-4 pixels in modes 1, 2 and 5.
+// Fade grid: 3-to-3 pixels in the bilinear fade, 4-to-4 pixels in the
+// bilinear filters with and without fade and in field pairs.
 template <uint32_t SB>
-void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
-              uint32_t srcWidth, int32_t stride, double startX, const DriverTables& t,
-              const Bands& b, uint32_t bg) {
+void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
     constexpr uint32_t DB = SB;
+    uint8_t* dst = r.target.pixels;
+    const uint8_t* src = r.source.pixels;
+    const uint32_t w = r.target.width, h = r.target.height, srcWidth = r.source.width;
+    const int32_t dstStride = r.target.stride, stride = r.source.stride;
+    const uint32_t bg = r.background;
     const InnerRowFn inner = PickInnerRow(SB, DB);
     const AxisTable& c = t.cols;
-    // The 4-to-4 driver copies or blends whole rows at equal widths from 0.
-    const bool wholeRows = SB == 4 && startX == 0.0 && w == srcWidth;
+    // The 4-to-4 driver copies or blends whole rows at equal widths.
+    const bool wholeRows = SB == 4 && w == srcWidth;
     // The middle band of 4-byte pixels blends each source row once where
     // the target lies apart from every source row read.
     const bool cacheable = SB == 4 && !wholeRows && b.middle >= 4 &&
@@ -121,7 +135,7 @@ void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uin
     const bool cached = cachedInner && cache.Ready();
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(dst, dstStride, y);
-        const uint8_t* r = SourceRow(src, t.rows, y);
+        const uint8_t* row = SourceRow(src, t.rows, y);
         const uint32_t rw = t.rows.weights[y];
         const auto [dm, dr, cwm, com, cwr, cor] = SplitRow<DB>(d, c, b);
         auto corner = [rw, bg](const uint8_t* s, uint32_t cw) { return Lerp(bg, Load4(s), CornerWeight(cw, rw)); };
@@ -134,36 +148,36 @@ void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uin
             };
             auto horizontal = [](const uint8_t* s, uint32_t cw) { return Lerp(Load4(s), Load4(s + SB), cw); };
             if (wholeRows && (rw == 0 || rw == 0xFFFFFFFFu)) {
-                std::memcpy(d, rw == 0 ? r : r + stride, size_t(srcWidth) * 4);
+                std::memcpy(d, rw == 0 ? row : row + stride, size_t(srcWidth) * 4);
                 continue;
             }
-            RunBand<DB, false>(d, r, c.weights, c.offsets, b.left, edgeLeft);
+            RunBand<DB, false>(d, row, c.weights, c.offsets, b.left, edgeLeft);
             if (wholeRows) {
                 // Consecutive source pixels from the row's first, whatever `first` is.
                 for (uint32_t j = 0; j < b.middle; ++j)
-                    Store4(dm + 4 * j, Lerp(Load4(r + 4 * j), Load4(r + stride + 4 * j), rw));
+                    Store4(dm + 4 * j, Lerp(Load4(row + 4 * j), Load4(row + stride + 4 * j), rw));
             } else if (SB == 4 && rw == 0) {
-                RunBand<DB, false>(dm, r, cwm, com, b.middle, horizontal);
+                RunBand<DB, false>(dm, row, cwm, com, b.middle, horizontal);
             } else if (SB == 4 && rw == 0xFFFFFFFFu) {
-                RunBand<DB, false>(dm, r + stride, cwm, com, b.middle, horizontal);
+                RunBand<DB, false>(dm, row + stride, cwm, com, b.middle, horizontal);
             } else if (cached) {
-                cachedInner(dm, r, cwm, com, b.middle, stride, rw, cache);
+                cachedInner(dm, row, cwm, com, b.middle, stride, rw, cache);
             } else if (b.middle) {
-                inner(dm, r, cwm, com, b.middle, stride, rw);
+                inner(dm, row, cwm, com, b.middle, stride, rw);
             }
-            RunBand<DB, false>(dr, r, cwr, cor, b.right, edgeRight);
+            RunBand<DB, false>(dr, row, cwr, cor, b.right, edgeRight);
         } else {
             auto edgeRow = [rw, bg](const uint8_t* s, uint32_t cw) {
                 return Lerp(bg, Lerp(Load4(s), Load4(s + SB), cw), rw);
             };
-            RunBand<DB, false>(d, r, c.weights, c.offsets, b.left, corner);
-            RunBand<DB, false>(dm, r, cwm, com, b.middle, edgeRow);
+            RunBand<DB, false>(d, row, c.weights, c.offsets, b.left, corner);
+            RunBand<DB, false>(dm, row, cwm, com, b.middle, edgeRow);
             // The 3-to-3 driver copies in rows 0 and H - 1, the rows that can end
             // the buffer, with three-byte stores.
             if (SB == 3 && (y == 0 || y + 1 == h))
-                RunBand<DB, true>(dr, r, cwr, cor, b.right, [](const uint8_t* s, uint32_t) { return Load4(s); });
+                RunBand<DB, true>(dr, row, cwr, cor, b.right, [](const uint8_t* s, uint32_t) { return Load4(s); });
             else
-                RunBand<DB, false>(dr, r, cwr, cor, b.right, corner);
+                RunBand<DB, false>(dr, row, cwr, cor, b.right, corner);
         }
     }
 }
@@ -171,18 +185,17 @@ void FadeRows(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uin
 enum class Adjust { Raise_Cap, Cap_Raise, CapColumns, None };
 
 template <uint32_t SB, uint32_t DB, Adjust A>
-void Drive(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_t* src,
-           uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride, double startX, double stepX,
-           double startY, double stepY, uint32_t mode, const uint8_t* background) {
-    if (mode > SCALE_AREA) return;  // no table for it; callers never pass one
-    DriverTables t(w, h, srcWidth, srcHeight, SB, srcStride, startX, stepX, startY, stepY, mode);
+void Drive(const ScaleRequest& r) {
+    DriverTables t(r);
     if (!t.ok()) return;
-    if (mode == SCALE_NEAREST) {
-        const bool reuse = SourceApart(dst, size_t(w) * DB, h, dstStride, src, size_t(srcWidth) * SB, 0, t.rows);
-        NearestRows<SB, DB>(dst, w, h, dstStride, src, srcWidth, t, reuse);
+    const uint32_t w = r.target.width, h = r.target.height;
+    if (r.plan.driver == ScaleDriver::Nearest) {
+        const bool reuse = SourceApart(r.target.pixels, size_t(w) * DB, h, r.target.stride, r.source.pixels,
+                                       size_t(r.source.width) * SB, 0, t.rows);
+        NearestRows<SB, DB>(r, t, reuse);
         return;
     }
-    const bool box = mode == SCALE_BOX || mode == SCALE_BOX_FADE;
+    const bool box = r.plan.Boxes();
     uint32_t& cl = t.cols.last;
     uint32_t& rl = t.rows.last;
     if constexpr (A == Adjust::Raise_Cap) {
@@ -195,40 +208,30 @@ void Drive(uint8_t* dst, uint32_t w, uint32_t h, int32_t dstStride, const uint8_
         cl = std::min(cl, w - 1);
     }
     const Bands b = Bands::Of(w, t.cols, t.rows);
-    if (box) {
-        BoxShrinkRows(SB, DB, dst, src, t.cols, t.rows, w, h, dstStride, t.maxFactor, b, srcStride, 0,
-                      mode == SCALE_BOX_FADE ? 1 : 0);
-        return;
+    switch (r.plan.driver) {
+        case ScaleDriver::Box:
+        case ScaleDriver::BoxFade: BoxShrinkRows(r, t, b); break;
+        case ScaleDriver::Fade:
+            if constexpr (SB == DB) FadeRows<SB>(r, t, b);
+            break;
+        case ScaleDriver::MixedFade:
+            if constexpr (SB != DB) MixedFadeRows(r, t, b);
+            break;
+        default: BilinearRows<SB, DB>(r, t, b); break;
     }
-    const uint32_t bg = Load4(background);
-    if constexpr (SB == DB) {
-        if (SB == 4 || mode == SCALE_BILINEAR_FADE) {
-            FadeRows<SB>(dst, w, h, dstStride, src, srcWidth, srcStride, startX, t, b, bg);
-            return;
-        }
-    } else {
-        if (mode == SCALE_BILINEAR_FADE) {
-            MixedFadeRows(SB, dst, w, h, dstStride, src, srcStride, t, b, bg);
-            return;
-        }
-    }
-    BilinearRows<SB, DB>(dst, h, dstStride, src, srcStride, t, b);
 }
 
 }  // namespace
 
-#define TARN_DRIVER_ARGS                                                                   \
-    uint8_t *dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride,                \
-        const uint8_t *src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,      \
-        double startX, double stepX, double startY, double stepY, uint32_t mode,           \
-        const uint8_t *background
-#define TARN_DRIVER_PASS                                                                   \
-    dst, dstWidth, dstHeight, dstStride, src, srcWidth, srcHeight, srcStride, startX, stepX, \
-        startY, stepY, mode, background
-
-void ScaleRgb24To24(TARN_DRIVER_ARGS) { Drive<3, 3, Adjust::Raise_Cap>(TARN_DRIVER_PASS); }
-void ScaleRgb32To24(TARN_DRIVER_ARGS) { Drive<4, 3, Adjust::Cap_Raise>(TARN_DRIVER_PASS); }
-void ScaleRgb24To32(TARN_DRIVER_ARGS) { Drive<3, 4, Adjust::CapColumns>(TARN_DRIVER_PASS); }
-void ScaleRgb32To32(TARN_DRIVER_ARGS) { Drive<4, 4, Adjust::None>(TARN_DRIVER_PASS); }
+void ScaleChannels(const ScaleRequest& r) {
+    // The band adjustment of each pair of pixel sizes is its own.
+    switch (r.source.pixelBytes * 10 + r.target.pixelBytes) {
+        case 33: Drive<3, 3, Adjust::Raise_Cap>(r); break;
+        case 43: Drive<4, 3, Adjust::Cap_Raise>(r); break;
+        case 34: Drive<3, 4, Adjust::CapColumns>(r); break;
+        case 44: Drive<4, 4, Adjust::None>(r); break;
+        default: break;
+    }
+}
 
 }  // namespace tarn

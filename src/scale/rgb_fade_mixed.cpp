@@ -6,9 +6,9 @@
 // one kernel to the next within a driver call. So these runs are exact only
 // at their first pixel; the output after it depends on the pixels before.
 // That is how these two drivers behave, and it is kept.
-#include <cstring>
+#include "scale/rgb_drivers.h"
 
-#include "scale/rgb_driver_common.h"
+#include "scale/inner_rows.h"
 
 namespace tarn {
 namespace {
@@ -86,8 +86,11 @@ void FadeRun(FadeState& st, Band band, uint8_t* dst, const uint8_t* row, const u
 }
 
 template <uint32_t SB, uint32_t DB>
-void Rows(uint8_t* dst, uint32_t h, int32_t dstStride, const uint8_t* src, int32_t stride,
-          const DriverTables& t, const Bands& b, uint32_t bg) {
+void Rows(const ScaleRequest& request, const DriverTables& t, const Bands& b) {
+    uint8_t* dst = request.target.pixels;
+    const uint8_t* src = request.source.pixels;
+    const uint32_t h = request.target.height, bg = request.background;
+    const int32_t dstStride = request.target.stride, stride = request.source.stride;
     FadeState st;  // one per driver call; its start value is free
     const InnerRowFn inner = PickInnerRow(SB, DB);
     const AxisTable& c = t.cols;
@@ -117,11 +120,9 @@ void Rows(uint8_t* dst, uint32_t h, int32_t dstStride, const uint8_t* src, int32
 
 }  // namespace
 
-void MixedFadeRows(uint32_t srcBytes, uint8_t* dst, uint32_t /*width*/, uint32_t height,
-                   int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                   const DriverTables& tables, const Bands& bands, uint32_t background) {
-    if (srcBytes == 3) Rows<3, 4>(dst, height, dstStride, src, srcStride, tables, bands, background);
-    else Rows<4, 3>(dst, height, dstStride, src, srcStride, tables, bands, background);
+void MixedFadeRows(const ScaleRequest& request, const DriverTables& tables, const Bands& bands) {
+    if (request.source.pixelBytes == 3) Rows<3, 4>(request, tables, bands);
+    else Rows<4, 3>(request, tables, bands);
 }
 
 }  // namespace tarn

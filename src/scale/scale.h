@@ -1,48 +1,60 @@
 // Entry points of the scaling engine, as the surface operations call them.
-// Kernels and drivers behind these have no state, check no sizes and report
-// nothing.
+// Each entry settles the resize quality once, into a plan (scale_plan.h),
+// and hands the pictures and that plan down; nothing below it reads the
+// quality again. Kernels and drivers behind these have no state, check no
+// sizes and report nothing.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
+#include "scale/scale_bounds.h"
+#include "tarn/TarnSurface.h"
+
 namespace tarn {
 
-// Scales an image of 1-, 3- or 4-byte pixels. Steps are source pixels per
-// target pixel; strides may be negative (vertical mirroring is the caller's).
-// `background` is what the fade modes blend towards; null means four zeros.
-void ScaleImage(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride,
-                uint32_t dstChannels, const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
-                int32_t srcStride, uint32_t srcChannels, double startX, double stepX,
-                double startY, double stepY, uint32_t mode, const uint8_t* background);
-
-// Scales a planar 4:2:0 picture plane by plane. Chroma planes have half the
-// width, height and stride of luma (signed division).
-void ScalePlanar(const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, int32_t srcWidth,
-                 int32_t srcHeight, int32_t srcStride, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV,
-                 int32_t dstWidth, int32_t dstHeight, int32_t dstStride, uint32_t mode);
-
-// Scales a packed 4:2:2 picture, each byte of a pair as a channel of its own.
-void ScalePacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
-                 uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride);
-
-// The memory a scaling call on this thread may touch, declared by its caller
-// for as long as the object lives. The exact box functions step through a run
-// at the pitches of their fixed table, which for some pixel-size pairs are
-// wider than the pixels: a run then reaches past its row, and on the last row
-// past the buffer. Inside the declared ranges every byte comes out as that
-// table makes it; writes outside are dropped and reads outside give 0. With
-// nothing declared, nothing is checked.
-class ScopedScaleBounds {
-public:
-    ScopedScaleBounds(const uint8_t* target, size_t targetBytes, const uint8_t* source,
-                      size_t sourceBytes);
-    ~ScopedScaleBounds();
-    ScopedScaleBounds(const ScopedScaleBounds&) = delete;
-    ScopedScaleBounds& operator=(const ScopedScaleBounds&) = delete;
-
-private:
-    const uint8_t* saved_[4];
+// One side of an image scaling call: where its first row starts, its size in
+// pixels, the byte distance from a row to the next (negative: the rows go up
+// in memory) and the size of a pixel.
+template <class Byte>
+struct ScalePicture {
+    Byte* pixels;
+    uint32_t width, height;
+    int32_t stride;
+    uint32_t pixelBytes;
 };
+using ScaleTarget = ScalePicture<uint8_t>;
+using ScaleSource = ScalePicture<const uint8_t>;
+
+// Source pixels per target pixel on each axis; sampling starts at 0.
+struct ScaleSteps {
+    double x, y;
+};
+
+// Scales an image of 1-, 3- or 4-byte pixels. Vertical mirroring is the
+// caller's, by a negative stride. `background` is what the fade modes blend
+// towards; null means four zeros. `bounds` is the memory the call may touch
+// (see scale_bounds.h).
+void ScaleImage(const ScaleTarget& target, const ScaleSource& source, ScaleSteps steps, uint32_t quality,
+                const uint8_t* background = nullptr, const ScaleBounds& bounds = ScaleBounds::Unchecked());
+
+// A planar 4:2:0 picture: the luma plane and two chroma planes of half the
+// width, height and stride of luma (signed division).
+template <class Byte>
+struct PlanarPicture {
+    Byte* luma;
+    Byte* firstChroma;
+    Byte* secondChroma;
+    int32_t width, height, stride;
+};
+using PlanarTarget = PlanarPicture<uint8_t>;
+using PlanarSource = PlanarPicture<const uint8_t>;
+
+// Scales a planar picture plane by plane.
+void ScalePlanar(const PlanarTarget& target, const PlanarSource& source, uint32_t quality);
+
+// Scales a packed 4:2:2 picture (pixelBytes 2), each byte of a pair as a
+// channel of its own. It has one way of scaling: no quality.
+void ScalePacked(const ScaleTarget& target, const ScaleSource& source);
 
 }  // namespace tarn

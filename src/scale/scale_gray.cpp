@@ -1,23 +1,28 @@
 // ScaleGray: the single-channel driver. It has no box filter and no fade:
-// every mode but 0 is bilinear, top and bottom rows are gathered without
+// every filter but nearest is bilinear, top and bottom rows are gathered without
 // horizontal interpolation, and the column weights live in a block whose
 // layout the Inner kernel's trailing pixels depend on.
+#include "scale/scale_gray.h"
+
 #include <algorithm>
 #include <cstring>
 #include <new>
 
 #include "scale/areas.h"
-#include "scale/drivers.h"
+#include "scale/axis_table.h"
 #include "scale/gray_gather.h"
 #include "scale/gray_row_cache.h"
-#include "scale/pixel_ops.h"
+#include "scale/inner_rows.h"
+#include "scale/pixel_lanes.h"
 
 namespace tarn {
 
-void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride,
-               const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, int32_t srcStride,
-               double startX, double stepX, double startY, double stepY, uint32_t mode,
-               const uint8_t* /*background*/) {
+void ScaleGray(const ScaleRequest& request) {
+    uint8_t* dst = request.target.pixels;
+    const uint8_t* src = request.source.pixels;
+    const uint32_t dstWidth = request.target.width, dstHeight = request.target.height;
+    const uint32_t srcWidth = request.source.width, srcHeight = request.source.height;
+    const int32_t dstStride = request.target.stride, srcStride = request.source.stride;
     const size_t w = dstWidth, h = dstHeight;
     // Block: W weight bytes, W column offsets, H row weights, H row offsets.
     // The kernels read offsets and row words from an aligned mirror; the
@@ -35,13 +40,15 @@ void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstS
     uint32_t* rowWeights = words + w;
     uint32_t* rowOffsets = words + w + h;
     uint32_t cf = 0, cl = dstWidth, rf = 0, rl = dstHeight;
-    BuildGrayColumnTable(dstWidth, srcWidth, colWeights, colOffsets, startX, stepX, &cf, &cl, mode);
-    BuildGrayRowTable(dstHeight, srcHeight, rowWeights, rowOffsets, srcStride, startY, stepY, &rf, &rl, mode);
+    BuildGrayColumnTable(dstWidth, srcWidth, colWeights, colOffsets, 0.0, request.steps.x, &cf, &cl,
+                         request.plan.columns);
+    BuildGrayRowTable(dstHeight, srcHeight, rowWeights, rowOffsets, srcStride, 0.0, request.steps.y, &rf, &rl,
+                      request.plan.rows);
     std::memcpy(block + w, colOffsets, w * 4);
     std::memcpy(block + w * 5, rowWeights, h * 4);
     std::memcpy(block + w * 5 + h * 4, rowOffsets, h * 4);
 
-    if (mode == SCALE_NEAREST) {
+    if (request.plan.columns == AxisFilter::Nearest) {
         NearestGrayRows(dst, dstWidth, dstHeight, dstStride, src, srcWidth, colOffsets, rowOffsets);
         delete[] words;
         delete[] block;
@@ -50,8 +57,8 @@ void ScaleGray(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstS
     const GrayInnerFn inner = PickGrayInnerRow();
     const uint32_t left = cf, right = dstWidth - cl;
     const uint32_t middle = left + right < dstWidth ? cl - cf : 0;
-    const bool equalWidths = dstWidth == srcWidth;
-    const bool wholeRows = startX == 0.0 && equalWidths;
+    // Equal widths copy or blend whole rows.
+    const bool wholeRows = dstWidth == srcWidth;
     // The middle band blends each source row once where the target lies
     // apart from every source row the centre rows read (and the row below).
     const CachedGrayInnerFn cachedInner = !wholeRows && middle >= 16 && rf < rl ? PickCachedGrayInnerRow() : nullptr;

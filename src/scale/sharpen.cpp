@@ -5,10 +5,9 @@
 #include <cmath>
 #include <cstring>
 
-#include "scale/planar_scale.h"
+#include "scale/sharpen.h"
 
 #include "convert/kernel_forms.h"
-#include "scale/sharpen_passes.h"
 
 namespace tarn {
 
@@ -56,13 +55,13 @@ uint8_t BlurColumnAt(const float* tmp, int32_t width, int32_t height, int32_t x,
     return static_cast<uint8_t>(static_cast<int32_t>(whole / weight));
 }
 
-void BlurHorizontal(const uint8_t* in, int32_t width, int32_t height, const float* k, int32_t n, float* tmp) {
+void BlurHorizontalPlain(const uint8_t* in, int32_t width, int32_t height, const float* k, int32_t n, float* tmp) {
     for (int32_t y = 0; y < height; ++y)
         for (int32_t x = 0; x < width; ++x)
             tmp[intptr_t(y) * width + x] = BlurRowAt(in + intptr_t(y) * width, width, x, k, n);
 }
 
-void BlurVertical(const float* tmp, int32_t width, int32_t height, const float* k, int32_t n, uint8_t* out) {
+void BlurVerticalPlain(const float* tmp, int32_t width, int32_t height, const float* k, int32_t n, uint8_t* out) {
     for (int32_t x = 0; x < width; ++x)
         for (int32_t y = 0; y < height; ++y) out[intptr_t(y) * width + x] = BlurColumnAt(tmp, width, height, x, y, k, n);
 }
@@ -78,7 +77,7 @@ void ApplySharpenAt(uint8_t* to, int32_t av, int32_t bv, int32_t high, int32_t l
     *to = static_cast<uint8_t>(v >= 255 ? 255 : v <= 0 ? 0 : v);
 }
 
-void ApplySharpen(uint8_t* plane, int32_t width, int32_t height, int32_t stride, const uint8_t* a, const uint8_t* b,
+void ApplySharpenPlain(uint8_t* plane, int32_t width, int32_t height, int32_t stride, const uint8_t* a, const uint8_t* b,
                   int32_t high, int32_t low) {
     for (int32_t y = 0; y < height; ++y)
         for (int32_t x = 0; x < width; ++x) {
@@ -93,10 +92,10 @@ SharpenForms PickSharpenForms() {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<SharpenForms> t[] = {
         {SimdForm::Avx2, {BlurHorizontalAvx2, BlurVerticalAvx2, ApplySharpenAvx2}},
-        {SimdForm::Plain, {BlurHorizontal, BlurVertical, ApplySharpen}}};
+        {SimdForm::Plain, {BlurHorizontalPlain, BlurVerticalPlain, ApplySharpenPlain}}};
     return PickForm(t);
 #else
-    return {BlurHorizontal, BlurVertical, ApplySharpen};
+    return {BlurHorizontalPlain, BlurVerticalPlain, ApplySharpenPlain};
 #endif
 }
 

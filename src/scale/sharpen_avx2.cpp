@@ -6,7 +6,7 @@
 #include <immintrin.h>
 
 #include "scale/rounded.h"
-#include "scale/sharpen_passes.h"
+#include "scale/sharpen.h"
 
 namespace tarn {
 namespace {

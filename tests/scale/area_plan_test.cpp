@@ -9,7 +9,7 @@
 
 #include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
-#include "scale/planar_scale.h"
+#include "scale/area_shrink.h"
 #include "scale/scale.h"
 
 namespace tarn {
@@ -28,8 +28,8 @@ TEST(AreaPlan, PlanesAgreeAcrossFormsAtManyRatios) {
         auto run = [&](SimdForm form) {
             ScopedKernelChoice choice(g_cpuFeatures, form);
             std::vector<uint8_t> out(size_t(s.dw) * s.dh, 0x77);
-            ScaleImage(out.data(), s.dw, s.dh, int32_t(s.dw), 1, src.data(), s.sw, s.sh, int32_t(s.sw), 1, 0.0,
-                       double(s.sw) / s.dw, 0.0, double(s.sh) / s.dh, SCALE_AREA, nullptr);
+            ScaleImage({out.data(), s.dw, s.dh, int32_t(s.dw), 1}, {src.data(), s.sw, s.sh, int32_t(s.sw), 1},
+                       {double(s.sw) / s.dw, double(s.sh) / s.dh}, SCALE_AREA, nullptr);
             return out;
         };
         const auto plain = run(SimdForm::Plain);
@@ -123,8 +123,8 @@ TEST(AreaPlan, PixelsOfThreeAndFourBytesAgreeAcrossForms) {
                 // Both sides bottom-up: the first row is the buffer's last.
                 uint8_t* dst = out.data() + margin + size_t(dstStride) * (s.dh - 1);
                 const uint8_t* from = src.data() + size_t(srcStride) * (s.sh - 1);
-                ScaleImage(dst, s.dw, s.dh, -dstStride, c, from, s.sw, s.sh, -srcStride, c, 0.0,
-                           double(s.sw) / s.dw, 0.0, double(s.sh) / s.dh, SCALE_AREA, nullptr);
+                ScaleImage({dst, s.dw, s.dh, -dstStride, c}, {from, s.sw, s.sh, -srcStride, c},
+                           {double(s.sw) / s.dw, double(s.sh) / s.dh}, SCALE_AREA, nullptr);
                 return out;
             };
             const auto plain = run(SimdForm::Plain);
@@ -157,9 +157,9 @@ TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAtTheExtremes) {
                 auto run = [&](SimdForm form) {
                     ScopedKernelChoice choice(g_cpuFeatures, form);
                     std::vector<uint8_t> out(size_t(s.dw) * c * s.dh + 16, 0x77);
-                    ScaleImage(out.data(), s.dw, s.dh, int32_t(s.dw * c), c, src.data(), s.sw, s.sh,
-                               int32_t(s.sw * c), c, 0.0, double(s.sw) / s.dw, 0.0, double(s.sh) / s.dh, SCALE_AREA,
-                               nullptr);
+                    ScaleImage({out.data(), s.dw, s.dh, int32_t(s.dw * c), c},
+                               {src.data(), s.sw, s.sh, int32_t(s.sw * c), c},
+                               {double(s.sw) / s.dw, double(s.sh) / s.dh}, SCALE_AREA, nullptr);
                     return out;
                 };
                 const auto plain = run(SimdForm::Plain);

@@ -16,11 +16,14 @@ struct Built {
     uint32_t first = 99, last = 99;
 };
 
+// Modes 0 to 6 are the filters in order.
+AxisFilter F(uint32_t mode) { return static_cast<AxisFilter>(mode); }
+
 Built Build(uint32_t m, uint32_t n, int32_t pitch, double start, double step, uint32_t mode) {
     Built b;
     b.w.assign(m + 1, 0xDEADBEEF);
     b.o.assign(m + 1, 0xDEADBEEF);
-    BuildAxisTable(m, n, b.w.data(), b.o.data(), pitch, start, step, &b.first, &b.last, 0, mode);
+    BuildAxisTable(m, n, b.w.data(), b.o.data(), pitch, start, step, &b.first, &b.last, F(mode));
     return b;
 }
 
@@ -128,10 +131,12 @@ TEST(AxisTable, AreaWordsOfMixedDrivers) {
 }
 
 TEST(AxisTable, ModesAboveSixWriteNothing) {
-    Built b = Build(4, 4, 4, 0.0, 1.0, 0xFF01);
-    EXPECT_EQ(b.o[0], 0xDEADBEEF);
-    EXPECT_EQ(b.first, 99u);
-    EXPECT_EQ(b.last, 99u);
+    // The planar-only modes have no multi-channel table: their plan writes nothing.
+    const uint8_t px[16] = {};
+    uint8_t out[16];
+    const ScaleTarget t{out, 2, 2, 8, 4};
+    const ScaleSource s{px, 2, 2, 8, 4};
+    EXPECT_EQ(PlanImage(0xFF01, t, s, {1.0, 1.0}).driver, ScaleDriver::None);
     Built none = Build(0, 4, 4, 0.0, 1.0, 1);
     EXPECT_EQ(none.o[0], 0xDEADBEEF);
 }
@@ -145,7 +150,7 @@ TEST(AxisTable, AccumulatedPositionAndE) {
     EXPECT_EQ(b.w[0], 0u);
     uint8_t gw[2] = {7, 7};
     uint32_t go[2] = {9, 9}, f = 0, l = 0;
-    BuildGrayColumnTable(1, 4, gw, go, 1.0 - 1e-10, 1.0, &f, &l, 1);
+    BuildGrayColumnTable(1, 4, gw, go, 1.0 - 1e-10, 1.0, &f, &l, F(1));
     EXPECT_EQ(go[0], 0u);
     EXPECT_EQ(gw[0], 255);
     // Ten additions of 0.1 fall short of 1.0 (0.9999999999999999): with E the
@@ -159,11 +164,11 @@ TEST(GrayTables, ColumnsAreCentredAndBilinearInEveryMode) {
     uint32_t o[9], f, l;
     // Mode 0 samples half a pixel earlier: p = 0.5, 2.5 -> 0, 2 (the
     // multi-channel table gives 1, 3).
-    BuildGrayColumnTable(2, 4, w, o, 0.0, 2.0, &f, &l, 0);
+    BuildGrayColumnTable(2, 4, w, o, 0.0, 2.0, &f, &l, F(0));
     EXPECT_EQ(o[0], 0u);
     EXPECT_EQ(o[1], 2u);
     // Mode 3 is bilinear: p = -0.25 .. 3.25 at step 0.5.
-    BuildGrayColumnTable(8, 4, w, o, 0.0, 0.5, &f, &l, 3);
+    BuildGrayColumnTable(8, 4, w, o, 0.0, 0.5, &f, &l, F(3));
     const uint8_t ew[8] = {0, 64, 191, 64, 191, 64, 191, 0};
     const uint32_t eo[8] = {0, 0, 0, 1, 1, 2, 2, 3};
     for (int i = 0; i < 8; ++i) {
@@ -177,7 +182,7 @@ TEST(GrayTables, ColumnsAreCentredAndBilinearInEveryMode) {
 TEST(GrayTables, RowsAreNotCentredAndPairMarksCountPairs) {
     uint32_t w[8], o[8], f, l;
     // Other modes start at p = start: 0, 0.5 (128), 1, ..., 3 is the end.
-    BuildGrayRowTable(8, 4, w, o, 10, 0.0, 0.5, &f, &l, 1);
+    BuildGrayRowTable(8, 4, w, o, 10, 0.0, 0.5, &f, &l, F(1));
     const uint32_t ew[8] = {0, W(128), 0, W(128), 0, W(128), 0, 0};
     const uint32_t eo[8] = {0, 0, 10, 10, 20, 20, 30, 30};
     for (int i = 0; i < 8; ++i) {
@@ -187,13 +192,13 @@ TEST(GrayTables, RowsAreNotCentredAndPairMarksCountPairs) {
     EXPECT_EQ(f, 0u);
     EXPECT_EQ(l, 6u);
     // Mode 5: pair 3 reaches nf - 1 and marks last = 3, a pair index.
-    BuildGrayRowTable(8, 8, w, o, 100, 0.0, 1.0, &f, &l, 5);
+    BuildGrayRowTable(8, 8, w, o, 100, 0.0, 1.0, &f, &l, F(5));
     EXPECT_EQ(l, 3u);
     EXPECT_EQ(o[6], 600u);
     EXPECT_EQ(o[7], 700u);
     EXPECT_EQ(w[6], 0u);
     // Mode 0 is the column rule times the stride.
-    BuildGrayRowTable(2, 4, w, o, 10, 0.0, 2.0, &f, &l, 0);
+    BuildGrayRowTable(2, 4, w, o, 10, 0.0, 2.0, &f, &l, F(0));
     EXPECT_EQ(o[0], 0u);
     EXPECT_EQ(o[1], 20u);
 }

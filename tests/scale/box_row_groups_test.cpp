@@ -39,7 +39,7 @@ void CheckFamily(uint32_t sb, uint32_t db) {
             for (uint32_t i = 0; i < g.n; ++i) {
                 rows[i] = src.data() + size_t(g.row[i]) * stride;
                 d[i] = got[i].data();
-                BoxShrinkRow<F>(want[i].data(), rows[i], offsets.data(), counts.data(), len, stride, g.count[i]);
+                BoxShrinkRowPlain<F>(want[i].data(), rows[i], offsets.data(), counts.data(), len, stride, g.count[i]);
             }
             BoxPairedRowGroupAvx2<F>(d, rows, g.count, g.n, offsets.data(), counts.data(), len, stride);
             for (uint32_t i = 0; i < g.n; ++i)
@@ -61,23 +61,23 @@ void CheckSse2PairedRow(uint32_t db) {
             std::vector<uint32_t> offsets(len + 4), counts(len + 4, 2);
             for (uint32_t j = 0; j < len + 4; ++j) offsets[j] = j * 8;
             std::vector<uint8_t> want(size_t(len) * db + 8, 0x42), got(want);
-            BoxShrinkRow<F>(want.data(), src.data(), offsets.data(), counts.data(), len, stride, rowCount);
+            BoxShrinkRowPlain<F>(want.data(), src.data(), offsets.data(), counts.data(), len, stride, rowCount);
             BoxPairedRowSse2<F>(got.data(), src.data(), offsets.data(), counts.data(), len, stride, rowCount);
             ASSERT_EQ(got, want) << "4->" << db << " len " << len << " rows " << rowCount;
         }
 }
 
 TEST(BoxRowGroups, Sse2PairedRowsMatchPlain) {
-    CheckSse2PairedRow<BoxFamily::C>(3);
-    CheckSse2PairedRow<BoxFamily::D>(4);
+    CheckSse2PairedRow<BoxFamily::Bytes43>(3);
+    CheckSse2PairedRow<BoxFamily::Bytes44>(4);
 }
 
 TEST(BoxRowGroups, MatchPlainRows) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
-    CheckFamily<BoxFamily::A>(3, 3);
-    CheckFamily<BoxFamily::B>(3, 4);
-    CheckFamily<BoxFamily::C>(4, 3);
-    CheckFamily<BoxFamily::D>(4, 4);
+    CheckFamily<BoxFamily::Bytes33>(3, 3);
+    CheckFamily<BoxFamily::Bytes34>(3, 4);
+    CheckFamily<BoxFamily::Bytes43>(4, 3);
+    CheckFamily<BoxFamily::Bytes44>(4, 4);
 }
 #endif
 
@@ -100,8 +100,8 @@ TEST(BoxRowGroups, HalvingAgreesAcrossFormsApartAndInPlace) {
                 std::copy(start.begin(), start.end(), arena.begin());
                 uint8_t* src = arena.data();
                 uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
-                ScaleImage(dst, dw, dh, int32_t(dw * bytes), bytes, src, sw, sh, int32_t(sw * bytes), bytes, 0.0,
-                           2.0, 0.0, 2.0, SCALE_BOX, nullptr);
+                ScaleImage({dst, dw, dh, int32_t(dw * bytes), bytes}, {src, sw, sh, int32_t(sw * bytes), bytes},
+                           {2.0, 2.0}, SCALE_BOX, nullptr);
                 const std::vector<uint8_t> result(dst, dst + start.size());
                 if (first.empty()) first = result;
                 else ASSERT_EQ(result, first) << bytes << (inPlace ? " in place " : " ") << FormName(form);

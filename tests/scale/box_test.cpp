@@ -18,7 +18,7 @@ template <BoxFamily F>
 uint8_t BoxOnce(const std::vector<uint8_t>& src, int32_t stride, uint32_t r, uint32_t c, uint32_t lane = 0) {
     uint8_t out[8] = {};
     const uint32_t offset = 0, count = c;
-    BoxShrinkRow<F>(out, src.data(), &offset, &count, 1, stride, r);
+    BoxShrinkRowPlain<F>(out, src.data(), &offset, &count, 1, stride, r);
     return out[lane];
 }
 
@@ -36,7 +36,7 @@ TEST(BoxKernel, WithinThreeBelowTheFloorOfTheMean) {
                     for (uint32_t i = 0; i < r; ++i)
                         for (uint32_t j = 0; j < c; ++j) sum += src[i * stride + j * 4 + lane];
                     const int floorMean = int(sum / (r * c));
-                    const int got = BoxOnce<BoxFamily::D>(src, stride, r, c, lane);
+                    const int got = BoxOnce<BoxFamily::Bytes44>(src, stride, r, c, lane);
                     const bool over = (r == 5 && c == 7) || (r == 7 && c == 10);
                     EXPECT_GE(got, floorMean - 3) << r << "x" << c;
                     if (!over) EXPECT_LE(got, floorMean) << r << "x" << c;
@@ -50,36 +50,37 @@ TEST(BoxKernel, KnownValues) {
     const int32_t stride = 64;
     std::vector<uint8_t> ff(size_t(stride) * 17, 255);
     // 3 x 3: 2295 through 1 1 4 1 1 and a shift of 4 is 254.
-    EXPECT_EQ(BoxOnce<BoxFamily::D>(ff, stride, 3, 3), 254);
-    EXPECT_EQ(BoxOnce<BoxFamily::D>(ff, stride, 16, 16), 255);
+    EXPECT_EQ(BoxOnce<BoxFamily::Bytes44>(ff, stride, 3, 3), 254);
+    EXPECT_EQ(BoxOnce<BoxFamily::Bytes44>(ff, stride, 16, 16), 255);
     // 5 x 7: the multiplier is too large, 257 saturates to 255.
-    EXPECT_EQ(BoxOnce<BoxFamily::D>(ff, stride, 5, 7), 255);
-    // 3 x 13: 9945 through 1 2 gives 252 in family A, through 1 2 3 254 in C.
-    EXPECT_EQ(BoxOnce<BoxFamily::A>(ff, stride, 3, 13), 252);
-    EXPECT_EQ(BoxOnce<BoxFamily::C>(ff, stride, 3, 13), 254);
-    EXPECT_EQ(BoxOnce<BoxFamily::D>(ff, stride, 13, 3), 254);
+    EXPECT_EQ(BoxOnce<BoxFamily::Bytes44>(ff, stride, 5, 7), 255);
+    // 3 x 13: 9945 through 1 2 gives 252 from 3 to 3 bytes, through 1 2 3 254 from 4 to 3.
+    EXPECT_EQ(BoxOnce<BoxFamily::Bytes33>(ff, stride, 3, 13), 252);
+    EXPECT_EQ(BoxOnce<BoxFamily::Bytes43>(ff, stride, 3, 13), 254);
+    EXPECT_EQ(BoxOnce<BoxFamily::Bytes44>(ff, stride, 13, 3), 254);
     // 2 x 2 is an exact, truncated mean: (1 + 2 + 3 + 5) / 4 = 2.
     std::vector<uint8_t> q(size_t(stride) * 2, 0);
     q[0] = 1, q[4] = 2, q[stride] = 3, q[stride + 4] = 5;
-    EXPECT_EQ(BoxOnce<BoxFamily::D>(q, stride, 2, 2), 2);
+    EXPECT_EQ(BoxOnce<BoxFamily::Bytes44>(q, stride, 2, 2), 2);
 }
 
 TEST(BoxKernel, TwoByThirteenReadsTheSecondRowOneSampleLeft) {
-    // Only the sample left of the box on row 1 is set (208): families A, C
-    // and D take it in (208 / 26 through 3 1 1 2 1 -> 7), B does not.
+    // Only the sample left of the box on row 1 is set (208): families Bytes33,
+    // Bytes43 and Bytes44 take it in (208 / 26 through 3 1 1 2 1 -> 7),
+    // Bytes34 does not.
     const int32_t stride = 80;
     std::vector<uint8_t> s(size_t(stride) * 2 + 8, 0);
     s[stride] = 208;
     uint8_t out[8] = {};
     const uint32_t count = 13;
     const uint32_t off4 = 4, off3 = 3;
-    BoxShrinkRow<BoxFamily::D>(out, s.data(), &off4, &count, 1, stride, 2);
+    BoxShrinkRowPlain<BoxFamily::Bytes44>(out, s.data(), &off4, &count, 1, stride, 2);
     EXPECT_EQ(out[0], 7);
-    BoxShrinkRow<BoxFamily::C>(out, s.data(), &off4, &count, 1, stride, 2);
+    BoxShrinkRowPlain<BoxFamily::Bytes43>(out, s.data(), &off4, &count, 1, stride, 2);
     EXPECT_EQ(out[0], 7);
-    BoxShrinkRow<BoxFamily::A>(out, s.data(), &off3, &count, 1, stride, 2);
+    BoxShrinkRowPlain<BoxFamily::Bytes33>(out, s.data(), &off3, &count, 1, stride, 2);
     EXPECT_EQ(out[0], 7);
-    BoxShrinkRow<BoxFamily::B>(out, s.data(), &off3, &count, 1, stride, 2);
+    BoxShrinkRowPlain<BoxFamily::Bytes34>(out, s.data(), &off3, &count, 1, stride, 2);
     EXPECT_EQ(out[0], 0);
 }
 
@@ -88,13 +89,13 @@ TEST(BoxKernel, ZeroCountLagsAndBadRowCountsLeaveTheRow) {
     const uint32_t offsets[3] = {0, 4, 8}, counts[3] = {1, 0, 1};
     uint8_t out[12];
     std::fill(out, out + 12, 0xA5);
-    BoxShrinkRow<BoxFamily::D>(out, s.data(), offsets, counts, 3, 16, 1);
+    BoxShrinkRowPlain<BoxFamily::Bytes44>(out, s.data(), offsets, counts, 3, 16, 1);
     EXPECT_EQ(out[0], 10);
     EXPECT_EQ(out[4], 0) << "count 0 is a black pixel";
     EXPECT_EQ(out[8], 20) << "the pixel after it reads the lagging offset";
     for (uint32_t r : {0u, 17u, 0x10002u}) {
         std::fill(out, out + 12, 0xA5);
-        BoxShrinkRow<BoxFamily::D>(out, s.data(), offsets, counts, 3, 16, r);
+        BoxShrinkRowPlain<BoxFamily::Bytes44>(out, s.data(), offsets, counts, 3, 16, r);
         EXPECT_EQ(out[0], 0xA5) << r;
     }
 }
@@ -106,7 +107,7 @@ TEST(BoxExact, MeansAndFades) {
     const uint32_t offsets[2] = {0, 0}, counts[2] = {2, 0};
     uint8_t out[8];
     std::fill(out, out + 8, 0xA5);
-    BoxRowExact(out, s.data(), offsets, counts, 2, 8, 2, 4, 4);
+    BoxRowExact(out, s.data(), offsets, counts, 2, 8, 2, 4, 4, ScaleBounds::Unchecked());
     EXPECT_EQ(out[0], 11);
     EXPECT_EQ(out[1], 21);
     EXPECT_EQ(out[2], 31);
@@ -115,12 +116,12 @@ TEST(BoxExact, MeansAndFades) {
     // Fade: no outside parts still gives a = 254: (sum * 254 / 4) / 255.
     const uint8_t bg[4] = {100, 100, 100, 100};
     const uint32_t fc[2] = {2, 0x00FF0000};
-    BoxRowFade(out, s.data(), offsets, fc, 2, 8, 2, 4, 4, 0, bg);
+    BoxRowFade(out, s.data(), offsets, fc, 2, 8, 2, 4, 4, bg, ScaleBounds::Unchecked());
     EXPECT_EQ(out[0], (46 * 254 / 4 + 100 * 1) / 255);
     EXPECT_EQ(out[4], 100) << "no samples: the background";
     // Half outside on both axes: a = (128 * 128) >> 8 = 64.
     const uint32_t half[1] = {0x007F0002};
-    BoxRowFade(out, s.data(), offsets, half, 1, 8, 0x007F0002, 4, 4, 0, bg);
+    BoxRowFade(out, s.data(), offsets, half, 1, 8, 0x007F0002, 4, 4, bg, ScaleBounds::Unchecked());
     EXPECT_EQ(out[0], (46 * 64 / 4 + 100 * 191) / 255);
 }
 
@@ -139,8 +140,8 @@ TEST(BoxDriver, ShrinkByTwoThroughScaleImage) {
 
 TEST(BoxDriver, FadeFromFourToThreeBytesSkipsTheBottomBand) {
     // 8 x 8 of 200 to 4 x 4 in mode 4: the last column and row are band
-    // entries (a = 254: 200 * 254 / 255 = 199). Family C stops before the
-    // bottom band below a factor of 16; family D writes it.
+    // entries (a = 254: 200 * 254 / 255 = 199). From 4 to 3 bytes it stops before the
+    // bottom band below a factor of 16; from 4 to 4 it is written.
     Image src(8, 8, 4), d3(4, 4, 3), d4(4, 4, 4);
     std::fill(src.data.begin(), src.data.end(), uint8_t(200));
     test::Scale(d3, src, 4);

@@ -2,7 +2,7 @@
 // band tables and Lerp(a, b, w) = a + floor((b - a) * w / 256).
 #include <gtest/gtest.h>
 
-#include "scale/pixel_ops.h"
+#include "scale/pixel_lanes.h"
 #include "scale_test_support.h"
 
 namespace tarn {
@@ -211,7 +211,7 @@ TEST(Driver, ZeroSizesAndUnknownPairsWriteNothing) {
     test::Scale(dst, src, 1);
     for (uint8_t b : dst.data) ASSERT_EQ(b, test::kCanary);
     Image d4(4, 4, 4);
-    ScaleImage(d4.base(), 0, 4, d4.stride, 4, src.base(), 4, 4, src.stride, 4, 0, 1, 0, 1, 1, nullptr);
+    ScaleImage({d4.base(), 0, 4, d4.stride, 4}, {src.base(), 4, 4, src.stride, 4}, {1, 1}, 1, nullptr);
     for (uint8_t b : d4.data) ASSERT_EQ(b, test::kCanary);
 }
 
@@ -254,8 +254,8 @@ TEST(Driver, NegativeStridesWalkTheSameRows) {
                     flipped.at(0, 16 - y)[x] = v;
                 }
             test::Scale(a, src, mode);
-            ScaleImage(b.at(0, 30), 9, 31, -b.stride, bytes, flipped.at(0, 16), 23, 17, -flipped.stride, bytes, 0.0,
-                       23.0 / 9, 0.0, 17.0 / 31, mode, nullptr);
+            ScaleImage({b.at(0, 30), 9, 31, -b.stride, bytes}, {flipped.at(0, 16), 23, 17, -flipped.stride, bytes},
+                       {23.0 / 9, 17.0 / 31}, mode, nullptr);
             for (uint32_t y = 0; y < 31; ++y)
                 for (uint32_t x = 0; x < 9 * bytes; ++x)
                     ASSERT_EQ(a.at(0, y)[x], b.at(0, 30 - y)[x]) << bytes << " mode " << mode << " " << x << "," << y;

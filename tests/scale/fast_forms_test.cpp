@@ -10,10 +10,10 @@
 
 #include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
+#include "scale/area_shrink.h"
 #include "scale/box_shrink.h"
-#include "scale/drivers.h"
-#include "scale/inner_rows_fast.h"
-#include "scale/planar_scale.h"
+#include "scale/gray_gather.h"
+#include "scale/inner_rows.h"
 #include "scale/scale.h"
 
 namespace tarn {
@@ -50,10 +50,14 @@ struct InnerCase {
 
 TEST(FastForms, InnerRowsMatchPlain) {
     const InnerCase cases[] = {
-        {3, 3, InnerRow33, InnerRow33Sse2, SimdForm::Sse2}, {3, 4, InnerRow34, InnerRow34Sse2, SimdForm::Sse2},
-        {4, 3, InnerRow43, InnerRow43Sse2, SimdForm::Sse2}, {4, 4, InnerRow44, InnerRow44Sse2, SimdForm::Sse2},
-        {3, 3, InnerRow33, InnerRow33Avx2, SimdForm::Avx2}, {3, 4, InnerRow34, InnerRow34Avx2, SimdForm::Avx2},
-        {4, 3, InnerRow43, InnerRow43Avx2, SimdForm::Avx2}, {4, 4, InnerRow44, InnerRow44Avx2, SimdForm::Avx2},
+        {3, 3, InnerRow33Plain, InnerRow33Sse2, SimdForm::Sse2},
+        {3, 4, InnerRow34Plain, InnerRow34Sse2, SimdForm::Sse2},
+        {4, 3, InnerRow43Plain, InnerRow43Sse2, SimdForm::Sse2},
+        {4, 4, InnerRow44Plain, InnerRow44Sse2, SimdForm::Sse2},
+        {3, 3, InnerRow33Plain, InnerRow33Avx2, SimdForm::Avx2},
+        {3, 4, InnerRow34Plain, InnerRow34Avx2, SimdForm::Avx2},
+        {4, 3, InnerRow43Plain, InnerRow43Avx2, SimdForm::Avx2},
+        {4, 4, InnerRow44Plain, InnerRow44Avx2, SimdForm::Avx2},
     };
     RandomRows r;
     for (const InnerCase& c : cases) {
@@ -88,7 +92,7 @@ TEST(FastForms, GrayRowsMatchPlain) {
             for (auto& b : block) b = uint8_t(r.Next());
             const uint32_t rw = (r.Next() & 255) * 0x01010101u;
             std::vector<uint8_t> a(len + 8, 0x5A), b(len + 8, 0x5A);
-            GrayInnerRow(a.data(), src.data(), block.data(), offsets.data(), len, stride, rw);
+            GrayInnerRowPlain(a.data(), src.data(), block.data(), offsets.data(), len, stride, rw);
             GrayInnerRowSse2(b.data(), src.data(), block.data(), offsets.data(), len, stride, rw);
             ASSERT_EQ(a, b) << "inner len " << len << " width " << width;
         }
@@ -110,18 +114,21 @@ TEST(FastForms, BoxRowsMatchPlain) {
                 offsets[j] = at;
                 at += (pick == 9 ? 12 : 8);
             }
-            for (BoxFamily f : {BoxFamily::C, BoxFamily::D}) {
-                const bool c = f == BoxFamily::C;
+            for (BoxFamily f : {BoxFamily::Bytes43, BoxFamily::Bytes44}) {
+                const bool c = f == BoxFamily::Bytes43;
                 std::vector<uint8_t> a(len * 4 + 8, 0x5A), b(len * 4 + 8, 0x5A);
-                (c ? BoxShrinkRow<BoxFamily::C> : BoxShrinkRow<BoxFamily::D>)(a.data(), src.data(), offsets.data(),
-                                                                              counts.data(), len, stride, rows);
-                (c ? BoxShrinkRowSse2<BoxFamily::C> : BoxShrinkRowSse2<BoxFamily::D>)(
-                    b.data(), src.data(), offsets.data(), counts.data(), len, stride, rows);
+                (c ? BoxShrinkRowPlain<BoxFamily::Bytes43>
+                   : BoxShrinkRowPlain<BoxFamily::Bytes44>)(a.data(), src.data(), offsets.data(), counts.data(), len,
+                                                            stride, rows);
+                (c ? BoxShrinkRowSse2<BoxFamily::Bytes43>
+                   : BoxShrinkRowSse2<BoxFamily::Bytes44>)(b.data(), src.data(), offsets.data(), counts.data(), len,
+                                                           stride, rows);
                 ASSERT_EQ(a, b) << "SSE2 len " << len << " rows " << rows << " family " << int(f);
                 if (HostSimdForm() < SimdForm::Avx2) continue;
                 std::fill(b.begin(), b.end(), 0x5A);
-                (c ? BoxShrinkRowAvx2<BoxFamily::C> : BoxShrinkRowAvx2<BoxFamily::D>)(
-                    b.data(), src.data(), offsets.data(), counts.data(), len, stride, rows);
+                (c ? BoxShrinkRowAvx2<BoxFamily::Bytes43>
+                   : BoxShrinkRowAvx2<BoxFamily::Bytes44>)(b.data(), src.data(), offsets.data(), counts.data(), len,
+                                                           stride, rows);
                 ASSERT_EQ(a, b) << "AVX2 len " << len << " rows " << rows << " family " << int(f);
             }
             // The same rows with every box paired, through the paired-run
@@ -130,10 +137,10 @@ TEST(FastForms, BoxRowsMatchPlain) {
             const struct {
                 Fn plain, paired;
                 uint32_t pitch;
-            } families[] = {{BoxShrinkRow<BoxFamily::A>, BoxPairedRowAvx2<BoxFamily::A>, 3},
-                            {BoxShrinkRow<BoxFamily::B>, BoxPairedRowAvx2<BoxFamily::B>, 3},
-                            {BoxShrinkRow<BoxFamily::C>, BoxPairedRowAvx2<BoxFamily::C>, 4},
-                            {BoxShrinkRow<BoxFamily::D>, BoxPairedRowAvx2<BoxFamily::D>, 4}};
+            } families[] = {{BoxShrinkRowPlain<BoxFamily::Bytes33>, BoxPairedRowAvx2<BoxFamily::Bytes33>, 3},
+                            {BoxShrinkRowPlain<BoxFamily::Bytes34>, BoxPairedRowAvx2<BoxFamily::Bytes34>, 3},
+                            {BoxShrinkRowPlain<BoxFamily::Bytes43>, BoxPairedRowAvx2<BoxFamily::Bytes43>, 4},
+                            {BoxShrinkRowPlain<BoxFamily::Bytes44>, BoxPairedRowAvx2<BoxFamily::Bytes44>, 4}};
             if (HostSimdForm() < SimdForm::Avx2) continue;
             for (const auto& fam : families) {
                 std::vector<uint32_t> two(len + 1, 2), step(len + 1);
@@ -185,8 +192,8 @@ TEST(FastForms, ScaleImageAgreesAcrossForms) {
                     auto run = [&](SimdForm form) {
                         ScopedKernelChoice choice(g_cpuFeatures, form);
                         std::vector<uint8_t> out(size_t(ds) * s.dh + 64, 0x77);
-                        ScaleImage(out.data(), s.dw, s.dh, ds, db, src.data(), s.sw, s.sh, ss, sb, 0.0,
-                                   double(s.sw) / s.dw, 0.0, double(s.sh) / s.dh, mode, nullptr);
+                        ScaleImage({out.data(), s.dw, s.dh, ds, db}, {src.data(), s.sw, s.sh, ss, sb},
+                                   {double(s.sw) / s.dw, double(s.sh) / s.dh}, mode, nullptr);
                         return out;
                     };
                     const auto plain = run(SimdForm::Plain);
@@ -209,8 +216,8 @@ TEST(FastForms, AreaShrinkAgreesOnALargePlane) {
     auto run = [&](SimdForm form) {
         ScopedKernelChoice choice(g_cpuFeatures, form);
         std::vector<uint8_t> out(size_t(dw) * dh + 64, 0x77);
-        ScaleImage(out.data(), dw, dh, int32_t(dw), 1, src.data(), sw, sh, int32_t(sw), 1, 0.0, double(sw) / dw, 0.0,
-                   double(sh) / dh, SCALE_AREA, nullptr);
+        ScaleImage({out.data(), dw, dh, int32_t(dw), 1}, {src.data(), sw, sh, int32_t(sw), 1},
+                   {double(sw) / dw, double(sh) / dh}, SCALE_AREA, nullptr);
         return out;
     };
     const auto plain = run(SimdForm::Plain);
@@ -244,12 +251,16 @@ TEST(FastForms, AreaRowSumsAreBitExact) {
                 for (uint32_t x = 0; x < width; ++x) a[x] = b[x] = float(rng() % 1000) / 7.0f;
                 std::vector<uint8_t> outA(width, 0x5A), outB(width, 0x5A);
                 const float f = 0.3f;
-                AreaGrayRow(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), current.data());
-                if (rowEnd == 0) AreaCarryRow(current.data(), a.data(), width);
-                else if (rowEnd == 1) AreaEmitRow(outA.data(), current.data(), a.data(), width);
-                else AreaEmitSplitRow(outA.data(), current.data(), a.data(), width, f);
-                AreaGrayRowEndAvx2(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), rowEnd,
-                                   f, b.data(), outB.data());
+                AreaGrayRowPlain(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(),
+                                 current.data());
+                if (rowEnd == 0)
+                    AreaCarryRowPlain(current.data(), a.data(), width);
+                else if (rowEnd == 1)
+                    AreaEmitRowPlain(outA.data(), current.data(), a.data(), width);
+                else
+                    AreaEmitSplitRowPlain(outA.data(), current.data(), a.data(), width, f);
+                AreaGrayRowEndPlannedAvx2(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(),
+                                          rowEnd, f, b.data(), outB.data(), nullptr);
                 ASSERT_EQ(outA, outB) << "width " << width << " per " << per << " end " << rowEnd;
                 for (uint32_t x = 0; x < width; ++x) {
                     uint32_t ua, ub;

@@ -73,8 +73,8 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
         std::vector<uint32_t> co(c.dw), ro(c.dh), unusedW(c.dh);
         std::vector<uint8_t> unusedCw(c.dw);
         uint32_t f = 0, l = 0;
-        BuildGrayColumnTable(c.dw, c.sw, unusedCw.data(), co.data(), 0.0, stepX, &f, &l, SCALE_NEAREST);
-        BuildGrayRowTable(c.dh, c.sh, unusedW.data(), ro.data(), ss, 0.0, stepY, &f, &l, SCALE_NEAREST);
+        BuildGrayColumnTable(c.dw, c.sw, unusedCw.data(), co.data(), 0.0, stepX, &f, &l, AxisFilter::Nearest);
+        BuildGrayRowTable(c.dh, c.sh, unusedW.data(), ro.data(), ss, 0.0, stepY, &f, &l, AxisFilter::Nearest);
         std::vector<uint8_t> want(size_t(ds) * c.dh, 0xC3);
         for (uint32_t y = 0; y < c.dh; ++y)
             for (uint32_t x = 0; x < c.dw; ++x) {
@@ -86,7 +86,7 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
             ScopedKernelChoice choice(g_cpuFeatures, form);
             std::vector<uint8_t> out(size_t(ds) * c.dh, 0xC3);
             uint8_t* top = c.flip ? out.data() + size_t(ds) * (c.dh - 1) : out.data();
-            ScaleImage(top, c.dw, c.dh, c.flip ? -ds : ds, 1, src.data(), c.sw, c.sh, ss, 1, 0.0, stepX, 0.0, stepY,
+            ScaleImage({top, c.dw, c.dh, c.flip ? -ds : ds, 1}, {src.data(), c.sw, c.sh, ss, 1}, {stepX, stepY},
                        SCALE_NEAREST, nullptr);
             ASSERT_EQ(out, want) << c.sw << "x" << c.sh << "->" << c.dw << "x" << c.dh << " " << FormName(form);
         }
@@ -105,7 +105,7 @@ TEST(GrayGather, ScalingInPlaceAgreesAcrossForms) {
         if (HostSimdForm() < form) continue;
         ScopedKernelChoice choice(g_cpuFeatures, form);
         std::vector<uint8_t> buf = start;
-        ScaleImage(buf.data(), dw, dh, int32_t(dw), 1, buf.data(), sw, sh, int32_t(sw), 1, 0.0, 0.5, 0.0, 0.5,
+        ScaleImage({buf.data(), dw, dh, int32_t(dw), 1}, {buf.data(), sw, sh, int32_t(sw), 1}, {0.5, 0.5},
                    SCALE_NEAREST, nullptr);
         if (first.empty()) first = buf;
         else EXPECT_EQ(buf, first) << FormName(form);

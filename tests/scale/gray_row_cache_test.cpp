@@ -38,8 +38,8 @@ TEST(GrayRowCache, ScaledImagesAgreeAcrossForms) {
                 std::vector<uint8_t> out(size_t(dstStride) * s.dh + 2 * margin, 0x5C);
                 uint8_t* dst = out.data() + margin + size_t(dstStride) * (s.dh - 1);
                 const uint8_t* from = src.data() + size_t(srcStride) * (s.sh - 1);
-                ScaleImage(dst, s.dw, s.dh, -dstStride, 1, from, s.sw, s.sh, -srcStride, 1, 0.0,
-                           double(s.sw) / s.dw, 0.0, double(s.sh) / s.dh, mode, nullptr);
+                ScaleImage({dst, s.dw, s.dh, -dstStride, 1}, {from, s.sw, s.sh, -srcStride, 1},
+                           {double(s.sw) / s.dw, double(s.sh) / s.dh}, mode, nullptr);
                 return out;
             };
             const auto plain = run(SimdForm::Plain);
@@ -68,8 +68,8 @@ TEST(GrayRowCache, TargetOverTheSourceRunsRowByRow) {
     auto run = [&](SimdForm form) {
         ScopedKernelChoice choice(g_cpuFeatures, form);
         std::vector<uint8_t> buf = start;
-        ScaleImage(buf.data(), dw, dh, int32_t(dw), 1, buf.data() + 200, sw, sh, int32_t(sw), 1, 0.0, 0.5, 0.0, 0.5,
-                   1, nullptr);
+        ScaleImage({buf.data(), dw, dh, int32_t(dw), 1}, {buf.data() + 200, sw, sh, int32_t(sw), 1}, {0.5, 0.5}, 1,
+                   nullptr);
         return buf;
     };
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";

@@ -1,6 +1,8 @@
 // The cached bilinear Inner of 4-byte pixels against the plain Inner, call
 // by call, through sequences of source rows that reuse, swap and repeat the
 // rows the cache holds.
+#include "scale/inner_row_cache.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,8 +11,7 @@
 
 #include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
-#include "scale/drivers.h"
-#include "scale/inner_row_cache.h"
+#include "scale/inner_rows.h"
 #include "scale/scale.h"
 
 namespace tarn {
@@ -47,7 +48,7 @@ TEST(InnerRowCache, EachCallGivesThePlainBytes) {
             const uint32_t rw = (uint32_t(rng()) & 255) * 0x01010101u;
             const uint8_t* row = src.data() + size_t(c.row) * stride;
             std::vector<uint8_t> want(size_t(len) * 4 + 8, 0x3C), got(want);
-            InnerRow44(want.data(), row, cw.data(), co.data(), len, c.below * stride, rw);
+            InnerRow44Plain(want.data(), row, cw.data(), co.data(), len, c.below * stride, rw);
             cached(got.data(), row, cw.data(), co.data(), len, c.below * stride, rw, cache);
             ASSERT_EQ(got, want) << "len " << len << " row " << c.row << " below " << c.below;
         }
@@ -73,8 +74,8 @@ TEST(InnerRowCache, ImagesAgreeAcrossFormsInPlaceToo) {
                 std::copy(start.begin(), start.end(), arena.begin());
                 uint8_t* src = arena.data();
                 uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
-                ScaleImage(dst, dw, dh, int32_t(dw * 4), 4, src, sw, sh, int32_t(sw * 4), 4, 0.0,
-                           double(sw) / dw, 0.0, double(sh) / dh, mode, nullptr);
+                ScaleImage({dst, dw, dh, int32_t(dw * 4), 4}, {src, sw, sh, int32_t(sw * 4), 4},
+                           {double(sw) / dw, double(sh) / dh}, mode, nullptr);
                 const std::vector<uint8_t> result(dst, dst + start.size());
                 if (first.empty()) first = result;
                 else ASSERT_EQ(result, first) << "mode " << mode << (inPlace ? " in place " : " ") << FormName(form);

@@ -33,7 +33,8 @@ TEST(PackedScaleForms, AgreeWithThePlainForm) {
                 ScopedKernelChoice choice(g_cpuFeatures, form);
                 std::vector<uint8_t> out(size_t(dstStride) * s.dh + 2 * margin, 0x3C);
                 uint8_t* dst = out.data() + margin + (up ? size_t(dstStride) * (s.dh - 1) : 0);
-                ScalePacked(src.data(), s.sw, s.sh, srcStride, dst, s.dw, s.dh, up ? -dstStride : dstStride);
+                ScalePacked({dst, uint32_t(s.dw), uint32_t(s.dh), up ? -dstStride : dstStride, 2},
+                            {src.data(), uint32_t(s.sw), uint32_t(s.sh), srcStride, 2});
                 return out;
             };
             const auto plain = run(SimdForm::Plain);
@@ -57,7 +58,8 @@ TEST(PackedScaleForms, TargetOverTheSourceGivesThePlainBytes) {
     auto run = [&](SimdForm form) {
         ScopedKernelChoice choice(g_cpuFeatures, form);
         std::vector<uint8_t> buf = start;
-        ScalePacked(buf.data() + 100, sw, sh, 2 * sw, buf.data(), dw, dh, 2 * dw);
+        ScalePacked({buf.data(), uint32_t(dw), uint32_t(dh), 2 * dw, 2},
+                    {buf.data() + 100, uint32_t(sw), uint32_t(sh), 2 * sw, 2});
         return buf;
     };
     const auto plain = run(SimdForm::Plain);

@@ -4,8 +4,10 @@
 
 #include <vector>
 
-#include "scale/planar_scale.h"
+#include "scale/area_shrink.h"
 #include "scale/scale.h"
+#include "scale/scale_plan.h"
+#include "scale/sharpen.h"
 
 namespace tarn {
 namespace {
@@ -19,8 +21,8 @@ struct Planes {
 };
 
 void Scale(Planes& d, Planes& s, uint32_t mode) {
-    ScalePlanar(s.y.data(), s.u.data(), s.v.data(), s.w, s.h, s.stride, d.y.data(), d.u.data(), d.v.data(), d.w,
-                d.h, d.stride, mode);
+    ScalePlanar({d.y.data(), d.u.data(), d.v.data(), d.w, d.h, d.stride},
+                {s.y.data(), s.u.data(), s.v.data(), s.w, s.h, s.stride}, mode);
 }
 
 TEST(ScalePlanar, BoxModeIsBilinearOnPlanes) {
@@ -76,9 +78,10 @@ TEST(ScalePlanarSpecial, EqualSizesCopyWithoutSharpening) {
     EXPECT_EQ(d.u[4], s.u[4]);
     EXPECT_EQ(d.v[5], s.v[5]);
     EXPECT_EQ(d.u[2], 0xA5);
-    EXPECT_EQ(ScalePlanarSpecial(s.y.data(), s.v.data(), s.u.data(), 4, 4, 8, d.y.data(), d.v.data(),
-                                 d.u.data(), 2, 2, 12, 7),
-              0);
+    // A mode of the planes' own is no planar-only mode.
+    EXPECT_FALSE(
+        PlanPlanar(7, {d.y.data(), d.u.data(), d.v.data(), 2, 2, 12}, {s.y.data(), s.u.data(), s.v.data(), 4, 4, 8})
+            .planarOnly);
 }
 
 TEST(ScalePlanar, FieldModePairsLumaOnly) {
@@ -102,10 +105,8 @@ TEST(ScalePlanarSpecial, AreaTakesTheFirstChromaStrideAsHalfTheWidth) {
     for (size_t i = 0; i < s.u.size(); ++i) s.u[i] = uint8_t(i * 11), s.v[i] = uint8_t(i * 13 + 1);
     Scale(d, s, SCALE_PLANAR_AREA);
     std::vector<uint8_t> u(4, 0), v(4, 0);
-    uint8_t* pu = u.data();
-    uint8_t* pv = v.data();
-    AreaShrinkGray(s.u.data(), 4, 4, 6, pu, 2, 2, 2);
-    AreaShrinkGray(s.v.data(), 4, 4, 4, pv, 2, 2, 2);
+    AreaShrink({u.data(), 2, 2, 2, 1}, {s.u.data(), 4, 4, 6, 1});
+    AreaShrink({v.data(), 2, 2, 2, 1}, {s.v.data(), 4, 4, 4, 1});
     EXPECT_EQ((std::vector<uint8_t>{d.u[0], d.u[1], d.u[2], d.u[3]}), u);
     EXPECT_EQ((std::vector<uint8_t>{d.v[0], d.v[1], d.v[2], d.v[3]}), v);
 }
@@ -152,11 +153,11 @@ TEST(Sharpen, NormalisedByThePlanesExtremes) {
 TEST(ScalePacked, CopiesAtEqualSizeAndClampsAtTheEdge) {
     std::vector<uint8_t> src = {10, 100, 30, 50, 11, 101, 31, 51};
     std::vector<uint8_t> same(8, 0), wide(8, 0);
-    ScalePacked(src.data(), 2, 2, 4, same.data(), 2, 2, 4);
+    ScalePacked({same.data(), 2, 2, 4, 2}, {src.data(), 2, 2, 4, 2});
     EXPECT_EQ(same, src);
     // 2 pairs to 4, one row: x = 1 is halfway (10 - (-20) / 2 = 20, 100 - 50 / 2 = 75);
     // x = 3 is pair 1 with its neighbour clamped to itself.
-    ScalePacked(src.data(), 2, 1, 4, wide.data(), 4, 1, 8);
+    ScalePacked({wide.data(), 4, 1, 8, 2}, {src.data(), 2, 1, 4, 2});
     const std::vector<uint8_t> expect = {10, 100, 20, 75, 30, 50, 30, 50};
     EXPECT_EQ(wide, expect);
 }
@@ -165,20 +166,16 @@ TEST(AreaShrink, WorkedExamples) {
     // 4 x 4 to 2 x 2: trunc(mean + 0.5).
     std::vector<uint8_t> s(16), d(4, 0);
     for (int i = 0; i < 16; ++i) s[i] = uint8_t(i * 10);
-    uint8_t* p = d.data();
-    AreaShrinkGray(s.data(), 4, 4, 4, p, 2, 2, 2);
+    AreaShrink({d.data(), 2, 2, 2, 1}, {s.data(), 4, 4, 4, 1});
     EXPECT_EQ(d, (std::vector<uint8_t>{25, 45, 105, 125}));
-    EXPECT_EQ(p, d.data() + 4) << "the target pointer is advanced by the rows written";
     // 3 wide to 2 wide, 2 rows to 1: 30 and half of 60; half of 60 and 90.
     std::vector<uint8_t> s3 = {30, 60, 90, 30, 60, 90}, d3(2, 0);
-    p = d3.data();
-    AreaShrinkGray(s3.data(), 3, 2, 3, p, 2, 1, 2);
+    AreaShrink({d3.data(), 2, 1, 2, 1}, {s3.data(), 3, 2, 3, 1});
     EXPECT_EQ(d3, (std::vector<uint8_t>{40, 80}));
     // 5 rows to 2: the middle row splits by f = 0.5.
     // (10 + 20 + 16.5) / 2.5 + 0.5 -> 19; (16.5 + 40 + 50) / 2.5 + 0.5 -> 43.
     std::vector<uint8_t> s5 = {10, 10, 20, 20, 33, 33, 40, 40, 50, 50}, d5(2, 0);
-    p = d5.data();
-    AreaShrinkGray(s5.data(), 2, 5, 2, p, 1, 2, 1);
+    AreaShrink({d5.data(), 1, 2, 1, 1}, {s5.data(), 2, 5, 2, 1});
     EXPECT_EQ(d5, (std::vector<uint8_t>{19, 43}));
 }
 
@@ -186,8 +183,8 @@ TEST(AreaShrink, ThroughScaleImageForAllPixelSizes) {
     for (uint32_t bytes : {1u, 3u, 4u}) {
         std::vector<uint8_t> s(4 * 4 * bytes), d(2 * 2 * bytes, 0);
         for (size_t i = 0; i < s.size(); ++i) s[i] = uint8_t((i / bytes) * 10 + i % bytes);
-        ScaleImage(d.data(), 2, 2, int32_t(2 * bytes), bytes, s.data(), 4, 4, int32_t(4 * bytes), bytes, 0, 2, 0,
-                   2, SCALE_AREA, nullptr);
+        ScaleImage({d.data(), 2, 2, int32_t(2 * bytes), bytes}, {s.data(), 4, 4, int32_t(4 * bytes), bytes}, {2, 2},
+                   SCALE_AREA, nullptr);
         EXPECT_EQ(d[0], 25) << bytes;
         EXPECT_EQ(d[bytes * 3], 125) << bytes;
         if (bytes > 1) {

@@ -36,9 +36,9 @@ struct Image {
 };
 
 inline void Scale(Image& dst, Image& src, uint32_t mode, const uint8_t* bg = nullptr) {
-    ScaleImage(dst.base(), dst.width, dst.height, dst.stride, dst.bytes, src.base(), src.width, src.height,
-               src.stride, src.bytes, 0.0, double(src.width) / dst.width, 0.0,
-               double(src.height) / dst.height, mode, bg);
+    ScaleImage({dst.base(), dst.width, dst.height, dst.stride, dst.bytes},
+               {src.base(), src.width, src.height, src.stride, src.bytes},
+               {double(src.width) / dst.width, double(src.height) / dst.height}, mode, bg);
 }
 
 }  // namespace tarn::test

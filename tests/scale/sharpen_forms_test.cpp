@@ -10,7 +10,7 @@
 
 #include "convert/cpu_features.h"
 #include "convert/kernel_forms.h"
-#include "scale/planar_scale.h"
+#include "scale/sharpen.h"
 
 namespace tarn {
 namespace {

@@ -6,16 +6,18 @@
 
 #include <cstdint>
 
+#include "scale/scale.h"
+
 namespace tarn {
 
-void ScalePackedPlain(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride, uint8_t* dst,
-                      int32_t dstWidth, int32_t dstHeight, int32_t dstStride);
+using ScalePackedFn = void (*)(const ScaleTarget& target, const ScaleSource& source);
+
+void ScalePackedPlain(const ScaleTarget& target, const ScaleSource& source);
 
 #if defined(TARN_HAVE_X86_SIMD)
 // Same arguments and bytes as ScalePacked; the caller makes sure the target
 // shares no byte with the source.
-void ScalePackedAvx2(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride, uint8_t* dst,
-                     int32_t dstWidth, int32_t dstHeight, int32_t dstStride);
+void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source);
 #endif
 
 }  // namespace tarn

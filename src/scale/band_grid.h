@@ -1,34 +1,33 @@
-// Set-up shared by the four multi-channel drivers: the table block, the band
-// adjustment, and the run helper every band kernel goes through.
+// The band grid of the multi-channel drivers: the tables of both axes, the
+// bands they mark (leading, middle, trailing on each axis) after a driver's
+// band adjustment, and the run helper every band kernel goes through.
 #pragma once
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <new>
 
-#include "scale/drivers.h"
-#include "scale/pixel_ops.h"
+#include "scale/axis_table.h"
+#include "scale/pixel_lanes.h"
+#include "scale/scale_request.h"
 
 namespace tarn {
 
 // The tables of both axes in one block: column weights, column offsets, row
-// weights, row offsets.
+// weights, row offsets, built with the filters of the request's plan.
 class DriverTables {
 public:
-    DriverTables(uint32_t w, uint32_t h, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcBytes,
-                 int32_t srcStride, double startX, double stepX, double startY, double stepY,
-                 uint32_t mode)
-        : block_(new (std::nothrow) uint32_t[(size_t(w) + h) * 2]()) {
+    explicit DriverTables(const ScaleRequest& r) {
+        const uint32_t w = r.target.width, h = r.target.height;
+        block_ = new (std::nothrow) uint32_t[(size_t(w) + h) * 2]();
         if (!block_) return;
-        maxFactor = std::max(static_cast<int32_t>(stepX), static_cast<int32_t>(stepY));
+        maxFactor = std::max(static_cast<int32_t>(r.steps.x), static_cast<int32_t>(r.steps.y));
         cols = {block_, block_ + w, 0, w};
         rows = {block_ + 2 * size_t(w), block_ + 2 * size_t(w) + h, 0, h};
-        BuildAxisTable(w, srcWidth, cols.weights, cols.offsets, static_cast<int32_t>(srcBytes), startX,
-                       stepX, &cols.first, &cols.last, maxFactor,
-                       mode == SCALE_FIELD_BILINEAR ? SCALE_BILINEAR : mode);
-        BuildAxisTable(h, srcHeight, rows.weights, rows.offsets, srcStride, startY, stepY, &rows.first,
-                       &rows.last, maxFactor, mode);
+        BuildAxisTable(w, r.source.width, cols.weights, cols.offsets, static_cast<int32_t>(r.source.pixelBytes), 0.0,
+                       r.steps.x, &cols.first, &cols.last, r.plan.columns);
+        BuildAxisTable(h, r.source.height, rows.weights, rows.offsets, r.source.stride, 0.0, r.steps.y, &rows.first,
+                       &rows.last, r.plan.rows);
     }
     ~DriverTables() { delete[] block_; }
     DriverTables(const DriverTables&) = delete;
@@ -39,7 +38,18 @@ public:
     int32_t maxFactor = 0;
 
 private:
-    uint32_t* block_;
+    uint32_t* block_ = nullptr;
+};
+
+// Band grid of a driver after its band adjustment.
+struct Bands {
+    uint32_t colFirst, colLast, left, middle, right;
+    uint32_t rowFirst, rowLast;
+    static Bands Of(uint32_t w, const AxisTable& cols, const AxisTable& rows) {
+        Bands b{cols.first, cols.last, cols.first, 0, w - cols.last, rows.first, rows.last};
+        if (b.left + b.right < w) b.middle = cols.last - cols.first;
+        return b;
+    }
 };
 
 inline const uint8_t* SourceRow(const uint8_t* src, const AxisTable& rows, uint32_t y) {
@@ -69,23 +79,12 @@ inline RowSplit SplitRow(uint8_t* row, const AxisTable& cols, const Bands& b) {
 // One band of one row: op(sample address, column word) gives the pixel, which
 // is stored with four bytes, or three where the kernel stores three.
 template <uint32_t DB, bool kStore3, class Op>
-inline void RunBand(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co,
-                    uint32_t len, Op op) {
+inline void RunBand(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len, Op op) {
     for (uint32_t j = 0; j < len; ++j, dst += DB) {
         const uint32_t v = op(row + co[j], cw[j]);
         if constexpr (kStore3) Store3(dst, v);
         else Store4(dst, v);
     }
 }
-
-}  // namespace tarn
-
-namespace tarn {
-
-// The fade path of the two drivers with unequal pixel sizes (3 to 4 and 4 to
-// 3 bytes), with the lane values it carries from pixel to pixel.
-void MixedFadeRows(uint32_t srcBytes, uint8_t* dst, uint32_t width, uint32_t height,
-                   int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                   const DriverTables& tables, const Bands& bands, uint32_t background);
 
 }  // namespace tarn

@@ -1,0 +1,42 @@
+// Bilinear rows of the interior band ("Inner"): every target pixel blends
+// four source samples. One family per pair of pixel sizes, 3 or 4 bytes
+// each, with 4-byte stores; and the single-channel family. Each fast form
+// gives the bytes of its plain form; tests compare them on awkward sizes.
+#pragma once
+
+#include <cstdint>
+
+namespace tarn {
+
+// `cw`/`co` are the column words and offsets of the run; `rw` the row's
+// weight word; `below` is the source stride.
+using InnerRowFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co,
+                            uint32_t len, int32_t below, uint32_t rw);
+void InnerRow33Plain(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow34Plain(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow43Plain(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow44Plain(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes);
+
+// Single-channel Inner over a run; `weights` points into the driver's block,
+// whose layout the trailing pixels depend on (they read the byte at 4 * j).
+using GrayInnerFn = void (*)(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
+                             uint32_t len, int32_t below, uint32_t rw);
+void GrayInnerRowPlain(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
+                       uint32_t len, int32_t below, uint32_t rw);
+GrayInnerFn PickGrayInnerRow();
+
+#if defined(TARN_HAVE_X86_SIMD)
+void InnerRow33Sse2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow34Sse2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow43Sse2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow44Sse2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow33Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow34Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow43Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow44Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void GrayInnerRowSse2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
+                      uint32_t len, int32_t below, uint32_t rw);
+#endif
+
+}  // namespace tarn
