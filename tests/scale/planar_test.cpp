@@ -14,15 +14,15 @@ namespace {
 
 struct Planes {
     int32_t w, h, stride;
-    std::vector<uint8_t> y, u, v;
+    std::vector<uint8_t> luma, first, second;  // the chroma planes first and second
     Planes(int32_t w_, int32_t h_, int32_t pad = 0)
-        : w(w_), h(h_), stride(w_ + pad), y(size_t(stride) * h + 64, 0xA5), u(size_t(stride / 2) * (h / 2) + 64, 0xA5),
-          v(size_t(stride / 2) * (h / 2) + 64, 0xA5) {}
+        : w(w_), h(h_), stride(w_ + pad), luma(size_t(stride) * h + 64, 0xA5),
+          first(size_t(stride / 2) * (h / 2) + 64, 0xA5), second(size_t(stride / 2) * (h / 2) + 64, 0xA5) {}
 };
 
 void Scale(Planes& d, Planes& s, uint32_t mode) {
-    ScalePlanar({d.y.data(), d.u.data(), d.v.data(), d.w, d.h, d.stride},
-                {s.y.data(), s.u.data(), s.v.data(), s.w, s.h, s.stride}, mode);
+    ScalePlanar({d.luma.data(), d.first.data(), d.second.data(), d.w, d.h, d.stride},
+                {s.luma.data(), s.first.data(), s.second.data(), s.w, s.h, s.stride}, mode);
 }
 
 TEST(ScalePlanar, BoxModeIsBilinearOnPlanes) {
@@ -33,82 +33,82 @@ TEST(ScalePlanar, BoxModeIsBilinearOnPlanes) {
     // first column offset (0): it comes out as sample 5, 75, not 91.
     Planes s(8, 8), d(2, 2);
     for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x) s.y[y * 8 + x] = uint8_t(3 * x * x);
-    for (int i = 0; i < 16; ++i) s.u[i] = uint8_t(i * 10), s.v[i] = uint8_t(200 - i);
+        for (int x = 0; x < 8; ++x) s.luma[y * 8 + x] = uint8_t(3 * x * x);
+    for (int i = 0; i < 16; ++i) s.first[i] = uint8_t(i * 10), s.second[i] = uint8_t(200 - i);
     Scale(d, s, 3);
-    EXPECT_EQ(d.y[0], 7);
-    EXPECT_EQ(d.y[1], 75);
-    EXPECT_EQ(d.y[2], 7);
+    EXPECT_EQ(d.luma[0], 7);
+    EXPECT_EQ(d.luma[1], 75);
+    EXPECT_EQ(d.luma[2], 7);
     // Chroma 4 x 4 to 1 x 1 is nearest with luma's step 4, centred on both
     // axes of a single-channel plane: p = 1.5 -> sample 1 of row 1.
-    EXPECT_EQ(d.u[0], 50);
-    EXPECT_EQ(d.v[0], 195);
-    EXPECT_EQ(d.u[1], 0xA5);
+    EXPECT_EQ(d.first[0], 50);
+    EXPECT_EQ(d.second[0], 195);
+    EXPECT_EQ(d.first[1], 0xA5);
     Planes d1(2, 2);
     Scale(d1, s, 1);
-    EXPECT_EQ(d1.y, d.y);
+    EXPECT_EQ(d1.luma, d.luma);
     Planes d4(2, 2);
     Scale(d4, s, 4);
-    EXPECT_EQ(d4.y, d.y);
+    EXPECT_EQ(d4.luma, d.luma);
 }
 
 TEST(ScalePlanar, NearestHalves) {
     Planes s(8, 4), d(4, 2);
-    for (int i = 0; i < 32; ++i) s.y[i] = uint8_t(i);
-    for (int i = 0; i < 8; ++i) s.u[i] = uint8_t(100 + i), s.v[i] = uint8_t(50 + i);
+    for (int i = 0; i < 32; ++i) s.luma[i] = uint8_t(i);
+    for (int i = 0; i < 8; ++i) s.first[i] = uint8_t(100 + i), s.second[i] = uint8_t(50 + i);
     Scale(d, s, 0);
     // Luma columns of the single-channel table: p = 0.5, 2.5, ... -> 0, 2, 4, 6;
     // rows p = 0.5, 2.5 -> 0, 2.
     const uint8_t y[8] = {0, 2, 4, 6, 16, 18, 20, 22};
-    for (int i = 0; i < 8; ++i) EXPECT_EQ(d.y[i], y[i]) << i;
+    for (int i = 0; i < 8; ++i) EXPECT_EQ(d.luma[i], y[i]) << i;
     // Chroma 4 x 2 to 2 x 1: columns 0, 2, row 0.
-    EXPECT_EQ(d.u[0], 100);
-    EXPECT_EQ(d.u[1], 102);
-    EXPECT_EQ(d.v[1], 52);
+    EXPECT_EQ(d.first[0], 100);
+    EXPECT_EQ(d.first[1], 102);
+    EXPECT_EQ(d.second[1], 52);
 }
 
-TEST(ScalePlanarSpecial, EqualSizesCopyWithoutSharpening) {
+TEST(ScalePlanarOnly, EqualSizesCopyWithoutSharpening) {
     Planes s(4, 4, 4), d(4, 4, 8);
-    for (int i = 0; i < 32; ++i) s.y[i] = uint8_t(i * 7);
-    for (int i = 0; i < 8; ++i) s.u[i] = uint8_t(i), s.v[i] = uint8_t(i + 9);
+    for (int i = 0; i < 32; ++i) s.luma[i] = uint8_t(i * 7);
+    for (int i = 0; i < 8; ++i) s.first[i] = uint8_t(i), s.second[i] = uint8_t(i + 9);
     Scale(d, s, SCALE_PLANAR_SHARPEN);
     for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 4; ++x) EXPECT_EQ(d.y[y * 12 + x], s.y[y * 8 + x]);
+        for (int x = 0; x < 4; ++x) EXPECT_EQ(d.luma[y * 12 + x], s.luma[y * 8 + x]);
     // Chroma rows advance by the source's chroma stride (4) on both sides.
-    EXPECT_EQ(d.u[4], s.u[4]);
-    EXPECT_EQ(d.v[5], s.v[5]);
-    EXPECT_EQ(d.u[2], 0xA5);
+    EXPECT_EQ(d.first[4], s.first[4]);
+    EXPECT_EQ(d.second[5], s.second[5]);
+    EXPECT_EQ(d.first[2], 0xA5);
     // A mode of the planes' own is no planar-only mode.
-    EXPECT_FALSE(
-        PlanPlanar(7, {d.y.data(), d.u.data(), d.v.data(), 2, 2, 12}, {s.y.data(), s.u.data(), s.v.data(), 4, 4, 8})
-            .planarOnly);
+    EXPECT_FALSE(PlanPlanar(7, {d.luma.data(), d.first.data(), d.second.data(), 2, 2, 12},
+                            {s.luma.data(), s.first.data(), s.second.data(), 4, 4, 8})
+                     .planarOnly);
 }
 
 TEST(ScalePlanar, FieldModePairsLumaOnly) {
     Planes s(8, 8), d5(8, 16), d1(8, 16);
-    for (size_t i = 0; i < 64; ++i) s.y[i] = uint8_t(i * 5);
-    for (size_t i = 0; i < 16; ++i) s.u[i] = uint8_t(i * 9), s.v[i] = uint8_t(250 - i * 7);
+    for (size_t i = 0; i < 64; ++i) s.luma[i] = uint8_t(i * 5);
+    for (size_t i = 0; i < 16; ++i) s.first[i] = uint8_t(i * 9), s.second[i] = uint8_t(250 - i * 7);
     Scale(d5, s, 5);
     Scale(d1, s, 1);
-    EXPECT_EQ(d5.u, d1.u) << "chroma of mode 5 is plain bilinear";
-    EXPECT_EQ(d5.v, d1.v);
-    EXPECT_NE(d5.y, d1.y);
+    EXPECT_EQ(d5.first, d1.first) << "chroma of mode 5 is plain bilinear";
+    EXPECT_EQ(d5.second, d1.second);
+    EXPECT_NE(d5.luma, d1.luma);
     // Luma pairs: rows 0 and 1 of the target read source rows 0 and 1.
-    EXPECT_EQ(d5.y[8], s.y[8 + 0]);
+    EXPECT_EQ(d5.luma[8], s.luma[8 + 0]);
 }
 
-TEST(ScalePlanarSpecial, AreaTakesTheFirstChromaStrideAsHalfTheWidth) {
+TEST(ScalePlanarOnly, AreaTakesTheFirstChromaStrideAsHalfTheWidth) {
     // Source 8 x 8 with a luma stride of 12: chroma is 4 x 4 with stride 6.
     // The chroma plane second in ScalePlanar's order is read at stride 4.
     Planes s(8, 8, 4), d(4, 4);
-    for (size_t i = 0; i < s.y.size(); ++i) s.y[i] = uint8_t(i * 3);
-    for (size_t i = 0; i < s.u.size(); ++i) s.u[i] = uint8_t(i * 11), s.v[i] = uint8_t(i * 13 + 1);
+    for (size_t i = 0; i < s.luma.size(); ++i) s.luma[i] = uint8_t(i * 3);
+    for (size_t i = 0; i < s.first.size(); ++i) s.first[i] = uint8_t(i * 11), s.second[i] = uint8_t(i * 13 + 1);
     Scale(d, s, SCALE_PLANAR_AREA);
-    std::vector<uint8_t> u(4, 0), v(4, 0);
-    AreaShrink({u.data(), 2, 2, 2, 1}, {s.u.data(), 4, 4, 6, 1});
-    AreaShrink({v.data(), 2, 2, 2, 1}, {s.v.data(), 4, 4, 4, 1});
-    EXPECT_EQ((std::vector<uint8_t>{d.u[0], d.u[1], d.u[2], d.u[3]}), u);
-    EXPECT_EQ((std::vector<uint8_t>{d.v[0], d.v[1], d.v[2], d.v[3]}), v);
+    std::vector<uint8_t> first(4, 0), second(4, 0);
+    AreaShrink({first.data(), 2, 2, 2, 1}, {s.first.data(), 4, 4, 6, 1});
+    AreaShrink({second.data(), 2, 2, 2, 1}, {s.second.data(), 4, 4, 4, 1});
+    EXPECT_EQ((std::vector<uint8_t>{d.first[0], d.first[1], d.first[2], d.first[3]}), first);
+    EXPECT_EQ((std::vector<uint8_t>{d.second[0], d.second[1], d.second[2], d.second[3]}), second);
 }
 
 TEST(Sharpen, BlurOfOnePixelTruncatesBeforeRenormalising) {
@@ -144,10 +144,10 @@ TEST(Sharpen, NormalisedByThePlanesExtremes) {
     EXPECT_EQ(q[2], 50);
     // A flat plane is left alone, and the sharpen mode leaves its mark in the source.
     Planes s(8, 8), d(4, 4);
-    std::fill(s.y.begin(), s.y.begin() + 64, uint8_t(90));
-    s.y[27] = 200;
+    std::fill(s.luma.begin(), s.luma.begin() + 64, uint8_t(90));
+    s.luma[27] = 200;
     Scale(d, s, SCALE_PLANAR_SHARPEN);
-    EXPECT_EQ(s.y[27], 255) << "the source plane is sharpened in place";
+    EXPECT_EQ(s.luma[27], 255) << "the source plane is sharpened in place";
 }
 
 TEST(ScalePacked, CopiesAtEqualSizeAndClampsAtTheEdge) {
