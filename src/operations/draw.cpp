@@ -118,14 +118,11 @@ VedResult DrawPicture(const Picture& target, const DrawAreas& areas, const Pictu
             !PixelSizesMeet(target.bits, source.bits))
             return VED_E_NOTSUPPORTED;
         if (!ModeSuitsPixels(target.bits, quality, false)) return VED_E_INVALIDARG;
-        StretchInterleaved(target.pixels, target.width, target.height, destArea, target.stride, target.bits,
-                           target.topDown, source.pixels, source.width, source.height, fromArea, source.stride,
-                           source.bits, source.topDown, 0, quality);
+        StretchInterleaved(source, fromArea, target, destArea, false, quality);
         return VED_S_OK;
     }
     if (source.format != SURFACE_FORMAT_YUV420) return VED_E_NOTSUPPORTED;
-    StretchPlanar(source.pixels, source.width, source.height, source.stride, fromArea, target.pixels,
-                  target.width, target.height, target.stride, destArea, 0, quality, 0);
+    StretchPlanar(source, fromArea, target, destArea, false, quality);
     return VED_S_OK;
 }
 
@@ -136,8 +133,9 @@ VedResult DrawPictureToBuffer(const Picture& picture, VedRect* sourceRect, VedRe
     if (!picture.pixels) return VED_E_INVALIDARG;
     // Neither rectangle is flipped and the content rectangle is not touched.
     // The source rectangle is looked at first.
+    const uint32_t width = uint32_t(picture.width), height = uint32_t(picture.height);
     const RectTest tests[2] = {
-        sourceRect ? TestAgainstSurface(*sourceRect, uint32_t(picture.width), uint32_t(picture.height)) : RectTest::Good,
+        sourceRect ? TestAgainstSurface(*sourceRect, width, height) : RectTest::Good,
         destRect ? TestAgainstBuffer(*destRect, bufferWidth, bufferHeight) : RectTest::Good,
     };
     for (RectTest t : tests) {
@@ -145,26 +143,25 @@ VedResult DrawPictureToBuffer(const Picture& picture, VedRect* sourceRect, VedRe
         if (t == RectTest::Thin) return VED_S_OK;
     }
 
-    const int32_t width = picture.width, height = picture.height, stride = picture.stride;
     const int32_t bits = picture.bits;
-    uint8_t* const pixels = picture.pixels;
+    Picture out = picture;  // the caller's buffer, in the picture's row order
+    out.pixels = buffer;
+    out.width = bufferWidth;
+    out.height = bufferHeight;
     switch (LayoutOf(picture.format)) {
         case PixelLayout::Interleaved: {
-            if (!ScalableInterleaved(bits, width, stride)) return VED_E_INVALIDARG;
+            if (!ScalableInterleaved(bits, picture.width, picture.stride)) return VED_E_INVALIDARG;
             if (!ModeSuitsPixels(bits, quality, !destRect && (bufferWidth == 1 || bufferHeight == 1)))
                 return VED_E_INVALIDARG;
-            const int64_t bufferRowBytes =
-                bufferStride < 1 ? (int64_t(bits) * bufferWidth + 31) / 32 * 4 : bufferStride;
-            if (bufferRowBytes > INT32_MAX) return VED_E_INVALIDARG;
-            StretchInterleaved(buffer, bufferWidth, bufferHeight, destRect, int32_t(bufferRowBytes), bits,
-                               picture.topDown, pixels, width, height, sourceRect, stride, bits,
-                               picture.topDown, 0, quality);
+            const int64_t stride = bufferStride < 1 ? (int64_t(bits) * bufferWidth + 31) / 32 * 4 : bufferStride;
+            if (stride > INT32_MAX) return VED_E_INVALIDARG;
+            out.stride = int32_t(stride);
+            StretchInterleaved(picture, sourceRect, out, destRect, false, quality);
             return VED_S_OK;
         }
         case PixelLayout::Planar:
-            StretchPlanar(pixels, width, height, stride, sourceRect, buffer, bufferWidth,
-                          bufferHeight, bufferStride < 1 ? bufferWidth : bufferStride, destRect, 0,
-                          quality, 0);
+            out.stride = bufferStride < 1 ? bufferWidth : bufferStride;
+            StretchPlanar(picture, sourceRect, out, destRect, false, quality);
             return VED_S_OK;
         default:  // YUV422 among them
             return VED_E_NOTSUPPORTED;

@@ -106,7 +106,7 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
 
     uint8_t* out = nullptr;
     int32_t outStride = 0;
-    uint32_t outTopDown = 0;
+    uint32_t outTopDown = picture.topDown;
     if (to) {
         // Painted black as a planar picture whatever the format: the caller's
         // buffer must hold stride x height x 3 / 2 bytes even for RGB output.
@@ -146,33 +146,26 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
             std::memset(fresh + plan.bytes / 4, 0, static_cast<size_t>(plan.bytes - plan.bytes / 4));
         }
         out = fresh;
-        outTopDown = picture.topDown;
         aspect = {};
     }
 
-    const int32_t pad = target ? 1 : 0;
     const Picture& in = picture;
+    Picture resized = in;
+    resized.pixels = out;
+    resized.width = width;
+    resized.height = height;
+    resized.stride = outStride;
+    resized.topDown = outTopDown;
+    const bool pad = target != nullptr;
     switch (layout) {
-        case PixelLayout::Interleaved:
-            StretchInterleaved(out, width, height, target, outStride, bits, outTopDown, in.pixels, in.width,
-                               in.height, nullptr, in.stride, bits, in.topDown, pad, quality);
-            break;
-        case PixelLayout::Planar:
-            StretchPlanar(in.pixels, in.width, in.height, in.stride, nullptr, out, width, height, outStride,
-                          target, pad, quality, 0);
-            break;
-        case PixelLayout::Packed:
-            StretchPacked(in.pixels, in.width, in.height, in.stride, nullptr, out, width, height, outStride,
-                          target, pad, quality, 0);
-            break;
+        case PixelLayout::Interleaved: StretchInterleaved(in, nullptr, resized, target, pad, quality); break;
+        case PixelLayout::Planar: StretchPlanar(in, nullptr, resized, target, pad, quality); break;
+        case PixelLayout::Packed: StretchPacked(in, nullptr, resized, target, pad); break;
         default:  // only direct output gets here, its buffer already painted
             return VED_E_NOTSUPPORTED;
     }
     if (to) return VED_S_OK;
-    picture.pixels = out;
-    picture.stride = outStride;
-    picture.width = width;
-    picture.height = height;
+    picture = resized;
     return VED_S_OK;
 }
 

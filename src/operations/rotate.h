@@ -18,20 +18,19 @@ namespace tarn {
 // content rectangle also when a format that cannot turn is refused.
 VedResult RotatePicture(Picture& picture, int32_t degrees, PendingPixels& made);
 
-// The wrappers answer 0 for a null pixel pointer and 1 otherwise; RotatePicture
-// does not look at the answer.
+// The wrappers turn nothing for a null pixel pointer.
 
 // RGB24, RGB32 and GRAY8 buffers, turned by +degrees: RGB rows are stored
 // bottom-up, so one turn of the stored rows is the opposite turn of the
 // picture. A top-down surface takes the same path and turns the other way.
-int32_t RotateInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride,
-                          int32_t dstBits, const uint8_t* src, int32_t srcWidth, int32_t srcHeight,
-                          int32_t srcStride, int32_t srcBits, int32_t degrees);
+void RotateInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride,
+                       int32_t dstBits, const uint8_t* src, int32_t srcWidth, int32_t srcHeight,
+                       int32_t srcStride, int32_t srcBits, int32_t degrees);
 
 // YUV420 buffers, plane by plane, turned by -degrees. Right angles turn about
 // the centre of the picture on the exact path of the library.
-int32_t RotatePlanar(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride, const uint8_t* src,
-                     int32_t srcWidth, int32_t srcHeight, int32_t srcStride, int32_t degrees);
+void RotatePlanar(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride, const uint8_t* src,
+                  int32_t srcWidth, int32_t srcHeight, int32_t srcStride, int32_t degrees);
 
 // Width and height of the frame that holds a picture of W x H turned by an
 // angle other than 0, 90, 180, 270 and 360: one frame serves an angle and the

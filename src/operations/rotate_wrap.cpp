@@ -45,7 +45,7 @@ public:
 
     ImageHeader* get() const { return header_; }
     // A header that fails the check (none made from a surface's fields does)
-    // turns nothing: the wrapper then releases its headers and answers 1.
+    // turns nothing: the wrapper then releases its headers.
     bool Passes() const { return iplCheckImageHeader(header_) == 0; }
 
 private:
@@ -147,31 +147,30 @@ void RotateAbout(const HeaderView& from, const HeaderView& to, double angle, Cen
 
 }  // namespace
 
-int32_t RotateInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride,
-                          int32_t dstBits, const uint8_t* src, int32_t srcWidth, int32_t srcHeight,
-                          int32_t srcStride, int32_t srcBits, int32_t degrees) {
-    if (!dst || !src) return 0;
+void RotateInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride,
+                       int32_t dstBits, const uint8_t* src, int32_t srcWidth, int32_t srcHeight,
+                       int32_t srcStride, int32_t srcBits, int32_t degrees) {
+    if (!dst || !src) return;
     const HeaderView target(dstWidth, dstHeight, dstBits, dst, dstStride);
     const HeaderView source(srcWidth, srcHeight, srcBits, src, srcStride);
-    if (!source.Passes() || !target.Passes()) return 1;
+    if (!source.Passes() || !target.Passes()) return;
     const Shifts s = ShiftsOf(kInterleavedShifts[AngleBand(degrees)], degrees, srcWidth, srcHeight);
     iplRotate(source.get(), target.get(), degrees, s.x, s.y, 0);
-    return 1;
 }
 
-int32_t RotatePlanar(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride, const uint8_t* src,
-                     int32_t srcWidth, int32_t srcHeight, int32_t srcStride, int32_t degrees) {
-    if (!dst || !src) return 0;
+void RotatePlanar(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t dstStride, const uint8_t* src,
+                  int32_t srcWidth, int32_t srcHeight, int32_t srcStride, int32_t degrees) {
+    if (!dst || !src) return;
     const PlanarViews source(src, srcWidth, srcHeight, srcStride);
     const PlanarViews target(dst, dstWidth, dstHeight, dstStride);
-    if (!source.Pass() || !target.Pass()) return 1;
+    if (!source.Pass() || !target.Pass()) return;
     const double angle = -double(degrees);
     if (degrees == 90 || degrees == 180 || degrees == 270) {
         const RightAngle r = RightAngleOf(degrees, srcWidth, srcHeight);
         RotateAbout(source.y, target.y, angle, r.y);
         RotateAbout(source.first, target.first, angle, r.chroma);
         RotateAbout(source.second, target.second, angle, r.chroma);
-        return 1;
+        return;
     }
     const ShiftRule& rule = kPlanarShifts[AngleBand(degrees)];
     const Shifts y = ShiftsOf(rule, degrees, srcWidth, srcHeight);
@@ -179,7 +178,6 @@ int32_t RotatePlanar(uint8_t* dst, int32_t dstWidth, int32_t dstHeight, int32_t 
     iplRotate(source.y.get(), target.y.get(), angle, y.x, y.y, 0);
     iplRotate(source.first.get(), target.first.get(), angle, chroma.x, chroma.y, 0);
     iplRotate(source.second.get(), target.second.get(), angle, chroma.x, chroma.y, 0);
-    return 1;
 }
 
 }  // namespace tarn

@@ -41,99 +41,88 @@ void PaintBands(const VedRect& r, int32_t width, int32_t height, Fill fill) {
 
 }  // namespace
 
-int32_t StretchInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
-                           const VedRect* dstRect, int32_t dstStride, int32_t dstBits,
-                           uint32_t dstTopDown, const uint8_t* src, int32_t srcWidth,
-                           int32_t srcHeight, const VedRect* srcRect, int32_t srcStride,
-                           int32_t srcBits, uint32_t srcTopDown, int32_t padBorders,
-                           int32_t quality) {
-    if (!dst || !src) return 0;
-    const int32_t dstBytes = dstBits / 8, srcBytes = srcBits / 8;
-    const FillArea d = AreaOf(dstRect, dstWidth, dstHeight);
-    const FillArea s = AreaOf(srcRect, srcWidth, srcHeight);
+void StretchInterleaved(const Picture& from, const VedRect* fromRect, const Picture& to,
+                        const VedRect* toRect, bool padBorders, int32_t quality) {
+    if (!to.pixels || !from.pixels) return;
+    const int32_t toBytes = to.bits / 8, fromBytes = from.bits / 8;
+    const FillArea d = AreaOf(toRect, to.width, to.height);
+    const FillArea s = AreaOf(fromRect, from.width, from.height);
     if (d.Paintable() && s.Paintable()) {
-        uint8_t* target = dst + ptrdiff_t(d.top) * dstStride + ptrdiff_t(d.left) * dstBytes;
-        int32_t targetStride = dstStride;
-        if ((dstTopDown != 0) != (srcTopDown != 0)) {
-            target += ptrdiff_t(d.height - 1) * dstStride;
-            targetStride = -dstStride;
+        uint8_t* target = to.pixels + ptrdiff_t(d.top) * to.stride + ptrdiff_t(d.left) * toBytes;
+        int32_t targetStride = to.stride;
+        if ((to.topDown != 0) != (from.topDown != 0)) {
+            target += ptrdiff_t(d.height - 1) * to.stride;
+            targetStride = -to.stride;
         }
-        const uint8_t* source = src + ptrdiff_t(s.top) * srcStride + ptrdiff_t(s.left) * srcBytes;
+        const uint8_t* source = from.pixels + ptrdiff_t(s.top) * from.stride + ptrdiff_t(s.left) * fromBytes;
         // The whole buffers on either side, whatever the order of their rows.
-        const ScaleBounds bounds{Span::OfFrame(dst, dstStride, dstHeight), Span::OfFrame(src, srcStride, srcHeight)};
-        ScaleImage({target, uint32_t(d.width), uint32_t(d.height), targetStride, uint32_t(dstBytes)},
-                   {source, uint32_t(s.width), uint32_t(s.height), srcStride, uint32_t(srcBytes)},
+        const ScaleBounds bounds{Span::OfFrame(to.pixels, to.stride, to.height),
+                                 Span::OfFrame(from.pixels, from.stride, from.height)};
+        ScaleImage({target, uint32_t(d.width), uint32_t(d.height), targetStride, uint32_t(toBytes)},
+                   {source, uint32_t(s.width), uint32_t(s.height), from.stride, uint32_t(fromBytes)},
                    {double(s.width) / d.width, double(s.height) / d.height}, uint32_t(quality), nullptr, bounds);
     }
-    if (dstRect && padBorders) {
+    if (toRect && padBorders) {
         // 8-bit targets have no row writer: their bands keep what was there.
-        PaintBands(*dstRect, dstWidth, dstHeight, [&](const VedRect* band) {
-            FillInterleaved(dst, dstWidth, dstHeight, dstStride, band, dstBits, 0);
+        PaintBands(*toRect, to.width, to.height, [&](const VedRect* band) {
+            FillInterleaved(to.pixels, to.width, to.height, to.stride, band, to.bits, 0);
         });
     }
-    return 1;
 }
 
-int32_t StretchPlanar(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
-                      const VedRect* srcRect, uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
-                      int32_t dstStride, const VedRect* dstRect, int32_t padBorders,
-                      int32_t quality, uint32_t padColor) {
-    if (!dst || !src) return 0;
+void StretchPlanar(const Picture& from, const VedRect* fromRect, const Picture& to, const VedRect* toRect,
+                   bool padBorders, int32_t quality) {
+    if (!to.pixels || !from.pixels) return;
     // The two sides place their second chroma plane by different sums; they
     // agree for even sizes; for odd ones both stay inside the buffer.
-    const uint8_t* srcY = src;
-    const uint8_t* srcU = srcY + int64_t(srcHeight) * srcStride;
-    const uint8_t* srcV = srcU + int64_t(srcHeight / 2) * (srcStride / 2);
-    uint8_t* dstY = dst;
-    uint8_t* dstU = dstY + int64_t(dstHeight) * dstStride;
-    uint8_t* dstV = dstU + (int64_t(dstStride / 2) * dstHeight) / 2;
+    const uint8_t* fromLuma = from.pixels;
+    const uint8_t* fromFirst = fromLuma + int64_t(from.height) * from.stride;
+    const uint8_t* fromSecond = fromFirst + int64_t(from.height / 2) * (from.stride / 2);
+    uint8_t* toLuma = to.pixels;
+    uint8_t* toFirst = toLuma + int64_t(to.height) * to.stride;
+    uint8_t* toSecond = toFirst + (int64_t(to.stride / 2) * to.height) / 2;
 
-    const FillArea s = EvenAreaOf(srcRect, srcWidth, srcHeight);
-    const FillArea d = EvenAreaOf(dstRect, dstWidth, dstHeight);
-    if (srcRect) {
-        const int64_t chroma = s.left / 2 + (int64_t(s.top / 2) * srcStride) / 2;
-        srcY += int64_t(s.top) * srcStride + s.left;
-        srcU += chroma;
-        srcV += chroma;
+    const FillArea s = EvenAreaOf(fromRect, from.width, from.height);
+    const FillArea d = EvenAreaOf(toRect, to.width, to.height);
+    if (fromRect) {
+        const int64_t chroma = s.left / 2 + (int64_t(s.top / 2) * from.stride) / 2;
+        fromLuma += int64_t(s.top) * from.stride + s.left;
+        fromFirst += chroma;
+        fromSecond += chroma;
     }
-    if (dstRect) {
-        const int64_t chroma = d.left / 2 + int64_t(d.top / 2) * (dstStride / 2);
-        dstY += int64_t(d.top) * dstStride + d.left;
-        dstU += chroma;
-        dstV += chroma;
+    if (toRect) {
+        const int64_t chroma = d.left / 2 + int64_t(d.top / 2) * (to.stride / 2);
+        toLuma += int64_t(d.top) * to.stride + d.left;
+        toFirst += chroma;
+        toSecond += chroma;
     }
     if (s.Paintable() && d.Paintable())
-        ScalePlanar({dstY, dstU, dstV, d.width, d.height, dstStride},
-                    {srcY, srcU, srcV, s.width, s.height, srcStride}, uint32_t(quality));
-    if (dstRect && padBorders) {
-        PaintBands(*dstRect, dstWidth, dstHeight, [&](const VedRect* band) {
-            FillPlanar(dst, dstWidth, dstHeight, dstStride, band, padColor);
+        ScalePlanar({toLuma, toFirst, toSecond, d.width, d.height, to.stride},
+                    {fromLuma, fromFirst, fromSecond, s.width, s.height, from.stride}, uint32_t(quality));
+    if (toRect && padBorders) {
+        PaintBands(*toRect, to.width, to.height, [&](const VedRect* band) {
+            FillPlanar(to.pixels, to.width, to.height, to.stride, band, 0);
         });
     }
-    return 1;
 }
 
-int32_t StretchPacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
-                      const VedRect* srcRect, uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
-                      int32_t dstStride, const VedRect* dstRect, int32_t padBorders,
-                      int32_t quality, uint32_t padColor) {
-    (void)quality;
-    if (!dst || !src) return 0;
-    const FillArea s = EvenAreaOf(srcRect, srcWidth, srcHeight);
-    const FillArea d = EvenAreaOf(dstRect, dstWidth, dstHeight);
-    const uint8_t* source = src + int64_t(s.top) * srcStride + int64_t(s.left) * 2;
-    uint8_t* target = dst + int64_t(d.top) * dstStride + int64_t(d.left) * 2;
+void StretchPacked(const Picture& from, const VedRect* fromRect, const Picture& to, const VedRect* toRect,
+                   bool padBorders) {
+    if (!to.pixels || !from.pixels) return;
+    const FillArea s = EvenAreaOf(fromRect, from.width, from.height);
+    const FillArea d = EvenAreaOf(toRect, to.width, to.height);
+    const uint8_t* source = from.pixels + int64_t(s.top) * from.stride + int64_t(s.left) * 2;
+    uint8_t* target = to.pixels + int64_t(d.top) * to.stride + int64_t(d.left) * 2;
     if (s.Paintable() && d.Paintable())
-        ScalePacked({target, uint32_t(d.width), uint32_t(d.height), dstStride, 2},
-                    {source, uint32_t(s.width), uint32_t(s.height), srcStride, 2});
-    if (dstRect && padBorders) {
+        ScalePacked({target, uint32_t(d.width), uint32_t(d.height), to.stride, 2},
+                    {source, uint32_t(s.width), uint32_t(s.height), from.stride, 2});
+    if (toRect && padBorders) {
         // FillPacked paints at the buffer's corner, so these bands land there
         // too; a fitted packed picture keeps whatever lay right of it.
-        PaintBands(*dstRect, dstWidth, dstHeight, [&](const VedRect* band) {
-            FillPacked(dst, dstWidth, dstHeight, dstStride, band, padColor);
+        PaintBands(*toRect, to.width, to.height, [&](const VedRect* band) {
+            FillPacked(to.pixels, to.width, to.height, to.stride, band, 0);
         });
     }
-    return 1;
 }
 
 }  // namespace tarn

@@ -2,15 +2,12 @@
 // one function for each way of storing pixels. They work out plane addresses,
 // row order and steps, call the engine once, and paint border bands around a
 // target rectangle. They check no sizes: callers have tested the rectangles.
-//
-// A null rectangle is the whole picture. Each answers 0 for a null pixel
-// pointer and 1 otherwise; no caller looks at the answer.
 #pragma once
 
 #include <cstdint>
 
 #include "operations/fill_rect.h"
-#include "tarn/TarnSurface.h"
+#include "operations/picture.h"
 
 namespace tarn {
 
@@ -41,27 +38,25 @@ inline bool ModeSuitsPixels(int32_t bits, int32_t quality, bool sideOfOne) {
     return bits == 8 || sideOfOne || static_cast<uint32_t>(quality) <= SCALE_AREA;
 }
 
+// Each stretches `fromRect` of `from` onto `toRect` of `to` (a null rectangle
+// is the whole picture) and, with `padBorders` and a target rectangle, paints
+// the bands around it black. A null pixel pointer on either side does
+// nothing.
+
 // RGB24, RGB32 and GRAY8. Pixel sizes are bits / 8; the engine itself turns
 // 3-byte pixels into 4-byte ones and back. Differing row orders mirror the
 // picture as a whole: this is the one place where row order is handled.
-int32_t StretchInterleaved(uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
-                           const VedRect* dstRect, int32_t dstStride, int32_t dstBits,
-                           uint32_t dstTopDown, const uint8_t* src, int32_t srcWidth,
-                           int32_t srcHeight, const VedRect* srcRect, int32_t srcStride,
-                           int32_t srcBits, uint32_t srcTopDown, int32_t padBorders,
-                           int32_t quality);
+void StretchInterleaved(const Picture& from, const VedRect* fromRect, const Picture& to,
+                        const VedRect* toRect, bool padBorders, int32_t quality);
 
-// YUV420: Y, then two chroma planes of half width, height and stride.
-int32_t StretchPlanar(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
-                      const VedRect* srcRect, uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
-                      int32_t dstStride, const VedRect* dstRect, int32_t padBorders,
-                      int32_t quality, uint32_t padColor);
+// YUV420: luma, then the first and second chroma planes of half width,
+// height and stride. Rectangles are cut to even sizes.
+void StretchPlanar(const Picture& from, const VedRect* fromRect, const Picture& to, const VedRect* toRect,
+                   bool padBorders, int32_t quality);
 
-// YUV422, two bytes per pixel. `quality` plays no part: the packed scaler has
-// one mode.
-int32_t StretchPacked(const uint8_t* src, int32_t srcWidth, int32_t srcHeight, int32_t srcStride,
-                      const VedRect* srcRect, uint8_t* dst, int32_t dstWidth, int32_t dstHeight,
-                      int32_t dstStride, const VedRect* dstRect, int32_t padBorders,
-                      int32_t quality, uint32_t padColor);
+// YUV422, two bytes per pixel, rectangles cut to even sizes. There is no
+// mode: the packed scaler has one.
+void StretchPacked(const Picture& from, const VedRect* fromRect, const Picture& to, const VedRect* toRect,
+                   bool padBorders);
 
 }  // namespace tarn

@@ -392,12 +392,15 @@ TEST(Rotate, RefusalsLeaveTheSurfaceAsItWas) {
     EXPECT_EQ(empty.DoRotate(90), VED_E_INVALIDARG);
 }
 
-TEST(RotateWrappers, NullPixelsAnswerZero) {
-    uint8_t buffer[64] = {};
-    EXPECT_EQ(RotateInterleaved(nullptr, 4, 4, 4, 8, buffer, 4, 4, 4, 8, 90), 0);
-    EXPECT_EQ(RotateInterleaved(buffer, 4, 4, 4, 8, nullptr, 4, 4, 4, 8, 90), 0);
-    EXPECT_EQ(RotatePlanar(nullptr, 4, 4, 4, buffer, 4, 4, 4, 90), 0);
-    EXPECT_EQ(RotatePlanar(buffer, 4, 4, 4, nullptr, 4, 4, 4, 90), 0);
+TEST(RotateWrappers, NullPixelsTurnNothing) {
+    uint8_t buffer[64];
+    for (int i = 0; i < 64; ++i) buffer[i] = uint8_t(i);
+    const std::vector<uint8_t> before(buffer, buffer + 64);
+    RotateInterleaved(buffer, 4, 4, 4, 8, nullptr, 4, 4, 4, 8, 90);
+    RotatePlanar(buffer, 4, 4, 4, nullptr, 4, 4, 4, 90);
+    RotateInterleaved(nullptr, 4, 4, 4, 8, buffer, 4, 4, 4, 8, 90);
+    RotatePlanar(nullptr, 4, 4, 4, buffer, 4, 4, 4, 90);
+    EXPECT_EQ(std::vector<uint8_t>(buffer, buffer + 64), before);
 }
 
 }  // namespace

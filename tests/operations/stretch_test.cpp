@@ -16,6 +16,19 @@ constexpr uint8_t kCanary = 0xCD;
 
 uint8_t Sample(int32_t x, int32_t y, int32_t k) { return uint8_t(x * 16 + y * 4 + k + 1); }
 
+// A picture over a test's bytes; the stretch reads a source and never writes
+// it.
+Picture Pic(const uint8_t* p, int32_t w, int32_t h, int32_t stride, int32_t bits = 8, uint32_t topDown = 1) {
+    Picture picture;
+    picture.pixels = const_cast<uint8_t*>(p);
+    picture.bits = bits;
+    picture.width = w;
+    picture.height = h;
+    picture.stride = stride;
+    picture.topDown = topDown;
+    return picture;
+}
+
 // A 4-byte-per-pixel picture with every byte telling its own position.
 std::vector<uint8_t> Numbered(int32_t w, int32_t h, int32_t bpp) {
     std::vector<uint8_t> p(size_t(w * h * bpp + 16), 0);
@@ -32,9 +45,8 @@ TEST(StretchInterleaved, CopiesIntoRectangleAndMirrorsOnRowOrder) {
     for (uint32_t srcTopDown : {1u, 0u}) {
         SCOPED_TRACE(srcTopDown);
         std::vector<uint8_t> dst(size_t(dw * dh * bpp + 16), kCanary);
-        ASSERT_EQ(StretchInterleaved(dst.data(), dw, dh, &rect, dw * bpp, 32, 1, src.data(), 4, 3,
-                                     nullptr, 4 * bpp, 32, srcTopDown, 0, SCALE_NEAREST),
-                  1);
+        StretchInterleaved(Pic(src.data(), 4, 3, 4 * bpp, 32, srcTopDown), nullptr,
+                           Pic(dst.data(), dw, dh, dw * bpp, 32), &rect, false, SCALE_NEAREST);
         std::vector<uint8_t> expected(dst.size(), kCanary);
         for (int32_t y = 0; y < 3; ++y)
             for (int32_t x = 0; x < 4; ++x)
@@ -64,8 +76,8 @@ TEST(StretchInterleaved, SourceRectangleAndSteps) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         std::vector<uint8_t> dst(size_t(c.dw * c.dh * bpp), kCanary);
-        StretchInterleaved(dst.data(), c.dw, c.dh, nullptr, c.dw * bpp, 32, 1, src.data(), 8, 6,
-                           &c.srcRect, 8 * bpp, 32, 1, 0, SCALE_NEAREST);
+        StretchInterleaved(Pic(src.data(), 8, 6, 8 * bpp, 32), &c.srcRect, Pic(dst.data(), c.dw, c.dh, c.dw * bpp, 32),
+                           nullptr, false, SCALE_NEAREST);
         for (int32_t y = 0; y < c.dh; ++y)
             for (int32_t x = 0; x < c.dw; ++x)
                 for (int32_t k = 0; k < bpp; ++k)
@@ -81,8 +93,8 @@ TEST(StretchInterleaved, BordersAreBlackExceptForEightBit) {
         const int32_t bpp = bits / 8, dw = 8, dh = 4;
         const std::vector<uint8_t> src = Numbered(4, 2, bpp);
         std::vector<uint8_t> dst(size_t(dw * dh * bpp + 16), kCanary);
-        StretchInterleaved(dst.data(), dw, dh, &rect, dw * bpp, bits, 1, src.data(), 4, 2, nullptr,
-                           4 * bpp, bits, 1, 1, SCALE_NEAREST);
+        StretchInterleaved(Pic(src.data(), 4, 2, 4 * bpp, bits), nullptr, Pic(dst.data(), dw, dh, dw * bpp, bits),
+                           &rect, true, SCALE_NEAREST);
         for (int32_t y = 0; y < dh; ++y)
             for (int32_t x = 0; x < dw; ++x)
                 for (int32_t k = 0; k < bpp; ++k) {
@@ -92,9 +104,10 @@ TEST(StretchInterleaved, BordersAreBlackExceptForEightBit) {
                 }
         for (size_t i = size_t(dw * dh * bpp); i < dst.size(); ++i) EXPECT_EQ(dst[i], kCanary);
     }
-    std::vector<uint8_t> any(64);
-    EXPECT_EQ(StretchInterleaved(nullptr, 4, 4, nullptr, 16, 32, 1, any.data(), 4, 4, nullptr, 16, 32, 1, 0, 0), 0);
-    EXPECT_EQ(StretchInterleaved(any.data(), 4, 4, nullptr, 16, 32, 1, nullptr, 4, 4, nullptr, 16, 32, 1, 0, 0), 0);
+    // A null side does nothing, bands neither.
+    std::vector<uint8_t> any(64, kCanary);
+    StretchInterleaved(Pic(nullptr, 4, 4, 16, 32), nullptr, Pic(any.data(), 4, 4, 16, 32), &rect, true, 0);
+    EXPECT_EQ(any, std::vector<uint8_t>(64, kCanary));
 }
 
 // A planar picture addressed by coordinates; chroma planes follow Y with no
@@ -130,9 +143,8 @@ TEST(StretchPlanar, TargetRectangleIsCutEvenAndBandsFollowTheFillRule) {
         Planes src(8, 8, 50, 60, 70);
         Planes dst(16, 12, 1, 2, 3);
         for (int32_t mode : {SCALE_NEAREST, SCALE_BILINEAR}) {
-            ASSERT_EQ(StretchPlanar(src.bytes.data(), 8, 8, 8, nullptr, dst.bytes.data(), 16, 12, 16,
-                                    &rect, pad, mode, 0),
-                      1);
+            StretchPlanar(Pic(src.bytes.data(), 8, 8, 8), nullptr, Pic(dst.bytes.data(), 16, 12, 16), &rect,
+                          pad != 0, mode);
         }
         Planes expected(16, 12, 1, 2, 3);
         expected.Paint({3, 2, 9, 6}, 50, 60, 70);
@@ -150,13 +162,15 @@ TEST(StretchPlanar, SourceRectangleEntersEachPlane) {
     src.Paint({4, 2, 12, 8}, 90, 100, 110);
     for (VedRect srcRect : {VedRect{4, 2, 12, 8}, VedRect{4, 2, 13, 9}}) {
         Planes dst(8, 6, 1, 2, 3);
-        StretchPlanar(src.bytes.data(), 16, 12, 16, &srcRect, dst.bytes.data(), 8, 6, 8, nullptr, 1,
-                      SCALE_BILINEAR, 0);
+        StretchPlanar(Pic(src.bytes.data(), 16, 12, 16), &srcRect, Pic(dst.bytes.data(), 8, 6, 8), nullptr, true,
+                      SCALE_BILINEAR);
         Planes expected(8, 6, 90, 100, 110);  // no rectangle: no bands either
         EXPECT_EQ(dst.bytes, expected.bytes);
     }
-    std::vector<uint8_t> any(64);
-    EXPECT_EQ(StretchPlanar(nullptr, 4, 4, 4, nullptr, any.data(), 4, 4, 4, nullptr, 0, 0, 0), 0);
+    std::vector<uint8_t> any(64, kCanary);
+    const VedRect band{0, 0, 2, 2};
+    StretchPlanar(Pic(nullptr, 4, 4, 4), nullptr, Pic(any.data(), 4, 4, 4), &band, true, 0);
+    EXPECT_EQ(any, std::vector<uint8_t>(64, kCanary));
 }
 
 // FillPacked's block at the buffer's corner: pairs of black, then Y and the
@@ -179,9 +193,7 @@ TEST(StretchPacked, RectangleOriginAndCornerBands) {
     for (int32_t pad : {0, 1}) {
         SCOPED_TRACE(pad);
         std::vector<uint8_t> dst(size_t(dstStride * 4 + 16), kCanary);
-        ASSERT_EQ(StretchPacked(src.data(), 4, 2, 8, nullptr, dst.data(), 10, 4, dstStride, &rect, pad,
-                                SCALE_BILINEAR, 0),
-                  1);
+        StretchPacked(Pic(src.data(), 4, 2, 8), nullptr, Pic(dst.data(), 10, 4, dstStride), &rect, pad != 0);
         std::vector<uint8_t> expected(dst.size(), kCanary);
         for (int32_t y = 0; y < 2; ++y)
             for (int32_t k = 0; k < 8; ++k) expected[size_t((1 + y) * dstStride + 6 + k)] = Sample(k, y, 0);
@@ -198,10 +210,13 @@ TEST(StretchPacked, SourceRectangleIsCutEven) {
     const std::vector<uint8_t> src = Numbered(16, 6, 1);  // 8 pixels x 6 rows, stride 16
     const VedRect srcRect{2, 1, 7, 4};                    // 5 x 3, read 4 x 2 from byte 4 of row 1
     std::vector<uint8_t> dst(8 * 2 + 16, kCanary);
-    StretchPacked(src.data(), 8, 6, 16, &srcRect, dst.data(), 4, 2, 8, nullptr, 0, 0, 0);
+    StretchPacked(Pic(src.data(), 8, 6, 16), &srcRect, Pic(dst.data(), 4, 2, 8), nullptr, false);
     for (int32_t y = 0; y < 2; ++y)
         for (int32_t k = 0; k < 8; ++k) EXPECT_EQ(dst[size_t(y * 8 + k)], Sample(4 + k, 1 + y, 0));
-    EXPECT_EQ(StretchPacked(src.data(), 8, 6, 16, nullptr, nullptr, 4, 2, 8, nullptr, 0, 0, 0), 0);
+    std::vector<uint8_t> any(64, kCanary);
+    const VedRect band{0, 0, 2, 2};
+    StretchPacked(Pic(nullptr, 8, 6, 16), nullptr, Pic(any.data(), 4, 4, 8), &band, true);
+    EXPECT_EQ(any, std::vector<uint8_t>(64, kCanary));
 }
 
 }  // namespace
