@@ -56,7 +56,7 @@ void ArgbOurs(benchmark::State& state, uint32_t mode, const char* family, int dw
     auto s = tarn::bench::RandomFrame(size_t(kW) * kH * 4, 3);
     auto d = tarn::bench::RandomFrame(size_t(dw) * dh * 4, 4);
     Ours(state, family, dw, dh, [&] {
-        tarn::ScaleImage({d.data(), dw, dh, dw * 4, 4}, {s.data(), kW, kH, kW * 4, 4},
+        tarn::ScaleImage({d.data(), uint32_t(dw), uint32_t(dh), dw * 4, 4}, {s.data(), kW, kH, kW * 4, 4},
                          {double(kW) / dw, double(kH) / dh}, mode, nullptr);
     });
 }

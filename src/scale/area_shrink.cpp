@@ -189,8 +189,8 @@ AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint3
     return plan;
 }
 
-void AreaGrayRowPlain(const uint8_t* row, uint32_t /*srcWidth*/, const int32_t* index, const float* weight,
-                 uint32_t perColumn, uint32_t width, float* /*scratch*/, float* current) {
+void AreaGrayRowPlain(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn,
+                      uint32_t width, float* current) {
     for (uint32_t x = 0; x < width; ++x) {
         float v = current[x];
         for (uint32_t r = 0; r < perColumn; ++r) v += row[index[size_t(r) * width + x]] * weight[size_t(r) * width + x];
@@ -243,8 +243,7 @@ void AreaAccumulate(const ScaleTarget& target, const ScaleSource& source, const 
                    rowEnd, f, carry, dst, &plan);
         } else {
             if (dense) {
-                AreaGrayRowPlain(row, srcWidth, table.index.data(), table.weight.data(), table.perColumn, dstWidth,
-                            scratch.data(), current);
+                AreaGrayRowPlain(row, table.index.data(), table.weight.data(), table.perColumn, dstWidth, current);
             } else {
                 for (uint32_t i = 0; i < count; ++i) {
                     const AreaCoefficient& k = list[i];

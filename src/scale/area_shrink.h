@@ -15,9 +15,9 @@ void AreaShrink(const ScaleTarget& target, const ScaleSource& source);
 
 // One source row of a single-channel area shrink: for each target column x,
 // current[x] += row[index[r][x]] * weight[r][x] for r in order, rounding to
-// float at each step. `scratch` holds srcWidth + 16 floats for a fast form.
-void AreaGrayRowPlain(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight,
-                      uint32_t perColumn, uint32_t width, float* scratch, float* current);
+// float at each step.
+void AreaGrayRowPlain(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn,
+                      uint32_t width, float* current);
 
 // Blocks of 8 target columns of a sweep, planned once per image from the
 // dense table. Each half of a block (columns 0-3 and 4-7) reads its samples

@@ -125,6 +125,24 @@ TEST(BoxExact, MeansAndFades) {
     EXPECT_EQ(out[0], (46 * 64 / 4 + 100 * 191) / 255);
 }
 
+TEST(BoxExact, BoundsZeroReadsAndDropWritesOutside) {
+    // One box of 2 samples x 1 row: the second sample lies outside the
+    // source bounds and reads as 0; the third target byte lies outside the
+    // target bounds and keeps its value.
+    const std::vector<uint8_t> s(16, 90);
+    const uint32_t offsets[1] = {0}, counts[1] = {2};
+    uint8_t out[4] = {1, 2, 3, 4};
+    const ScaleBounds bounds{Span(AddrOf(out), AddrOf(out) + 2), Span(AddrOf(s.data()), AddrOf(s.data()) + 4)};
+    BoxRowExact(out, s.data(), offsets, counts, 1, 16, 1, 4, 4, bounds);
+    EXPECT_EQ(out[0], 45);
+    EXPECT_EQ(out[1], 45);
+    EXPECT_EQ(out[2], 3);
+    const uint8_t bg[4] = {0, 0, 0, 0};
+    BoxRowFade(out, s.data(), offsets, counts, 1, 16, 1, 4, 4, bg, bounds);
+    EXPECT_EQ(out[0], (90 * 254 / 2) / 255) << "the mean of 90 and 0, faded as a full box";
+    EXPECT_EQ(out[2], 3);
+}
+
 TEST(BoxDriver, ShrinkByTwoThroughScaleImage) {
     Image src(8, 8, 4), dst(4, 4, 4);
     for (uint32_t y = 0; y < 8; ++y)

@@ -251,14 +251,10 @@ TEST(FastForms, AreaRowSumsAreBitExact) {
                 for (uint32_t x = 0; x < width; ++x) a[x] = b[x] = float(rng() % 1000) / 7.0f;
                 std::vector<uint8_t> outA(width, 0x5A), outB(width, 0x5A);
                 const float f = 0.3f;
-                AreaGrayRowPlain(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(),
-                                 current.data());
-                if (rowEnd == 0)
-                    AreaCarryRowPlain(current.data(), a.data(), width);
-                else if (rowEnd == 1)
-                    AreaEmitRowPlain(outA.data(), current.data(), a.data(), width);
-                else
-                    AreaEmitSplitRowPlain(outA.data(), current.data(), a.data(), width, f);
+                AreaGrayRowPlain(row.data(), index.data(), weight.data(), per, width, current.data());
+                if (rowEnd == 0) AreaCarryRowPlain(current.data(), a.data(), width);
+                else if (rowEnd == 1) AreaEmitRowPlain(outA.data(), current.data(), a.data(), width);
+                else AreaEmitSplitRowPlain(outA.data(), current.data(), a.data(), width, f);
                 AreaGrayRowEndPlannedAvx2(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(),
                                           rowEnd, f, b.data(), outB.data(), nullptr);
                 ASSERT_EQ(outA, outB) << "width " << width << " per " << per << " end " << rowEnd;
