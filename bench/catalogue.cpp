@@ -9,9 +9,9 @@
 #include <string>
 
 #include "bench_support.h"
-#include "convert/cpu_features.h"
 #include "convert/kernel_catalogue.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #if defined(TARN_HAVE_PEER)
 #include <libyuv.h>
 #endif

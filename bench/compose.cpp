@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "operations/compose.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "tarn/TarnSurface.h"
 
 #if defined(TARN_HAVE_PEER)

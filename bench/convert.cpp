@@ -9,9 +9,9 @@
 
 #include "bench_support.h"
 #include "convert/conversion_kernels.h"
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "object/surface_builder.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "tarn/TarnSurface.h"
 #if defined(TARN_HAVE_PEER)
 #include <libyuv.h>

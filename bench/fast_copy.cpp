@@ -5,9 +5,9 @@
 #include <string>
 
 #include "bench_support.h"
-#include "convert/cpu_features.h"
 #include "convert/fast_copy.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace {
 

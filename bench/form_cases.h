@@ -9,8 +9,8 @@
 #include <string>
 
 #include "bench_support.h"
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace tarn::bench {
 

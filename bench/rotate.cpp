@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "convert/kernel_forms.h"
 #include "object/surface_builder.h"
 #include "operations/rotate.h"
+#include "platform/form_table.h"
 #include "surface/tarn_surface_buffer.h"
 
 #if defined(TARN_HAVE_PEER)

@@ -10,8 +10,8 @@
 
 #include "bench_support.h"
 #include "form_cases.h"
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "scale/scale.h"
 
 #if defined(TARN_HAVE_PEER)

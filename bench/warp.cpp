@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "ipl/ipl_image.h"
 #include "ipl/iplwarp.h"
 #include "ipl/warp_kernels.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 #if defined(TARN_HAVE_PEER)
 #include <libyuv.h>

@@ -31,10 +31,10 @@ constexpr uint8_t ClampByte(int32_t v) { return v < 0 ? 0 : v > 255 ? 255 : stat
 
 // Table form: 13-bit products, arithmetic shift, clamp by comparison.
 inline Bgr TableForm(uint8_t y, uint8_t u, uint8_t v) {
-    const int32_t l = g_lumaTable[y];
-    const int32_t gc = g_greenFromU[u] + g_greenFromV[v];
-    return {ClampByte((l + g_blueFromU[u]) >> 13), ClampByte((l - gc) >> 13),
-            ClampByte((l + g_redFromV[v]) >> 13)};
+    const int32_t l = kLumaTable[y];
+    const int32_t gc = kGreenFromU[u] + kGreenFromV[v];
+    return {ClampByte((l + kBlueFromU[u]) >> 13), ClampByte((l - gc) >> 13),
+            ClampByte((l + kRedFromV[v]) >> 13)};
 }
 
 // Signed 16-bit saturating add, as the vector lanes do it.

@@ -1,18 +1,28 @@
 // Fixed-point BT.601 studio-range products used by the table form of the
-// planar-to-RGB kernels. Each entry is factor x 8192 x (sample - offset).
+// planar-to-RGB kernels. Each entry is factor x 8192 x (sample - offset),
+// worked out by the compiler: the tables are initialised data, so nothing
+// has to run before the first conversion.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace tarn {
 
-extern int32_t g_lumaTable[256];    // 9535  x (i - 16)   1.16394
-extern int32_t g_blueFromU[256];    // 16531 x (i - 128)  2.01794
-extern int32_t g_greenFromU[256];   // 3203  x (i - 128)  0.39099
-extern int32_t g_greenFromV[256];   // 6660  x (i - 128)  0.81299
-extern int32_t g_redFromV[256];     // 13074 x (i - 128)  1.59595
+using ColourTable = std::array<int32_t, 256>;
 
-// Fills all five in one loop; called once by InitConversionKernels.
-void FillColourTables();
+template <int32_t Factor, int32_t Offset>
+constexpr ColourTable ProductsOf() {
+    ColourTable t{};
+    for (int32_t i = 0; i < 256; ++i) t[size_t(i)] = Factor * (i - Offset);
+    return t;
+}
+
+inline constexpr ColourTable kLumaTable = ProductsOf<9535, 16>();    // 1.16394
+inline constexpr ColourTable kBlueFromU = ProductsOf<16531, 128>();  // 2.01794
+inline constexpr ColourTable kGreenFromU = ProductsOf<3203, 128>();  // 0.39099
+inline constexpr ColourTable kGreenFromV = ProductsOf<6660, 128>();  // 0.81299
+inline constexpr ColourTable kRedFromV = ProductsOf<13074, 128>();   // 1.59595
 
 }  // namespace tarn

@@ -13,7 +13,7 @@
 // MMX tier is written in plain C++ that reproduces its arithmetic; the SSE2
 // tier runs its fastest form on this processor, all forms giving equal bytes.
 // Accesses that the defined walks make outside the frames given read 0 and
-// write nothing (frame_span.h).
+// write nothing (platform/byte_span.h).
 #pragma once
 
 #include <cstdint>

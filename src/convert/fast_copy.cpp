@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "convert/cpu_features.h"
 #include "convert/copy_rows_walk.h"
 #include "convert/smoothing.h"
+#include "platform/cpu_features.h"
 
 namespace tarn {
 

@@ -7,8 +7,8 @@
 
 #include "convert/catalogue_entries.h"
 #include "convert/conversion_kernels.h"
-#include "convert/cpu_features.h"
 #include "convert/kernel_catalogue_layout.h"
+#include "platform/cpu_features.h"
 
 namespace tarn {
 
@@ -295,6 +295,14 @@ void FillKernelCatalogue(uint32_t features) {
     if (features & kCpuSse) Apply(kPavgTier);
     if (features & kCpuSse2) Apply(kSse2Tier);
 }
+
+namespace {
+// Runs while the module loads, before any object can exist. Every user of
+// the catalogue links this file, so a static link keeps it too.
+const struct CatalogueInit {
+    CatalogueInit() { FillKernelCatalogue(CachedCpuFeatures()); }
+} g_catalogueInit;
+}  // namespace
 
 EntryOrigin OriginOf(int row, int column) {
     const KernelEntry& e = ConversionKernelTable[row][column];

@@ -53,12 +53,13 @@ using KernelEntry = std::variant<std::monostate, BlockCopyKernel, OneToOneEntry,
 inline constexpr int kCatalogueRows = 89;
 using KernelCatalogue = std::array<std::array<KernelEntry, 2>, kCatalogueRows>;
 
-// Holds the plain tier before start-up; written by FillKernelCatalogue only.
+// Holds the plain tier before start-up, which fills it for this processor;
+// written by FillKernelCatalogue only.
 extern KernelCatalogue ConversionKernelTable;
 
 // Puts the plain tier back, then overwrites with the MMX tier (bit 23), the
 // rounding-average entries (bit 25) and the SSE2 tier (bit 26), in that order.
-// InitConversionKernels calls it last; tests call it with a forced word.
+// Start-up calls it with this processor's word; tests with a forced word.
 void FillKernelCatalogue(uint32_t features);
 
 // The formats that name the rows.

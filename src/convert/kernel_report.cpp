@@ -2,7 +2,7 @@
 // names by tier and of the forms each family's rows have.
 #include "convert/kernel_report.h"
 
-#include "convert/cpu_features.h"
+#include "platform/cpu_features.h"
 
 namespace tarn {
 

@@ -5,8 +5,9 @@
 #include <cstring>
 
 #include "convert/catalogue_kernels.h"
-#include "convert/frame_span.h"
 #include "convert/reorder_rows.h"
+#include "convert/scratch.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 

@@ -5,7 +5,8 @@
 #include <cstring>
 
 #include "convert/catalogue_kernels.h"
-#include "convert/frame_span.h"
+#include "convert/scratch.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -15,7 +16,7 @@ void SmoothPackedThen(RowCopyKernel smooth, OneToOneKernel convert, uint8_t* dst
     const int32_t rows = height < 0 ? -height : height;
     if (rows == 0 || width <= 0) return;
     // The first row of the frame in memory order, whichever way it is walked.
-    const Span frame = Span::OfFrame(src, srcStride, rows);
+    const ByteSpan frame = ByteSpan::OfFrame(src, srcStride, rows);
     const Addr lo = frame.Lo();
     const size_t bytes = frame.Hi() - lo;
     Scratch copy(bytes);

@@ -8,10 +8,11 @@
 
 #include "convert/catalogue_kernels.h"
 #include "convert/conversion_kernels.h"
-#include "convert/frame_span.h"
 #include "convert/reorder_rows.h"
+#include "convert/scratch.h"
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -24,8 +25,8 @@ void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, ui
     const size_t pairs = static_cast<size_t>(width >> 1);
     if (rows < (smooth ? 4 : 2) || width < 2) return;
     const int32_t lastPair = rows / 2 - 1;
-    const Span srcSpan = Span::OfFrame(src, srcStride, rows);
-    const Span dstSpan = Span::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
+    const ByteSpan srcSpan = ByteSpan::OfFrame(src, srcStride, rows);
+    const ByteSpan dstSpan = ByteSpan::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
     const bool trunc = smooth && body == Body::Mmx;
     const ReorderRowFn reorder = ActiveReorderRow();

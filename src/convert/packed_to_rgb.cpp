@@ -7,9 +7,10 @@
 #include "convert/catalogue_kernels.h"
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
-#include "convert/frame_span.h"
 #include "convert/reorder_rows.h"
 #include "convert/rgb16_rows.h"
+#include "convert/scratch.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -23,8 +24,8 @@ void FromPacked(Body body, PackedOrder order, RgbKind kind, uint8_t* dst, int32_
     const int32_t rows = walk.rows;
     const size_t n = static_cast<size_t>(width & ~1);
     if (rows == 0 || width < 2) return;
-    const Span srcSpan = Span::OfFrame(src, srcStride, rows);
-    const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
+    const ByteSpan srcSpan = ByteSpan::OfFrame(src, srcStride, rows);
+    const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, rows);
     const YuvRowForms& f = RowsFor(body);
     const int blockShift = body == Body::Sse2 ? 4 : body == Body::Mmx ? 3 : 31;
     const size_t nb = body == Body::Plain ? 0 : static_cast<size_t>((width >> blockShift) << blockShift);

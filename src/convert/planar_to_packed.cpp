@@ -6,10 +6,11 @@
 
 #include "convert/catalogue_kernels.h"
 #include "convert/conversion_kernels.h"
-#include "convert/frame_span.h"
 #include "convert/reorder_rows.h"
+#include "convert/scratch.h"
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -25,8 +26,8 @@ void PlanarToPacked(Body body, bool smooth, PackedOrder order, uint8_t* dst, int
     const size_t pairs = static_cast<size_t>(width >> 1);
     if (rows < (smooth ? 4 : 2) || width < 2) return;
     const int32_t lastPair = rows / 2 - 1;
-    const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
-    const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
+    const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, rows);
+    const ByteSpan srcSpan = ByteSpan::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
     const bool trunc = smooth && body == Body::Mmx;
     const ReorderRowFn reorder = ActiveReorderRow();

@@ -6,10 +6,11 @@
 #include "convert/catalogue_kernels.h"
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
-#include "convert/frame_span.h"
 #include "convert/rgb16_rows.h"
+#include "convert/scratch.h"
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -101,8 +102,8 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
     const int32_t rows = walk.rows;
     if (rows < (smooth ? 4 : 2) || width < 2) return;  // smoothing needs two row pairs
     const int32_t lastPair = rows / 2 - 1;
-    const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
-    const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
+    const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, rows);
+    const ByteSpan srcSpan = ByteSpan::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
     const bool trunc = smooth && body == Body::Mmx;
     const bool packed16 = o.out == RgbKind::Rgb565 || o.out == RgbKind::Rgb555;
@@ -274,8 +275,8 @@ void ConvPlanarToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
     const RowWalk walk = WalkOf(dst, dstStride, height);
     const int32_t rows = walk.rows;
     if (rows == 0 || width < 2) return;
-    const Span dstSpan = Span::OfFrame(dst, dstStride, rows);
-    const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
+    const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, rows);
+    const ByteSpan srcSpan = ByteSpan::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const YuvRowForms& f = ActiveYuvRows();
     const size_t blocks = static_cast<size_t>((width >> 4) << 4);
     const size_t n = static_cast<size_t>(width & ~1);

@@ -6,7 +6,8 @@
 // interleaved into working rows and go through the same row copy as the
 // luma, so a smoothing copy smooths both planes alike.
 #include "convert/catalogue_kernels.h"
-#include "convert/frame_span.h"
+#include "convert/scratch.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -22,7 +23,7 @@ void PlanarToSemiPlanar(RowCopyKernel copy, bool smooth, uint8_t* dst, int32_t d
 
     // Sample width / 2 lies past the chroma row: read inside the frame given,
     // 0 outside it.
-    const Span srcSpan = Span::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
+    const ByteSpan srcSpan = ByteSpan::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const size_t rowBytes = 2 * half + 2;
     Scratch work(rowBytes * size_t(chromaRows));
     for (int32_t k = 0; k < chromaRows; ++k) {

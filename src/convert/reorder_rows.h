@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "convert/kernel_forms.h"
 #include "convert/pixel_layouts.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

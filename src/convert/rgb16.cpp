@@ -3,8 +3,8 @@
 // every pixel; a negative height reads the source from its last row up. Every
 // tier gives the same bytes, so the fastest form runs.
 #include "convert/catalogue_kernels.h"
-#include "convert/frame_span.h"
 #include "convert/rgb16_rows.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

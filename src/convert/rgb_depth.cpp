@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <utility>
 
-#include "convert/kernel_forms.h"
 #include "convert/rgb_depth_rows.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

@@ -3,13 +3,13 @@
 //
 // All forms give the bytes of colour_formulas.h exactly. The fast forms may
 // read up to 16 bytes past the last pixel of a source row; the kernels hand
-// them rows with that much readable memory behind (frame_span.h).
+// them rows with that much readable memory behind (platform/byte_span.h).
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

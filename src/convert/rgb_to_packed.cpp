@@ -7,9 +7,10 @@
 #include "convert/catalogue_kernels.h"
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
-#include "convert/frame_span.h"
 #include "convert/rgb16_rows.h"
 #include "convert/rgb_rows.h"
+#include "convert/scratch.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -21,8 +22,8 @@ void RgbToPacked(RgbKind in, PackedOrder order, uint8_t* dst, int32_t dstStride,
     const RowWalk walk = WalkOf(src, srcStride, height);  // from the last row up when negative
     const size_t pairs = static_cast<size_t>(width >> 1);
     if (walk.rows == 0 || width < 2) return;
-    const Span srcSpan = Span::OfFrame(src, srcStride, walk.rows);
-    const Span dstSpan = Span::OfFrame(dst, dstStride, walk.rows);
+    const ByteSpan srcSpan = ByteSpan::OfFrame(src, srcStride, walk.rows);
+    const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, walk.rows);
     const int inBpp = BytesOf(in);
     const bool packed16 = inBpp == 2;
     const int bpp = packed16 ? 4 : inBpp;
@@ -63,8 +64,8 @@ void ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride
                 int32_t height) {
     const RowWalk walk = WalkOf(src, srcStride, height);  // from the last row up when negative
     if (walk.rows == 0 || width < 2) return;
-    const Span srcSpan = Span::OfFrame(src, srcStride, walk.rows);
-    const Span dstSpan = Span::OfFrame(dst, dstStride, walk.rows);
+    const ByteSpan srcSpan = ByteSpan::OfFrame(src, srcStride, walk.rows);
+    const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, walk.rows);
     const RgbRowForms& f = ActiveRgbRows();
     const auto blocksFn = Bpp == 4 ? f.yuy2Blocks32 : f.yuy2Blocks24;
     const size_t blocks = static_cast<size_t>(width >> 3);

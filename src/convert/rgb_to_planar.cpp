@@ -4,9 +4,10 @@
 
 #include "convert/catalogue_kernels.h"
 #include "convert/conversion_kernels.h"
-#include "convert/frame_span.h"
 #include "convert/rgb16_rows.h"
 #include "convert/rgb_rows.h"
+#include "convert/scratch.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -27,8 +28,8 @@ void ConvertRows(const RgbRowForms& f, uint8_t* dstY, uint8_t* dstU, uint8_t* ds
     const int32_t rows = walk.rows;
     const int32_t pairs = width >> 1;
     if (rows < 2 || pairs == 0) return;
-    const Span srcSpan = Span::OfFrame(src, srcStride, rows);
-    const Span dstSpan = Span::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
+    const ByteSpan srcSpan = ByteSpan::OfFrame(src, srcStride, rows);
+    const ByteSpan dstSpan = ByteSpan::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
     const size_t n = 2 * static_cast<size_t>(pairs);
     const size_t srcBytes = n * Bpp + kRgbRowReadSlack;
     const size_t cap = srcBytes + 64;

@@ -5,7 +5,8 @@
 // negative height writes the destination from its last row up.
 #include "convert/catalogue_kernels.h"
 #include "convert/colour_formulas.h"
-#include "convert/frame_span.h"
+#include "convert/scratch.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 

@@ -10,8 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "convert/kernel_forms.h"
 #include "convert/smoothing.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

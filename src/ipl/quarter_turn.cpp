@@ -7,10 +7,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "convert/kernel_forms.h"
 #include "ipl/ipl_error.h"
 #include "ipl/iplwarp.h"
 #include "ipl/warp_engine.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

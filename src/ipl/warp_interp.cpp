@@ -6,10 +6,10 @@
 #include <cmath>
 #include <iterator>
 
-#include "convert/kernel_forms.h"
 #include "ipl/warp_fixed.h"
 #include "ipl/warp_kernels.h"
 #include "ipl/warp_nearest.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <iterator>
 
-#include "convert/kernel_forms.h"
 #include "ipl/ipl_round.h"
 #include "ipl/warp_fixed.h"
 #include "ipl/warp_kernels.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

@@ -3,9 +3,9 @@
 // size is checked here; the compositor checks every address first.
 #include "operations/compose.h"
 
-#include "convert/kernel_forms.h"
 #include "operations/blend_forms.h"
 #include "operations/keyed_queue.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

@@ -3,8 +3,8 @@
 // every address against its buffer before it calls.
 #include "operations/compose.h"
 
-#include "convert/kernel_forms.h"
 #include "operations/blend_forms.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

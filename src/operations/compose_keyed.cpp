@@ -1,9 +1,9 @@
 // The keyed compositor: an overlay without a mask onto a YUV420 target, with
 // one constant weight and a key colour. Target and overlay are taken to be
 // YUV420; Flatten brings no other.
-#include "convert/cpu_features.h"
 #include "operations/compose.h"
 #include "operations/compose_guard.h"
+#include "platform/cpu_features.h"
 #include "platform/rect.h"
 
 namespace tarn {

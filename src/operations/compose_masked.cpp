@@ -1,8 +1,8 @@
 // The masked compositor: an overlay with a mask onto a YUV420 or YUV422
 // target, with per-pixel weights.
-#include "convert/cpu_features.h"
 #include "operations/compose.h"
 #include "operations/compose_guard.h"
+#include "platform/cpu_features.h"
 #include "platform/rect.h"
 
 namespace tarn {

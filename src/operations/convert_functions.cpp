@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "convert/conversion_kernels.h"
-#include "convert/cpu_features.h"
+#include "platform/cpu_features.h"
 
 namespace tarn {
 

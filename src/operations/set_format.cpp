@@ -5,10 +5,10 @@
 
 #include <cstring>
 
-#include "convert/cpu_features.h"
 #include "convert/fast_copy.h"
 #include "operations/convert_functions.h"
 #include "operations/copy_out.h"
+#include "platform/cpu_features.h"
 
 namespace tarn {
 

@@ -10,7 +10,7 @@
 
 #include "scale/area_shrink.h"
 
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 namespace {

@@ -15,7 +15,7 @@
 
 #include "scale/box_shrink.h"
 
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 #include "scale/areas.h"
 #include "scale/pixel_lanes.h"
 

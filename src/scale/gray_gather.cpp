@@ -7,7 +7,7 @@
 #include <cstring>
 #include <new>
 
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 #include "scale/areas.h"
 #include "scale/axis_table.h"
 

@@ -4,7 +4,7 @@
 
 #include <new>
 
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 #include "scale/gray_row_cache.h"
 #include "scale/inner_row_cache.h"
 #include "scale/pixel_lanes.h"

@@ -6,7 +6,7 @@
 
 #include "scale/packed_scale.h"
 
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 namespace {

@@ -9,16 +9,16 @@
 
 #include <cstdint>
 
-#include "convert/frame_span.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
 struct ScaleBounds {
-    Span target, source;
+    ByteSpan target, source;
 
     // All of memory on both sides: nothing is dropped, for callers whose
     // buffers hold every byte the tables reach.
-    static ScaleBounds Unchecked() { return {Span(0, UINTPTR_MAX), Span(0, UINTPTR_MAX)}; }
+    static ScaleBounds Unchecked() { return {ByteSpan(0, UINTPTR_MAX), ByteSpan(0, UINTPTR_MAX)}; }
 };
 
 }  // namespace tarn

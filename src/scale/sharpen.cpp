@@ -7,7 +7,7 @@
 
 #include "scale/sharpen.h"
 
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 

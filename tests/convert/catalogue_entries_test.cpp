@@ -8,9 +8,9 @@
 #include <cstdlib>
 
 #include "catalogue_reference.h"
-#include "convert/cpu_features.h"
 #include "convert/kernel_catalogue.h"
 #include "kernel_harness.h"
+#include "platform/cpu_features.h"
 
 namespace tarn::test {
 namespace {

@@ -4,9 +4,9 @@
 // same bytes everywhere, frames and margins included, source and target.
 #include <gtest/gtest.h>
 
-#include "convert/cpu_features.h"
 #include "convert/kernel_catalogue.h"
 #include "kernel_harness.h"
+#include "platform/cpu_features.h"
 
 namespace tarn::test {
 namespace {

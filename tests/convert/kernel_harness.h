@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "support/colour_reference.h"
 
 namespace tarn::test {

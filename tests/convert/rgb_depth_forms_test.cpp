@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "convert/conversion_kernels.h"
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 namespace {

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "ipl/ipl_error.h"
 #include "ipl/ipl_image.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace tarn::testing_ipl {
 

@@ -6,11 +6,11 @@
 #include <random>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "ipl/iplwarp.h"
 #include "ipl/quarter_turn.h"
 #include "ipl_test_support.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 namespace {

@@ -7,12 +7,12 @@
 #include <random>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "ipl/iplwarp.h"
-#include "ipl/warp_engine.h"
 #include "ipl/ownrect.h"
+#include "ipl/warp_engine.h"
 #include "ipl_test_support.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 namespace {

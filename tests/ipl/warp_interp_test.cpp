@@ -9,10 +9,10 @@
 #include <cstring>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "ipl/iplwarp.h"
 #include "ipl_test_support.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 namespace {

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace tarn::blend_test {
 

@@ -6,10 +6,10 @@
 #include <cstring>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "operations/compose.h"
 #include "operations/flatten_support.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "surface/compose_overlays.h"
 #include "surface/tarn_surface_buffer.h"
 

@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <random>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
 #include "host/host_support.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "support/colour_reference.h"
 #include "operations/pixel_memory.h"
 #include "surface/tarn_surface_buffer.h"

@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "scale/area_shrink.h"
 #include "scale/box_shrink.h"
 #include "scale/gray_gather.h"

@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "convert/cpu_features.h"
-#include "convert/kernel_forms.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "scale/axis_table.h"
 #include "scale/gray_gather.h"
 #include "scale/scale.h"

@@ -11,10 +11,10 @@
 #include <optional>
 #include <string>
 
-#include "convert/cpu_features.h"
 #include "convert/kernel_catalogue.h"
-#include "convert/kernel_forms.h"
 #include "convert/kernel_report.h"
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 
 namespace {
 

@@ -1,8 +1,5 @@
-// Processor detection and the load-time initialiser.
-#include "convert/cpu_features.h"
-
-#include "convert/colour_tables.h"
-#include "convert/kernel_catalogue.h"
+// Processor detection, and the feature word set while the module loads.
+#include "platform/cpu_features.h"
 
 #if defined(_MSC_VER)
 #include <intrin.h>
@@ -52,19 +49,16 @@ uint32_t DetectCpuFeatures(CpuidFunction cpuid) {
     return word;
 }
 
-uint32_t InitConversionKernels() {
-    if (g_cpuFeaturesCache != 0) return g_cpuFeaturesCache;
-    g_cpuFeaturesCache = DetectCpuFeatures();
-    FillColourTables();
-    FillKernelCatalogue(g_cpuFeaturesCache);
+uint32_t CachedCpuFeatures() {
+    if (g_cpuFeaturesCache == 0) g_cpuFeaturesCache = DetectCpuFeatures();
     return g_cpuFeaturesCache;
 }
 
 namespace {
 // Runs while the module loads, before any object can exist.
-const struct ConversionKernelsInit {
-    ConversionKernelsInit() { g_cpuFeatures = InitConversionKernels(); }
-} g_conversionKernelsInit;
+const struct CpuFeaturesInit {
+    CpuFeaturesInit() { g_cpuFeatures = CachedCpuFeatures(); }
+} g_cpuFeaturesInit;
 }  // namespace
 
 }  // namespace tarn

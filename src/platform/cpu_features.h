@@ -2,7 +2,7 @@
 //
 // g_cpuFeatures is written once while the module loads and only read after
 // that; tests change it for the length of one test through ScopedKernelChoice
-// (kernel_forms.h) to run every tier on this machine.
+// (form_table.h) to run every tier on this machine.
 #pragma once
 
 #include <cstdint>
@@ -40,9 +40,9 @@ bool HardwareCpuid(uint32_t leaf, CpuidRegs* out);
 // bits are taken only when the highest extended leaf is exactly 0x80000000.
 uint32_t DetectCpuFeatures(CpuidFunction cpuid = HardwareCpuid);
 
-// Detects once, fills the colour tables and then the kernel catalogue
-// (kernel_catalogue.h), and returns the cached word.
-uint32_t InitConversionKernels();
+// The word of this processor, detected on the first call and cached in
+// g_cpuFeaturesCache; g_cpuFeatures starts as this word.
+uint32_t CachedCpuFeatures();
 
 // The tier a conversion follows: SSE2 is tested before MMX.
 enum class Tier : uint8_t { Plain, Mmx, Sse2 };

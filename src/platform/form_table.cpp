@@ -1,10 +1,10 @@
 // Choice of the form within a tier.
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 
 #include <atomic>
 #include <cstdio>
 
-#include "convert/cpu_features.h"
+#include "platform/cpu_features.h"
 
 namespace tarn {
 

@@ -1,10 +1,9 @@
-// The feature word from CPUID, and the colour tables filled at load.
-#include "convert/cpu_features.h"
+// The feature word from CPUID, and the switch that forces a tier and a form.
+#include "platform/cpu_features.h"
 
 #include <gtest/gtest.h>
 
-#include "convert/colour_tables.h"
-#include "convert/kernel_forms.h"
+#include "platform/form_table.h"
 
 namespace {
 
@@ -49,34 +48,15 @@ TEST(DetectCpuFeatures, KeepsTheListedBitsAndTheExtendedOnesOnlyOnAnExactLeaf) {
     }
 }
 
-TEST(InitConversionKernels, ReturnsTheCachedWordAndChangesNothing) {
-    const uint32_t word = InitConversionKernels();
+TEST(CachedCpuFeatures, IsTheWordTheModuleStartedWith) {
+    const uint32_t word = CachedCpuFeatures();
     EXPECT_EQ(word, g_cpuFeaturesCache);
-    g_lumaTable[0] = 12345;  // a second call must not refill
-    EXPECT_EQ(InitConversionKernels(), word);
-    EXPECT_EQ(g_lumaTable[0], 12345);
-    FillColourTables();
-    EXPECT_EQ(g_lumaTable[0], -152560);
+    EXPECT_EQ(word, DetectCpuFeatures());
+    EXPECT_EQ(g_cpuFeatures, word);  // no test before this one forced a word
 #if defined(__x86_64__) || defined(_M_X64)
     // Every x86-64 processor has MMX, SSE and SSE2.
     EXPECT_EQ(word & (kCpuMmx | kCpuSse | kCpuSse2), kCpuMmx | kCpuSse | kCpuSse2);
 #endif
-}
-
-TEST(ColourTables, HoldTheProductsWithAThirteenBitFraction) {
-    for (int i = 0; i < 256; ++i) {
-        EXPECT_EQ(g_lumaTable[i], 9535 * (i - 16));
-        EXPECT_EQ(g_blueFromU[i], 16531 * (i - 128));
-        EXPECT_EQ(g_greenFromU[i], 3203 * (i - 128));
-        EXPECT_EQ(g_greenFromV[i], 6660 * (i - 128));
-        EXPECT_EQ(g_redFromV[i], 13074 * (i - 128));
-    }
-    EXPECT_EQ(g_lumaTable[16], 0);
-    EXPECT_EQ(g_lumaTable[235], 2088165);
-    // The factors are those of BT.601 for studio range, 255/219 and 1.402 x 255/224,
-    // to the three decimals the 13-bit fraction was chosen for.
-    EXPECT_NEAR(g_lumaTable[17] / 8192.0, 255.0 / 219.0, 0.001);
-    EXPECT_NEAR(g_redFromV[129] / 8192.0, 1.402 * 255.0 / 224.0, 0.001);
 }
 
 TEST(KernelChoice, ForcesTierAndFormAndRestoresThem) {

@@ -1,5 +1,5 @@
-// Forms within a tier, and the one switch that tests and benchmarks use to
-// force a tier and a form.
+// Forms within a tier, the per-family form tables, and the one switch that
+// tests and benchmarks use to force a tier and a form.
 //
 // The feature word (cpu_features.h) decides which tier's arithmetic runs.
 // Within a tier the fastest form the processor supports runs: each kernel

@@ -1,4 +1,5 @@
-// The memory a kernel may touch, and guarded row access within it.
+// Which bytes a kernel may touch: a range of addresses, guarded access
+// within it, and the test whether two ranges meet.
 //
 // Several kernels step outside their rows on purpose: odd widths make each
 // later row (or row pair) start one pixel further left, which with a negative
@@ -7,18 +8,21 @@
 // source 4 bytes a pixel. Inside the frame these accesses land where they
 // always have, and the pictures depend on them. Outside it they would touch
 // memory nobody gave us, so there a read gives 0 and a write is dropped.
+// The scaler asks the other question of the same ranges: whether the bytes
+// it writes can meet the bytes it reads, so that work done once may be
+// reused across rows.
 //
-// A span is the frame as a range of addresses: from the lowest row start to
-// the highest row start plus one whole stride. Planar frames are one block of
-// memory in the library (Y, then the chroma planes), so a kernel with several
-// planes on one side takes the union of their spans.
+// A frame's span runs from the lowest row start to the highest row start
+// plus one whole stride. Planar frames are one block of memory in the library
+// (luma, then the chroma planes), so a kernel with several planes on one
+// side takes the union of their spans. Spans are values, handed to the code
+// that needs them as arguments.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 namespace tarn {
 
@@ -29,35 +33,46 @@ using Addr = uintptr_t;
 inline Addr AddrOf(const void* p) { return reinterpret_cast<Addr>(p); }
 inline Addr Offset(Addr a, ptrdiff_t bytes) { return a + static_cast<Addr>(bytes); }
 
-class Span {
+// [Lo(), Hi()) as addresses; empty when both are equal.
+class ByteSpan {
 public:
-    Span() = default;
-    Span(Addr lo, Addr hi) : lo_(lo), hi_(hi) {}
+    ByteSpan() = default;
+    ByteSpan(Addr lo, Addr hi) : lo_(lo), hi_(hi) {}
 
-    // `rows` rows of |stride| bytes whose first (walk-order) row starts at p.
-    static Span OfFrame(const void* p, ptrdiff_t stride, int32_t rows) {
+    // `rows` rows of `rowBytes` each, |stride| apart, whose first (walk-order)
+    // row starts at p: from the lowest row start to the end of the highest row.
+    static ByteSpan OfRows(const void* p, ptrdiff_t stride, int32_t rows, size_t rowBytes) {
         if (rows <= 0) return {};
         const Addr first = AddrOf(p);
         const Addr last = Offset(first, stride * (rows - 1));
-        const Addr lo = std::min(first, last);
-        const Addr hi = std::max(first, last) + static_cast<Addr>(stride < 0 ? -stride : stride);
-        return {lo, hi};
+        return {std::min(first, last), std::max(first, last) + rowBytes};
+    }
+    // `rows` rows of |stride| bytes whose first (walk-order) row starts at p.
+    static ByteSpan OfFrame(const void* p, ptrdiff_t stride, int32_t rows) {
+        return OfRows(p, stride, rows, static_cast<size_t>(stride < 0 ? -stride : stride));
     }
     // A planar frame: `rows` rows of luma and rows / 2 of each chroma plane.
-    static Span OfPlanar(const void* y, const void* u, const void* v, ptrdiff_t yStride,
-                         ptrdiff_t uvStride, int32_t rows) {
-        return OfFrame(y, yStride, rows).Union(OfFrame(u, uvStride, rows / 2)).Union(OfFrame(v, uvStride, rows / 2));
+    static ByteSpan OfPlanar(const void* luma, const void* firstChroma, const void* secondChroma,
+                             ptrdiff_t lumaStride, ptrdiff_t chromaStride, int32_t rows) {
+        return OfFrame(luma, lumaStride, rows)
+            .Union(OfFrame(firstChroma, chromaStride, rows / 2))
+            .Union(OfFrame(secondChroma, chromaStride, rows / 2));
     }
-    Span Union(const Span& o) const {
-        if (lo_ == hi_) return o;
-        if (o.lo_ == o.hi_) return *this;
+
+    ByteSpan Union(const ByteSpan& o) const {
+        if (Empty()) return o;
+        if (o.Empty()) return *this;
         return {std::min(lo_, o.lo_), std::max(hi_, o.hi_)};
     }
 
     Addr Lo() const { return lo_; }
     Addr Hi() const { return hi_; }
+    bool Empty() const { return lo_ == hi_; }
 
+    // Whether n bytes at a lie inside.
     bool Holds(Addr a, size_t n) const { return a >= lo_ && a <= hi_ && n <= hi_ - a; }
+    // Whether no byte lies in both spans.
+    bool ApartFrom(const ByteSpan& o) const { return hi_ <= o.lo_ || o.hi_ <= lo_; }
 
     uint8_t Read(Addr a) const { return Holds(a, 1) ? *reinterpret_cast<const uint8_t*>(a) : 0; }
     void Write(Addr a, uint8_t v) const {
@@ -101,8 +116,17 @@ private:
     Addr lo_ = 0, hi_ = 0;
 };
 
-// The walk over the RGB or packed side of a kernel: |height| rows, and with
-// a negative height from the last row up.
+// True when `rows` rows of `rowBytes` at `stride` (at least one row is
+// counted) neither overlap each other nor `other`: writing them cannot
+// change a byte of `other`.
+inline bool RowsApart(const void* p, size_t rowBytes, uint32_t rows, ptrdiff_t stride, const ByteSpan& other) {
+    const ByteSpan written = ByteSpan::OfRows(p, stride, int32_t(rows ? rows : 1), rowBytes);
+    const size_t pitch = static_cast<size_t>(stride < 0 ? -stride : stride);
+    return written.ApartFrom(other) && (rows <= 1 || pitch >= rowBytes);
+}
+
+// The walk over rows of one side of a kernel: |height| rows, and with a
+// negative height from the last row up.
 struct RowWalk {
     int32_t rows;
     Addr base;
@@ -113,16 +137,5 @@ inline RowWalk WalkOf(const void* p, ptrdiff_t stride, int32_t height) {
     if (height < 0) return {rows, Offset(AddrOf(p), stride * (rows - 1)), -stride};
     return {rows, AddrOf(p), stride};
 }
-
-// Working rows of one kernel call. Left uninitialised: every byte is written
-// before it is read, and a frame's worth of zeroing would cost a pass.
-class Scratch {
-public:
-    explicit Scratch(size_t bytes) : data_(new uint8_t[bytes]) {}
-    uint8_t* data() { return data_.get(); }
-
-private:
-    std::unique_ptr<uint8_t[]> data_;
-};
 
 }  // namespace tarn
