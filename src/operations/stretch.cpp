@@ -56,8 +56,8 @@ void StretchInterleaved(const Picture& from, const VedRect* fromRect, const Pict
         }
         const uint8_t* source = from.pixels + ptrdiff_t(s.top) * from.stride + ptrdiff_t(s.left) * fromBytes;
         // The whole buffers on either side, whatever the order of their rows.
-        const ScaleBounds bounds{Span::OfFrame(to.pixels, to.stride, to.height),
-                                 Span::OfFrame(from.pixels, from.stride, from.height)};
+        const ScaleBounds bounds{ByteSpan::OfFrame(to.pixels, to.stride, to.height),
+                                 ByteSpan::OfFrame(from.pixels, from.stride, from.height)};
         ScaleImage({target, uint32_t(d.width), uint32_t(d.height), targetStride, uint32_t(toBytes)},
                    {source, uint32_t(s.width), uint32_t(s.height), from.stride, uint32_t(fromBytes)},
                    {double(s.width) / d.width, double(s.height) / d.height}, uint32_t(quality), nullptr, bounds);
