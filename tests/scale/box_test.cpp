@@ -132,7 +132,7 @@ TEST(BoxExact, BoundsZeroReadsAndDropWritesOutside) {
     const std::vector<uint8_t> s(16, 90);
     const uint32_t offsets[1] = {0}, counts[1] = {2};
     uint8_t out[4] = {1, 2, 3, 4};
-    const ScaleBounds bounds{Span(AddrOf(out), AddrOf(out) + 2), Span(AddrOf(s.data()), AddrOf(s.data()) + 4)};
+    const ScaleBounds bounds{ByteSpan(AddrOf(out), AddrOf(out) + 2), ByteSpan(AddrOf(s.data()), AddrOf(s.data()) + 4)};
     BoxRowExact(out, s.data(), offsets, counts, 1, 16, 1, 4, 4, bounds);
     EXPECT_EQ(out[0], 45);
     EXPECT_EQ(out[1], 45);
