@@ -4,9 +4,11 @@
 // reads or writes; in-range overlays are painted exactly as before.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
-#include "tarn/TarnSurface.h"
+#include "operations/picture.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -30,14 +32,20 @@ struct TouchedArea {
     int64_t bytes;
 };
 
-// True when every byte of the area lies in [0, bufferBytes), or it is empty.
-inline bool AreaInside(const TouchedArea& a, int64_t bufferBytes) {
+// A buffer of `bytes` bytes as the span of offsets from its start: the
+// checks are worked before any blend, when some pictures have no address
+// yet, so they count in offsets rather than addresses.
+inline ByteSpan BufferOffsets(int64_t bytes) { return {0, static_cast<Addr>(bytes > 0 ? bytes : 0)}; }
+inline ByteSpan BufferOffsets(const Picture& p) { return BufferOffsets(BufferBytes(p)); }
+
+// True when every byte of the area lies in `buffer` (offsets, see above), or
+// it is empty. An area starting left of its plane's rows is refused.
+inline bool AreaInside(const TouchedArea& a, const ByteSpan& buffer) {
     if (a.rows <= 0 || a.bytes <= 0) return true;
     const int64_t first = a.planeOffset + a.row * a.pitch + a.column;
     const int64_t lastRow = first + (a.rows - 1) * a.pitch;
-    const int64_t low = first < lastRow ? first : lastRow;
-    const int64_t high = (first < lastRow ? lastRow : first) + a.bytes - 1;
-    return a.column >= 0 && low >= 0 && high < bufferBytes;
+    const int64_t low = std::min(first, lastRow), end = std::max(first, lastRow) + a.bytes;
+    return a.column >= 0 && low >= 0 && buffer.Holds(static_cast<Addr>(low), static_cast<size_t>(end - low));
 }
 
 }  // namespace tarn

@@ -26,9 +26,9 @@ PlanarPlanes PlanesAt(uint8_t* pixels, const PlaneLayout& l) {
     return {pixels, pixels + l.first, pixels + l.second, l.pitch, l.chromaPitch};
 }
 
-// Every byte the keyed blend touches, for the rectangle `r`, lies within a
-// buffer of `bytes` laid out as `l`.
-bool KeyedBlendInside(const PlaneLayout& l, int64_t bytes, const VedRect& r) {
+// Every byte the keyed blend touches, for the rectangle `r`, lies within the
+// offsets `bytes` of a buffer laid out as `l`.
+bool KeyedBlendInside(const PlaneLayout& l, const ByteSpan& bytes, const VedRect& r) {
     const int64_t dw = platform::RectWidth(r), dh = platform::RectHeight(r);
     const TouchedArea y{0, l.pitch, r.top, r.left, dh, dw};
     TouchedArea c{l.first, l.chromaPitch, r.top >> 1, r.left >> 1, ((dh - 1) >> 1) + 1,
@@ -62,8 +62,8 @@ VedResult BlendKeyedOverlay(const Picture& target, const Picture& planes, const 
     if (!target.pixels || !o.pixels) return VED_E_INVALIDARG;
     const PlaneLayout tl = LayoutOf(planes.height, planes.stride);
     const PlaneLayout ol = LayoutOf(o.height, o.stride);
-    if (!KeyedBlendInside(tl, BufferBytes(target), overlay.dest) ||
-        !KeyedBlendInside(ol, BufferBytes(o), overlay.source))
+    if (!KeyedBlendInside(tl, BufferOffsets(target), overlay.dest) ||
+        !KeyedBlendInside(ol, BufferOffsets(o), overlay.source))
         return VED_E_INVALIDARG;
     const bool sse2Tier = (g_cpuFeatures & kCpuSse2) != 0;
     BlendKeyed(PlanesAt(target.pixels, tl), PlanesAt(o.pixels, ol), overlay.dest, overlay.source,

@@ -21,7 +21,7 @@ bool PlanarPlanesInside(const Picture& in, const VedRect& r, const VedRect& d) {
     const int64_t pairs = platform::RectHeight(d) >> 1, blocks = platform::RectWidth(d) >> 1;
     const int64_t luma = int64_t(in.stride) * in.height;
     const int64_t chroma = (int64_t(in.stride / 2) * in.height) / 2;
-    const int64_t bytes = BufferBytes(in);
+    const ByteSpan bytes = BufferOffsets(in);
     const TouchedArea y{0, in.stride, r.top, r.left, 2 * pairs, 2 * blocks};
     TouchedArea c{luma, in.stride / 2, r.top >> 1, r.left >> 1, pairs, blocks};
     if (!AreaInside(y, bytes) || !AreaInside(c, bytes)) return false;
@@ -34,7 +34,7 @@ bool PlanarBlendInside(const Picture& ti, const Picture& oi, const Picture& mi,
                        const VedRect& d, const VedRect& s) {
     const int64_t pairs = platform::RectHeight(d) >> 1, blocks = platform::RectWidth(d) >> 1;
     const TouchedArea m{0, oi.stride, s.top, s.left, 2 * pairs, 2 * blocks};
-    return PlanarPlanesInside(ti, d, d) && PlanarPlanesInside(oi, s, d) && AreaInside(m, BufferBytes(mi));
+    return PlanarPlanesInside(ti, d, d) && PlanarPlanesInside(oi, s, d) && AreaInside(m, BufferOffsets(mi));
 }
 
 // Every byte the packed blend touches; the mask's first row depends on the tier.
@@ -44,8 +44,8 @@ bool PackedBlendInside(const Picture& ti, const Picture& oi, const Picture& mi,
     const TouchedArea t{0, ti.stride, d.top, 2 * int64_t(d.left), rows, 2 * width};
     const TouchedArea o{0, oi.stride, s.top, 2 * int64_t(s.left), rows, 2 * width};
     const TouchedArea m{0, oi.width, sse2Tier ? s.top : d.top, s.left, rows, width};
-    return AreaInside(t, BufferBytes(ti)) && AreaInside(o, BufferBytes(oi)) &&
-           AreaInside(m, BufferBytes(mi));
+    return AreaInside(t, BufferOffsets(ti)) && AreaInside(o, BufferOffsets(oi)) &&
+           AreaInside(m, BufferOffsets(mi));
 }
 
 }  // namespace
