@@ -126,7 +126,7 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
         if (!fresh) return plan.failure;
         made.reset(fresh);
         outStride = static_cast<int32_t>(plan.stride);
-        const bool boxes = quality == SCALE_BOX || quality == SCALE_BOX_FADE || quality == SCALE_AREA;
+        const bool boxes = QualityPassesOverTarget(static_cast<uint32_t>(quality));
         if (layout == PixelLayout::Interleaved && (target || plan.stride != RowBytes(bits, width) || boxes)) {
             // Row padding, the borders of a fitted mask, which its fill leaves
             // alone, and what the box kernels pass over (counts of 0 when the

@@ -8,6 +8,7 @@
 
 #include "operations/fill_rect.h"
 #include "operations/picture.h"
+#include "scale/scale.h"
 
 namespace tarn {
 
@@ -30,12 +31,9 @@ inline bool ScalableInterleaved(int32_t bits, int64_t width, int64_t stride) {
     return (bits == 8 || bits == 24 || bits == 32) && RowsFitStride(bits, width, stride);
 }
 
-// The plane-only modes (0xFF00 and above) mean nothing to the tables of 3-
-// and 4-byte pixels, which stay unfilled, so the library refuses them there
-// unless a side of 1 makes every mode nearest; 1-byte pixels take any mode
-// above 0 and 5 as bilinear.
+// The library refuses a quality the scaler has no tables for.
 inline bool ModeSuitsPixels(int32_t bits, int32_t quality, bool sideOfOne) {
-    return bits == 8 || sideOfOne || static_cast<uint32_t>(quality) <= SCALE_AREA;
+    return QualitySuitsImage(static_cast<uint32_t>(quality), static_cast<uint32_t>(bits / 8), sideOfOne);
 }
 
 // Each stretches `fromRect` of `from` onto `toRect` of `to` (a null rectangle

@@ -14,9 +14,18 @@
 
 #include <cstdint>
 
-#include "scale/scale_plan.h"
-
 namespace tarn {
+
+// How a table places its samples and weights.
+enum class AxisFilter : uint8_t {
+    Nearest,
+    Bilinear,
+    BilinearFade,  // bilinear, the edges fading to the background
+    Box,           // sample counts of boxes, no weights
+    BoxFade,       // counts and outside-fractions
+    FieldPairs,    // rows in pairs of an even and the following odd row
+    AreaWord,      // the area mode as the drivers of unequal pixel sizes take it
+};
 
 struct AxisTable {
     uint32_t* weights;

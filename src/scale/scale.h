@@ -38,6 +38,16 @@ struct ScaleSteps {
 void ScaleImage(const ScaleTarget& target, const ScaleSource& source, ScaleSteps steps, uint32_t quality,
                 const uint8_t* background = nullptr, const ScaleBounds& bounds = ScaleBounds::Unchecked());
 
+// What a quality means to the scaler, for callers that check a request or
+// prepare a target before scaling (scale_plan.cpp reads qualities for all).
+// Whether images of `pixelBytes` take it: the planar-only qualities have no
+// tables for 3- and 4-byte pixels unless a side of one makes every quality
+// nearest; 1-byte pixels take any.
+bool QualitySuitsImage(uint32_t quality, uint32_t pixelBytes, bool sideOfOne);
+// Whether its kernels may pass over target bytes and leave them as they
+// were: the box and area qualities (counts of 0, fourth bytes not stored).
+bool QualityPassesOverTarget(uint32_t quality);
+
 // A planar 4:2:0 picture: the luma plane and two chroma planes of half the
 // width, height and stride of luma (signed division).
 template <class Byte>

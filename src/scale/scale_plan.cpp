@@ -39,6 +39,14 @@ bool PlanarOnly(uint32_t quality) {
 
 }  // namespace
 
+bool QualitySuitsImage(uint32_t quality, uint32_t pixelBytes, bool sideOfOne) {
+    return pixelBytes == 1 || sideOfOne || quality <= SCALE_AREA;
+}
+
+bool QualityPassesOverTarget(uint32_t quality) {
+    return quality == SCALE_BOX || quality == SCALE_BOX_FADE || quality == SCALE_AREA;
+}
+
 ScalePlan PlanImage(uint32_t quality, const ScaleTarget& target, const ScaleSource& source, ScaleSteps steps) {
     constexpr ScalePlan kNone{ScaleDriver::None, AxisFilter::Nearest, AxisFilter::Nearest};
     uint32_t q = quality;
@@ -61,8 +69,7 @@ ScalePlan PlanImage(uint32_t quality, const ScaleTarget& target, const ScaleSour
     }
     if (pair == 11) return GrayPlan(GrayFilter(q));
     if (pair != 33 && pair != 34 && pair != 43 && pair != 44) return kNone;
-    // The multi-channel tables know qualities 0 to 6 only.
-    if (q > SCALE_AREA) return kNone;
+    if (!QualitySuitsImage(quality, target.pixelBytes, SideOfOne(target, source))) return kNone;
 
     ScaleDriver driver;
     if (q == SCALE_NEAREST) driver = ScaleDriver::Nearest;

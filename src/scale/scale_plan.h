@@ -6,20 +6,10 @@
 
 #include <cstdint>
 
+#include "scale/axis_table.h"
 #include "scale/scale.h"
 
 namespace tarn {
-
-// How an axis table places its samples and weights (axis_table.h).
-enum class AxisFilter : uint8_t {
-    Nearest,
-    Bilinear,
-    BilinearFade,  // bilinear, the edges fading to the background
-    Box,           // sample counts of boxes, no weights
-    BoxFade,       // counts and outside-fractions
-    FieldPairs,    // rows in pairs of an even and the following odd row
-    AreaWord,      // the area mode as the drivers of unequal pixel sizes take it
-};
 
 // What a call does with its tables.
 enum class ScaleDriver : uint8_t {

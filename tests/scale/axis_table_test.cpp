@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "scale/axis_table.h"
+#include "scale/scale_plan.h"
 
 namespace tarn {
 namespace {
