@@ -9,14 +9,14 @@
 // most 16 * 16 samples a lane stays below 65536, so no lane carries into
 // its neighbour, in the sums or in the chain.
 #include <algorithm>
-#include <cstdint>
 #include <array>
+#include <cstdint>
 #include <utility>
 
 #include "scale/box_shrink.h"
 
+#include "platform/byte_span.h"
 #include "platform/form_table.h"
-#include "scale/areas.h"
 #include "scale/pixel_lanes.h"
 
 namespace tarn {
@@ -203,8 +203,11 @@ BoxRowGroupFn PickPairedRowGroup(BoxFamily family) {
 // Whether the target rows lie apart from every source byte the box rows can
 // read: each table row and the rows of its count below it, up to two samples
 // and a few bytes past the last column offset.
-bool BoxTargetApart(uint8_t* dst, size_t rowBytes, uint32_t height, int32_t dstStride, const uint8_t* src,
-                    int32_t srcStride, const AxisTable& cols, const AxisTable& rows, uint32_t width, uint32_t srcBytes) {
+bool BoxTargetApart(const ScaleRequest& r, const DriverTables& t, size_t rowBytes) {
+    const AxisTable& cols = t.cols;
+    const AxisTable& rows = t.rows;
+    const uint32_t height = r.target.height;
+    const int32_t srcStride = r.source.stride;
     intptr_t lo = INTPTR_MAX, hi = INTPTR_MIN;
     for (uint32_t y = 0; y < height; ++y) {
         const intptr_t top = RowDelta(rows.offsets[y]);
@@ -212,8 +215,10 @@ bool BoxTargetApart(uint8_t* dst, size_t rowBytes, uint32_t height, int32_t dstS
         lo = std::min(lo, top + std::min<intptr_t>(0, span));
         hi = std::max(hi, top + std::max<intptr_t>(0, span));
     }
-    hi += intptr_t(*std::max_element(cols.offsets, cols.offsets + width)) + 2 * intptr_t(srcBytes) + 8;
-    return TargetApart(dst, rowBytes, height, dstStride, {AddressOf(src) + lo, AddressOf(src) + hi});
+    hi += intptr_t(*std::max_element(cols.offsets, cols.offsets + r.target.width)) +
+          2 * intptr_t(r.source.pixelBytes) + 8;
+    const Addr src = AddrOf(r.source.pixels);
+    return RowsApart(r.target.pixels, rowBytes, height, r.target.stride, {src + lo, src + hi});
 }
 
 BoxRowFn PickBoxRow(BoxFamily family, BoxRowFn plain) {
@@ -269,8 +274,7 @@ void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, cons
     // A 3-byte target's last 4-byte store spills one byte past its row, which
     // the next row overwrites when rows touch: such rows go one at a time.
     const size_t written = size_t(width) * f.dstBytes + (f.dstBytes == 3 ? 1 : 0);
-    if (group && height > 1 &&
-        BoxTargetApart(dst, written, height, dstStride, src, srcStride, cols, rows, width, srcBytes)) {
+    if (group && height > 1 && BoxTargetApart(request, tables, written)) {
         while (y + 1 < height) {
             const uint32_t n = std::min(kBoxRowGroup, height - y);
             uint8_t* d[kBoxRowGroup];

@@ -7,8 +7,8 @@
 #include <cstring>
 #include <new>
 
+#include "platform/byte_span.h"
 #include "platform/form_table.h"
-#include "scale/areas.h"
 #include "scale/axis_table.h"
 
 namespace tarn {
@@ -96,8 +96,11 @@ GrayPlannedGatherFn PickGrayPlannedGather() {
 #endif
 }
 
-void NearestGrayRows(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride, const uint8_t* src,
-                     uint32_t srcWidth, const uint32_t* colOffsets, const uint32_t* rowOffsets) {
+void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, const uint32_t* rowOffsets) {
+    uint8_t* dst = request.target.pixels;
+    const uint8_t* src = request.source.pixels;
+    const uint32_t dstWidth = request.target.width, dstHeight = request.target.height, srcWidth = request.source.width;
+    const int32_t dstStride = request.target.stride;
     const size_t w = dstWidth;
     const bool equalWidths = dstWidth == srcWidth;
     // A row that reads the same source row as the one above comes out as the
@@ -110,8 +113,8 @@ void NearestGrayRows(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_
         rowHi = std::max(rowHi, RowDelta(rowOffsets[y]));
     }
     const uint32_t colHi = equalWidths ? dstWidth - 1 : *std::max_element(colOffsets, colOffsets + w);
-    const ByteSpan source{AddressOf(src) + rowLo, AddressOf(src) + rowHi + colHi + 1};
-    const bool apart = TargetApart(dst, w, dstHeight, dstStride, source);
+    const ByteSpan source{AddrOf(src) + rowLo, AddrOf(src) + rowHi + colHi + 1};
+    const bool apart = RowsApart(dst, w, dstHeight, dstStride, source);
 
     if (!apart) {
         for (uint32_t y = 0; y < dstHeight; ++y) {

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "scale/scale_request.h"
+
 namespace tarn {
 
 // dst[j] = row[offsets[j]], the gather of one row through its column offsets.
@@ -48,9 +50,8 @@ void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* off
                            const GrayGatherPlan& plan);
 #endif
 
-// Mode 0 of ScaleGray over the whole image from its tables (offsets in bytes;
-// row offsets as RowDelta reads them).
-void NearestGrayRows(uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, int32_t dstStride, const uint8_t* src,
-                     uint32_t srcWidth, const uint32_t* colOffsets, const uint32_t* rowOffsets);
+// The nearest plan of ScaleGray over the whole image from its tables
+// (offsets in bytes; row offsets as RowDelta reads them).
+void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, const uint32_t* rowOffsets);
 
 }  // namespace tarn

@@ -2,10 +2,9 @@
 // scaled as a channel of its own, bilinear in floating point with no
 // half-pixel offset. Horizontal interpolation mixes the chroma of
 // neighbouring pairs; that is how the format is scaled here.
-#include <algorithm>
-
 #include "scale/packed_scale.h"
 
+#include "platform/byte_span.h"
 #include "platform/form_table.h"
 
 namespace tarn {
@@ -69,22 +68,17 @@ ScalePackedFn PickScalePacked() {
 #endif
 }
 
-// [lo, hi) of the bytes of `rows` rows of `bytes` bytes at `stride`.
-std::pair<uintptr_t, uintptr_t> RowsSpan(const uint8_t* first, int32_t rows, int32_t stride, int64_t bytes) {
-    const uintptr_t a = reinterpret_cast<uintptr_t>(first), b = a + intptr_t(stride) * (rows - 1);
-    return {std::min(a, b), std::max(a, b) + uintptr_t(bytes)};
-}
-
 }  // namespace
 
 // The fast form blends each source row once for the target rows that use
 // it, so it runs only where writing the target cannot change the source.
 void ScalePacked(const ScaleTarget& target, const ScaleSource& source) {
     if (!source.width || !source.height || !target.width || !target.height) return ScalePackedPlain(target, source);
-    const auto s = RowsSpan(source.pixels, int32_t(source.height), source.stride, 2 * int64_t(source.width));
-    const auto d = RowsSpan(target.pixels, int32_t(target.height), target.stride, 2 * int64_t(target.width));
-    const bool apart = d.second <= s.first || s.second <= d.first;
-    (apart ? PickScalePacked() : ScalePackedPlain)(target, source);
+    const ByteSpan read =
+        ByteSpan::OfRows(source.pixels, source.stride, int32_t(source.height), 2 * size_t(source.width));
+    const ByteSpan written =
+        ByteSpan::OfRows(target.pixels, target.stride, int32_t(target.height), 2 * size_t(target.width));
+    (written.ApartFrom(read) ? PickScalePacked() : ScalePackedPlain)(target, source);
 }
 
 }  // namespace tarn

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "scale/areas.h"
+#include "platform/byte_span.h"
 #include "scale/box_shrink.h"
 #include "scale/inner_row_cache.h"
 #include "scale/inner_rows.h"
@@ -98,18 +98,22 @@ void BilinearRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) 
     }
 }
 
-// Whether the target lies apart from every source row the rows table and
-// the row below each make the kernels read (8 bytes of slack after a row).
-bool SourceApart(const uint8_t* dst, size_t rowBytes, uint32_t h, int32_t dstStride, const uint8_t* src,
-                 size_t srcRowBytes, int32_t stride, const AxisTable& rows) {
+// Whether the target lies apart from every source row the rows table makes
+// the kernels read, and the row `below` bytes from each (8 bytes of slack
+// after a row).
+bool SourceApart(const ScaleRequest& r, const AxisTable& rows, int32_t below) {
+    const uint32_t h = r.target.height;
+    const size_t rowBytes = size_t(r.target.width) * r.target.pixelBytes;
+    const size_t srcRowBytes = size_t(r.source.width) * r.source.pixelBytes;
     intptr_t lo = RowDelta(rows.offsets[0]), hi = lo;
     for (uint32_t y = 1; y < h; ++y) {
         lo = std::min(lo, RowDelta(rows.offsets[y]));
         hi = std::max(hi, RowDelta(rows.offsets[y]));
     }
-    lo = std::min(lo, lo + intptr_t(stride));
-    hi = std::max(hi, hi + intptr_t(stride));
-    return TargetApart(dst, rowBytes, h, dstStride, {AddressOf(src) + lo, AddressOf(src) + hi + srcRowBytes + 8});
+    lo = std::min(lo, lo + intptr_t(below));
+    hi = std::max(hi, hi + intptr_t(below));
+    const Addr src = AddrOf(r.source.pixels);
+    return RowsApart(r.target.pixels, rowBytes, h, r.target.stride, {src + lo, src + hi + srcRowBytes + 8});
 }
 
 // Fade grid: 3-to-3 pixels in the bilinear fade, 4-to-4 pixels in the
@@ -129,7 +133,7 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
     // The middle band of 4-byte pixels blends each source row once where
     // the target lies apart from every source row read.
     const bool cacheable = SB == 4 && !wholeRows && b.middle >= 4 &&
-                           SourceApart(dst, size_t(w) * DB, h, dstStride, src, srcWidth * SB, stride, t.rows);
+                           SourceApart(r, t.rows, stride);
     const CachedInnerRowFn cachedInner = cacheable ? PickCachedInnerRow44() : nullptr;
     InnerRowCache cache(cachedInner ? b.middle : 0);
     const bool cached = cachedInner && cache.Ready();
@@ -190,8 +194,7 @@ void Drive(const ScaleRequest& r) {
     if (!t.ok()) return;
     const uint32_t w = r.target.width, h = r.target.height;
     if (r.plan.driver == ScaleDriver::Nearest) {
-        const bool reuse = SourceApart(r.target.pixels, size_t(w) * DB, h, r.target.stride, r.source.pixels,
-                                       size_t(r.source.width) * SB, 0, t.rows);
+        const bool reuse = SourceApart(r, t.rows, 0);
         NearestRows<SB, DB>(r, t, reuse);
         return;
     }

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <new>
 
-#include "scale/areas.h"
+#include "platform/byte_span.h"
 #include "scale/axis_table.h"
 #include "scale/gray_gather.h"
 #include "scale/gray_row_cache.h"
@@ -49,7 +49,7 @@ void ScaleGray(const ScaleRequest& request) {
     std::memcpy(block + w * 5 + h * 4, rowOffsets, h * 4);
 
     if (request.plan.columns == AxisFilter::Nearest) {
-        NearestGrayRows(dst, dstWidth, dstHeight, dstStride, src, srcWidth, colOffsets, rowOffsets);
+        NearestGrayRows(request, colOffsets, rowOffsets);
         delete[] words;
         delete[] block;
         return;
@@ -71,8 +71,8 @@ void ScaleGray(const ScaleRequest& request) {
         }
         lo = std::min(lo, lo + intptr_t(srcStride));
         hi = std::max(hi, hi + intptr_t(srcStride));
-        cached = TargetApart(dst, w, dstHeight, dstStride,
-                             {AddressOf(src) + lo, AddressOf(src) + hi + size_t(srcWidth) + 8});
+        cached = RowsApart(dst, w, dstHeight, dstStride,
+                             {AddrOf(src) + lo, AddrOf(src) + hi + size_t(srcWidth) + 8});
     }
     GrayRowCache cache(cached ? middle : 0, srcWidth);
     for (uint32_t y = 0; y < dstHeight; ++y) {
