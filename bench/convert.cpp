@@ -72,21 +72,21 @@ std::vector<Case> Cases() {
     Frames& f = F();
     std::vector<Case> cases = {
         {"Rgb32ToPlanar",
-         [&f] { tarn::ConvRgb32ToPlanarSse2(f.Y(f.out), f.Cb(f.out), f.Cr(f.out), W, W / 2, f.rgb32.data(), W * 4, W, H); }, nullptr},
+         [&f] { tarn::ConvRgb32ToPlanarSse2Tier(f.Y(f.out), f.Cb(f.out), f.Cr(f.out), W, W / 2, f.rgb32.data(), W * 4, W, H); }, nullptr},
         {"Rgb24ToPlanar",
-         [&f] { tarn::ConvRgb24ToPlanarSse2(f.Y(f.out), f.Cb(f.out), f.Cr(f.out), W, W / 2, f.rgb24.data(), W * 3, W, H); }, nullptr},
+         [&f] { tarn::ConvRgb24ToPlanarSse2Tier(f.Y(f.out), f.Cb(f.out), f.Cr(f.out), W, W / 2, f.rgb24.data(), W * 3, W, H); }, nullptr},
         {"PlanarToRgb32Smooth",
-         [&f] { tarn::ConvPlanarToRgb32SmoothSse2(f.out.data(), W * 4, f.Y(f.planar), f.Cb(f.planar), f.Cr(f.planar), W, W / 2, W, H); }, nullptr},
+         [&f] { tarn::ConvPlanarToRgb32SmoothSse2Tier(f.out.data(), W * 4, f.Y(f.planar), f.Cb(f.planar), f.Cr(f.planar), W, W / 2, W, H); }, nullptr},
         {"PlanarToRgb24",
-         [&f] { tarn::ConvPlanarToRgb24Sse2(f.out.data(), W * 3, f.Y(f.planar), f.Cb(f.planar), f.Cr(f.planar), W, W / 2, W, H); }, nullptr},
+         [&f] { tarn::ConvPlanarToRgb24Sse2Tier(f.out.data(), W * 3, f.Y(f.planar), f.Cb(f.planar), f.Cr(f.planar), W, W / 2, W, H); }, nullptr},
         {"PackedToPlanarSmooth",
-         [&f] { tarn::ConvYuy2ToPlanarSmoothSse2(f.Y(f.out), f.Cb(f.out), f.Cr(f.out), W, W / 2, f.yuy2.data(), W * 2, W, H); }, nullptr},
+         [&f] { tarn::ConvYuy2ToPlanarSmoothSse2Tier(f.Y(f.out), f.Cb(f.out), f.Cr(f.out), W, W / 2, f.yuy2.data(), W * 2, W, H); }, nullptr},
         {"PlanarToPackedSmooth",
-         [&f] { tarn::ConvPlanarToYuy2SmoothSse2(f.out.data(), W * 2, f.Y(f.planar), f.Cb(f.planar), f.Cr(f.planar), W, W / 2, W, H); }, nullptr},
+         [&f] { tarn::ConvPlanarToYuy2SmoothSse2Tier(f.out.data(), W * 2, f.Y(f.planar), f.Cb(f.planar), f.Cr(f.planar), W, W / 2, W, H); }, nullptr},
         {"PackedToRgb32",
-         [&f] { tarn::ConvYuy2ToRgb32Sse2(f.out.data(), W * 4, f.yuy2.data(), W * 2, W, H); }, nullptr},
+         [&f] { tarn::ConvYuy2ToRgb32Sse2Tier(f.out.data(), W * 4, f.yuy2.data(), W * 2, W, H); }, nullptr},
         {"Rgb32ToPacked",
-         [&f] { tarn::ConvRgb32ToYuy2Sse2(f.out.data(), W * 2, f.rgb32.data(), W * 4, W, H); }, nullptr},
+         [&f] { tarn::ConvRgb32ToYuy2Sse2Tier(f.out.data(), W * 2, f.rgb32.data(), W * 4, W, H); }, nullptr},
     };
 #if defined(TARN_HAVE_PEER)
     const std::function<void()> peers[] = {

@@ -41,7 +41,7 @@ const struct Form {
     CopyFn fn;
 } kForms[] = {{"chosen", tarn::FastCopy},
               {"Stream", tarn::FastCopyStream},
-              {"Mmx", tarn::FastCopyMmx},
+              {"Mmx", tarn::FastCopyMmxTier},
               {"Wide", tarn::FastCopyWide}};
 
 const bool registered = [] {

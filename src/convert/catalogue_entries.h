@@ -12,18 +12,18 @@
 namespace tarn::entries {
 
 // The row copies of a tier: column 0 and the smoothing column 1.
-template <Body T>
+template <TierBody T>
 constexpr RowCopyKernel CopyOf() {
-    if constexpr (T == Body::Mmx) return CopyRowsMmx;
-    if constexpr (T == Body::Sse2) return CopyRowsWide;
-    return CopyRows;
+    if constexpr (T == TierBody::Mmx) return CopyRowsMmxTier;
+    if constexpr (T == TierBody::Sse2) return CopyRowsWide;
+    return CopyRowsPlain;
 }
-template <Body T>
+template <TierBody T>
 constexpr RowCopyKernel SmoothCopyOf() {
-    if constexpr (T == Body::Mmx) return CopyRowsSmoothMmx;
-    if constexpr (T == Body::Pavg) return CopyRowsSmoothPavg;
-    if constexpr (T == Body::Sse2) return CopyRowsSmoothWide;
-    return CopyRowsSmooth;
+    if constexpr (T == TierBody::Mmx) return CopyRowsSmoothMmxTier;
+    if constexpr (T == TierBody::Pavg) return CopyRowsSmoothPavgTier;
+    if constexpr (T == TierBody::Sse2) return CopyRowsSmoothWide;
+    return CopyRowsSmoothPlain;
 }
 
 inline void BlockCopyPlain(void* dst, const void* src, size_t count) { std::memcpy(dst, src, count); }
@@ -38,23 +38,23 @@ void SemiPlanar(uint8_t* d, int32_t ds, const uint8_t* y, const uint8_t* u, cons
                 int32_t ys, int32_t uvs, int32_t w, int32_t h) {
     PlanarToSemiPlanar(Copy, Smooth, d, ds, y, u, v, ys, uvs, w, h);
 }
-template <Body T, bool Smooth, PackedOrder O>
+template <TierBody T, bool Smooth, PackedOrder O>
 void PlanarPacked(uint8_t* d, int32_t ds, const uint8_t* y, const uint8_t* u, const uint8_t* v,
                   int32_t ys, int32_t uvs, int32_t w, int32_t h) {
     PlanarToPacked(T, Smooth, O, d, ds, y, u, v, ys, uvs, w, h);
 }
-template <Body T, bool Smooth, RgbKind K>
+template <TierBody T, bool Smooth, RgbKind K>
 void PlanarRgb(uint8_t* d, int32_t ds, const uint8_t* y, const uint8_t* u, const uint8_t* v,
                int32_t ys, int32_t uvs, int32_t w, int32_t h) {
     PlanarToRgb(T, Smooth, K, 0, d, ds, y, u, v, ys, uvs, w, h);
 }
-template <Body T, bool Smooth>
+template <TierBody T, bool Smooth>
 void PlanarKeyed(uint8_t* d, int32_t ds, const uint8_t* y, const uint8_t* u, const uint8_t* v,
                  int32_t ys, int32_t uvs, int32_t w, int32_t h, int32_t threshold) {
     PlanarToRgb(T, Smooth, RgbKind::Rgb32Keyed, threshold, d, ds, y, u, v, ys, uvs, w, h);
 }
 
-template <Body T, bool Smooth, PackedOrder O>
+template <TierBody T, bool Smooth, PackedOrder O>
 void PackedPlanar(uint8_t* y, uint8_t* u, uint8_t* v, int32_t ys, int32_t uvs, const uint8_t* s,
                   int32_t ss, int32_t w, int32_t h) {
     PackedToPlanar(T, Smooth, O, y, u, v, ys, uvs, s, ss, w, h);
@@ -69,15 +69,15 @@ template <RowCopyKernel Copy, int Bpp>
 void Pixels(uint8_t* d, int32_t ds, const uint8_t* s, int32_t ss, int32_t w, int32_t h) {
     CopyPixelRows(Copy, Bpp, d, ds, s, ss, w, h);
 }
-template <Body T, bool Field>
+template <TierBody T, bool Field>
 void SemiPlanarRgb(uint8_t* d, int32_t ds, const uint8_t* s, int32_t ss, int32_t w, int32_t h) {
     SemiPlanarToRgb24(T, Field, d, ds, s, ss, w, h);
 }
-template <Body T, bool Smooth, PackedOrder From, PackedOrder To>
+template <TierBody T, bool Smooth, PackedOrder From, PackedOrder To>
 void Reorder(uint8_t* d, int32_t ds, const uint8_t* s, int32_t ss, int32_t w, int32_t h) {
     ReorderPacked(T, Smooth, From, To, d, ds, s, ss, w, h);
 }
-template <Body T, PackedOrder O, RgbKind K>
+template <TierBody T, PackedOrder O, RgbKind K>
 void PackedRgb(uint8_t* d, int32_t ds, const uint8_t* s, int32_t ss, int32_t w, int32_t h) {
     PackedToRgb(T, O, K, d, ds, s, ss, w, h);
 }

@@ -41,20 +41,20 @@ using OneToOneKernel = void (*)(uint8_t* dst, int32_t dstStride, const uint8_t* 
 // smoothing as ConvPlanarToYuy2Smooth* (heights below 4 write nothing);
 // without, rows in pairs with luma and chroma as stored, one chroma row for
 // both rows of a pair.
-void PlanarToPacked(Body body, bool smooth, PackedOrder order, uint8_t* dst, int32_t dstStride,
+void PlanarToPacked(TierBody body, bool smooth, PackedOrder order, uint8_t* dst, int32_t dstStride,
                     const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                     int32_t uvStride, int32_t width, int32_t height);
 
 // Packed 4:2:2 in any order to planar 4:2:0 (packed_to_planar.cpp). With
 // smoothing as ConvYuy2ToPlanarSmooth*; without, luma as stored and chroma
 // r(row 2k, row 2k + 1) in every body.
-void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
+void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
                     uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
                     int32_t srcStride, int32_t width, int32_t height);
 
 // Packed 4:2:2 in any order to Rgb32, Rgb24, Rgb565 or Rgb555
 // (packed_to_rgb.cpp), as ConvYuy2ToRgb*.
-void PackedToRgb(Body body, PackedOrder order, RgbKind out, uint8_t* dst, int32_t dstStride,
+void PackedToRgb(TierBody body, PackedOrder order, RgbKind out, uint8_t* dst, int32_t dstStride,
                  const uint8_t* src, int32_t srcStride, int32_t width, int32_t height);
 
 // Rgb32, Rgb24, Rgb565 or Rgb555 to packed 4:2:2 in any order, the
@@ -72,14 +72,14 @@ void Rgb16ToPlanar(RgbKind in, uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int3
 // ConvPlanarToRgb32Smooth*; without, rows in pairs with luma and chroma as
 // stored. `threshold` serves Rgb32Keyed only: the fourth byte is 255 where
 // the stored luma is above it, or everywhere when it is above 255.
-void PlanarToRgb(Body body, bool smooth, RgbKind out, int32_t threshold, uint8_t* dst,
+void PlanarToRgb(TierBody body, bool smooth, RgbKind out, int32_t threshold, uint8_t* dst,
                  int32_t dstStride, const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV,
                  int32_t yStride, int32_t uvStride, int32_t width, int32_t height);
 
 // Packed 4:2:2 from one order to another, width >> 1 pairs of every row
 // (packed_reorder.cpp). With smoothing each middle row is first smoothed with
 // its neighbours as the row copies of the body do it.
-void ReorderPacked(Body body, bool smooth, PackedOrder from, PackedOrder to, uint8_t* dst,
+void ReorderPacked(TierBody body, bool smooth, PackedOrder from, PackedOrder to, uint8_t* dst,
                    int32_t dstStride, const uint8_t* src, int32_t srcStride, int32_t width,
                    int32_t height);
 
@@ -115,7 +115,7 @@ void PlanarToSemiPlanar(RowCopyKernel copy, bool smooth, uint8_t* dst, int32_t d
 // 2 x 2 blocks by the table form, whatever the body. `field`: both planes have their height rounded up to a
 // multiple of 32 and hold the even rows of the frame in their upper half and
 // the odd rows in the lower one.
-void SemiPlanarToRgb24(Body body, bool field, uint8_t* dst, int32_t dstStride, const uint8_t* src,
+void SemiPlanarToRgb24(TierBody body, bool field, uint8_t* dst, int32_t dstStride, const uint8_t* src,
                        int32_t srcStride, int32_t width, int32_t height);
 
 // A packed picture smoothed as `smooth` (a smoothing row copy) smooths it,

@@ -28,13 +28,13 @@ void ConvPlanarToRgb32SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t
 void ConvPlanarToRgb24SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                   int32_t uvStride, int32_t width, int32_t height);
-void ConvPlanarToRgb32SmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToRgb32SmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                 int32_t uvStride, int32_t width, int32_t height);
-void ConvPlanarToRgb32SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToRgb32SmoothSse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                  int32_t uvStride, int32_t width, int32_t height);
-void ConvPlanarToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToRgb24Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                            const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                            int32_t uvStride, int32_t width, int32_t height);
 
@@ -45,16 +45,16 @@ void ConvRgb32ToPlanarPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t
 void ConvRgb24ToPlanarPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                             int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
                             int32_t height);
-void ConvRgb32ToPlanarMmx(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+void ConvRgb32ToPlanarMmxTier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                           int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
                           int32_t height);
-void ConvRgb24ToPlanarMmx(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+void ConvRgb24ToPlanarMmxTier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                           int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
                           int32_t height);
-void ConvRgb32ToPlanarSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+void ConvRgb32ToPlanarSse2Tier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                            int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
                            int32_t height);
-void ConvRgb24ToPlanarSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+void ConvRgb24ToPlanarSse2Tier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                            int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
                            int32_t height);
 
@@ -62,10 +62,10 @@ void ConvRgb24ToPlanarSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t 
 void ConvPlanarToYuy2SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                  int32_t uvStride, int32_t width, int32_t height);
-void ConvPlanarToYuy2SmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToYuy2SmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                int32_t uvStride, int32_t width, int32_t height);
-void ConvPlanarToYuy2SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToYuy2SmoothSse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                 int32_t uvStride, int32_t width, int32_t height);
 
@@ -73,10 +73,10 @@ void ConvPlanarToYuy2SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* 
 void ConvYuy2ToPlanarSmoothPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                  int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                  int32_t width, int32_t height);
-void ConvYuy2ToPlanarSmoothMmx(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+void ConvYuy2ToPlanarSmoothMmxTier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                int32_t width, int32_t height);
-void ConvYuy2ToPlanarSmoothSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+void ConvYuy2ToPlanarSmoothSse2Tier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                 int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                 int32_t width, int32_t height);
 
@@ -85,13 +85,13 @@ void ConvYuy2ToRgb32Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, i
                           int32_t width, int32_t height);
 void ConvYuy2ToRgb24Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height);
-void ConvYuy2ToRgb32Mmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void ConvYuy2ToRgb32MmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t width, int32_t height);
-void ConvYuy2ToRgb24Mmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void ConvYuy2ToRgb24MmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t width, int32_t height);
-void ConvYuy2ToRgb32Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void ConvYuy2ToRgb32Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height);
-void ConvYuy2ToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void ConvYuy2ToRgb24Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height);
 
 // RGB to packed 4:2:2 (rgb_to_packed.cpp). The SSE2 kernels write the
@@ -100,9 +100,9 @@ void ConvRgb32ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, i
                           int32_t width, int32_t height);
 void ConvRgb24ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height);
-void ConvRgb32ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
+void ConvRgb32ToYuy2Sse2Tier(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height);
-void ConvRgb24ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
+void ConvRgb24ToYuy2Sse2Tier(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height);
 
 // RGB depths (rgb_depth.cpp): the same in every tier, rows in the fastest form.

@@ -9,26 +9,30 @@
 
 namespace tarn {
 
+namespace {
+
+void LibraryCopy(void* dst, const void* src, size_t count) { std::memcpy(dst, src, count); }
+
+// FastCopy of each tier: plain, MMX, SSE2.
+constexpr void (*kFastCopyOfTier[])(void*, const void*, size_t) = {LibraryCopy, FastCopyMmxTier, FastCopyStream};
+
+}  // namespace
+
 void FastCopy(void* dst, const void* src, size_t count) {
-    if (g_cpuFeatures & kCpuSse2)
-        FastCopyStream(dst, src, count);
-    else if (g_cpuFeatures & kCpuMmx)
-        FastCopyMmx(dst, src, count);
-    else
-        std::memcpy(dst, src, count);
+    kFastCopyOfTier[static_cast<int>(TierOf(g_cpuFeatures))](dst, src, count);
 }
 
 #if !defined(TARN_HAVE_X86_SIMD)
-void FastCopyMmx(void* dst, const void* src, size_t count) { std::memcpy(dst, src, count); }
-void FastCopyStream(void* dst, const void* src, size_t count) { FastCopyMmx(dst, src, count); }
+void FastCopyMmxTier(void* dst, const void* src, size_t count) { std::memcpy(dst, src, count); }
+void FastCopyStream(void* dst, const void* src, size_t count) { FastCopyMmxTier(dst, src, count); }
 void FastCopyWide(void* dst, const void* src, size_t count) { std::memcpy(dst, src, count); }
 void CopyRowsWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                   int32_t rowBytes, int32_t height) {
-    CopyRows(dst, dstStride, src, srcStride, rowBytes, height);
+    CopyRowsPlain(dst, dstStride, src, srcStride, rowBytes, height);
 }
 void CopyRowsSmoothWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t rowBytes, int32_t height) {
-    CopyRowsSmooth(dst, dstStride, src, srcStride, rowBytes, height);
+    CopyRowsSmoothPlain(dst, dstStride, src, srcStride, rowBytes, height);
 }
 #endif
 
@@ -38,24 +42,24 @@ int32_t NoBlock(uint8_t*, const uint8_t*, const uint8_t*, const uint8_t*, int32_
 
 }  // namespace
 
-void CopyRows(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsPlain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
               int32_t rowBytes, int32_t height) {
     CopyEachRow(dst, dstStride, src, srcStride, rowBytes, height,
                 [](uint8_t* d, const uint8_t* s, size_t n) { std::memcpy(d, s, n); });
 }
 
-void CopyRowsMmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                  int32_t rowBytes, int32_t height) {
     CopyEachRow(dst, dstStride, src, srcStride, rowBytes, height,
-                [](uint8_t* d, const uint8_t* s, size_t n) { FastCopyMmx(d, s, n); });
+                [](uint8_t* d, const uint8_t* s, size_t n) { FastCopyMmxTier(d, s, n); });
 }
 
-void CopyRowsSmooth(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsSmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                     int32_t rowBytes, int32_t height) {
     SmoothRows(dst, dstStride, src, srcStride, rowBytes, height, NoBlock);
 }
 
-void CopyRowsSmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsSmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                        int32_t rowBytes, int32_t height) {
     // 8-byte blocks with the truncating average, the rest of the row rounding.
     SmoothRows(dst, dstStride, src, srcStride, rowBytes, height,
@@ -67,11 +71,11 @@ void CopyRowsSmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int3
                });
 }
 
-void CopyRowsSmoothPavg(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsSmoothPavgTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t rowBytes, int32_t height) {
     // Rounding averages in the blocks and in the rest: the same bytes as the
     // byte-wise form, only the block size differs.
-    CopyRowsSmooth(dst, dstStride, src, srcStride, rowBytes, height);
+    CopyRowsSmoothPlain(dst, dstStride, src, srcStride, rowBytes, height);
 }
 
 }  // namespace tarn

@@ -13,7 +13,7 @@ namespace tarn {
 void FastCopy(void* dst, const void* src, size_t count);
 
 // 64-byte blocks, the remainder by the library copy.
-void FastCopyMmx(void* dst, const void* src, size_t count);
+void FastCopyMmxTier(void* dst, const void* src, size_t count);
 // 64-byte blocks written with non-temporal stores; below one block it is the
 // library copy and streams nothing.
 void FastCopyStream(void* dst, const void* src, size_t count);
@@ -23,24 +23,24 @@ void FastCopyWide(void* dst, const void* src, size_t count);
 
 // Row copies, "one to one" shape with widths in bytes. A negative height reads
 // the source from its last row upward while the destination goes forward.
-void CopyRows(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsPlain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
               int32_t rowBytes, int32_t height);
-void CopyRowsMmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                  int32_t rowBytes, int32_t height);
 void CopyRowsWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                   int32_t rowBytes, int32_t height);
 
 // Copies the first and last rows as they stand and smooths each middle row
 // with its two neighbours. Heights below 2 are outside the contract.
-//   CopyRowsSmooth      byte by byte, rounding s()
-//   CopyRowsSmoothMmx   8-byte blocks with the truncating t(), rest rounding
-//   CopyRowsSmoothPavg  8-byte blocks, rounding throughout
+//   CopyRowsSmoothPlain      byte by byte, rounding s()
+//   CopyRowsSmoothMmxTier   8-byte blocks with the truncating t(), rest rounding
+//   CopyRowsSmoothPavgTier  8-byte blocks, rounding throughout
 //   CopyRowsSmoothWide  16-byte blocks, rounding throughout
-void CopyRowsSmooth(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsSmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                     int32_t rowBytes, int32_t height);
-void CopyRowsSmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsSmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                        int32_t rowBytes, int32_t height);
-void CopyRowsSmoothPavg(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void CopyRowsSmoothPavgTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t rowBytes, int32_t height);
 void CopyRowsSmoothWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t rowBytes, int32_t height);

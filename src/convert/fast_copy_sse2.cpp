@@ -34,7 +34,7 @@ bool WorthStreaming(size_t count) { return count >= platform::LastLevelCacheByte
 
 }  // namespace
 
-void FastCopyMmx(void* dst, const void* src, size_t count) {
+void FastCopyMmxTier(void* dst, const void* src, size_t count) {
     CopyBlocks<64>(static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), count);
 }
 

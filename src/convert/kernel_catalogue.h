@@ -87,8 +87,9 @@ struct EntryOrigin {
 };
 EntryOrigin OriginOf(int row, int column);
 const char* EntryTierName(EntryTier tier);
-// "ConvYvyuToRgb32", "ConvPlanarToYuy2Smooth", "FastCopyWide", "CopyRows x2":
-// the kernel's name without its tier.
+// "ConvYvyuToRgb32Plain", "ConvPlanarToYuy2SmoothSse2Tier", "FastCopyWide",
+// "CopyRowsPlain, width x 2": the kernel's name, or that of the plain kernel
+// a stub forwards to.
 std::string EntryName(int row, int column);
 
 }  // namespace tarn

@@ -52,11 +52,11 @@ std::string EntryName(int row, int column) {
     const EntryOrigin origin = OriginOf(row, column);
     if (origin.tier == EntryTier::Empty) return {};
     const int tier = static_cast<int>(origin.tier) - 1;  // plain, MMX, Pavg, SSE2
-    static const char* const blockCopies[] = {"library copy", "FastCopyMmx", "FastCopyStream", "FastCopyWide"};
+    static const char* const blockCopies[] = {"library copy", "FastCopyMmxTier", "FastCopyStream", "FastCopyWide"};
     static const char* const rowCopies[2][4] = {
-        {"CopyRows", "CopyRowsMmx", "CopyRows", "CopyRowsWide"},
-        {"CopyRowsSmooth", "CopyRowsSmoothMmx", "CopyRowsSmoothPavg", "CopyRowsSmoothWide"}};
-    static const char* const suffixes[] = {"", "Mmx", "Pavg", "Sse2"};
+        {"CopyRowsPlain", "CopyRowsMmxTier", "CopyRowsPlain", "CopyRowsWide"},
+        {"CopyRowsSmoothPlain", "CopyRowsSmoothMmxTier", "CopyRowsSmoothPavgTier", "CopyRowsSmoothWide"}};
+    static const char* const suffixes[] = {"Plain", "MmxTier", "PavgTier", "Sse2Tier"};
     if (row == kBlockCopyRow) return blockCopies[tier];
     if (row == kRowCopyRow) return rowCopies[column][tier];
 
@@ -68,7 +68,7 @@ std::string EntryName(int row, int column) {
         name = std::string(rowCopies[column][copyTier]) + ", width x " + std::to_string(BytesPerPixel(r.src));
     } else {
         name = std::string("Conv") + FormatName(r.src) + "To" + FormatName(r.dst) + (column ? "Smooth" : "");
-        if (!origin.forwards) name += suffixes[tier];
+        name += suffixes[origin.forwards ? 0 : tier];
     }
     if (origin.forwards) name = std::string("stub of the ") + EntryTierName(origin.tier) + " tier to " + name;
     return name;

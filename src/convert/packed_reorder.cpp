@@ -20,17 +20,17 @@ void ReorderRowPlain(uint8_t* dst, const uint8_t* src, size_t pairs, PackedOrder
     }
 }
 
-ReorderRowFn ActiveReorderRow() {
-    static const FormEntry<ReorderRowFn> table[] = {
+constexpr FormEntry<ReorderRowFn> kReorderRowForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
-        {SimdForm::Avx2, ReorderRowAvx2},
+    {SimdForm::Avx2, ReorderRowAvx2},
 #endif
-        {SimdForm::Plain, ReorderRowPlain},
-    };
-    return PickForm(table);
-}
+    {SimdForm::Plain, ReorderRowPlain},
+};
+static_assert(EndsInPlainForm(kReorderRowForms));
 
-void ReorderPacked(Body body, bool smooth, PackedOrder from, PackedOrder to, uint8_t* dst,
+ReorderRowFn ActiveReorderRow() { return PickForm(kReorderRowForms); }
+
+void ReorderPacked(TierBody body, bool smooth, PackedOrder from, PackedOrder to, uint8_t* dst,
                    int32_t dstStride, const uint8_t* src, int32_t srcStride, int32_t width,
                    int32_t height) {
     const RowWalk walk = WalkOf(src, srcStride, height);  // from the last row up when negative

@@ -16,7 +16,7 @@
 
 namespace tarn {
 
-void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
+void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
                     uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
                     int32_t srcStride, int32_t width, int32_t height) {
     // A negative height reads the source from its last row up.
@@ -28,11 +28,11 @@ void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, ui
     const ByteSpan srcSpan = ByteSpan::OfFrame(src, srcStride, rows);
     const ByteSpan dstSpan = ByteSpan::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
-    const bool trunc = smooth && body == Body::Mmx;
+    const bool trunc = smooth && body == TierBody::Mmx;
     const ReorderRowFn reorder = ActiveReorderRow();
     // Block columns in bytes of the packed row; the rest are remainder pairs.
-    const int blockShift = body == Body::Sse2 ? 4 : 3;
-    const size_t nb = body == Body::Plain ? 0 : size_t((width >> blockShift) << blockShift) * 2;
+    const int blockShift = body == TierBody::Sse2 ? 4 : 3;
+    const size_t nb = body == TierBody::Plain ? 0 : size_t((width >> blockShift) << blockShift) * 2;
     const size_t n = pairs * 4;
 
     const size_t cap = n + 64;
@@ -73,7 +73,7 @@ void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, ui
         } else if (!trunc) {
             const Rows3 a = first ? Rows3{s[1], s[1], s[1]} : Rows3{s[0], s[2], s[1]};
             const Rows3 b = last ? Rows3{s[2], s[2], s[2]} : Rows3{s[1], s[3], s[2]};
-            done = body == Body::Plain ? pairs : nb / 4;
+            done = body == TierBody::Plain ? pairs : nb / 4;
             f.smoothPairFromYuy2(y0, y1, u, v, a, b, done);
         }
         if (done < pairs) {
@@ -139,19 +139,19 @@ void PackedToPlanar(Body body, bool smooth, PackedOrder order, uint8_t* dstY, ui
 void ConvYuy2ToPlanarSmoothPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                  int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                  int32_t width, int32_t height) {
-    PackedToPlanar(Body::Plain, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+    PackedToPlanar(TierBody::Plain, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
-void ConvYuy2ToPlanarSmoothMmx(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+void ConvYuy2ToPlanarSmoothMmxTier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                int32_t width, int32_t height) {
-    PackedToPlanar(Body::Mmx, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+    PackedToPlanar(TierBody::Mmx, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
-void ConvYuy2ToPlanarSmoothSse2(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
+void ConvYuy2ToPlanarSmoothSse2Tier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
                                 int32_t uvStride, const uint8_t* src, int32_t srcStride,
                                 int32_t width, int32_t height) {
-    PackedToPlanar(Body::Sse2, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
+    PackedToPlanar(TierBody::Sse2, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
 }  // namespace tarn

@@ -17,7 +17,7 @@ namespace tarn {
 namespace {
 
 template <int Bpp>
-void FromPacked(Body body, PackedOrder order, RgbKind kind, uint8_t* dst, int32_t dstStride,
+void FromPacked(TierBody body, PackedOrder order, RgbKind kind, uint8_t* dst, int32_t dstStride,
                 const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
     // A negative height reads the source from its last row up.
     const RowWalk walk = WalkOf(src, srcStride, height);
@@ -27,12 +27,12 @@ void FromPacked(Body body, PackedOrder order, RgbKind kind, uint8_t* dst, int32_
     const ByteSpan srcSpan = ByteSpan::OfFrame(src, srcStride, rows);
     const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, rows);
     const YuvRowForms& f = RowsFor(body);
-    const int blockShift = body == Body::Sse2 ? 4 : body == Body::Mmx ? 3 : 31;
-    const size_t nb = body == Body::Plain ? 0 : static_cast<size_t>((width >> blockShift) << blockShift);
+    const int blockShift = body == TierBody::Sse2 ? 4 : body == TierBody::Mmx ? 3 : 31;
+    const size_t nb = body == TierBody::Plain ? 0 : static_cast<size_t>((width >> blockShift) << blockShift);
     // The MMX 24-bit body ends each block with an 8-byte store, one byte of 0
     // past the block. The next block or pair overwrites it; after a last block
     // with no pair behind it, it stays.
-    const bool trailingZero = body == Body::Mmx && Bpp == 3 && nb > 0 && nb == n;
+    const bool trailingZero = body == TierBody::Mmx && Bpp == 3 && nb > 0 && nb == n;
     const size_t outBytes = n * Bpp + (trailingZero ? 1 : 0);
     // 16-bit output: the pixels are made in a working row and packed.
     const bool packed16 = kind == RgbKind::Rgb565 || kind == RgbKind::Rgb555;
@@ -79,7 +79,7 @@ void FromPacked(Body body, PackedOrder order, RgbKind kind, uint8_t* dst, int32_
 
 }  // namespace
 
-void PackedToRgb(Body body, PackedOrder order, RgbKind out, uint8_t* dst, int32_t dstStride,
+void PackedToRgb(TierBody body, PackedOrder order, RgbKind out, uint8_t* dst, int32_t dstStride,
                  const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {
     if (out == RgbKind::Rgb24)
         FromPacked<3>(body, order, out, dst, dstStride, src, srcStride, width, height);
@@ -89,27 +89,27 @@ void PackedToRgb(Body body, PackedOrder order, RgbKind out, uint8_t* dst, int32_
 
 void ConvYuy2ToRgb32Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height) {
-    PackedToRgb(Body::Plain, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(TierBody::Plain, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb24Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                           int32_t width, int32_t height) {
-    PackedToRgb(Body::Plain, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(TierBody::Plain, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
-void ConvYuy2ToRgb32Mmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void ConvYuy2ToRgb32MmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t width, int32_t height) {
-    PackedToRgb(Body::Mmx, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(TierBody::Mmx, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
 }
-void ConvYuy2ToRgb24Mmx(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void ConvYuy2ToRgb24MmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t width, int32_t height) {
-    PackedToRgb(Body::Mmx, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(TierBody::Mmx, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
-void ConvYuy2ToRgb32Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void ConvYuy2ToRgb32Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height) {
-    PackedToRgb(Body::Sse2, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(TierBody::Sse2, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
 }
-void ConvYuy2ToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
+void ConvYuy2ToRgb24Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                          int32_t width, int32_t height) {
-    PackedToRgb(Body::Sse2, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
+    PackedToRgb(TierBody::Sse2, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
 
 }  // namespace tarn

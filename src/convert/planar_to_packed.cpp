@@ -18,7 +18,7 @@ namespace tarn {
 // remainder pairs and every column of the other tiers round, so the SSE2
 // kernel gives the plain kernel's bytes at any width. Pairs are made in the
 // Yuy2 order and moved to the destination's order before they are stored.
-void PlanarToPacked(Body body, bool smooth, PackedOrder order, uint8_t* dst, int32_t dstStride,
+void PlanarToPacked(TierBody body, bool smooth, PackedOrder order, uint8_t* dst, int32_t dstStride,
                     const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                     int32_t uvStride, int32_t width, int32_t height) {
     const RowWalk walk = WalkOf(dst, dstStride, height);
@@ -29,7 +29,7 @@ void PlanarToPacked(Body body, bool smooth, PackedOrder order, uint8_t* dst, int
     const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, rows);
     const ByteSpan srcSpan = ByteSpan::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
-    const bool trunc = smooth && body == Body::Mmx;
+    const bool trunc = smooth && body == TierBody::Mmx;
     const ReorderRowFn reorder = ActiveReorderRow();
     const size_t n = 2 * pairs;
     const size_t nb = trunc ? size_t((width >> 4) << 4) : 0, nbc = nb / 2;
@@ -110,19 +110,19 @@ void PlanarToPacked(Body body, bool smooth, PackedOrder order, uint8_t* dst, int
 void ConvPlanarToYuy2SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                  int32_t uvStride, int32_t width, int32_t height) {
-    PlanarToPacked(Body::Plain, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    PlanarToPacked(TierBody::Plain, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
-void ConvPlanarToYuy2SmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToYuy2SmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                int32_t uvStride, int32_t width, int32_t height) {
-    PlanarToPacked(Body::Mmx, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    PlanarToPacked(TierBody::Mmx, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
-void ConvPlanarToYuy2SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToYuy2SmoothSse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                 int32_t uvStride, int32_t width, int32_t height) {
-    PlanarToPacked(Body::Sse2, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    PlanarToPacked(TierBody::Sse2, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 }  // namespace tarn

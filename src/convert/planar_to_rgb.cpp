@@ -32,14 +32,14 @@ struct PairLayout {
 // later pair starts 8 pixels (4 chroma samples) further right. Hosts have
 // always seen these pictures. The Pavg body shares that walk; the MMX body
 // without smoothing converts (width >> 1) & 3 pairs throughout.
-PairLayout LayoutOf(Body body, bool smooth, int32_t width, int32_t k) {
+PairLayout LayoutOf(TierBody body, bool smooth, int32_t width, int32_t k) {
     const int32_t pairs = width >> 1;
     const ptrdiff_t drift = -static_cast<ptrdiff_t>(width & 1) * k;
-    if (body == Body::Sse2) {
+    if (body == TierBody::Sse2) {
         const int32_t blocks = (width >> 4) << 4;
         return {blocks, blocks + 2 * (pairs & 7), drift, 0};
     }
-    if (body == Body::Mmx || body == Body::Pavg) {
+    if (body == TierBody::Mmx || body == TierBody::Pavg) {
         const int32_t blocks = (width >> 3) << 3;
         const bool overrun = smooth && k >= 1;
         const int32_t rest = overrun ? (pairs & 7) : (pairs & 3);
@@ -83,7 +83,7 @@ struct PairRows {
 };
 
 struct PairOptions {
-    Body body;
+    TierBody body;
     bool smooth;
     RgbKind out;
     int32_t threshold;
@@ -96,7 +96,7 @@ template <int Bpp>
 void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride, int32_t uvStride,
                   int32_t width, int32_t height) {
-    const Body body = o.body;
+    const TierBody body = o.body;
     const bool smooth = o.smooth;
     const RowWalk walk = WalkOf(dst, dstStride, height);
     const int32_t rows = walk.rows;
@@ -105,17 +105,17 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
     const ByteSpan dstSpan = ByteSpan::OfFrame(dst, dstStride, rows);
     const ByteSpan srcSpan = ByteSpan::OfPlanar(srcY, srcU, srcV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
-    const bool trunc = smooth && body == Body::Mmx;
+    const bool trunc = smooth && body == TierBody::Mmx;
     const bool packed16 = o.out == RgbKind::Rgb565 || o.out == RgbKind::Rgb555;
     const int outBpp = BytesOf(o.out);
     const Rgb16RowForms& pack = ActiveRgb16Rows();
     // The Pavg body averages chroma rows 0 and 4 in the block columns of its
     // first pair of 32-bit output, where the others average rows 0 and 1.
-    const bool firstFromRow4 = body == Body::Pavg && o.out == RgbKind::Rgb32;
+    const bool firstFromRow4 = body == TierBody::Pavg && o.out == RgbKind::Rgb32;
 
     // The SSE2 body smooths and converts its block columns of 32-bit output in
     // one pass; the other columns, kinds and tiers go through working rows.
-    const bool fused = body == Body::Sse2 && smooth && o.out == RgbKind::Rgb32;
+    const bool fused = body == TierBody::Sse2 && smooth && o.out == RgbKind::Rgb32;
     // Pixels built in place when they are stored as they are made.
     const bool direct = !trunc && !packed16;
     PairRows w(static_cast<size_t>(width + 16) * 4);
@@ -232,7 +232,7 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
 
 }  // namespace
 
-void PlanarToRgb(Body body, bool smooth, RgbKind out, int32_t threshold, uint8_t* dst,
+void PlanarToRgb(TierBody body, bool smooth, RgbKind out, int32_t threshold, uint8_t* dst,
                  int32_t dstStride, const uint8_t* srcY, const uint8_t* srcU, const uint8_t* srcV,
                  int32_t yStride, int32_t uvStride, int32_t width, int32_t height) {
     const PairOptions o{body, smooth, out, threshold};
@@ -245,31 +245,31 @@ void PlanarToRgb(Body body, bool smooth, RgbKind out, int32_t threshold, uint8_t
 void ConvPlanarToRgb32SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                   int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs<4>({Body::Plain, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    ConvertPairs<4>({TierBody::Plain, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 void ConvPlanarToRgb24SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                   int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs<3>({Body::Plain, true, RgbKind::Rgb24, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    ConvertPairs<3>({TierBody::Plain, true, RgbKind::Rgb24, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
-void ConvPlanarToRgb32SmoothMmx(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToRgb32SmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                 int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs<4>({Body::Mmx, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    ConvertPairs<4>({TierBody::Mmx, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
-void ConvPlanarToRgb32SmoothSse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToRgb32SmoothSse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                                  const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                                  int32_t uvStride, int32_t width, int32_t height) {
-    ConvertPairs<4>({Body::Sse2, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
+    ConvertPairs<4>({TierBody::Sse2, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 // Row n takes luma row n and chroma row n / 2 as stored. The remainder pairs
 // take the chroma of column 0 of their chroma row and are stored red first:
 // both are how this kernel has always drawn the right edge.
-void ConvPlanarToRgb24Sse2(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
+void ConvPlanarToRgb24Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
                            const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
                            int32_t uvStride, int32_t width, int32_t height) {
     const RowWalk walk = WalkOf(dst, dstStride, height);

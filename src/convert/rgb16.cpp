@@ -74,15 +74,17 @@ RowFn RowFor(RgbKind from, RgbKind to) {
 const Rgb16RowForms kRgb16RowsPlain = {ExpandPlain<Expand565, 4>, ExpandPlain<Expand555, 4>,
                                        PackPlain<Pack565, 4>, PackPlain<Pack555, 4>};
 
-const Rgb16RowForms& ActiveRgb16Rows() {
-    static const FormEntry<const Rgb16RowForms*> table[] = {
+namespace {
+constexpr FormEntry<const Rgb16RowForms*> kRgb16RowsForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
-        {SimdForm::Avx2, &kRgb16RowsAvx2},
+    {SimdForm::Avx2, &kRgb16RowsAvx2},
 #endif
-        {SimdForm::Plain, &kRgb16RowsPlain},
-    };
-    return *PickForm(table);
-}
+    {SimdForm::Plain, &kRgb16RowsPlain},
+};
+static_assert(EndsInPlainForm(kRgb16RowsForms));
+}  // namespace
+
+const Rgb16RowForms& ActiveRgb16Rows() { return *PickForm(kRgb16RowsForms); }
 
 void ConvertRgbPixels(RgbKind from, RgbKind to, uint8_t* dst, int32_t dstStride,
                       const uint8_t* src, int32_t srcStride, int32_t width, int32_t height) {

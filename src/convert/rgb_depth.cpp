@@ -4,16 +4,15 @@
 // access is guarded.
 #include "convert/conversion_kernels.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <utility>
 
 #include "convert/rgb_depth_rows.h"
+#include "platform/byte_span.h"
 #include "platform/form_table.h"
 
 namespace tarn {
 
-void Rgb24ToRgb32Row(uint8_t* d, const uint8_t* s, int32_t width) {
+void Rgb24ToRgb32RowPlain(uint8_t* d, const uint8_t* s, int32_t width) {
     for (int32_t x = 0; x < width; ++x, s += 3, d += 4) {
         d[0] = s[0];
         d[1] = s[1];
@@ -22,7 +21,7 @@ void Rgb24ToRgb32Row(uint8_t* d, const uint8_t* s, int32_t width) {
     }
 }
 
-void Rgb32ToRgb24Row(uint8_t* d, const uint8_t* s, int32_t width) {
+void Rgb32ToRgb24RowPlain(uint8_t* d, const uint8_t* s, int32_t width) {
     for (int32_t x = 0; x < width; ++x, s += 4, d += 3) {
         d[0] = s[0];
         d[1] = s[1];
@@ -36,15 +35,13 @@ struct DepthForms {
     RgbDepthRowFn widen, narrow;
 };
 
-DepthForms PickDepthForms() {
+constexpr FormEntry<DepthForms> kDepthForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<DepthForms> t[] = {{SimdForm::Avx2, {Rgb24ToRgb32RowAvx2, Rgb32ToRgb24RowAvx2}},
-                                              {SimdForm::Plain, {Rgb24ToRgb32Row, Rgb32ToRgb24Row}}};
-    return PickForm(t);
-#else
-    return {Rgb24ToRgb32Row, Rgb32ToRgb24Row};
+    {SimdForm::Avx2, {Rgb24ToRgb32RowAvx2, Rgb32ToRgb24RowAvx2}},
 #endif
-}
+    {SimdForm::Plain, {Rgb24ToRgb32RowPlain, Rgb32ToRgb24RowPlain}},
+};
+static_assert(EndsInPlainForm(kDepthForms));
 
 // The rows in order; a negative height reads the source from its last row
 // up. Rows are worked whole, so a fast form that reads a row before it
@@ -59,13 +56,9 @@ void ConvertDepth(RgbDepthRowFn fast, RgbDepthRowFn plain, int srcBpp, int dstBp
         step = -step;
     }
     if (rows == 0 || width <= 0) return;
-    auto span = [rows](const uint8_t* first, ptrdiff_t pitch, ptrdiff_t bytes) {
-        const uintptr_t a = reinterpret_cast<uintptr_t>(first), b = a + pitch * (rows - 1);
-        return std::pair<uintptr_t, uintptr_t>{std::min(a, b), std::max(a, b) + uintptr_t(bytes)};
-    };
-    const auto s = span(src, step, ptrdiff_t(width) * srcBpp);
-    const auto d = span(dst, dstStride, ptrdiff_t(width) * dstBpp);
-    const RgbDepthRowFn row = d.second <= s.first || s.second <= d.first ? fast : plain;
+    const ByteSpan read = ByteSpan::OfRows(src, step, rows, size_t(width) * srcBpp);
+    const ByteSpan written = ByteSpan::OfRows(dst, dstStride, rows, size_t(width) * dstBpp);
+    const RgbDepthRowFn row = written.ApartFrom(read) ? fast : plain;
     for (int32_t r = 0; r < rows; ++r, dst += dstStride, src += step) row(dst, src, width);
 }
 
@@ -73,12 +66,12 @@ void ConvertDepth(RgbDepthRowFn fast, RgbDepthRowFn plain, int srcBpp, int dstBp
 
 void ConvRgb24ToRgb32(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                       int32_t width, int32_t height) {
-    ConvertDepth(PickDepthForms().widen, Rgb24ToRgb32Row, 3, 4, dst, dstStride, src, srcStride, width, height);
+    ConvertDepth(PickForm(kDepthForms).widen, Rgb24ToRgb32RowPlain, 3, 4, dst, dstStride, src, srcStride, width, height);
 }
 
 void ConvRgb32ToRgb24(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                       int32_t width, int32_t height) {
-    ConvertDepth(PickDepthForms().narrow, Rgb32ToRgb24Row, 4, 3, dst, dstStride, src, srcStride, width, height);
+    ConvertDepth(PickForm(kDepthForms).narrow, Rgb32ToRgb24RowPlain, 4, 3, dst, dstStride, src, srcStride, width, height);
 }
 
 }  // namespace tarn

@@ -19,7 +19,7 @@ void Rgb24ToRgb32RowAvx2(uint8_t* d, const uint8_t* s, int32_t width) {
                                               reinterpret_cast<const __m128i*>(s + 3 * x));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 4 * x), _mm256_shuffle_epi8(v, spread));
     }
-    Rgb24ToRgb32Row(d + 4 * x, s + 3 * x, width - x);
+    Rgb24ToRgb32RowPlain(d + 4 * x, s + 3 * x, width - x);
 }
 
 void Rgb32ToRgb24RowAvx2(uint8_t* d, const uint8_t* s, int32_t width) {
@@ -33,7 +33,7 @@ void Rgb32ToRgb24RowAvx2(uint8_t* d, const uint8_t* s, int32_t width) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 3 * x), _mm256_castsi256_si128(packed));
         _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 3 * x + 16), _mm256_extracti128_si256(packed, 1));
     }
-    Rgb32ToRgb24Row(d + 3 * x, s + 4 * x, width - x);
+    Rgb32ToRgb24RowPlain(d + 3 * x, s + 4 * x, width - x);
 }
 
 }  // namespace tarn

@@ -8,8 +8,8 @@ namespace tarn {
 
 using RgbDepthRowFn = void (*)(uint8_t* dst, const uint8_t* src, int32_t width);
 
-void Rgb24ToRgb32Row(uint8_t* dst, const uint8_t* src, int32_t width);
-void Rgb32ToRgb24Row(uint8_t* dst, const uint8_t* src, int32_t width);
+void Rgb24ToRgb32RowPlain(uint8_t* dst, const uint8_t* src, int32_t width);
+void Rgb32ToRgb24RowPlain(uint8_t* dst, const uint8_t* src, int32_t width);
 #if defined(TARN_HAVE_X86_SIMD)
 void Rgb24ToRgb32RowAvx2(uint8_t* dst, const uint8_t* src, int32_t width);
 void Rgb32ToRgb24RowAvx2(uint8_t* dst, const uint8_t* src, int32_t width);

@@ -52,15 +52,17 @@ void Yuy2BlocksPlain(uint8_t* dst, const uint8_t* src, size_t blocks) {
 const RgbRowForms kRgbRowsPlain = {PlanarPlain<4>, PlanarPlain<3>, Yuy2BlocksPlain<4>,
                                    Yuy2BlocksPlain<3>};
 
-const RgbRowForms& ActiveRgbRows() {
-    static const FormEntry<const RgbRowForms*> table[] = {
+namespace {
+constexpr FormEntry<const RgbRowForms*> kRgbRowsForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
-        {SimdForm::Avx2, &kRgbRowsAvx2},
-        {SimdForm::Sse2, &kRgbRowsSse2},
+    {SimdForm::Avx2, &kRgbRowsAvx2},
+    {SimdForm::Sse2, &kRgbRowsSse2},
 #endif
-        {SimdForm::Plain, &kRgbRowsPlain},
-    };
-    return *PickForm(table);
-}
+    {SimdForm::Plain, &kRgbRowsPlain},
+};
+static_assert(EndsInPlainForm(kRgbRowsForms));
+}  // namespace
+
+const RgbRowForms& ActiveRgbRows() { return *PickForm(kRgbRowsForms); }
 
 }  // namespace tarn

@@ -10,7 +10,7 @@
 
 namespace tarn {
 
-void SemiPlanarToRgb24(Body body, bool field, uint8_t* dst, int32_t dstStride, const uint8_t* src,
+void SemiPlanarToRgb24(TierBody body, bool field, uint8_t* dst, int32_t dstStride, const uint8_t* src,
                        int32_t srcStride, int32_t width, int32_t height) {
     const RowWalk walk = WalkOf(dst, dstStride, height);
     const int32_t pairsOfRows = walk.rows / 2;

@@ -108,15 +108,17 @@ const YuvRowForms kYuvRowsPlain = {SmoothPlain, AveragePlain, VectorPlain<4>,   
                                    PackPlain,   UnpackPlain,  PackedVectorPlain<4>, PackedVectorPlain<3>,
                                    SmoothPairToBgraPlain, SmoothPairToYuy2Plain, SmoothPairFromYuy2Plain};
 
-const YuvRowForms& ActiveYuvRows() {
-    static const FormEntry<const YuvRowForms*> table[] = {
+namespace {
+constexpr FormEntry<const YuvRowForms*> kYuvRowsForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
-        {SimdForm::Avx2, &kYuvRowsAvx2},
-        {SimdForm::Sse2, &kYuvRowsSse2},
+    {SimdForm::Avx2, &kYuvRowsAvx2},
+    {SimdForm::Sse2, &kYuvRowsSse2},
 #endif
-        {SimdForm::Plain, &kYuvRowsPlain},
-    };
-    return *PickForm(table);
-}
+    {SimdForm::Plain, &kYuvRowsPlain},
+};
+static_assert(EndsInPlainForm(kYuvRowsForms));
+}  // namespace
+
+const YuvRowForms& ActiveYuvRows() { return *PickForm(kYuvRowsForms); }
 
 }  // namespace tarn

@@ -67,18 +67,18 @@ const YuvRowForms& ActiveYuvRows();
 // the SSE2 body takes the fastest forms. Pavg is the MMX body with rounding
 // averages in place of the truncating ones (the tier of processors with SSE
 // but not SSE2): MMX block sizes, the SSE2 body's arithmetic.
-enum class Body : uint8_t { Plain, Mmx, Sse2, Pavg };
-inline const YuvRowForms& RowsFor(Body body) {
-    return body == Body::Sse2 || body == Body::Pavg ? ActiveYuvRows() : kYuvRowsPlain;
+enum class TierBody : uint8_t { Plain, Mmx, Sse2, Pavg };
+inline const YuvRowForms& RowsFor(TierBody body) {
+    return body == TierBody::Sse2 || body == TierBody::Pavg ? ActiveYuvRows() : kYuvRowsPlain;
 }
 
 // A middle row smoothed from its neighbours as the row copies of a body do
 // it: the MMX body truncates in 8-byte blocks and rounds the rest, every other
 // body rounds throughout.
-inline void SmoothRowOf(Body body, uint8_t* out, const uint8_t* above, const uint8_t* below,
+inline void SmoothRowOf(TierBody body, uint8_t* out, const uint8_t* above, const uint8_t* below,
                         const uint8_t* centre, size_t n) {
     size_t from = 0;
-    if (body == Body::Mmx) {
+    if (body == TierBody::Mmx) {
         from = n & ~size_t(7);
         SmoothTruncRow(out, above, below, centre, from);
     }

@@ -33,21 +33,21 @@ using OneToOneInPlace = void (*)(uint8_t*, int32_t, uint8_t*, int32_t, int32_t, 
 // 24-bit output smooths on every processor but those with SSE2, which take
 // the row-by-row kernel without smoothing.
 constexpr TierKernels<PlanarSource> kPlanarToRgb24{
-    ConvPlanarToRgb24SmoothPlain, ConvPlanarToRgb24SmoothPlain, ConvPlanarToRgb24Sse2};
+    ConvPlanarToRgb24SmoothPlain, ConvPlanarToRgb24SmoothPlain, ConvPlanarToRgb24Sse2Tier};
 constexpr TierKernels<PlanarSource> kPlanarToRgb32{
-    ConvPlanarToRgb32SmoothPlain, ConvPlanarToRgb32SmoothMmx, ConvPlanarToRgb32SmoothSse2};
+    ConvPlanarToRgb32SmoothPlain, ConvPlanarToRgb32SmoothMmxTier, ConvPlanarToRgb32SmoothSse2Tier};
 constexpr TierKernels<PlanarDestination> kRgb24ToPlanar{
-    ConvRgb24ToPlanarPlain, ConvRgb24ToPlanarMmx, ConvRgb24ToPlanarSse2};
+    ConvRgb24ToPlanarPlain, ConvRgb24ToPlanarMmxTier, ConvRgb24ToPlanarSse2Tier};
 constexpr TierKernels<PlanarDestination> kRgb32ToPlanar{
-    ConvRgb32ToPlanarPlain, ConvRgb32ToPlanarMmx, ConvRgb32ToPlanarSse2};
+    ConvRgb32ToPlanarPlain, ConvRgb32ToPlanarMmxTier, ConvRgb32ToPlanarSse2Tier};
 constexpr TierKernels<PlanarSource> kPlanarToPacked{
-    ConvPlanarToYuy2SmoothPlain, ConvPlanarToYuy2SmoothMmx, ConvPlanarToYuy2SmoothSse2};
+    ConvPlanarToYuy2SmoothPlain, ConvPlanarToYuy2SmoothMmxTier, ConvPlanarToYuy2SmoothSse2Tier};
 constexpr TierKernels<PlanarDestination> kPackedToPlanar{
-    ConvYuy2ToPlanarSmoothPlain, ConvYuy2ToPlanarSmoothMmx, ConvYuy2ToPlanarSmoothSse2};
-constexpr TierKernels<OneToOne> kPackedToRgb24{ConvYuy2ToRgb24Plain, ConvYuy2ToRgb24Mmx,
-                                               ConvYuy2ToRgb24Sse2};
-constexpr TierKernels<OneToOne> kPackedToRgb32{ConvYuy2ToRgb32Plain, ConvYuy2ToRgb32Mmx,
-                                               ConvYuy2ToRgb32Sse2};
+    ConvYuy2ToPlanarSmoothPlain, ConvYuy2ToPlanarSmoothMmxTier, ConvYuy2ToPlanarSmoothSse2Tier};
+constexpr TierKernels<OneToOne> kPackedToRgb24{ConvYuy2ToRgb24Plain, ConvYuy2ToRgb24MmxTier,
+                                               ConvYuy2ToRgb24Sse2Tier};
+constexpr TierKernels<OneToOne> kPackedToRgb32{ConvYuy2ToRgb32Plain, ConvYuy2ToRgb32MmxTier,
+                                               ConvYuy2ToRgb32Sse2Tier};
 
 // The plain RGB-to-packed kernels read their source only; the SSE2 ones write
 // into it, so all are called through the writable shape.
@@ -58,9 +58,9 @@ void Rgb32ToYuy2Plain(uint8_t* d, int32_t ds, uint8_t* s, int32_t ss, int32_t w,
     ConvRgb32ToYuy2Plain(d, ds, s, ss, w, h);
 }
 constexpr TierKernels<OneToOneInPlace> kRgb24ToPacked{Rgb24ToYuy2Plain, Rgb24ToYuy2Plain,
-                                                      ConvRgb24ToYuy2Sse2};
+                                                      ConvRgb24ToYuy2Sse2Tier};
 constexpr TierKernels<OneToOneInPlace> kRgb32ToPacked{Rgb32ToYuy2Plain, Rgb32ToYuy2Plain,
-                                                      ConvRgb32ToYuy2Sse2};
+                                                      ConvRgb32ToYuy2Sse2Tier};
 
 // The plane addresses of a planar picture: the second chroma plane follows
 // the first by (planarStride x height) / 4 bytes, except in ConvertPlanarToRgb,

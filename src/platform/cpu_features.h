@@ -44,11 +44,16 @@ uint32_t DetectCpuFeatures(CpuidFunction cpuid = HardwareCpuid);
 // g_cpuFeaturesCache; g_cpuFeatures starts as this word.
 uint32_t CachedCpuFeatures();
 
-// The tier a conversion follows: SSE2 is tested before MMX.
+// The tier a conversion follows: the first of these whose bit is set, SSE2
+// before MMX, and the plain tier without either.
 enum class Tier : uint8_t { Plain, Mmx, Sse2 };
-inline Tier TierOf(uint32_t features) {
-    if (features & kCpuSse2) return Tier::Sse2;
-    if (features & kCpuMmx) return Tier::Mmx;
+inline constexpr struct {
+    uint32_t bit;
+    Tier tier;
+} kTiersByPrecedence[] = {{kCpuSse2, Tier::Sse2}, {kCpuMmx, Tier::Mmx}};
+constexpr Tier TierOf(uint32_t features) {
+    for (const auto& t : kTiersByPrecedence)
+        if (features & t.bit) return t.tier;
     return Tier::Plain;
 }
 

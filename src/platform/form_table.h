@@ -3,12 +3,14 @@
 //
 // The feature word (cpu_features.h) decides which tier's arithmetic runs.
 // Within a tier the fastest form the processor supports runs: each kernel
-// family keeps a small table of forms, best first and plain last, and picks
-// from it with PickForm. All forms of a tier give the same bytes.
+// family keeps one named table of its forms, best first and its plain form
+// last, and picks from it with PickForm. All forms of a tier give the same
+// bytes.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace tarn {
 
@@ -25,6 +27,15 @@ struct FormEntry {
     SimdForm form;
     Fn fn;
 };
+
+// Whether a table ends, as PickForm needs, in a plain form that exists:
+// each family's table is checked with it where it is defined.
+template <class Fn, size_t N>
+constexpr bool EndsInPlainForm(const FormEntry<Fn> (&table)[N]) {
+    if constexpr (std::is_pointer_v<Fn>)
+        if (table[N - 1].fn == nullptr) return false;
+    return table[N - 1].form == SimdForm::Plain;
+}
 
 // First entry whose form is allowed; the last entry must be the plain form.
 template <class Fn, size_t N>

@@ -148,12 +148,15 @@ TEST(KernelCatalogue, EntriesAreNamedAfterTheirKernels) {
     CatalogueRestore restore;
     FillKernelCatalogue(kCpuMmx | kCpuSse | kCpuSse2);
     EXPECT_EQ(EntryName(0, 0), "FastCopyWide");
-    EXPECT_EQ(EntryName(CatalogueRowOf(F::Planar, F::Yuy2), 1), "ConvPlanarToYuy2SmoothSse2");
+    EXPECT_EQ(EntryName(CatalogueRowOf(F::Planar, F::Yuy2), 1), "ConvPlanarToYuy2SmoothSse2Tier");
     EXPECT_EQ(EntryName(CatalogueRowOf(F::Uyvy, F::Uyvy), 1), "CopyRowsSmoothWide, width x 2");
-    EXPECT_EQ(EntryName(CatalogueRowOf(F::Rgb24, F::Vyuy), 0), "stub of the MMX tier to ConvRgb24ToVyuy");
+    EXPECT_EQ(EntryName(CatalogueRowOf(F::Rgb24, F::Vyuy), 0), "stub of the MMX tier to ConvRgb24ToVyuyPlain");
     EXPECT_EQ(EntryName(CatalogueRowOf(F::Planar, F::Rgb32Keyed), 1), "");
     FillKernelCatalogue(kCpuMmx | kCpuSse);
-    EXPECT_EQ(EntryName(CatalogueRowOf(F::Yuy2, F::Rgb24), 1), "ConvYuy2ToRgb24SmoothPavg");
+    EXPECT_EQ(EntryName(CatalogueRowOf(F::Yuy2, F::Rgb24), 1), "ConvYuy2ToRgb24SmoothPavgTier");
+    FillKernelCatalogue(0);
+    EXPECT_EQ(EntryName(CatalogueRowOf(F::Yvyu, F::Rgb32), 0), "ConvYvyuToRgb32Plain");
+    EXPECT_EQ(EntryName(1, 1), "CopyRowsSmoothPlain");
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ TEST(FastCopy, EveryFormCopiesEverySizeAroundItsBlocks) {
     const struct {
         const char* name;
         CopyFn fn;
-    } forms[] = {{"FastCopyMmx", FastCopyMmx}, {"FastCopyStream", FastCopyStream},
+    } forms[] = {{"FastCopyMmxTier", FastCopyMmxTier}, {"FastCopyStream", FastCopyStream},
                  {"FastCopyWide", FastCopyWide}, {"FastCopy", FastCopy}};
     const size_t sizes[] = {0, 1, 15, 16, 17, 63, 64, 65, 127, 128, 129, 191, 255, 256, 257, 1000, 4099};
     const std::vector<uint8_t> src = Random(4099 + 64, 5);
@@ -61,8 +61,8 @@ using RowsFn = void (*)(uint8_t*, int32_t, const uint8_t*, int32_t, int32_t, int
 
 // Reference for the row copies: row y of the output is source row y, or
 // height-1-y when the height is negative.
-TEST(CopyRows, CopyEachRowForwardOrFromTheLastRowUp) {
-    const RowsFn forms[] = {CopyRows, CopyRowsMmx, CopyRowsWide};
+TEST(CopyRowsPlain, CopyEachRowForwardOrFromTheLastRowUp) {
+    const RowsFn forms[] = {CopyRowsPlain, CopyRowsMmxTier, CopyRowsWide};
     const int32_t widths[] = {1, 63, 64, 65, 127, 128, 200};
     for (RowsFn fn : forms)
         for (int32_t width : widths)
@@ -90,15 +90,15 @@ int TruncatingSmooth(int above, int below, int centre) {
     return std::min(255, (above / 2 + below / 2) / 2 + centre / 2);
 }
 
-TEST(CopyRowsSmooth, SmoothMiddleRowsWithTheirNeighboursAndKeepTheEdges) {
+TEST(CopyRowsSmoothPlain, SmoothMiddleRowsWithTheirNeighboursAndKeepTheEdges) {
     struct Form {
         RowsFn fn;
         int block;        // bytes per block that use the block average
         bool truncating;  // block average truncates
     };
-    const Form forms[] = {{CopyRowsSmooth, 1, false},
-                          {CopyRowsSmoothMmx, 8, true},
-                          {CopyRowsSmoothPavg, 8, false},
+    const Form forms[] = {{CopyRowsSmoothPlain, 1, false},
+                          {CopyRowsSmoothMmxTier, 8, true},
+                          {CopyRowsSmoothPavgTier, 8, false},
                           {CopyRowsSmoothWide, 16, false}};
     for (const Form& form : forms)
         for (int32_t width : {1, 7, 8, 9, 15, 16, 17, 33})
@@ -127,12 +127,12 @@ TEST(CopyRowsSmooth, SmoothMiddleRowsWithTheirNeighboursAndKeepTheEdges) {
             }
 }
 
-TEST(CopyRowsSmooth, TruncatingBlocksDarkenAnOddFlatGrey) {
+TEST(CopyRowsSmoothPlain, TruncatingBlocksDarkenAnOddFlatGrey) {
     // t(a, a, a) is not a for odd a: 101 -> (50 + 50) / 2 + 50 = 100.
     std::vector<uint8_t> src(16 * 3, 101), dst(16 * 3, 0);
-    CopyRowsSmoothMmx(dst.data(), 16, src.data(), 16, 16, 3);
+    CopyRowsSmoothMmxTier(dst.data(), 16, src.data(), 16, 16, 3);
     EXPECT_EQ(dst[16], 100);
-    CopyRowsSmooth(dst.data(), 16, src.data(), 16, 16, 3);
+    CopyRowsSmoothPlain(dst.data(), 16, src.data(), 16, 16, 3);
     EXPECT_EQ(dst[16], 101);
 }
 

@@ -62,14 +62,14 @@ TEST(OneToOneKernels, MatchTheirReferenceForms) {
     const OneToOneCase cases[] = {
         {"ConvYuy2ToRgb32Plain", ReadOnly<ConvYuy2ToRgb32Plain>(), 2, 4, fromYuy2(Tier::Plain, 4)},
         {"ConvYuy2ToRgb24Plain", ReadOnly<ConvYuy2ToRgb24Plain>(), 2, 3, fromYuy2(Tier::Plain, 3)},
-        {"ConvYuy2ToRgb32Mmx", ReadOnly<ConvYuy2ToRgb32Mmx>(), 2, 4, fromYuy2(Tier::Mmx, 4)},
-        {"ConvYuy2ToRgb24Mmx", ReadOnly<ConvYuy2ToRgb24Mmx>(), 2, 3, fromYuy2(Tier::Mmx, 3)},
-        {"ConvYuy2ToRgb32Sse2", ReadOnly<ConvYuy2ToRgb32Sse2>(), 2, 4, fromYuy2(Tier::Sse2, 4)},
-        {"ConvYuy2ToRgb24Sse2", ReadOnly<ConvYuy2ToRgb24Sse2>(), 2, 3, fromYuy2(Tier::Sse2, 3)},
+        {"ConvYuy2ToRgb32MmxTier", ReadOnly<ConvYuy2ToRgb32MmxTier>(), 2, 4, fromYuy2(Tier::Mmx, 4)},
+        {"ConvYuy2ToRgb24MmxTier", ReadOnly<ConvYuy2ToRgb24MmxTier>(), 2, 3, fromYuy2(Tier::Mmx, 3)},
+        {"ConvYuy2ToRgb32Sse2Tier", ReadOnly<ConvYuy2ToRgb32Sse2Tier>(), 2, 4, fromYuy2(Tier::Sse2, 4)},
+        {"ConvYuy2ToRgb24Sse2Tier", ReadOnly<ConvYuy2ToRgb24Sse2Tier>(), 2, 3, fromYuy2(Tier::Sse2, 3)},
         {"ConvRgb32ToYuy2Plain", ReadOnly<ConvRgb32ToYuy2Plain>(), 4, 2, toYuy2(Tier::Plain, 4)},
         {"ConvRgb24ToYuy2Plain", ReadOnly<ConvRgb24ToYuy2Plain>(), 3, 2, toYuy2(Tier::Plain, 3)},
-        {"ConvRgb32ToYuy2Sse2", ConvRgb32ToYuy2Sse2, 4, 2, toYuy2(Tier::Sse2, 4)},
-        {"ConvRgb24ToYuy2Sse2", ConvRgb24ToYuy2Sse2, 3, 2, toYuy2(Tier::Sse2, 3)},
+        {"ConvRgb32ToYuy2Sse2Tier", ConvRgb32ToYuy2Sse2Tier, 4, 2, toYuy2(Tier::Sse2, 4)},
+        {"ConvRgb24ToYuy2Sse2Tier", ConvRgb24ToYuy2Sse2Tier, 3, 2, toYuy2(Tier::Sse2, 3)},
     };
     for (const auto& c : cases) CheckAgainstReference(c);
 }
@@ -90,7 +90,7 @@ TEST(RgbToYuy2, Sse2AtWidth12ConvertsEightColumnsAndWritesTheRestIntoTheSource) 
         rgb[4 * i + 2] = uint8_t(200 - 5 * i);
     }
     const std::vector<uint8_t> before = rgb;
-    ConvRgb32ToYuy2Sse2(out.data(), w * 2, rgb.data(), w * 4, w, 1);
+    ConvRgb32ToYuy2Sse2Tier(out.data(), w * 2, rgb.data(), w * 4, w, 1);
     const auto y = [&](int i) { return ref::Luma(before[4 * i], before[4 * i + 1], before[4 * i + 2]); };
     EXPECT_EQ(out[0], y(0));
     EXPECT_EQ(out[2], y(2));  // Y(p2) before Y(p1)
@@ -131,21 +131,21 @@ TEST(Yuy2ToRgb, Sse2AtWidth8RunsNoBlockAndMmx24LeavesAZeroBehindItsLastBlock) {
     for (int32_t w : {8, 16}) {
         std::vector<uint8_t> yuy2(size_t(w) * 4), out(size_t(w) * 4 + 8, 0xCD);
         for (size_t i = 0; i < yuy2.size(); i += 4) yuy2[i] = yuy2[i + 2] = 235, yuy2[i + 1] = yuy2[i + 3] = 128;
-        ConvYuy2ToRgb32Sse2(out.data(), w * 4, yuy2.data(), w * 2, w, 1);
+        ConvYuy2ToRgb32Sse2Tier(out.data(), w * 4, yuy2.data(), w * 2, w, 1);
         EXPECT_EQ(out[0], w == 8 ? 254 : 253) << w;
         // Rows with 4 bytes of padding: the byte past each row lands in its
         // padding. Without padding, the byte past the last row lies outside
         // the frame and is not written.
         const size_t stride = size_t(w) * 3 + 4;
         std::vector<uint8_t> rgb24(stride * 2 + 8, 0xCD);
-        ConvYuy2ToRgb24Mmx(rgb24.data(), int32_t(stride), yuy2.data(), w * 2, w, 2);
+        ConvYuy2ToRgb24MmxTier(rgb24.data(), int32_t(stride), yuy2.data(), w * 2, w, 2);
         EXPECT_EQ(rgb24[0], 253);
         for (size_t r = 0; r < 2; ++r) {
             EXPECT_EQ(rgb24[r * stride + size_t(w) * 3], 0) << "the 8-byte store's last byte, past the row";
             EXPECT_EQ(rgb24[r * stride + size_t(w) * 3 + 1], 0xCD);
         }
         std::vector<uint8_t> tight(size_t(w) * 3 + 8, 0xCD);
-        ConvYuy2ToRgb24Mmx(tight.data(), w * 3, yuy2.data(), w * 2, w, 1);
+        ConvYuy2ToRgb24MmxTier(tight.data(), w * 3, yuy2.data(), w * 2, w, 1);
         EXPECT_EQ(tight[size_t(w) * 3], 0xCD);
     }
 }

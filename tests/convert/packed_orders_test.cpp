@@ -29,18 +29,18 @@ TEST(PackedOrders, ATwoPixelBlockInEveryOrder) {
             // Every other order: the same samples where that order keeps them.
             for (int to = 0; to < 4; ++to) {
                 std::vector<uint8_t> out(4, 0);
-                ReorderPacked(Body::Plain, false, kOrders[from], kOrders[to], out.data(), 4, kBlock[from].data(), 4, 2, 1);
+                ReorderPacked(TierBody::Plain, false, kOrders[from], kOrders[to], out.data(), 4, kBlock[from].data(), 4, 2, 1);
                 EXPECT_EQ(out, kBlock[to]) << from << " to " << to;
             }
             // To RGB by the table form: luma 126 and 235 with Cb 128, Cr 160
             // are (128, 102, 179) and (254, 228, 255 after clamping 305).
             std::vector<uint8_t> rgb(8, 0xCD);
-            PackedToRgb(Body::Plain, kOrders[from], RgbKind::Rgb32, rgb.data(), 8, kBlock[from].data(), 4, 2, 1);
+            PackedToRgb(TierBody::Plain, kOrders[from], RgbKind::Rgb32, rgb.data(), 8, kBlock[from].data(), 4, 2, 1);
             EXPECT_EQ(rgb, (std::vector<uint8_t>{128, 102, 179, 0, 254, 228, 255, 0})) << from;
             // To planar: two rows of the block, luma as stored and chroma the
             // average of equal rows.
             uint8_t y[4] = {}, u = 0, v = 0;
-            PackedToPlanar(Body::Plain, false, kOrders[from], y, &u, &v, 2, 1, two.data(), 4, 2, 2);
+            PackedToPlanar(TierBody::Plain, false, kOrders[from], y, &u, &v, 2, 1, two.data(), 4, 2, 2);
             EXPECT_EQ(std::vector<uint8_t>(y, y + 4), (std::vector<uint8_t>{126, 235, 126, 235})) << from;
             EXPECT_EQ(u, 128);
             EXPECT_EQ(v, 160);

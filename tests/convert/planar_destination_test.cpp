@@ -59,13 +59,13 @@ TEST(PlanarDestinationKernels, MatchTheirReferenceForms) {
     const PlanarDestinationCase cases[] = {
         {"ConvRgb32ToPlanarPlain", ConvRgb32ToPlanarPlain, 4, rgb(4)},
         {"ConvRgb24ToPlanarPlain", ConvRgb24ToPlanarPlain, 3, rgb(3)},
-        {"ConvRgb32ToPlanarMmx", ConvRgb32ToPlanarMmx, 4, rgb(4)},
-        {"ConvRgb24ToPlanarMmx", ConvRgb24ToPlanarMmx, 3, rgb(3)},
-        {"ConvRgb32ToPlanarSse2", ConvRgb32ToPlanarSse2, 4, rgb(4)},
-        {"ConvRgb24ToPlanarSse2", ConvRgb24ToPlanarSse2, 3, rgb(3)},
+        {"ConvRgb32ToPlanarMmxTier", ConvRgb32ToPlanarMmxTier, 4, rgb(4)},
+        {"ConvRgb24ToPlanarMmxTier", ConvRgb24ToPlanarMmxTier, 3, rgb(3)},
+        {"ConvRgb32ToPlanarSse2Tier", ConvRgb32ToPlanarSse2Tier, 4, rgb(4)},
+        {"ConvRgb24ToPlanarSse2Tier", ConvRgb24ToPlanarSse2Tier, 3, rgb(3)},
         {"ConvYuy2ToPlanarSmoothPlain", ConvYuy2ToPlanarSmoothPlain, 2, yuy2(Tier::Plain)},
-        {"ConvYuy2ToPlanarSmoothMmx", ConvYuy2ToPlanarSmoothMmx, 2, yuy2(Tier::Mmx)},
-        {"ConvYuy2ToPlanarSmoothSse2", ConvYuy2ToPlanarSmoothSse2, 2, yuy2(Tier::Sse2)},
+        {"ConvYuy2ToPlanarSmoothMmxTier", ConvYuy2ToPlanarSmoothMmxTier, 2, yuy2(Tier::Mmx)},
+        {"ConvYuy2ToPlanarSmoothSse2Tier", ConvYuy2ToPlanarSmoothSse2Tier, 2, yuy2(Tier::Sse2)},
     };
     for (const auto& c : cases) CheckAgainstReference(c);
 }
@@ -116,13 +116,13 @@ TEST(RgbToPlanar, AllTiersFormsAndDepthsGiveTheSamePlanes) {
         const Planes expect = ToPlanar(ConvRgb32ToPlanarPlain, rgb32, 4, w, h);
         for (SimdForm form : FormsHere()) {
             ScopedKernelChoice choice(kCpuSse2 | kCpuMmx, form);
-            for (Kernel k32 : {ConvRgb32ToPlanarMmx, ConvRgb32ToPlanarSse2}) {
+            for (Kernel k32 : {ConvRgb32ToPlanarMmxTier, ConvRgb32ToPlanarSse2Tier}) {
                 const Planes got = ToPlanar(k32, rgb32, 4, w, h);
                 EXPECT_EQ(got.y, expect.y);
                 EXPECT_EQ(got.u, expect.u);
                 EXPECT_EQ(got.v, expect.v);
             }
-            for (Kernel k24 : {ConvRgb24ToPlanarPlain, ConvRgb24ToPlanarMmx, ConvRgb24ToPlanarSse2}) {
+            for (Kernel k24 : {ConvRgb24ToPlanarPlain, ConvRgb24ToPlanarMmxTier, ConvRgb24ToPlanarSse2Tier}) {
                 const Planes got = ToPlanar(k24, rgb24, 3, w, h);
                 EXPECT_EQ(got.y, expect.y);
                 EXPECT_EQ(got.u, expect.u);
@@ -174,8 +174,8 @@ TEST(Yuy2ToPlanar, SimdRemainderColumnsFollowTheirOwnRowRules) {
         {ConvYuy2ToPlanarSmoothPlain, {0, 55, 85, 120, 103, 90}},
         // Middle pair: row 2k + 1 for both rows; last pair: source row 2k - 1
         // as stored, then F(2k).
-        {ConvYuy2ToPlanarSmoothSse2, {0, 55, 120, 120, 200, 103}},
-        {ConvYuy2ToPlanarSmoothMmx, {0, 55, 120, 120, 200, 103}},
+        {ConvYuy2ToPlanarSmoothSse2Tier, {0, 55, 120, 120, 200, 103}},
+        {ConvYuy2ToPlanarSmoothMmxTier, {0, 55, 120, 120, 200, 103}},
     };
     for (const Expect& e : expects) {
         std::vector<uint8_t> y(12), u(3), v(3);

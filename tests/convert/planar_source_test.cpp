@@ -61,12 +61,12 @@ TEST(PlanarSourceKernels, MatchTheirReferenceForms) {
     const PlanarSourceCase cases[] = {
         {"ConvPlanarToRgb32SmoothPlain", ConvPlanarToRgb32SmoothPlain, 4, smooth(Tier::Plain, 4)},
         {"ConvPlanarToRgb24SmoothPlain", ConvPlanarToRgb24SmoothPlain, 3, smooth(Tier::Plain, 3)},
-        {"ConvPlanarToRgb32SmoothMmx", ConvPlanarToRgb32SmoothMmx, 4, smooth(Tier::Mmx, 4)},
-        {"ConvPlanarToRgb32SmoothSse2", ConvPlanarToRgb32SmoothSse2, 4, smooth(Tier::Sse2, 4)},
-        {"ConvPlanarToRgb24Sse2", ConvPlanarToRgb24Sse2, 3, ref::PlanarToRgb24Rows},
+        {"ConvPlanarToRgb32SmoothMmxTier", ConvPlanarToRgb32SmoothMmxTier, 4, smooth(Tier::Mmx, 4)},
+        {"ConvPlanarToRgb32SmoothSse2Tier", ConvPlanarToRgb32SmoothSse2Tier, 4, smooth(Tier::Sse2, 4)},
+        {"ConvPlanarToRgb24Sse2Tier", ConvPlanarToRgb24Sse2Tier, 3, ref::PlanarToRgb24Rows},
         {"ConvPlanarToYuy2SmoothPlain", ConvPlanarToYuy2SmoothPlain, 2, yuy2(Tier::Plain)},
-        {"ConvPlanarToYuy2SmoothMmx", ConvPlanarToYuy2SmoothMmx, 2, yuy2(Tier::Mmx)},
-        {"ConvPlanarToYuy2SmoothSse2", ConvPlanarToYuy2SmoothSse2, 2, yuy2(Tier::Plain)},
+        {"ConvPlanarToYuy2SmoothMmxTier", ConvPlanarToYuy2SmoothMmxTier, 2, yuy2(Tier::Mmx)},
+        {"ConvPlanarToYuy2SmoothSse2Tier", ConvPlanarToYuy2SmoothSse2Tier, 2, yuy2(Tier::Plain)},
     };
     for (const auto& c : cases) CheckAgainstReference(c);
 }
@@ -101,7 +101,7 @@ TEST(PlanarToRgbTiers, LumaOf235ShowsTheStepBetweenVectorAndTableColumns) {
     // vector form. Width 20: one 16-pixel block, then two table pairs.
     FlatPlanar f(20, 4, 235, {128});
     const auto plain = f.ToRgb32(ConvPlanarToRgb32SmoothPlain);
-    const auto sse2 = f.ToRgb32(ConvPlanarToRgb32SmoothSse2);
+    const auto sse2 = f.ToRgb32(ConvPlanarToRgb32SmoothSse2Tier);
     for (int32_t x = 0; x < 20; ++x) {
         EXPECT_EQ(Blue(plain, 20, x, 1), 254);
         EXPECT_EQ(Blue(sse2, 20, x, 1), x < 16 ? 253 : 254) << x;
@@ -113,7 +113,7 @@ TEST(PlanarToRgbTiers, TruncatingSmoothingDarkensAnOddGreyInTheMmxBody) {
     // t(101, 101, 101) = ((50 + 50) >> 1) + 50 = 100; rows 0 and 5 are stored.
     // Vector form: 74 x 84 >> 6 = 97 and 74 x 85 >> 6 = 98.
     FlatPlanar f(16, 6, 101, {128});
-    const auto mmx = f.ToRgb32(ConvPlanarToRgb32SmoothMmx);
+    const auto mmx = f.ToRgb32(ConvPlanarToRgb32SmoothMmxTier);
     for (int32_t y = 0; y < 6; ++y)
         EXPECT_EQ(Blue(mmx, 16, 3, y), (y == 0 || y == 5) ? 98 : 97) << y;
 }
@@ -124,7 +124,7 @@ TEST(PlanarToRgbTiers, EndPairsTakeOneChromaRowInPlainColumnsAndAverageInSse2Blo
     // block averages both rows: r(100, 200) = 150.
     FlatPlanar f(16, 4, 128, {100, 200});
     const auto plain = f.ToRgb32(ConvPlanarToRgb32SmoothPlain);
-    const auto sse2 = f.ToRgb32(ConvPlanarToRgb32SmoothSse2);
+    const auto sse2 = f.ToRgb32(ConvPlanarToRgb32SmoothSse2Tier);
     for (int32_t y = 0; y < 4; ++y) {
         EXPECT_EQ(Blue(plain, 16, 5, y), ref::Table(128, 100, 128).b) << y;
         EXPECT_EQ(Blue(sse2, 16, 5, y), ref::Vector(128, 150, 128).b) << y;
@@ -141,7 +141,7 @@ TEST(PlanarToRgbTiers, Rgb24Sse2RemainderTakesColumnZeroChromaAndStoresRedFirst)
     cb[0] = 16;
     cb[8] = 255;
     std::vector<uint8_t> out(size_t(w) * 3 * h, 0xCD);
-    ConvPlanarToRgb24Sse2(out.data(), w * 3, planar.data(), cb, cr, w, w / 2, w, h);
+    ConvPlanarToRgb24Sse2Tier(out.data(), w * 3, planar.data(), cb, cr, w, w / 2, w, h);
     const ref::Rgb c = ref::Table(128, 16, 128);
     EXPECT_EQ(out[16 * 3], c.r);
     EXPECT_EQ(out[16 * 3 + 1], c.g);
@@ -153,7 +153,7 @@ TEST(PlanarToRgbTiers, MmxOverrunLeavesTheFirstRowPairRight) {
     // Width 24 has bit 3 set: later pairs drift 8 pixels right per pair, but
     // pair 0 is the same picture as the plain kernel's block arithmetic.
     FlatPlanar f(24, 8, 60, {90, 120, 150, 180});
-    const auto mmx = f.ToRgb32(ConvPlanarToRgb32SmoothMmx);
+    const auto mmx = f.ToRgb32(ConvPlanarToRgb32SmoothMmxTier);
     for (int32_t x = 0; x < 24; ++x) EXPECT_EQ(Blue(mmx, 24, x, 0), ref::Vector(60, 105, 128).b) << x;  // m(90, 120) = 105
 }
 

@@ -38,7 +38,7 @@ TEST(WideRows, PlanarSourceKernelsMatchTheirReferenceForms) {
         const struct {
             Kernel kernel;
             int bpp;  // 2: packed output
-        } cases[] = {{ConvPlanarToRgb32SmoothSse2, 4}, {ConvPlanarToRgb24Sse2, 3}, {ConvPlanarToYuy2SmoothSse2, 2}};
+        } cases[] = {{ConvPlanarToRgb32SmoothSse2Tier, 4}, {ConvPlanarToRgb24Sse2Tier, 3}, {ConvPlanarToYuy2SmoothSse2Tier, 2}};
         for (const auto& c : cases) {
             const int32_t dstStride = s.w * c.bpp + 4;
             Buffer src(l.bytes, s.seed), dst(size_t(s.rows) * dstStride, 0);
@@ -68,7 +68,7 @@ TEST(WideRows, PlanarDestinationKernelsMatchTheirReferenceForms) {
         const struct {
             Kernel kernel;
             int bpp;  // 2: packed input
-        } cases[] = {{ConvRgb32ToPlanarSse2, 4}, {ConvRgb24ToPlanarSse2, 3}, {ConvYuy2ToPlanarSmoothSse2, 2}};
+        } cases[] = {{ConvRgb32ToPlanarSse2Tier, 4}, {ConvRgb24ToPlanarSse2Tier, 3}, {ConvYuy2ToPlanarSmoothSse2Tier, 2}};
         for (const auto& c : cases) {
             const int32_t srcStride = s.w * c.bpp + 4;
             Buffer src(size_t(s.rows) * srcStride, s.seed), dst(l.bytes, 0);
@@ -104,9 +104,9 @@ TEST(WideRows, PackedAndRgbKernelsMatchTheirReferenceForms) {
                 uint8_t* d = dst.At(kMargin);
                 uint8_t* p = src.At(kMargin);
                 if (c.inBpp == 2)
-                    (c.outBpp == 4 ? ConvYuy2ToRgb32Sse2 : ConvYuy2ToRgb24Sse2)(d, dstStride, p, srcStride, s.w, s.h);
+                    (c.outBpp == 4 ? ConvYuy2ToRgb32Sse2Tier : ConvYuy2ToRgb24Sse2Tier)(d, dstStride, p, srcStride, s.w, s.h);
                 else
-                    (c.inBpp == 4 ? ConvRgb32ToYuy2Sse2 : ConvRgb24ToYuy2Sse2)(d, dstStride, p, srcStride, s.w, s.h);
+                    (c.inBpp == 4 ? ConvRgb32ToYuy2Sse2Tier : ConvRgb24ToYuy2Sse2Tier)(d, dstStride, p, srcStride, s.w, s.h);
             }
             if (c.inBpp == 2)
                 ref::Yuy2ToRgb(ref::Tier::Sse2, c.outBpp, dstRef.Mem(), kMargin, dstStride, srcRef.Mem(), kMargin,

@@ -71,7 +71,7 @@ void PrintFeatures(uint32_t word, bool forced) {
 void PrintFamilies() {
     std::printf("conversion families:\n");
     for (const FamilyReport& f : ReportConversionFamilies())
-        std::printf("  %-30s %-30s tier %-5s form %s\n", f.family, f.kernel, f.tier, FormName(f.form));
+        std::printf("  %-30s %-32s tier %-5s form %s\n", f.family, f.kernel, f.tier, FormName(f.form));
     std::printf("\n");
 }
 

@@ -1,4 +1,4 @@
-// The feature word from CPUID, and the switch that forces a tier and a form.
+// The feature word from CPUID, the tiers it selects, and the form tables.
 #include "platform/cpu_features.h"
 
 #include <gtest/gtest.h>
@@ -72,6 +72,27 @@ TEST(KernelChoice, ForcesTierAndFormAndRestoresThem) {
     EXPECT_EQ(ActiveSimdForm(), formBefore);
     EXPECT_EQ(TierOf(kCpuSse2 | kCpuMmx), Tier::Sse2);  // SSE2 is tested first
     EXPECT_EQ(TierOf(0), Tier::Plain);
+}
+
+int FormA() { return 1; }
+int FormB() { return 2; }
+using FormFn = int (*)();
+
+TEST(FormTable, PicksTheWidestAllowedFormAndEndsInAPlainOne) {
+    constexpr FormEntry<FormFn> good[] = {{SimdForm::Avx2, FormA}, {SimdForm::Plain, FormB}};
+    constexpr FormEntry<FormFn> noPlain[] = {{SimdForm::Avx2, FormA}, {SimdForm::Sse2, FormB}};
+    constexpr FormEntry<FormFn> emptyPlain[] = {{SimdForm::Avx2, FormA}, {SimdForm::Plain, nullptr}};
+    static_assert(EndsInPlainForm(good));
+    static_assert(!EndsInPlainForm(noPlain));
+    static_assert(!EndsInPlainForm(emptyPlain));
+    {
+        ScopedKernelChoice choice(g_cpuFeatures, SimdForm::Plain);
+        EXPECT_EQ(PickForm(good)(), 2);
+    }
+    if (HostSimdForm() == SimdForm::Avx2) {
+        ScopedKernelChoice choice(g_cpuFeatures, SimdForm::Avx2);
+        EXPECT_EQ(PickForm(good)(), 1);
+    }
 }
 
 }  // namespace
