@@ -10,6 +10,7 @@
 #include "ipl/ipl_error.h"
 #include "ipl/iplwarp.h"
 #include "ipl/warp_engine.h"
+#include "platform/byte_span.h"
 #include "platform/form_table.h"
 
 namespace tarn {
@@ -51,12 +52,13 @@ void CopyGeneral(const QuarterBlock& b, int32_t count, int32_t dstPixel) {
     }
 }
 
+ByteSpan ImageBytes(const ImageHeader* image) {
+    return ByteSpan::OfBytes(image->imageData,
+                             size_t(image->height) * size_t(image->widthStep) * size_t(image->channels));
+}
+
 bool Apart(const ImageHeader* source, const ImageHeader* target) {
-    const uintptr_t s0 = reinterpret_cast<uintptr_t>(source->imageData);
-    const uintptr_t t0 = reinterpret_cast<uintptr_t>(target->imageData);
-    const uintptr_t s1 = s0 + uintptr_t(source->height) * uintptr_t(source->widthStep) * uintptr_t(source->channels);
-    const uintptr_t t1 = t0 + uintptr_t(target->height) * uintptr_t(target->widthStep) * uintptr_t(target->channels);
-    return s1 <= t0 || t1 <= s0;
+    return ImageBytes(source).ApartFrom(ImageBytes(target));
 }
 
 // Bit (x, y) of a 1-bit image: byte x / 8 of its row, under 128 >> (x & 7).

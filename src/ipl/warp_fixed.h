@@ -11,6 +11,7 @@
 
 #include "ipl/ipl_round.h"
 #include "ipl/warp_kernels.h"
+#include "platform/byte_span.h"
 
 namespace tarn {
 
@@ -32,12 +33,10 @@ struct FixedSteps {
     void NextRow() { rowX += stepXy, rowY += stepYy; }
 };
 
-// Whether two byte ranges share no byte: the fast forms read several source
-// pixels before they write, so they run only where the target cannot be
-// part of the source.
+// The fast forms read several source pixels before they write, so they run
+// only where the target's bytes are apart from the source's (ByteSpan).
 inline bool RangesApart(const uint8_t* a, intptr_t aBytes, const uint8_t* b, intptr_t bBytes) {
-    const uintptr_t a0 = reinterpret_cast<uintptr_t>(a), b0 = reinterpret_cast<uintptr_t>(b);
-    return a0 + uintptr_t(aBytes) <= b0 || b0 + uintptr_t(bBytes) <= a0;
+    return ByteSpan::OfBytes(a, size_t(aBytes)).ApartFrom(ByteSpan::OfBytes(b, size_t(bBytes)));
 }
 
 // Bytes from a walk's pixel (0, 0) (at its first channel) to the end of

@@ -39,6 +39,8 @@ public:
     ByteSpan() = default;
     ByteSpan(Addr lo, Addr hi) : lo_(lo), hi_(hi) {}
 
+    // n bytes from p.
+    static ByteSpan OfBytes(const void* p, size_t n) { return {AddrOf(p), AddrOf(p) + n}; }
     // `rows` rows of `rowBytes` each, |stride| apart, whose first (walk-order)
     // row starts at p: from the lowest row start to the end of the highest row.
     static ByteSpan OfRows(const void* p, ptrdiff_t stride, int32_t rows, size_t rowBytes) {
