@@ -17,7 +17,10 @@ void SemiPlanarToRgb24(TierBody body, bool field, uint8_t* dst, int32_t dstStrid
     const size_t n = static_cast<size_t>(width > 0 ? width & ~1 : 0);
     if (pairsOfRows == 0 || n == 0) return;
     // The MMX tier's kernels (which the SSE2 tier keeps) compute the table
-    // form too; the body names the tier's entry and changes no byte.
+    // form too, so the body changes no byte. It is taken all the same: the
+    // catalogue's plain and MMX entries pass different bodies, which keeps
+    // them two functions that a linker folding identical code cannot merge,
+    // and the catalogue tells its tiers apart by their entries' addresses.
     (void)body;
     const int32_t planeRows = field ? (walk.rows + 31) & ~31 : walk.rows;
     const uint8_t* chroma = src + int64_t(srcStride) * planeRows;

@@ -15,18 +15,21 @@
 
 namespace tarn {
 
+namespace {
+// Single bytes have fast forms; wider elements copy in their plain form.
+constexpr FormEntry<QuarterCopyFn> kQuarterCopyByteForms[] = {
+#if defined(TARN_HAVE_X86_SIMD)
+    {SimdForm::Avx2, QuarterCopyBytesAvx2},
+    {SimdForm::Sse2, QuarterCopyBytesSse2},
+#endif
+    {SimdForm::Plain, QuarterCopyAll<1>},
+};
+static_assert(EndsInPlainForm(kQuarterCopyByteForms));
+}  // namespace
+
 QuarterCopyFn PickQuarterCopy(int32_t elementBytes) {
     switch (elementBytes) {
-        case 1: {
-#if defined(TARN_HAVE_X86_SIMD)
-            static const FormEntry<QuarterCopyFn> forms[] = {{SimdForm::Avx2, QuarterCopyBytesAvx2},
-                                                             {SimdForm::Sse2, QuarterCopyBytesSse2},
-                                                             {SimdForm::Plain, QuarterCopyAll<1>}};
-            return PickForm(forms);
-#else
-            return QuarterCopyAll<1>;
-#endif
-        }
+        case 1: return PickForm(kQuarterCopyByteForms);
         case 2: return QuarterCopyAll<2>;
         case 3: return QuarterCopyAll<3>;
         case 4: return QuarterCopyAll<4>;
