@@ -43,24 +43,24 @@ int32_t NoBlock(uint8_t*, const uint8_t*, const uint8_t*, const uint8_t*, int32_
 }  // namespace
 
 void CopyRowsPlain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-              int32_t rowBytes, int32_t height) {
+                   int32_t rowBytes, int32_t height) {
     CopyEachRow(dst, dstStride, src, srcStride, rowBytes, height,
                 [](uint8_t* d, const uint8_t* s, size_t n) { std::memcpy(d, s, n); });
 }
 
 void CopyRowsMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                 int32_t rowBytes, int32_t height) {
+                     int32_t rowBytes, int32_t height) {
     CopyEachRow(dst, dstStride, src, srcStride, rowBytes, height,
                 [](uint8_t* d, const uint8_t* s, size_t n) { FastCopyMmxTier(d, s, n); });
 }
 
 void CopyRowsSmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                    int32_t rowBytes, int32_t height) {
+                         int32_t rowBytes, int32_t height) {
     SmoothRows(dst, dstStride, src, srcStride, rowBytes, height, NoBlock);
 }
 
 void CopyRowsSmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                       int32_t rowBytes, int32_t height) {
+                           int32_t rowBytes, int32_t height) {
     // 8-byte blocks with the truncating average, the rest of the row rounding.
     SmoothRows(dst, dstStride, src, srcStride, rowBytes, height,
                [](uint8_t* d, const uint8_t* a, const uint8_t* b, const uint8_t* c, int32_t n) {
@@ -72,7 +72,7 @@ void CopyRowsSmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, 
 }
 
 void CopyRowsSmoothPavgTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                        int32_t rowBytes, int32_t height) {
+                            int32_t rowBytes, int32_t height) {
     // Rounding averages in the blocks and in the rest: the same bytes as the
     // byte-wise form, only the block size differs.
     CopyRowsSmoothPlain(dst, dstStride, src, srcStride, rowBytes, height);

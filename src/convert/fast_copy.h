@@ -24,9 +24,9 @@ void FastCopyWide(void* dst, const void* src, size_t count);
 // Row copies, "one to one" shape with widths in bytes. A negative height reads
 // the source from its last row upward while the destination goes forward.
 void CopyRowsPlain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-              int32_t rowBytes, int32_t height);
+                   int32_t rowBytes, int32_t height);
 void CopyRowsMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                 int32_t rowBytes, int32_t height);
+                     int32_t rowBytes, int32_t height);
 void CopyRowsWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                   int32_t rowBytes, int32_t height);
 
@@ -37,11 +37,11 @@ void CopyRowsWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t s
 //   CopyRowsSmoothPavgTier  8-byte blocks, rounding throughout
 //   CopyRowsSmoothWide  16-byte blocks, rounding throughout
 void CopyRowsSmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                    int32_t rowBytes, int32_t height);
+                         int32_t rowBytes, int32_t height);
 void CopyRowsSmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                       int32_t rowBytes, int32_t height);
+                           int32_t rowBytes, int32_t height);
 void CopyRowsSmoothPavgTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                        int32_t rowBytes, int32_t height);
+                            int32_t rowBytes, int32_t height);
 void CopyRowsSmoothWide(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
                         int32_t rowBytes, int32_t height);
 

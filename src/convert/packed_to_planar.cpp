@@ -143,14 +143,14 @@ void ConvYuy2ToPlanarSmoothPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, in
 }
 
 void ConvYuy2ToPlanarSmoothMmxTier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
-                               int32_t uvStride, const uint8_t* src, int32_t srcStride,
-                               int32_t width, int32_t height) {
+                                   int32_t uvStride, const uint8_t* src, int32_t srcStride,
+                                   int32_t width, int32_t height) {
     PackedToPlanar(TierBody::Mmx, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
 void ConvYuy2ToPlanarSmoothSse2Tier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
-                                int32_t uvStride, const uint8_t* src, int32_t srcStride,
-                                int32_t width, int32_t height) {
+                                    int32_t uvStride, const uint8_t* src, int32_t srcStride,
+                                    int32_t width, int32_t height) {
     PackedToPlanar(TierBody::Sse2, true, PackedOrder::Yuy2, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 

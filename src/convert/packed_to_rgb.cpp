@@ -96,19 +96,19 @@ void ConvYuy2ToRgb24Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, i
     PackedToRgb(TierBody::Plain, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb32MmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                        int32_t width, int32_t height) {
+                            int32_t width, int32_t height) {
     PackedToRgb(TierBody::Mmx, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb24MmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                        int32_t width, int32_t height) {
+                            int32_t width, int32_t height) {
     PackedToRgb(TierBody::Mmx, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb32Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                         int32_t width, int32_t height) {
+                             int32_t width, int32_t height) {
     PackedToRgb(TierBody::Sse2, PackedOrder::Yuy2, RgbKind::Rgb32, dst, dstStride, src, srcStride, width, height);
 }
 void ConvYuy2ToRgb24Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride,
-                         int32_t width, int32_t height) {
+                             int32_t width, int32_t height) {
     PackedToRgb(TierBody::Sse2, PackedOrder::Yuy2, RgbKind::Rgb24, dst, dstStride, src, srcStride, width, height);
 }
 

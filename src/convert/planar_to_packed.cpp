@@ -114,14 +114,14 @@ void ConvPlanarToYuy2SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t*
 }
 
 void ConvPlanarToYuy2SmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
-                               const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
-                               int32_t uvStride, int32_t width, int32_t height) {
+                                   const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                   int32_t uvStride, int32_t width, int32_t height) {
     PlanarToPacked(TierBody::Mmx, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 void ConvPlanarToYuy2SmoothSse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
-                                const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
-                                int32_t uvStride, int32_t width, int32_t height) {
+                                    const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                    int32_t uvStride, int32_t width, int32_t height) {
     PlanarToPacked(TierBody::Sse2, true, PackedOrder::Yuy2, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 

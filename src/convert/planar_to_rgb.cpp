@@ -255,14 +255,14 @@ void ConvPlanarToRgb24SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t
 }
 
 void ConvPlanarToRgb32SmoothMmxTier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
-                                const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
-                                int32_t uvStride, int32_t width, int32_t height) {
+                                    const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                    int32_t uvStride, int32_t width, int32_t height) {
     ConvertPairs<4>({TierBody::Mmx, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
 void ConvPlanarToRgb32SmoothSse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
-                                 const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
-                                 int32_t uvStride, int32_t width, int32_t height) {
+                                     const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                                     int32_t uvStride, int32_t width, int32_t height) {
     ConvertPairs<4>({TierBody::Sse2, true, RgbKind::Rgb32, 0}, dst, dstStride, srcY, srcU, srcV, yStride, uvStride, width, height);
 }
 
@@ -270,8 +270,8 @@ void ConvPlanarToRgb32SmoothSse2Tier(uint8_t* dst, int32_t dstStride, const uint
 // take the chroma of column 0 of their chroma row and are stored red first:
 // both are how this kernel has always drawn the right edge.
 void ConvPlanarToRgb24Sse2Tier(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,
-                           const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
-                           int32_t uvStride, int32_t width, int32_t height) {
+                               const uint8_t* srcU, const uint8_t* srcV, int32_t yStride,
+                               int32_t uvStride, int32_t width, int32_t height) {
     const RowWalk walk = WalkOf(dst, dstStride, height);
     const int32_t rows = walk.rows;
     if (rows == 0 || width < 2) return;

@@ -117,12 +117,12 @@ void ConvRgb24ToYuy2Plain(uint8_t* dst, int32_t dstStride, const uint8_t* src, i
 }
 
 void ConvRgb32ToYuy2Sse2Tier(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
-                         int32_t width, int32_t height) {
+                             int32_t width, int32_t height) {
     ToYuy2Sse2<4>(dst, dstStride, src, srcStride, width, height);
 }
 
 void ConvRgb24ToYuy2Sse2Tier(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride,
-                         int32_t width, int32_t height) {
+                             int32_t width, int32_t height) {
     ToYuy2Sse2<3>(dst, dstStride, src, srcStride, width, height);
 }
 

@@ -95,27 +95,27 @@ void ConvRgb24ToPlanarPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t
 // pair through the plain code only so as not to read past the frame, which the
 // guarded fetch already ensures here.
 void ConvRgb32ToPlanarMmxTier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
-                          int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
-                          int32_t height) {
+                              int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                              int32_t height) {
     ConvertRows<4>(kRgbRowsPlain, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
 void ConvRgb24ToPlanarMmxTier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
-                          int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
-                          int32_t height) {
+                              int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                              int32_t height) {
     ConvertRows<3>(kRgbRowsPlain, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height);
 }
 
 void ConvRgb32ToPlanarSse2Tier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
-                           int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
-                           int32_t height) {
+                               int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                               int32_t height) {
     ConvertRows<4>(ActiveRgbRows(), dstY, dstU, dstV, yStride, uvStride, src, srcStride, width,
                    height);
 }
 
 void ConvRgb24ToPlanarSse2Tier(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,
-                           int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
-                           int32_t height) {
+                               int32_t uvStride, const uint8_t* src, int32_t srcStride, int32_t width,
+                               int32_t height) {
     ConvertRows<3>(ActiveRgbRows(), dstY, dstU, dstV, yStride, uvStride, src, srcStride, width,
                    height);
 }
