@@ -10,7 +10,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 namespace tarn {
 
@@ -28,12 +27,12 @@ struct FormEntry {
     Fn fn;
 };
 
-// Whether a table ends, as PickForm needs, in a plain form that exists:
-// each family's table is checked with it where it is defined.
+// Whether a table ends, as PickForm needs, in its plain form: each family's
+// table is checked with it where it is defined. (Whether the function is
+// there cannot be asked while compiling: the address of an inline template
+// is not a constant one may compare with null.)
 template <class Fn, size_t N>
 constexpr bool EndsInPlainForm(const FormEntry<Fn> (&table)[N]) {
-    if constexpr (std::is_pointer_v<Fn>)
-        if (table[N - 1].fn == nullptr) return false;
     return table[N - 1].form == SimdForm::Plain;
 }
 
