@@ -23,9 +23,9 @@ Ref<ITarnSurface> RowNumbered(SurfaceFormat format, uint32_t w, uint32_t h, uint
     return s;
 }
 
-Ref<ITarnSurface> FlatPlanar(uint32_t w, uint32_t h, uint8_t y, uint8_t u, uint8_t v) {
+Ref<ITarnSurface> FlatPlanar(uint32_t w, uint32_t h, uint8_t y, uint8_t first, uint8_t second) {
     Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_YUV420, w, h);
-    PaintPlanes(Buffer(s)->pixels, int32_t(w), int32_t(h), y, u, v);
+    PaintPlanes(Buffer(s)->pixels, int32_t(w), int32_t(h), y, first, second);
     return s;
 }
 
