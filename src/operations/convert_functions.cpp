@@ -17,9 +17,10 @@ namespace {
 template <class Fn>
 struct TierKernels {
     Fn plain, mmx, sse2;
-    Fn For(uint32_t features) const {
+    // The kernel of the tier the processor (or a test's choice) runs.
+    Fn Chosen() const {
         const Fn byTier[] = {plain, mmx, sse2};
-        return byTier[static_cast<int>(TierOf(features))];
+        return byTier[static_cast<int>(TierOf(g_cpuFeatures))];
     }
 };
 
@@ -83,94 +84,80 @@ int32_t Signed(int32_t height, bool negative) { return negative ? -height : heig
 // The kernel of `bits` from a pair of tables; none for other pixel sizes, and
 // then the function converts nothing.
 template <class Fn>
-Fn ByBits(int32_t bits, const TierKernels<Fn>& k24, const TierKernels<Fn>& k32, uint32_t features) {
-    return bits == 24 ? k24.For(features) : bits == 32 ? k32.For(features) : nullptr;
+Fn ByBits(int32_t bits, const TierKernels<Fn>& k24, const TierKernels<Fn>& k32) {
+    return bits == 24 ? k24.Chosen() : bits == 32 ? k32.Chosen() : nullptr;
 }
 
 // The functions of one source and one destination picture, both with a
 // single plane: a flip of 0 asks for the rows in the opposite order.
 template <class Fn>
-int32_t RunSinglePlanes(Fn kernel, uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride,
-                        int32_t width, int32_t height, uint32_t flip) {
-    if (!src || !dst) return 0;
-    if (kernel) kernel(dst, dstStride, src, srcStride, width, Signed(height, flip == 0));
-    return 1;
+void RunSinglePlanes(Fn kernel, uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride,
+                     int32_t width, int32_t height, uint32_t flip) {
+    if (src && dst && kernel) kernel(dst, dstStride, src, srcStride, width, Signed(height, flip == 0));
 }
 
 }  // namespace
 
-int32_t ConvertPlanarToRgb(uint8_t* planar, int32_t planarStride, uint8_t* rgb, int32_t rgbStride,
-                           int32_t width, int32_t height, int32_t bits, uint32_t features,
-                           uint32_t flip) {
-    if (!planar || !rgb) return 0;
-    const PlanarSource kernel = ByBits(bits, kPlanarToRgb24, kPlanarToRgb32, features);
-    if (!kernel) return 1;
+void ConvertPlanarToRgb(uint8_t* planar, int32_t planarStride, uint8_t* rgb, int32_t rgbStride,
+                        int32_t width, int32_t height, int32_t bits, uint32_t flip) {
+    if (!planar || !rgb) return;
+    const PlanarSource kernel = ByBits(bits, kPlanarToRgb24, kPlanarToRgb32);
+    if (!kernel) return;
     const Planes p = PlanesOf(planar, planarStride, height, true);
     // The opposite sign rule of all the other functions: flip asks for a mirror.
     kernel(rgb, rgbStride, p.y, p.second, p.first, planarStride, p.chromaStride, width,
            Signed(height, flip != 0));
-    return 1;
 }
 
-int32_t ConvertRgbToPlanar(uint8_t* rgb, int32_t rgbStride, uint8_t* planar, int32_t planarStride,
-                           int32_t width, int32_t height, int32_t bits, uint32_t features,
-                           uint32_t flip) {
-    if (!rgb || !planar) return 0;
-    const PlanarDestination kernel = ByBits(bits, kRgb24ToPlanar, kRgb32ToPlanar, features);
-    if (!kernel) return 1;
+void ConvertRgbToPlanar(uint8_t* rgb, int32_t rgbStride, uint8_t* planar, int32_t planarStride,
+                        int32_t width, int32_t height, int32_t bits, uint32_t flip) {
+    if (!rgb || !planar) return;
+    const PlanarDestination kernel = ByBits(bits, kRgb24ToPlanar, kRgb32ToPlanar);
+    if (!kernel) return;
     const Planes p = PlanesOf(planar, planarStride, height, false);
     kernel(p.y, p.second, p.first, planarStride, p.chromaStride, rgb, rgbStride, width,
            Signed(height, flip == 0));
-    return 1;
 }
 
-int32_t ConvertPlanarToPacked(uint8_t* planar, int32_t planarStride, uint8_t* packed,
-                              int32_t packedStride, int32_t width, int32_t height,
-                              uint32_t features) {
-    if (!planar || !packed) return 0;
+void ConvertPlanarToPacked(uint8_t* planar, int32_t planarStride, uint8_t* packed, int32_t packedStride,
+                           int32_t width, int32_t height) {
+    if (!planar || !packed) return;
     const Planes p = PlanesOf(planar, planarStride, height, false);
-    kPlanarToPacked.For(features)(packed, packedStride, p.y, p.second, p.first, planarStride,
-                                  p.chromaStride, width, height);
-    return 1;
+    kPlanarToPacked.Chosen()(packed, packedStride, p.y, p.second, p.first, planarStride, p.chromaStride,
+                             width, height);
 }
 
-int32_t ConvertPackedToPlanar(uint8_t* packed, int32_t packedStride, uint8_t* planar,
-                              int32_t planarStride, int32_t width, int32_t height,
-                              uint32_t features) {
-    if (!packed || !planar) return 0;
+void ConvertPackedToPlanar(uint8_t* packed, int32_t packedStride, uint8_t* planar, int32_t planarStride,
+                           int32_t width, int32_t height) {
+    if (!packed || !planar) return;
     const Planes p = PlanesOf(planar, planarStride, height, false);
-    kPackedToPlanar.For(features)(p.y, p.second, p.first, planarStride, p.chromaStride, packed,
-                                  packedStride, width, height);
-    return 1;
+    kPackedToPlanar.Chosen()(p.y, p.second, p.first, planarStride, p.chromaStride, packed, packedStride,
+                             width, height);
 }
 
-int32_t ConvertRgb24ToRgb32(uint8_t* rgb24, int32_t rgb24Stride, uint8_t* rgb32,
-                            int32_t rgb32Stride, int32_t width, int32_t height, uint32_t,
-                            uint32_t flip) {
-    return RunSinglePlanes(ConvRgb24ToRgb32, rgb24, rgb24Stride, rgb32, rgb32Stride, width, height, flip);
+void ConvertRgb24ToRgb32(uint8_t* rgb24, int32_t rgb24Stride, uint8_t* rgb32, int32_t rgb32Stride,
+                         int32_t width, int32_t height, uint32_t flip) {
+    RunSinglePlanes(ConvRgb24ToRgb32, rgb24, rgb24Stride, rgb32, rgb32Stride, width, height, flip);
 }
 
-int32_t ConvertRgb32ToRgb24(uint8_t* rgb32, int32_t rgb32Stride, uint8_t* rgb24,
-                            int32_t rgb24Stride, int32_t width, int32_t height, uint32_t,
-                            uint32_t flip) {
-    return RunSinglePlanes(ConvRgb32ToRgb24, rgb32, rgb32Stride, rgb24, rgb24Stride, width, height, flip);
+void ConvertRgb32ToRgb24(uint8_t* rgb32, int32_t rgb32Stride, uint8_t* rgb24, int32_t rgb24Stride,
+                         int32_t width, int32_t height, uint32_t flip) {
+    RunSinglePlanes(ConvRgb32ToRgb24, rgb32, rgb32Stride, rgb24, rgb24Stride, width, height, flip);
 }
 
-int32_t ConvertRgbToPacked(uint8_t* rgb, int32_t rgbStride, uint8_t* packed, int32_t packedStride,
-                           int32_t width, int32_t height, int32_t bits, uint32_t features,
-                           uint32_t flip) {
-    return RunSinglePlanes(ByBits(bits, kRgb24ToPacked, kRgb32ToPacked, features), rgb, rgbStride, packed,
-                           packedStride, width, height, flip);
+void ConvertRgbToPacked(uint8_t* rgb, int32_t rgbStride, uint8_t* packed, int32_t packedStride,
+                        int32_t width, int32_t height, int32_t bits, uint32_t flip) {
+    RunSinglePlanes(ByBits(bits, kRgb24ToPacked, kRgb32ToPacked), rgb, rgbStride, packed, packedStride,
+                    width, height, flip);
 }
 
-int32_t ConvertPackedToRgb(uint8_t* packed, int32_t packedStride, uint8_t* rgb, int32_t rgbStride,
-                           int32_t width, int32_t height, int32_t bits, uint32_t features,
-                           uint32_t flip) {
-    return RunSinglePlanes(ByBits(bits, kPackedToRgb24, kPackedToRgb32, features), packed, packedStride, rgb,
-                           rgbStride, width, height, flip);
+void ConvertPackedToRgb(uint8_t* packed, int32_t packedStride, uint8_t* rgb, int32_t rgbStride,
+                        int32_t width, int32_t height, int32_t bits, uint32_t flip) {
+    RunSinglePlanes(ByBits(bits, kPackedToRgb24, kPackedToRgb32), packed, packedStride, rgb, rgbStride,
+                    width, height, flip);
 }
 
-int32_t SwapChromaPlanes(uint8_t* first, uint8_t* second, int32_t count) {
+void SwapChromaPlanes(uint8_t* first, uint8_t* second, int32_t count) {
     int32_t i = 0;
     for (; i + 16 <= count; i += 16) {
         uint8_t a[16], b[16];  // unaligned 16-byte loads and stores
@@ -184,7 +171,6 @@ int32_t SwapChromaPlanes(uint8_t* first, uint8_t* second, int32_t count) {
         first[i] = second[i];
         second[i] = t;
     }
-    return 1;
 }
 
 }  // namespace tarn

@@ -83,16 +83,15 @@ bool WritesEveryByte(const Conversion& c, int32_t w, int32_t h, int32_t stride) 
 
 void Run(const Conversion& c, uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride,
          int32_t w, int32_t h, uint32_t flip) {
-    const uint32_t f = g_cpuFeatures;
     switch (c.function) {
-        case Function::Rgb24ToRgb32: ConvertRgb24ToRgb32(src, srcStride, dst, dstStride, w, h, f, flip); break;
-        case Function::Rgb32ToRgb24: ConvertRgb32ToRgb24(src, srcStride, dst, dstStride, w, h, f, flip); break;
-        case Function::RgbToPlanar: ConvertRgbToPlanar(src, srcStride, dst, dstStride, w, h, c.bits, f, flip); break;
-        case Function::RgbToPacked: ConvertRgbToPacked(src, srcStride, dst, dstStride, w, h, c.bits, f, flip); break;
-        case Function::PlanarToRgb: ConvertPlanarToRgb(src, srcStride, dst, dstStride, w, h, c.bits, f, flip); break;
-        case Function::PlanarToPacked: ConvertPlanarToPacked(src, srcStride, dst, dstStride, w, h, f); break;
-        case Function::PackedToRgb: ConvertPackedToRgb(src, srcStride, dst, dstStride, w, h, c.bits, f, flip); break;
-        case Function::PackedToPlanar: ConvertPackedToPlanar(src, srcStride, dst, dstStride, w, h, f); break;
+        case Function::Rgb24ToRgb32: ConvertRgb24ToRgb32(src, srcStride, dst, dstStride, w, h, flip); break;
+        case Function::Rgb32ToRgb24: ConvertRgb32ToRgb24(src, srcStride, dst, dstStride, w, h, flip); break;
+        case Function::RgbToPlanar: ConvertRgbToPlanar(src, srcStride, dst, dstStride, w, h, c.bits, flip); break;
+        case Function::RgbToPacked: ConvertRgbToPacked(src, srcStride, dst, dstStride, w, h, c.bits, flip); break;
+        case Function::PlanarToRgb: ConvertPlanarToRgb(src, srcStride, dst, dstStride, w, h, c.bits, flip); break;
+        case Function::PlanarToPacked: ConvertPlanarToPacked(src, srcStride, dst, dstStride, w, h); break;
+        case Function::PackedToRgb: ConvertPackedToRgb(src, srcStride, dst, dstStride, w, h, c.bits, flip); break;
+        case Function::PackedToPlanar: ConvertPackedToPlanar(src, srcStride, dst, dstStride, w, h); break;
     }
 }
 
@@ -113,15 +112,7 @@ VedResult SwapChroma(const Picture& picture, const Destination* to) {
     }
     const int64_t half = int64_t(ChromaStride(picture)) * h;
     const int32_t n = static_cast<int32_t>(half >> 1);
-    if (g_cpuFeatures & kCpuSse2)
-        return SwapChromaPlanes(first, second, n) ? VED_S_OK : VED_E_KERNELFAILED;
-    if (half >= 2) {
-        for (int32_t i = 0; i < n; ++i) {
-            first[i] ^= second[i];
-            second[i] ^= first[i];
-            first[i] ^= second[i];
-        }
-    }
+    SwapChromaPlanes(first, second, n);
     return VED_S_OK;
 }
 
