@@ -115,33 +115,31 @@ void SampleRow(uint8_t* d, const uint8_t* row, const Columns& c, int32_t n) {
 }  // namespace
 
 void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source) {
-    const uint8_t* src = source.pixels;
-    uint8_t* dst = target.pixels;
-    const int32_t srcWidth = int32_t(source.width), srcHeight = int32_t(source.height), srcStride = source.stride;
-    const int32_t dstWidth = int32_t(target.width), dstHeight = int32_t(target.height), dstStride = target.stride;
-    const float sy = static_cast<float>(double(srcHeight) / double(dstHeight));
-    const int32_t n = 2 * dstWidth;
-    const Columns c = PlanColumns(srcWidth, dstWidth);
+    const int32_t lastRow = int32_t(source.height) - 1, rows = int32_t(target.height);
+    const float sy = static_cast<float>(double(source.height) / double(target.height));
+    const int32_t n = 2 * int32_t(target.width);
+    const Columns c = PlanColumns(int32_t(source.width), int32_t(target.width));
+    auto sourceRow = [&](int32_t y) { return source.pixels + intptr_t(y) * source.stride; };
     std::vector<double> kept[2] = {std::vector<double>(size_t(n) + 4), std::vector<double>(size_t(n) + 4)};
     int32_t tag[2] = {-1, -1};
     auto blended = [&](int32_t y, int32_t keep) {
         for (int i = 0; i < 2; ++i)
             if (tag[i] == y) return kept[i].data();
         const int slot = tag[0] == keep ? 1 : 0;
-        BlendRow(kept[slot].data(), src + intptr_t(y) * srcStride, c, n);
+        BlendRow(kept[slot].data(), sourceRow(y), c, n);
         tag[slot] = y;
         return kept[slot].data();
     };
-    for (int32_t y = 0; y < dstHeight; ++y) {
+    for (int32_t y = 0; y < rows; ++y) {
         const float fy = static_cast<float>(double(y) * sy);
         const int32_t iy = static_cast<int32_t>(fy);
         const float dy = fy - static_cast<float>(iy);
-        const int32_t y0 = std::clamp(iy, 0, srcHeight - 1), y1 = std::clamp(iy + 1, 0, srcHeight - 1);
-        uint8_t* d = dst + intptr_t(y) * dstStride;
+        const int32_t y0 = std::clamp(iy, 0, lastRow), y1 = std::clamp(iy + 1, 0, lastRow);
+        uint8_t* d = target.pixels + intptr_t(y) * target.stride;
         // With dy 0 the value is top - (top - bottom) * 0 = top: the row
         // below plays no part.
         if (dy == 0.0f && c.whole) {
-            SampleRow(d, src + intptr_t(y0) * srcStride, c, n);
+            SampleRow(d, sourceRow(y0), c, n);
             continue;
         }
         const double* top = blended(y0, y1);
