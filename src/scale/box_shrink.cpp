@@ -105,18 +105,20 @@ template void BoxShrinkRowPlain<BoxFamily::Bytes44>(uint8_t*, const uint8_t*, co
 
 void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
                  int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch, const ScaleBounds& bounds) {
-    for (uint32_t j = 0; j < len; ++j, dst += dstPitch) {
+    // Addresses stay integers: the run may reach past the memory we were given.
+    Addr d = AddrOf(dst);
+    for (uint32_t j = 0; j < len; ++j, d += dstPitch) {
         const uint32_t c = counts[j];
-        const uint8_t* p = row + offsets[j];
+        const Addr p = AddrOf(row) + offsets[j];
         if (c == 0) continue;
         uint32_t sum[3] = {0, 0, 0};
         for (uint32_t i = 0; i < rowCount; ++i)
             for (uint32_t k = 0; k < c; ++k)
                 for (int ch = 0; ch < 3; ++ch)
-                    sum[ch] += bounds.source.Read(AddrOf(p + intptr_t(i) * stride + k * srcPitch + ch));
+                    sum[ch] += bounds.source.Read(Offset(p, intptr_t(i) * stride + k * srcPitch + ch));
         const uint32_t t = c * rowCount;
         if (t > 0)
-            for (int ch = 0; ch < 3; ++ch) bounds.target.Write(AddrOf(dst + ch), static_cast<uint8_t>(sum[ch] / t));
+            for (int ch = 0; ch < 3; ++ch) bounds.target.Write(d + ch, static_cast<uint8_t>(sum[ch] / t));
     }
 }
 
@@ -124,24 +126,24 @@ void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const
                 int32_t stride, uint32_t rowWord, uint32_t dstPitch, uint32_t srcPitch, const uint8_t* background,
                 const ScaleBounds& bounds) {
     const uint32_t rows = rowWord & 0xFFFF;
-    for (uint32_t j = 0; j < len; ++j, dst += dstPitch) {
+    Addr d = AddrOf(dst);
+    for (uint32_t j = 0; j < len; ++j, d += dstPitch) {
         const uint32_t cw = counts[j], cols = cw & 0xFFFF;
         const uint32_t t = cols * rows;
         // Both outside-fractions at 0 still give a = 254: a full-coverage
         // pixel comes out darkened, as it always has.
         const uint32_t a = ((255 - (cw >> 16)) * (255 - (rowWord >> 16))) >> 8;
         if (t == 0) {
-            for (int ch = 0; ch < 3; ++ch) bounds.target.Write(AddrOf(dst + ch), background[ch]);
+            for (int ch = 0; ch < 3; ++ch) bounds.target.Write(d + ch, background[ch]);
             continue;
         }
-        const uint8_t* p = row + offsets[j];
+        const Addr p = AddrOf(row) + offsets[j];
         for (int ch = 0; ch < 3; ++ch) {
             uint32_t sum = 0;
             for (uint32_t i = 0; i < rows; ++i)
                 for (uint32_t k = 0; k < cols; ++k)
-                    sum += bounds.source.Read(AddrOf(p + intptr_t(i) * stride + k * srcPitch + ch));
-            bounds.target.Write(AddrOf(dst + ch),
-                                static_cast<uint8_t>((sum * a / t + background[ch] * (255 - a)) / 255));
+                    sum += bounds.source.Read(Offset(p, intptr_t(i) * stride + k * srcPitch + ch));
+            bounds.target.Write(d + ch, static_cast<uint8_t>((sum * a / t + background[ch] * (255 - a)) / 255));
         }
     }
 }

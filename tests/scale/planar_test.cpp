@@ -97,7 +97,7 @@ TEST(ScalePlanar, FieldModePairsLumaOnly) {
     EXPECT_EQ(d5.luma[8], s.luma[8 + 0]);
 }
 
-TEST(ScalePlanarOnly, AreaTakesTheFirstChromaStrideAsHalfTheWidth) {
+TEST(ScalePlanarOnly, AreaReadsTheSecondChromaPlaneAtHalfTheWidth) {
     // Source 8 x 8 with a luma stride of 12: chroma is 4 x 4 with stride 6.
     // The chroma plane second in ScalePlanar's order is read at stride 4.
     Planes s(8, 8, 4), d(4, 4);
