@@ -8,7 +8,7 @@
 // surface factory, and the checks and blends over those values run in
 // operations/compose.h.
 #include "operations/compose.h"
-#include "surface/compose_overlays.h"
+#include "surface/flatten.h"
 #include "surface/surface_factory.h"
 
 namespace tarn {

@@ -10,7 +10,7 @@
 #include "operations/flatten_support.h"
 #include "platform/cpu_features.h"
 #include "platform/form_table.h"
-#include "surface/compose_overlays.h"
+#include "surface/flatten.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace tarn {

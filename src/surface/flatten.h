@@ -1,6 +1,6 @@
-// The surface side of the two compositors Flatten runs on each overlay: the
-// overlay's values are collected, stretched copies made through the surface
-// factory, and the checks and blends of operations/compose.h run on them.
+// Flatten's compositors, surface side (flatten.cpp): the overlay's values
+// are collected, stretched copies made through the surface factory, and the
+// checks and blends of operations/compose.h run on them.
 #pragma once
 
 #include "surface/tarn_surface_buffer.h"
