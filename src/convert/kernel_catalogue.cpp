@@ -304,12 +304,21 @@ void FillKernelCatalogue(uint32_t features) {
         if (features & t.bit) Apply(*t.table);
 }
 
+uint32_t g_cpuFeatures = 0;
+uint32_t g_cpuFeaturesCache = 0;
+
+uint32_t InitConversionKernels() {
+    if (g_cpuFeaturesCache != 0) return g_cpuFeaturesCache;
+    g_cpuFeaturesCache = DetectCpuFeatures();
+    FillKernelCatalogue(g_cpuFeaturesCache);
+    return g_cpuFeaturesCache;
+}
+
 namespace {
-// Runs while the module loads, before any object can exist. Every user of
-// the catalogue links this file, so a static link keeps it too.
-const struct CatalogueInit {
-    CatalogueInit() { FillKernelCatalogue(CachedCpuFeatures()); }
-} g_catalogueInit;
+// Runs while the module loads, before any object can exist.
+const struct ConversionKernelsInit {
+    ConversionKernelsInit() { g_cpuFeatures = InitConversionKernels(); }
+} g_conversionKernelsInit;
 }  // namespace
 
 EntryOrigin OriginOf(int row, int column) {

@@ -62,6 +62,12 @@ extern KernelCatalogue ConversionKernelTable;
 // Start-up calls it with this processor's word; tests with a forced word.
 void FillKernelCatalogue(uint32_t features);
 
+// Detects the processor and fills the catalogue for it; returns the feature
+// word. Later calls return the cached word and change nothing, unless that
+// word is 0, when they detect and fill again (with the same result). The
+// colour tables need no filling: they are built while compiling.
+uint32_t InitConversionKernels();
+
 // The formats that name the rows.
 enum class CatalogueFormat : uint8_t {
     Planar, PlanarSwapped, SemiPlanar, FieldSemiPlanar, Yuy2, Yvyu, Uyvy, Vyuy,

@@ -1,4 +1,4 @@
-// Processor detection, and the feature word set while the module loads.
+// Processor detection and the feature word.
 #include "platform/cpu_features.h"
 
 #if defined(_MSC_VER)
@@ -9,9 +9,6 @@
 #endif
 
 namespace tarn {
-
-uint32_t g_cpuFeatures = 0;
-uint32_t g_cpuFeaturesCache = 0;
 
 bool HardwareCpuid(uint32_t leaf, CpuidRegs* out) {
 #if defined(_MSC_VER) && (defined(_M_IX86) || defined(_M_X64))
@@ -48,17 +45,5 @@ uint32_t DetectCpuFeatures(CpuidFunction cpuid) {
     }
     return word;
 }
-
-uint32_t CachedCpuFeatures() {
-    if (g_cpuFeaturesCache == 0) g_cpuFeaturesCache = DetectCpuFeatures();
-    return g_cpuFeaturesCache;
-}
-
-namespace {
-// Runs while the module loads, before any object can exist.
-const struct CpuFeaturesInit {
-    CpuFeaturesInit() { g_cpuFeatures = CachedCpuFeatures(); }
-} g_cpuFeaturesInit;
-}  // namespace
 
 }  // namespace tarn

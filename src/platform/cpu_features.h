@@ -1,4 +1,4 @@
-// Processor feature word and the start-up that fills it.
+// Processor detection and the feature word the kernels follow.
 //
 // g_cpuFeatures is written once while the module loads and only read after
 // that; tests change it for the length of one test through ScopedKernelChoice
@@ -26,6 +26,10 @@ inline constexpr uint32_t kLeaf1Mask = 0x17808010u;
 // The leaf-0x80000001 EDX bits kept in the word.
 inline constexpr uint32_t kExtendedMask = kCpu3DNow | kCpu3DNowExt | kCpuMmxExt;
 
+// The word the kernels follow, and the word detected at start-up. Both are
+// defined beside InitConversionKernels (convert/kernel_catalogue.cpp), whose
+// load-time call writes them: a program that reads the word, a static link
+// included, so always runs that start-up too.
 extern uint32_t g_cpuFeatures;
 extern uint32_t g_cpuFeaturesCache;
 
@@ -39,10 +43,6 @@ bool HardwareCpuid(uint32_t leaf, CpuidRegs* out);
 // Builds the word from CPUID leaves 1, 0x80000000 and 0x80000001. The extended
 // bits are taken only when the highest extended leaf is exactly 0x80000000.
 uint32_t DetectCpuFeatures(CpuidFunction cpuid = HardwareCpuid);
-
-// The word of this processor, detected on the first call and cached in
-// g_cpuFeaturesCache; g_cpuFeatures starts as this word.
-uint32_t CachedCpuFeatures();
 
 // The tier a conversion follows: the first of these whose bit is set, SSE2
 // before MMX, and the plain tier without either.

@@ -144,6 +144,27 @@ TEST(KernelCatalogue, StartUpFilledItForThisProcessor) {
     EXPECT_TRUE(ConversionKernelTable == atLoad);
 }
 
+TEST(InitConversionKernels, ALaterCallReturnsTheCachedWordAndChangesNothing) {
+    CatalogueRestore restore;
+    const uint32_t word = g_cpuFeaturesCache;
+    EXPECT_NE(word, 0u);  // start-up detected this processor
+    FillKernelCatalogue(0);  // a later call must not refill over this
+    const KernelCatalogue plain = ConversionKernelTable;
+    EXPECT_EQ(InitConversionKernels(), word);
+    EXPECT_TRUE(ConversionKernelTable == plain);
+}
+
+TEST(InitConversionKernels, DetectsAndFillsAgainWhenTheCachedWordIsZero) {
+    CatalogueRestore restore;
+    const KernelCatalogue atLoad = ConversionKernelTable;
+    const uint32_t word = g_cpuFeaturesCache;
+    FillKernelCatalogue(0);
+    g_cpuFeaturesCache = 0;
+    EXPECT_EQ(InitConversionKernels(), word);
+    EXPECT_EQ(g_cpuFeaturesCache, word);
+    EXPECT_TRUE(ConversionKernelTable == atLoad);
+}
+
 TEST(KernelCatalogue, EntriesAreNamedAfterTheirKernels) {
     CatalogueRestore restore;
     FillKernelCatalogue(kCpuMmx | kCpuSse | kCpuSse2);
