@@ -13,14 +13,19 @@ void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* off
                            const GrayGatherPlan& plan) {
     constexpr uint32_t kB = GrayGatherPlan::kBlock;
     const uint32_t blocks = len / kB < plan.blocks ? len / kB : plan.blocks;
-    for (uint32_t b = 0; b < blocks; ++b) {
-        uint8_t* d = dst + size_t(b) * kB;
-        const uint8_t* s = row + plan.base[b];
-        const __m128i* m = reinterpret_cast<const __m128i*>(plan.masks + size_t(b) * 16 * GrayGatherPlan::kMostLoads);
+    // The plan's arrays are read through locals: a store to `dst` may alias
+    // the plan object, which would otherwise reload its pointers every block
+    // and lengthen a loop that runs a few cycles per block.
+    const uint32_t* const base = plan.base;
+    const uint8_t* const kind = plan.kind;
+    const __m128i* m = reinterpret_cast<const __m128i*>(plan.masks);
+    uint8_t* d = dst;
+    for (uint32_t b = 0; b < blocks; ++b, d += kB, m += GrayGatherPlan::kMostLoads) {
+        const uint8_t* s = row + base[b];
         auto part = [&](uint32_t l) {
             return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * l)), _mm_loadu_si128(m + l));
         };
-        switch (plan.kind[b] & GrayGatherPlan::kLoads) {
+        switch (kind[b] & GrayGatherPlan::kLoads) {
             case 1: _mm_storeu_si128(reinterpret_cast<__m128i*>(d), part(0)); break;
             case 2: _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_or_si128(part(0), part(1))); break;
             case 3:
