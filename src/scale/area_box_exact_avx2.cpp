@@ -21,17 +21,23 @@ namespace {
 // lanes 4p..4p+2, lane 4p+3 stays 0.
 template <bool First>
 void AddRow(uint16_t* acc, const uint8_t* row, uint32_t srcWidth, uint32_t c) {
-    auto put = [&](uint32_t i, __m256i v) {
-        __m256i* p = reinterpret_cast<__m256i*>(acc + i);
+    auto put = [](uint16_t* at, __m256i v) {
+        __m256i* p = reinterpret_cast<__m256i*>(at);
         _mm256_storeu_si256(p, First ? v : _mm256_add_epi16(_mm256_loadu_si256(p), v));
     };
     auto one = [&](uint32_t i, uint8_t b) { acc[i] = uint16_t(First ? b : acc[i] + b); };
     if (c == 3) {
         const __m128i spread = _mm_setr_epi8(0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128);
-        uint32_t p = 0;
-        for (; 3 * p + 16 <= 3 * srcWidth; p += 4)
-            put(4 * p, _mm256_cvtepu8_epi16(_mm_shuffle_epi8(
-                           _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 3 * p)), spread)));
+        // Four pixels a step while the 16-byte load stays in the row. The
+        // step walks a byte count and a lane pointer of machine width, so
+        // the loop carries no 32-bit index to widen and scale on each pass.
+        const size_t bytes = size_t(3) * srcWidth;
+        size_t i = 0;
+        uint16_t* lane = acc;
+        for (; i + 16 <= bytes; i += 12, lane += 16)
+            put(lane, _mm256_cvtepu8_epi16(_mm_shuffle_epi8(
+                          _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i)), spread)));
+        uint32_t p = uint32_t(i / 3);
         for (; p < srcWidth; ++p) {
             for (uint32_t ch = 0; ch < 3; ++ch) one(4 * p + ch, row[3 * p + ch]);
             if (First) acc[4 * p + 3] = 0;
@@ -41,7 +47,7 @@ void AddRow(uint16_t* acc, const uint8_t* row, uint32_t srcWidth, uint32_t c) {
     const uint32_t bytes = srcWidth * c;
     uint32_t i = 0;
     for (; i + 16 <= bytes; i += 16)
-        put(i, _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i))));
+        put(acc + i, _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i))));
     for (; i < bytes; ++i) one(i, row[i]);
 }
 
@@ -77,11 +83,13 @@ void HalvePixels(uint16_t* a, uint32_t pixels, uint32_t lanes) {
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(a + p),
                                 _mm256_permute4x64_epi64(_mm256_packus_epi32(pairs(a + 2 * p), pairs(a + 2 * p + 16)), 0xD8));
     } else {
-        for (; p + 4 <= half; p += 4) {
-            const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + 8 * p));
-            const __m256i y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + 8 * p + 16));
+        const uint16_t* from = a;
+        uint16_t* to = a;
+        for (; p + 4 <= half; p += 4, from += 32, to += 16) {
+            const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+            const __m256i y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16));
             const __m256i sum = _mm256_add_epi16(_mm256_unpacklo_epi64(x, y), _mm256_unpackhi_epi64(x, y));
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(a + 4 * p), _mm256_permute4x64_epi64(sum, 0xD8));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_permute4x64_epi64(sum, 0xD8));
         }
     }
     for (; p < half; ++p)
@@ -101,9 +109,13 @@ void EmitRow(uint8_t* out, const uint16_t* s, uint32_t width, uint32_t c, uint32
     auto one = [&](uint16_t v) { return uint8_t((uint32_t(v) + (1u << (shift - 1))) >> shift); };
     if (c == 3) {
         const __m128i squeeze = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128);
-        uint32_t p = 0;
-        for (; 3 * p + 16 <= 3 * width; p += 4)
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 3 * p), _mm_shuffle_epi8(bytes16(s + 4 * p), squeeze));
+        // As in AddRow: a byte count and a lane pointer of machine width.
+        const size_t total = size_t(3) * width;
+        size_t i = 0;
+        const uint16_t* lane = s;
+        for (; i + 16 <= total; i += 12, lane += 16)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_shuffle_epi8(bytes16(lane), squeeze));
+        uint32_t p = uint32_t(i / 3);
         for (; p < width; ++p)
             for (uint32_t ch = 0; ch < 3; ++ch) out[3 * p + ch] = one(s[4 * p + ch]);
         return;
