@@ -51,11 +51,14 @@ void DrawToBuffer(ISurfaceBuilder* builder, FuzzInput& in, Outcome& out) {
     const int32_t used = stride < 1 ? row : stride;
     // A planar buffer's chroma planes lie where stride and height put them,
     // each (h + 1) / 2 rows of stride / 2 (the public header's rule).
+    const bool planar = info.format == SURFACE_FORMAT_YUV420;
     const size_t lumaBytes = size_t(std::max(used, 0)) * size_t(std::max(h, 0));
-    const size_t chromaBytes = info.format == SURFACE_FORMAT_YUV420
-                                   ? 2 * (size_t(std::max(used, 0)) / 2 + 1) * (size_t(std::max(h, 0)) / 2 + 1)
-                                   : 0;
-    std::vector<uint8_t> buffer(lumaBytes + chromaBytes + 16);
+    const size_t chromaBytes = planar ? 2 * (size_t(std::max(used, 0)) / 2 + 1) * (size_t(std::max(h, 0)) / 2 + 1) : 0;
+    // A stride shorter than a row overlaps the rows, and the last row of the
+    // last plane still reaches a whole row from where it starts.
+    const int32_t lastRow = planar ? (row + 1) / 2 : row, lastStride = planar ? used / 2 : used;
+    const size_t overhang = h > 0 ? size_t(std::max(lastRow - std::max(lastStride, 0), 0)) : 0;
+    std::vector<uint8_t> buffer(lumaBytes + chromaBytes + overhang + 16);
     const bool withBuffer = in.Flag();
     const int32_t mode = in.Pick(kModes);
     out.Note("DrawToBuffer(%d: %d, %d, %d, %d; %d: %d, %d, %d, %d; %d, %d x %d, stride %d, %#x)", int(withSource),

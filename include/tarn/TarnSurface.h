@@ -16,8 +16,10 @@
 //   the planar format, and straight into the buffer that first step converts
 //   the picture at its present size: the stride must hold a row of the
 //   present width and the buffer the taller of the two pictures, x 3 / 2.
-// - DrawToBuffer writes rows at the buffer's stride; 24-bit pixels are stored
-//   four bytes at a time, so allow 16 bytes after the last row. For YUV420 the
+// - DrawToBuffer writes rows at the buffer's stride (a stride shorter than a
+//   row overlaps them, and the last row still needs its whole width); 24-bit
+//   pixels are stored four bytes at a time, so allow 16 bytes after the last
+//   row. For YUV420 the
 //   first chroma plane starts stride x height bytes in and the second
 //   (stride / 2 x height) / 2 bytes after it, each with (height + 1) / 2 rows
 //   of stride / 2: at odd heights that is more than stride x height x 3 / 2.
