@@ -18,7 +18,10 @@ namespace {
 // One operation on the surface's picture. The content rectangle and the
 // aspect that the operation changes are written back however it ends: they
 // change before work that may throw (scratch rows short of memory) and stay
-// changed, as they do when it fails.
+// changed, as they do when it fails. Only what changed is written: a
+// surface that an operation leaves as it was (a format change to its own
+// format, say) is not written at all, so other threads may read it meanwhile,
+// as hosts composing one overlay onto frames on several threads do.
 class Operation {
 public:
     explicit Operation(CTarnSurfaceBuffer& surface)
@@ -26,9 +29,13 @@ public:
           aspect{surface.aspectX, surface.aspectY},
           surface_(surface) {}
     ~Operation() {
-        SetContentRect(surface_.info, picture.content);
-        surface_.aspectX = aspect.x;
-        surface_.aspectY = aspect.y;
+        const VedRect& c = picture.content;
+        const SurfaceInfo& i = surface_.info;
+        if (c.left != i.contentLeft || c.top != i.contentTop || c.right != i.contentRight ||
+            c.bottom != i.contentBottom)
+            SetContentRect(surface_.info, c);
+        if (surface_.aspectX != aspect.x) surface_.aspectX = aspect.x;
+        if (surface_.aspectY != aspect.y) surface_.aspectY = aspect.y;
     }
     Operation(const Operation&) = delete;
     Operation& operator=(const Operation&) = delete;
