@@ -12,35 +12,18 @@
 #include <cstring>
 
 #include "ipl/warp_nearest.h"
+#include "ipl/warp_store_avx2.h"
 
 namespace tarn {
 
 namespace {
 
+// The shared eight-pixel store, in the shape of each pixel kind.
 template <NearestPixel P>
-void Store(uint8_t* d, __m256i v) {
-    if constexpr (P == NearestPixel::Gray) {
-        // Byte 0 of each word to the front of its lane, then the two lanes' words together.
-        const __m256i pick = _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 4, 8,
-                                              12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
-        const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pick),
-                                                            _mm256_setr_epi32(0, 4, 1, 1, 1, 1, 1, 1));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(packed));
-    } else if constexpr (P == NearestPixel::Rgb) {
-        const __m256i pick = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0, 1, 2, 4, 5,
-                                              6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-        const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v, pick),
-                                                            _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(packed));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 16), _mm256_extracti128_si256(packed, 1));
-    } else if constexpr (P == NearestPixel::Rgba) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), v);
-    } else {
-        const __m256i low = _mm256_set1_epi32(0x00FFFFFF);
-        const __m256i kept = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(d));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d),
-                            _mm256_or_si256(_mm256_and_si256(v, low), _mm256_andnot_si256(low, kept)));
-    }
+inline void Store(uint8_t* d, __m256i v) {
+    constexpr int kDst = P == NearestPixel::Gray ? 1 : P == NearestPixel::Rgb ? 3 : 4;
+    constexpr int kCount = P == NearestPixel::RgbOfRgba ? 3 : kDst;
+    StoreWords<kDst, kCount>(d, v);
 }
 
 // A row that walks one source row backwards a whole pixel a step (a half
