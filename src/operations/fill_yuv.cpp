@@ -33,6 +33,21 @@ FillSamples FillSamplesOf(uint32_t color) {
             Sample(kSecond, lo, mid, hi, 128)};
 }
 
+void FillPlanarAroundRows(uint8_t* pixels, int32_t height, int32_t stride, int32_t keep, uint32_t color) {
+    const FillSamples s = FillSamplesOf(color);
+    const int64_t luma = int64_t(stride) * height;
+    uint8_t* first = pixels + luma;
+    uint8_t* second = first + luma / 4;
+    if (keep <= 0) {
+        ByteFill(pixels, s.y, luma);
+    } else {
+        for (int32_t y = 0; y < height; ++y) ByteFill(pixels + int64_t(y) * stride + keep, s.y, stride - keep);
+    }
+    const int64_t n = (int64_t(stride / 2) * height) / 2;
+    ByteFill(first, s.first, n);
+    ByteFill(second, s.second, n);
+}
+
 int32_t FillPlanar(uint8_t* pixels, int32_t width, int32_t height, int32_t stride,
                    const VedRect* rect, uint32_t color) {
     if (!pixels) return 0;
@@ -42,16 +57,13 @@ int32_t FillPlanar(uint8_t* pixels, int32_t width, int32_t height, int32_t strid
     // The first chroma value goes into the plane right behind Y. The colour
     // kernels keep the other chroma there, so a non-grey fill shows with its
     // chroma exchanged after a conversion; hosts rely on this order.
+    if (!rect) {
+        FillPlanarAroundRows(pixels, height, stride, 0, color);
+        return 1;
+    }
     const int64_t luma = int64_t(stride) * height;
     uint8_t* first = pixels + luma;
     uint8_t* second = first + luma / 4;
-    if (!rect) {
-        ByteFill(pixels, s.y, luma);
-        const int64_t n = (int64_t(stride / 2) * height) / 2;
-        ByteFill(first, s.first, n);
-        ByteFill(second, s.second, n);
-        return 1;
-    }
     if (area.width <= 0 || area.height <= 0) return 1;
     for (int32_t y = 0; y < area.height; ++y)
         ByteFill(pixels + int64_t(area.top + y) * stride + area.left, s.y, area.width);

@@ -115,7 +115,15 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
         const int64_t painted = int64_t(to->stride) * height * 3 / 2;
         if (painted > kMaxBufferBytes || DirectReach(layout, bits, width, height, to->stride) > painted)
             return VED_E_INVALIDARG;
-        FillPlanar(to->buffer, width, height, to->stride, nullptr, 0);
+        // Row bytes the scaler stores whole anyway are left out of the paint,
+        // which goes first all the same: a 24-bit row's last store reaches
+        // one byte into what is painted.
+        const int64_t rowBytes = RowBytes(bits, width);
+        const bool wholeRows = layout == PixelLayout::Interleaved && !target && to->stride >= rowBytes &&
+                               picture.width > 0 && picture.height > 0 &&
+                               QualityWritesWholeRows(uint32_t(quality), uint32_t(bits / 8));
+        if (wholeRows) FillPlanarAroundRows(to->buffer, height, to->stride, int32_t(rowBytes), 0);
+        else FillPlanar(to->buffer, width, height, to->stride, nullptr, 0);
         out = to->buffer;
         outStride = to->stride;
         outTopDown = to->topDown;

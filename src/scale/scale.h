@@ -47,6 +47,10 @@ bool QualitySuitsImage(uint32_t quality, uint32_t pixelBytes, bool sideOfOne);
 // Whether its kernels may pass over target bytes and leave them as they
 // were: the box and area qualities (counts of 0, fourth bytes not stored).
 bool QualityPassesOverTarget(uint32_t quality);
+// Whether every byte of every target row comes from the scaler (3- and
+// 4-byte pixels on both sides), so that a caller need not prepare it: the
+// nearest and bilinear qualities, whose drivers store each pixel whole.
+bool QualityWritesWholeRows(uint32_t quality, uint32_t pixelBytes);
 
 // A planar 4:2:0 picture: the luma plane and two chroma planes of half the
 // width, height and stride of luma (signed division).

@@ -47,6 +47,12 @@ bool QualityPassesOverTarget(uint32_t quality) {
     return quality == SCALE_BOX || quality == SCALE_BOX_FADE || quality == SCALE_AREA;
 }
 
+bool QualityWritesWholeRows(uint32_t quality, uint32_t pixelBytes) {
+    const bool filtered = quality == SCALE_NEAREST || quality == SCALE_BILINEAR ||
+                          quality == SCALE_BILINEAR_FADE || quality == SCALE_FIELD_BILINEAR;
+    return filtered && (pixelBytes == 3 || pixelBytes == 4);
+}
+
 ScalePlan PlanImage(uint32_t quality, const ScaleTarget& target, const ScaleSource& source, ScaleSteps steps) {
     constexpr ScalePlan kNone{ScaleDriver::None, AxisFilter::Nearest, AxisFilter::Nearest};
     uint32_t q = quality;

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "blank_surface.h"
+#include "operations/fill.h"
+#include "operations/stretch.h"
 
 namespace tarn {
 namespace {
@@ -190,6 +192,43 @@ TEST(DoResize, DirectRgbOutputIsFirstPaintedPlanarBlack) {
         for (int32_t x = 0; x < 48; ++x)
             ASSERT_EQ(out[size_t(y * 48 + x)], (x >= 12 && x < 36) ? kFlat : 0) << x << "," << y;
     for (size_t i = 48 * 8; i < out.size(); ++i) ASSERT_EQ(out[i], 128) << i;
+}
+
+// A direct resize in every quality gives the bytes of the whole planar paint
+// followed by the stretch, whichever bytes it leaves out of the paint: row
+// padding, the chroma behind, the byte a 24-bit row's last store reaches.
+TEST(DoResize, DirectRgbOutputEqualsPaintThenStretch) {
+    struct Case {
+        SurfaceFormat format;
+        int32_t bits, sw, sh, dw, dh;
+    };
+    const Case cases[] = {{SURFACE_FORMAT_RGB24, 24, 37, 23, 61, 17}, {SURFACE_FORMAT_RGB24, 24, 40, 30, 13, 9},
+                          {SURFACE_FORMAT_RGB32, 32, 37, 23, 61, 17}, {SURFACE_FORMAT_RGB32, 32, 40, 30, 13, 9}};
+    for (const Case& c : cases) {
+        for (int32_t quality = SCALE_NEAREST; quality <= SCALE_AREA; ++quality) {
+            for (uint32_t topDown : {1u, 0u}) {
+                for (int32_t pad : {0, 5}) {
+                    SCOPED_TRACE(testing::Message() << c.bits << " " << c.dw << " q" << quality << " td" << topDown
+                                                    << " pad" << pad);
+                    Ref<ITarnSurface> s = MakeBlank(c.format, uint32_t(c.sw), uint32_t(c.sh));
+                    CTarnSurfaceBuffer* b = Buffer(s);
+                    for (int32_t i = 0; i < BufferBytes(b->info); ++i) b->pixels[i] = uint8_t(i * 37 + (i >> 7));
+                    const int32_t stride = c.dw * c.bits / 8 + pad;
+                    const size_t painted = size_t(stride) * size_t(c.dh) * 3 / 2;
+                    std::vector<uint8_t> expected(painted + 16, 0xEE);
+                    FillPlanar(expected.data(), c.dw, c.dh, stride, nullptr, 0);
+                    Picture to = PictureOf(b->info, expected.data());
+                    to.width = c.dw, to.height = c.dh, to.stride = stride, to.topDown = topDown;
+                    StretchInterleaved(PictureOf(b->info, b->pixels), nullptr, to, nullptr, false, quality);
+
+                    std::vector<uint8_t> out(painted + 16, 0xEE);
+                    ASSERT_EQ(s->Resize(c.dw, c.dh, 0, ScaleMode(quality)), VED_S_OK);
+                    ASSERT_EQ(s->CopyOut(out.data(), stride, topDown), VED_S_OK);
+                    ASSERT_EQ(out, expected);
+                }
+            }
+        }
+    }
 }
 
 TEST(DoResize, FailuresAndTheStateTheyLeave) {
