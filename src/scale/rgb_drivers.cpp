@@ -5,11 +5,13 @@
 #include "scale/rgb_drivers.h"
 
 #include <cstring>
+#include <memory>
 
 #include "platform/byte_span.h"
 #include "scale/box_shrink.h"
 #include "scale/inner_row_cache.h"
 #include "scale/inner_rows.h"
+#include "scale/nearest_rows.h"
 
 namespace tarn {
 namespace {
@@ -17,8 +19,48 @@ namespace {
 // A target row depends only on its source row and the column table, so a
 // row whose source row is that of the row above is a copy of it, where
 // writing the target cannot change the source (`reuse`).
+// A row of 4-byte pixels kept in cache for a target written through the
+// streaming store: the fade grid builds each row there and stores it whole.
+// None (null) for small targets, or where the target may share bytes with
+// the source rows read (`apart` false), since a row built aside would then
+// read source bytes its own pixels had not yet overwritten.
+struct StreamedRow {
+    std::unique_ptr<uint8_t[]> row;
+    StreamRowFn store = nullptr;
+    StreamedRow(const ScaleRequest& r, bool apart) {
+        const size_t rowBytes = size_t(r.target.width) * 4;
+        if (!apart || !StreamsTarget(rowBytes * r.target.height)) return;
+        row.reset(new (std::nothrow) uint8_t[rowBytes + 8]);
+        store = PickStreamRow();
+    }
+    explicit operator bool() const { return row != nullptr; }
+};
+
+// Nearest rows of 4-byte pixels through the row kernel's fast form. (Built
+// aside and streamed, a large target comes out slower here: the copy of a
+// repeated row stays in cache and costs less than the extra pass.)
+void NearestRows44(const ScaleRequest& r, const DriverTables& t, bool reuse) {
+    const uint32_t w = r.target.width, h = r.target.height;
+    const size_t rowBytes = size_t(w) * 4;
+    const NearestRow44Fn gather = PickNearestRow44();
+    for (uint32_t y = 0; y < h; ++y) {
+        uint8_t* d = TargetRow(r.target.pixels, r.target.stride, y);
+        const uint8_t* s = SourceRow(r.source.pixels, t.rows, y);
+        if (reuse && y > 0 && t.rows.offsets[y] == t.rows.offsets[y - 1])
+            std::memcpy(d, TargetRow(r.target.pixels, r.target.stride, y - 1), rowBytes);
+        else if (w == r.source.width)  // whole rows; the column table is ignored
+            std::memcpy(d, s, rowBytes);
+        else
+            gather(d, s, t.cols.offsets, w, r.source.width * 4);
+    }
+}
+
 template <uint32_t SB, uint32_t DB>
 void NearestRows(const ScaleRequest& r, const DriverTables& t, bool reuse) {
+    if constexpr (SB == 4 && DB == 4) {
+        NearestRows44(r, t, reuse);
+        return;
+    }
     uint8_t* dst = r.target.pixels;
     const uint8_t* src = r.source.pixels;
     const uint32_t w = r.target.width, h = r.target.height, srcWidth = r.source.width;
@@ -132,13 +174,13 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
     const bool wholeRows = SB == 4 && w == srcWidth;
     // The middle band of 4-byte pixels blends each source row once where
     // the target lies apart from every source row read.
-    const bool cacheable = SB == 4 && !wholeRows && b.middle >= 4 &&
-                           SourceApart(r, t.rows, stride);
+    const bool apart = SB == 4 && SourceApart(r, t.rows, stride);
+    const bool cacheable = SB == 4 && !wholeRows && b.middle >= 4 && apart;
     const CachedInnerRowFn cachedInner = cacheable ? PickCachedInnerRow44() : nullptr;
     InnerRowCache cache(cachedInner ? b.middle : 0);
     const bool cached = cachedInner && cache.Ready();
-    for (uint32_t y = 0; y < h; ++y) {
-        uint8_t* d = TargetRow(dst, dstStride, y);
+    // Row y into `d`.
+    auto buildRow = [&](uint8_t* d, uint32_t y) {
         const uint8_t* row = SourceRow(src, t.rows, y);
         const uint32_t rw = t.rows.weights[y];
         const auto [dm, dr, cwm, com, cwr, cor] = SplitRow<DB>(d, c, b);
@@ -153,7 +195,7 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
             auto horizontal = [](const uint8_t* s, uint32_t cw) { return Lerp(Load4(s), Load4(s + SB), cw); };
             if (wholeRows && (rw == 0 || rw == 0xFFFFFFFFu)) {
                 std::memcpy(d, rw == 0 ? row : row + stride, size_t(srcWidth) * 4);
-                continue;
+                return;
             }
             RunBand<DB, false>(d, row, c.weights, c.offsets, b.left, edgeLeft);
             if (wholeRows) {
@@ -183,6 +225,16 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
             else
                 RunBand<DB, false>(dr, row, cwr, cor, b.right, corner);
         }
+    };
+    // 4-byte rows of a large target are built aside and streamed.
+    const StreamedRow aside(r, apart);
+    for (uint32_t y = 0; y < h; ++y) {
+        if (!aside) {
+            buildRow(TargetRow(dst, dstStride, y), y);
+            continue;
+        }
+        buildRow(aside.row.get(), y);
+        aside.store(TargetRow(dst, dstStride, y), aside.row.get(), size_t(w) * 4);
     }
 }
 

@@ -1,0 +1,116 @@
+// The nearest 4-byte row and the streaming row store against their plain
+// forms, and large 4-byte targets, whose rows are built aside and streamed,
+// against the same scale written in place.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
+#include "scale/nearest_rows.h"
+#include "scale/scale.h"
+
+namespace tarn {
+namespace {
+
+constexpr uint8_t kCanary = 0xA7;
+
+#if defined(TARN_HAVE_X86_SIMD)
+TEST(NearestRows, WindowsMatchPlain) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::mt19937 rng(7);
+    const uint32_t width = 70;
+    std::vector<uint8_t> src(width * 4);  // no slack: a read past the row shows under ASan
+    for (auto& b : src) b = uint8_t(rng());
+    // Offsets at random (any order, repeats), and rising by steps of 0 to 3
+    // pixels, most of which fit the fast form's windows, up to the row's end.
+    for (uint32_t len : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 63u, 64u})
+        for (int rising : {0, 1}) {
+            std::vector<uint32_t> co(len + 8);
+            uint32_t at = rng() % 8;
+            for (auto& o : co) {
+                o = rising ? std::min(at, width - 1) * 4 : rng() % width * 4;
+                at += rng() % 4;
+            }
+            std::vector<uint8_t> a(len * 4 + 16, kCanary), b(len * 4 + 16, kCanary);
+            NearestRow44Plain(a.data() + 4, src.data(), co.data(), len, width * 4);
+            NearestRow44Avx2(b.data() + 4, src.data(), co.data(), len, width * 4);
+            ASSERT_EQ(a, b) << len << " " << rising;
+            for (uint32_t x = 0; x < len; ++x) ASSERT_EQ(0, std::memcmp(&a[4 + 4 * x], &src[co[x]], 4)) << x;
+            ASSERT_EQ(a[3], kCanary);
+            ASSERT_EQ(a[4 + 4 * len], kCanary);
+        }
+}
+
+TEST(NearestRows, StreamStoreCopiesExactlyTheRow) {
+    std::mt19937 rng(8);
+    std::vector<uint8_t> src(400);
+    for (auto& b : src) b = uint8_t(rng());
+    for (size_t at : {0u, 1u, 3u, 4u, 15u})
+        for (size_t bytes : {0u, 1u, 15u, 16u, 17u, 63u, 64u, 65u, 129u, 300u}) {
+            alignas(16) uint8_t out[400];
+            std::memset(out, kCanary, sizeof out);
+            StreamRowSse2(out + at, src.data(), bytes);
+            for (size_t i = 0; i < sizeof out; ++i) {
+                const bool inside = i >= at && i < at + bytes;
+                ASSERT_EQ(out[i], inside ? src[i - at] : kCanary) << at << " " << bytes << " " << i;
+            }
+        }
+}
+#endif
+
+// A target of this size streams. Written in place it does not when it lies
+// between the rows of its source: the two must agree byte for byte, with
+// every form this machine runs, in both row orders.
+TEST(NearestRows, StreamedTargetsEqualTargetsWrittenInPlace) {
+    const uint32_t sw = 1001, sh = 801, dw = 1990, dh = 1600;
+    ASSERT_TRUE(StreamsTarget(size_t(dw) * 4 * dh));
+    const int32_t srcRow = int32_t(sw) * 4, dstRow = int32_t(dw) * 4;
+    // Shared layout: each source row, then 24 bytes of gap, then a target row.
+    const int32_t shared = srcRow + 24 + dstRow + 8;
+    std::mt19937 rng(9);
+    std::vector<uint8_t> pixels(size_t(srcRow) * sh);
+    for (auto& b : pixels) b = uint8_t(rng());
+    std::vector<uint8_t> both(size_t(shared) * dh + 64, kCanary);
+    for (uint32_t y = 0; y < sh; ++y)
+        std::memcpy(&both[size_t(y) * shared], &pixels[size_t(y) * srcRow], size_t(srcRow));
+    const ScaleSource apartSource{pixels.data(), sw, sh, srcRow, 4};
+    const ScaleSource sharedSource{both.data(), sw, sh, shared, 4};
+    const ScaleSteps steps{double(sw) / dw, double(sh) / dh};
+    const SimdForm forms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
+    for (uint32_t quality : {uint32_t(SCALE_NEAREST), uint32_t(SCALE_BILINEAR), uint32_t(SCALE_BILINEAR_FADE),
+                             uint32_t(SCALE_FIELD_BILINEAR)}) {
+        for (int32_t sign : {1, -1}) {
+            // In place, plain form, target between the source rows.
+            std::vector<uint8_t> inPlace(size_t(dstRow) * dh);
+            {
+                ScopedKernelChoice choice(g_cpuFeatures, SimdForm::Plain);
+                uint8_t* first = both.data() + srcRow + 24 + (sign > 0 ? 0 : size_t(shared) * (dh - 1));
+                ScaleImage({first, dw, dh, sign * shared, 4}, sharedSource, steps, quality);
+                for (uint32_t y = 0; y < dh; ++y)
+                    std::memcpy(&inPlace[size_t(y) * dstRow], both.data() + size_t(y) * shared + srcRow + 24,
+                                size_t(dstRow));
+                for (uint32_t y = 0; y < sh; ++y)
+                    ASSERT_EQ(0, std::memcmp(&both[size_t(y) * shared], &pixels[size_t(y) * srcRow], size_t(srcRow)))
+                        << "the source rows stay as they were";
+            }
+            for (SimdForm form : forms) {
+                if (HostSimdForm() < form) continue;
+                SCOPED_TRACE(testing::Message() << "quality " << quality << " sign " << sign << " " << FormName(form));
+                ScopedKernelChoice choice(g_cpuFeatures, form);
+                std::vector<uint8_t> out(size_t(dstRow) * dh + 32, kCanary);
+                uint8_t* first = out.data() + 16 + (sign > 0 ? 0 : size_t(dstRow) * (dh - 1));
+                ScaleImage({first, dw, dh, sign * dstRow, 4}, apartSource, steps, quality);
+                ASSERT_EQ(0, std::memcmp(out.data() + 16, inPlace.data(), inPlace.size()));
+                for (size_t i = 0; i < 16; ++i) ASSERT_EQ(out[i], kCanary);
+                for (size_t i = out.size() - 16; i < out.size(); ++i) ASSERT_EQ(out[i], kCanary);
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tarn
