@@ -22,6 +22,14 @@ GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len) {
     if (!base || !kind || !masks) return;  // blocks stays 0: all byte by byte
     const uint32_t lo = *std::min_element(offsets, offsets + len);
     const uint32_t hi = *std::max_element(offsets, offsets + len);
+    const uint32_t step = len > 1 ? offsets[1] - offsets[0] : 0;
+    if (step == 2 || step == 4 || step == 8) {
+        uint32_t run = 1;
+        while (run < len && offsets[run] == offsets[0] + step * run) ++run;
+        const uint32_t reach = hi + 1 - offsets[0];
+        stridedColumns = std::min(run, reach / step) / kBlock * kBlock;
+        stride = step, strideFirst = offsets[0];
+    }
     for (uint32_t b = 0; b < n; ++b) {
         const uint32_t* o = offsets + size_t(b) * kBlock;
         const uint32_t mn = *std::min_element(o, o + kBlock), mx = *std::max_element(o, o + kBlock);

@@ -36,6 +36,11 @@ public:
     static constexpr uint32_t kMostLoads = 4;
     static constexpr uint8_t kLoads = 7, kDoubled = 8, kOddPhase = 16;
     uint8_t* masks = nullptr;     // per block 16 bytes per load: the shuffle of each load in turn
+    // The leading columns whose offsets run first + step * j with a step of
+    // 2, 4 or 8 (whole shrinks), as many whole blocks of them as a form
+    // that loads step * 16 bytes from a block's first offset can take
+    // without passing the largest offset; 0 where there are none.
+    uint32_t stridedColumns = 0, stride = 0, strideFirst = 0;
 };
 
 // dst[j] = row[offsets[j]] for j < len, using the plan where a fast form runs.

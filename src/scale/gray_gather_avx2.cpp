@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include "scale/gray_gather.h"
+#include "scale/gray_strided.h"
 
 namespace tarn {
 
@@ -13,14 +14,18 @@ void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* off
                            const GrayGatherPlan& plan) {
     constexpr uint32_t kB = GrayGatherPlan::kBlock;
     const uint32_t blocks = len / kB < plan.blocks ? len / kB : plan.blocks;
+    // A strided lead first, its loads bounded as the plan's are.
+    const uint32_t lead = len < plan.stridedColumns ? 0 : plan.stridedColumns;
+    const uint32_t strided =
+        lead ? StridedPicksAvx2(dst, row + plan.strideFirst, lead, plan.stride, plan.stride * lead) : 0;
     // The plan's arrays are read through locals: a store to `dst` may alias
     // the plan object, which would otherwise reload its pointers every block
     // and lengthen a loop that runs a few cycles per block.
     const uint32_t* const base = plan.base;
     const uint8_t* const kind = plan.kind;
-    const __m128i* m = reinterpret_cast<const __m128i*>(plan.masks);
-    uint8_t* d = dst;
-    for (uint32_t b = 0; b < blocks; ++b, d += kB, m += GrayGatherPlan::kMostLoads) {
+    const __m128i* m = reinterpret_cast<const __m128i*>(plan.masks) + size_t(strided / kB) * GrayGatherPlan::kMostLoads;
+    uint8_t* d = dst + strided;
+    for (uint32_t b = strided / kB; b < blocks; ++b, d += kB, m += GrayGatherPlan::kMostLoads) {
         const uint8_t* s = row + base[b];
         auto part = [&](uint32_t l) {
             return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * l)), _mm_loadu_si128(m + l));

@@ -1,26 +1,57 @@
 // Single-channel bilinear Inner, AVX2 form with a cache of horizontal
 // blends. Each source row's blend h[j] = (s[o] (256 - w) + s[o + 1] w) >> 8
-// is worked once, eight pixels at a time from one or two 16-byte windows of
-// the row by byte shuffles and one multiply-add, and kept while target rows use
-// it; a target pixel is then (h_top (256 - rw) + h_below rw) >> 8, sixteen
-// at a time. The trailing pixels (len mod 4) keep their own weight reading.
+// is worked once and kept, as bytes, while target rows use it; a target
+// pixel is then (h_top (256 - rw) + h_below rw) >> 8. A row weight of 0
+// makes that h_top itself, so such rows blend the top row only, straight
+// into the target when no earlier row left its blend in the cache. The
+// trailing pixels (len mod 4) keep their own weight reading.
+//
+// The blend of a row takes the quickest of three ways the column tables
+// allow (see GrayRowCache::Run); all three give the bytes of the formula.
 #include <immintrin.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "scale/gray_row_cache.h"
+#include "scale/gray_strided.h"
 #include "scale/pixel_lanes.h"
 
 namespace tarn {
 namespace {
 
-void Plan(GrayRowCache& c, const uint8_t* weights, const uint32_t* offsets, uint32_t groups) {
+using Run = GrayRowCache::Run;
+
+bool PlanHalves(GrayRowCache& c, const uint8_t* weights, const uint32_t* offsets, uint32_t groups) {
+    if (groups < 2) return false;
+    const uint32_t step = offsets[1] - offsets[0];
+    if (step != 2 && step != 4 && step != 8) return false;
+    for (uint32_t j = 0; j < groups; ++j)
+        if (weights[j] != 128 || offsets[j] != offsets[0] + step * j) return false;
+    c.run = Run::Halves, c.step = step, c.origin = offsets[0];
+    return true;
+}
+
+bool PlanDoubled(GrayRowCache& c, const uint8_t* weights, const uint32_t* offsets, uint32_t groups) {
+    for (uint32_t head = 0; head < 2 && head + 2 < groups; ++head) {
+        const uint32_t o0 = offsets[head];
+        const uint8_t even = weights[head], odd = weights[head + 1];
+        bool fits = true;
+        for (uint32_t j = head; j < groups && fits; ++j)
+            fits = offsets[j] == o0 + (j - head) / 2 && weights[j] == ((j - head) % 2 ? odd : even);
+        if (!fits) continue;
+        c.run = Run::Doubled, c.origin = o0, c.head = head, c.evenWeight = even, c.oddWeight = odd;
+        return true;
+    }
+    return false;
+}
+
+void PlanShuffled(GrayRowCache& c, const uint32_t* offsets, uint32_t groups) {
     const uint32_t blocks = groups / 8;
+    c.run = Run::Shuffled;
     c.base.assign(blocks, -1);
     c.windows.assign(blocks, 0);
     c.pairs.assign(size_t(blocks) * 32, 0x80);
-    c.weightPairs.resize(groups);
-    for (uint32_t j = 0; j < groups; ++j) c.weightPairs[j] = (256 - weights[j]) | uint32_t(weights[j]) << 16;
     for (uint32_t b = 0; b < blocks; ++b) {
         const uint32_t* o = offsets + 8 * b;
         uint32_t lo = o[0], hi = o[0];
@@ -42,22 +73,54 @@ void Plan(GrayRowCache& c, const uint8_t* weights, const uint32_t* offsets, uint
             break;
         }
     }
-    c.blend[0].assign(groups + 16, 0);
-    c.blend[1].assign(groups + 16, 0);
-    c.tag[0] = c.tag[1] = nullptr;
+}
+
+void Plan(GrayRowCache& c, const uint8_t* weights, const uint32_t* offsets, uint32_t groups) {
+    c.weightPairs.resize(groups);
+    for (uint32_t j = 0; j < groups; ++j) c.weightPairs[j] = (256 - weights[j]) | uint32_t(weights[j]) << 16;
+    if (!PlanHalves(c, weights, offsets, groups) && !PlanDoubled(c, weights, offsets, groups))
+        PlanShuffled(c, offsets, groups);
+    for (int i = 0; i < GrayRowCache::kSlots; ++i) {
+        c.blend[i].assign(groups + 32, 0);
+        c.tag[i] = nullptr;
+        c.used[i] = 0;
+    }
     c.plannedFor = offsets;
 }
 
-// Eight blends, 32-bit lanes.
+inline uint8_t BlendOne(const uint8_t* row, const GrayRowCache& c, const uint32_t* offsets, uint32_t j) {
+    const uint8_t* s = row + offsets[j];
+    return uint8_t(LerpByte(s[0], s[1], c.weightPairs[j] >> 16));
+}
+
+// Doubled: 32 blends from 16 pairs (s[i], s[i + 1]), each pair giving an
+// even and an odd target pixel. a + floor((b - a) w / 256) is the formula's
+// value, and the 16-bit high multiply of (b - a) << 7 by w << 1 is that floor.
+uint32_t DoubledRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, uint32_t groups) {
+    const uint8_t* s = row + c.origin;
+    const __m256i w = _mm256_set1_epi32(int32_t(uint32_t(c.evenWeight) << 1 | uint32_t(c.oddWeight) << 17));
+    uint32_t j = c.head, i = 0;
+    for (; j + 32 <= groups && c.origin + i + 17 <= c.srcWidth; j += 32, i += 16) {
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 1));
+        auto half = [&](__m128i aa, __m128i bb) {
+            const __m256i a16 = _mm256_cvtepu8_epi16(aa), b16 = _mm256_cvtepu8_epi16(bb);
+            return _mm256_add_epi16(a16, _mm256_mulhi_epi16(_mm256_slli_epi16(_mm256_sub_epi16(b16, a16), 7), w));
+        };
+        const __m256i lo = half(_mm_unpacklo_epi8(a, a), _mm_unpacklo_epi8(b, b));
+        const __m256i hi = half(_mm_unpackhi_epi8(a, a), _mm_unpackhi_epi8(b, b));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + j),
+                            _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8));
+    }
+    return j;
+}
+
+// Eight shuffled blends, 32-bit lanes.
 inline __m256i Blend8(const uint8_t* row, const GrayRowCache& c, const uint32_t* offsets, uint32_t j) {
     const int32_t base = c.base[j / 8];
     if (base < 0) {
         alignas(32) int32_t v[8];
-        for (uint32_t k = 0; k < 8; ++k) {
-            const uint8_t* s = row + offsets[j + k];
-            const uint32_t w = c.weightPairs[j + k] >> 16;
-            v[k] = int32_t(LerpByte(s[0], s[1], w));
-        }
+        for (uint32_t k = 0; k < 8; ++k) v[k] = BlendOne(row, c, offsets, j + k);
         return _mm256_load_si256(reinterpret_cast<const __m256i*>(v));
     }
     const uint8_t* m = c.pairs.data() + 4 * size_t(j);
@@ -70,27 +133,86 @@ inline __m256i Blend8(const uint8_t* row, const GrayRowCache& c, const uint32_t*
     return _mm256_srli_epi32(_mm256_madd_epi16(_mm256_cvtepu8_epi16(picked), w), 8);
 }
 
-// The horizontal blends of one source row, as 16-bit words in order.
-void BlendRow(uint16_t* out, const uint8_t* row, const GrayRowCache& c, const uint32_t* offsets, uint32_t groups) {
+uint32_t ShuffledRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, const uint32_t* offsets,
+                     uint32_t groups) {
     uint32_t j = 0;
     for (; j + 16 <= groups; j += 16) {
         const __m256i words = _mm256_packus_epi32(Blend8(row, c, offsets, j), Blend8(row, c, offsets, j + 8));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + j), _mm256_permute4x64_epi64(words, 0xD8));
+        const __m256i bytes = _mm256_packus_epi16(words, words);  // per lane: 4 of the first 8, 4 of the second
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + j),
+                         _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 0, 0, 0, 0))));
     }
-    for (; j < groups; ++j) {
-        const uint8_t* s = row + offsets[j];
-        out[j] = uint16_t(LerpByte(s[0], s[1], c.weightPairs[j] >> 16));
-    }
+    return j;
 }
 
-const uint16_t* Blended(const uint8_t* row, GrayRowCache& c, const uint32_t* offsets, uint32_t groups,
-                        const uint8_t* keep) {
-    for (int i = 0; i < 2; ++i)
-        if (c.tag[i] == row) return c.blend[i].data();
-    const int slot = c.tag[0] == keep ? 1 : 0;
+// The horizontal blends of one source row, as bytes in order.
+void BlendRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, const uint32_t* offsets, uint32_t groups) {
+    uint32_t done = 0;
+    switch (c.run) {
+        case Run::Halves:
+            done = StridedMeansAvx2(out, row + c.origin, groups, c.step, c.srcWidth - c.origin,
+                                    c.next ? c.next + c.origin : nullptr);
+            break;
+        case Run::Doubled:
+            if (c.head) out[0] = BlendOne(row, c, offsets, 0);
+            done = DoubledRow(out, row, c, groups);
+            break;
+        case Run::Shuffled: done = ShuffledRow(out, row, c, offsets, groups); break;
+    }
+    for (uint32_t j = done; j < groups; ++j) out[j] = BlendOne(row, c, offsets, j);
+}
+
+const uint8_t* Cached(const uint8_t* row, GrayRowCache& c) {
+    for (int i = 0; i < GrayRowCache::kSlots; ++i)
+        if (c.tag[i] == row) {
+            c.used[i] = ++c.clock;
+            return c.blend[i].data();
+        }
+    return nullptr;
+}
+
+// The blend of `row`, from the cache or worked into the slot used longest
+// ago that does not hold `keep`.
+const uint8_t* Blended(const uint8_t* row, GrayRowCache& c, const uint32_t* offsets, uint32_t groups,
+                       const uint8_t* keep) {
+    if (const uint8_t* hit = Cached(row, c)) return hit;
+    int slot = -1;
+    for (int i = 0; i < GrayRowCache::kSlots; ++i)
+        if (c.tag[i] != keep && (slot < 0 || c.used[i] < c.used[slot])) slot = i;
     BlendRow(c.blend[slot].data(), row, c, offsets, groups);
     c.tag[slot] = row;
+    c.used[slot] = ++c.clock;
     return c.blend[slot].data();
+}
+
+// dst = (top (256 - w) + bottom w) >> 8 over bytes, as top + floor((bottom - top) w / 256).
+void Vertical(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8, uint32_t groups) {
+    uint32_t j = 0;
+    if (w8 == 128) {
+        // (a + b) >> 1: the rounded-up mean less the bit it rounded up by.
+        const __m256i one = _mm256_set1_epi8(1);
+        for (; j + 32 <= groups; j += 32) {
+            const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(top + j));
+            const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bot + j));
+            const __m256i mean = _mm256_sub_epi8(_mm256_avg_epu8(a, b), _mm256_and_si256(_mm256_xor_si256(a, b), one));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + j), mean);
+        }
+    } else {
+        const __m256i w = _mm256_set1_epi16(int16_t(w8 << 1));
+        for (; j + 32 <= groups; j += 32) {
+            const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(top + j));
+            const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bot + j));
+            auto half = [&](__m128i aa, __m128i bb) {
+                const __m256i a16 = _mm256_cvtepu8_epi16(aa), b16 = _mm256_cvtepu8_epi16(bb);
+                return _mm256_add_epi16(a16, _mm256_mulhi_epi16(_mm256_slli_epi16(_mm256_sub_epi16(b16, a16), 7), w));
+            };
+            const __m256i lo = half(_mm256_castsi256_si128(a), _mm256_castsi256_si128(b));
+            const __m256i hi = half(_mm256_extracti128_si256(a, 1), _mm256_extracti128_si256(b, 1));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + j),
+                                _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8));
+        }
+    }
+    for (; j < groups; ++j) dst[j] = uint8_t(LerpByte(top[j], bot[j], w8));
 }
 
 }  // namespace
@@ -100,23 +222,17 @@ void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* wei
     const uint32_t groups = len & ~3u;
     if (cache.plannedFor != offsets) Plan(cache, weights, offsets, groups);
     const uint8_t* low = row + below;
-    const uint16_t* top = Blended(row, cache, offsets, groups, low);
-    const uint16_t* bot = Blended(low, cache, offsets, groups, row);
     const uint32_t w8 = rw & 255;
-    const __m256i rwPair = _mm256_set1_epi32(int32_t((256 - w8) | w8 << 16));
-    uint32_t j = 0;
-    for (; j + 16 <= groups; j += 16) {
-        const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(top + j));
-        const __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bot + j));
-        const __m256i lo = _mm256_srli_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(a, c), rwPair), 8);
-        const __m256i hi = _mm256_srli_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(a, c), rwPair), 8);
-        const __m256i words = _mm256_packs_epi32(lo, hi);
-        const __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(words, words), 0x08);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + j), _mm256_castsi256_si128(bytes));
+    if (w8 == 0) {
+        if (const uint8_t* top = Cached(row, cache)) std::memcpy(dst, top, groups);
+        else BlendRow(dst, row, cache, offsets, groups);
+    } else {
+        const uint8_t* top = Blended(row, cache, offsets, groups, low);
+        const uint8_t* bot = Blended(low, cache, offsets, groups, row);
+        Vertical(dst, top, bot, w8, groups);
     }
-    for (; j < groups; ++j) dst[j] = uint8_t(LerpByte(top[j], bot[j], w8));
     // The trailing pixels take their weight from the byte at 4 * j.
-    for (j = groups; j < len; ++j) {
+    for (uint32_t j = groups; j < len; ++j) {
         const uint8_t* s = row + offsets[j];
         const uint32_t cw = weights[4 * size_t(j)];
         dst[j] = uint8_t(LerpByte(LerpByte(s[0], s[1], cw), LerpByte(s[below], s[below + 1], cw), w8));

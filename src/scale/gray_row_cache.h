@@ -1,8 +1,8 @@
 // Bilinear Inner of single-channel pixels over the rows of one image,
 // blending each source row horizontally once: consecutive target rows that
-// share a source row (every enlargement and every shrink below 2) reuse its
-// blend. The blend of a row depends only on the row and the column tables,
-// which stay the same for the whole image.
+// share a source row (every enlargement, every shrink below 2 and the row
+// pairs of fields) reuse its blend. The blend of a row depends only on the
+// row and the column tables, which stay the same for the whole image.
 #pragma once
 
 #include <cstdint>
@@ -13,21 +13,41 @@ namespace tarn {
 struct GrayRowCache {
     GrayRowCache(uint32_t len, uint32_t srcWidth) : len(len), srcWidth(srcWidth) {}
 
+    // How the column tables of the grouped pixels run, found once per image.
+    // Halves: every weight 128 and offsets o0 + step * j, so a blend is the
+    // floor of the mean of two neighbours (whole shrinks by 2, 4 and 8).
+    // Doubled: from pixel `head` on, offsets o0 + (j - head) / 2 and weights
+    // alternating between two values (enlargements by 2). Shuffled: neither;
+    // each block of 8 pixels from one or two 16-byte windows of the row.
+    enum class Run : uint8_t { Shuffled, Halves, Doubled };
+
     uint32_t len, srcWidth;
-    // Two rows of horizontal blends of the len & ~3 grouped pixels, each
-    // tagged with the source row it came from.
-    std::vector<uint16_t> blend[2];
-    const uint8_t* tag[2] = {nullptr, nullptr};
-    // Planned from the column tables on first use, per block of 8 pixels:
-    // the first of the 16 or 32 row bytes holding both samples of each (-1:
-    // the samples spread wider, worked one by one), how many 16-byte windows
-    // that is, the byte shuffle of each window that puts each pair in two
-    // 16-bit lanes, and per pixel the weight pair (256 - w) | w << 16.
+    Run run = Run::Shuffled;
+    uint32_t step = 0, origin = 0, head = 0;
+    uint8_t evenWeight = 0, oddWeight = 0;
+    // Three rows of horizontal blends of the len & ~3 grouped pixels (each
+    // blend fits a byte), each tagged with the source row it came from and
+    // the call that last used it: the row pairs of fields read three source
+    // rows over two target rows.
+    static constexpr int kSlots = 3;
+    std::vector<uint8_t> blend[kSlots];
+    const uint8_t* tag[kSlots] = {nullptr, nullptr, nullptr};
+    uint64_t used[kSlots] = {0, 0, 0};
+    uint64_t clock = 0;
+    // Shuffled runs, per block of 8 pixels: the first of the 16 or 32 row
+    // bytes holding both samples of each (-1: the samples spread wider,
+    // worked one by one), how many 16-byte windows that is, the byte shuffle
+    // of each window that puts each pair in two 16-bit lanes, and per pixel
+    // the weight pair (256 - w) | w << 16.
     std::vector<int32_t> base;
     std::vector<uint8_t> windows;
     std::vector<uint8_t> pairs;  // [block][window][16]
     std::vector<uint32_t> weightPairs;
     const uint32_t* plannedFor = nullptr;
+    // The source row the next target row starts from, set by the driver
+    // before each call: a shrink skips rows, which the processor does not
+    // fetch ahead by itself, so the blends ask for it while they run.
+    const uint8_t* next = nullptr;
 };
 
 // Same arguments and bytes as GrayInnerRowPlain, with the cache of the image. The

@@ -94,6 +94,7 @@ void ScaleGray(const ScaleRequest& request) {
             for (uint32_t j = cf; j < cf + middle; ++j)
                 d[j] = static_cast<uint8_t>(LerpByte(r[j], r[j + static_cast<intptr_t>(srcStride)], rw & 255));
         } else if (cached) {
+            cache.next = y + 1 < rl ? src + RowDelta(rowOffsets[y + 1]) : nullptr;
             cachedInner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw, cache);
         } else if (middle) {
             inner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw);

@@ -52,6 +52,34 @@ TEST(GrayGather, PlannedGatherPicksEachOffset) {
         }
 }
 
+TEST(GrayGather, StridedLeadsEndWhereTheStepBreaks) {
+    // Offsets first + step * j that stop rising after `run` columns, as the
+    // end of a shrink's table clamps to the last sample: the strided lead
+    // takes whole blocks of the run and never loads past the largest offset.
+    std::mt19937 rng(9);
+    for (uint32_t step : {2u, 4u, 8u})
+        for (uint32_t first : {0u, 1u, 3u})
+            for (uint32_t run : {15u, 16u, 33u, 64u, 100u})
+                for (uint32_t len : {run, run + 1, run + 20}) {
+                    std::vector<uint32_t> offsets(len);
+                    for (uint32_t j = 0; j < len; ++j) offsets[j] = first + step * std::min(j, run - 1);
+                    std::vector<uint8_t> row(offsets.back() + 1);
+                    for (auto& b : row) b = uint8_t(rng());
+                    const GrayGatherPlan plan(offsets.data(), len);
+                    EXPECT_LE(plan.stridedColumns, run);
+                    for (SimdForm form : kAllForms) {
+                        if (HostSimdForm() < form) continue;
+                        ScopedKernelChoice choice(g_cpuFeatures, form);
+                        std::vector<uint8_t> out(len + 16, 0x5A);
+                        PickGrayPlannedGather()(out.data(), row.data(), offsets.data(), len, plan);
+                        for (uint32_t j = 0; j < len; ++j)
+                            ASSERT_EQ(out[j], row[offsets[j]])
+                                << step << " " << first << " " << run << " " << len << " " << j << " " << FormName(form);
+                        ASSERT_EQ(out[len], 0x5A) << "nothing past the run";
+                    }
+                }
+}
+
 struct PlaneCase {
     uint32_t sw, sh, dw, dh;
     int32_t srcPad, dstPad;
@@ -63,6 +91,7 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
         {48, 27, 96, 54, 0, 0, false},   {960, 8, 1920, 16, 0, 0, false}, {96, 40, 64, 30, 3, 5, false},
         {35, 17, 111, 70, 1, 0, true},   {64, 9, 64, 23, 0, 7, false},    {200, 11, 33, 5, 0, 0, true},
         {17, 33, 16, 64, 0, 0, false},  {1920, 9, 480, 3, 0, 0, false},  {301, 12, 97, 4, 2, 1, true},
+        {1922, 9, 961, 4, 0, 3, true},  {968, 17, 121, 2, 5, 0, false},  {130, 10, 65, 5, 0, 0, true},
     };
     std::mt19937 rng(3);
     for (const PlaneCase& c : cases) {

@@ -5,11 +5,15 @@
 // the cache.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <vector>
 
 #include "platform/cpu_features.h"
 #include "platform/form_table.h"
+#include "scale/axis_table.h"
+#include "scale/gray_row_cache.h"
+#include "scale/inner_rows.h"
 #include "scale/scale.h"
 
 namespace tarn {
@@ -22,7 +26,11 @@ TEST(GrayRowCache, ScaledImagesAgreeAcrossForms) {
     const Size sizes[] = {{40, 20, 80, 40},  {37, 11, 101, 29}, {64, 30, 96, 45},   {97, 33, 48, 16},
                           {96, 40, 64, 27},  {15, 7, 61, 23},   {300, 9, 1199, 17}, {17, 17, 16, 16},
                           {160, 12, 83, 6},  {33, 5, 35, 9},    {200, 9, 55, 3},    {130, 8, 32, 4},
-                          {300, 6, 37, 3}};
+                          {300, 6, 37, 3},
+                          // Whole factors: shrinks by 2, 4 and 8 and doubling, odd widths among them.
+                          {1920, 8, 960, 4},  {242, 10, 121, 5},  {484, 16, 121, 4},  {968, 24, 121, 3},
+                          {1032, 9, 129, 3},  {61, 9, 122, 18},   {300, 9, 600, 18},  {77, 6, 154, 12},
+                          {38, 7, 19, 3},     {130, 11, 65, 5}};
     std::mt19937 rng(31);
     const size_t margin = 48;
     for (const Size& s : sizes)
@@ -54,6 +62,52 @@ TEST(GrayRowCache, ScaledImagesAgreeAcrossForms) {
             }
         }
 }
+
+#if defined(TARN_HAVE_X86_SIMD)
+// The cached row against the plain row over the middle band of real
+// tables, row weights 0, 128 and others, and the way the blends are worked
+// that the tables should lead to. The source rows end where the table's
+// reach ends, so a vector load past them shows under the address sanitizer.
+TEST(GrayRowCache, EachWayOfBlendingMatchesThePlainRow) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    using Run = GrayRowCache::Run;
+    struct Case {
+        uint32_t sw, dw;
+        Run run;
+    };
+    const Case cases[] = {{1920, 960, Run::Halves},  {242, 121, Run::Halves},  {484, 121, Run::Halves},
+                          {968, 121, Run::Halves},   {1032, 129, Run::Halves}, {66, 33, Run::Halves},
+                          {61, 122, Run::Doubled},   {960, 1920, Run::Doubled}, {17, 34, Run::Doubled},
+                          {100, 67, Run::Shuffled},  {97, 301, Run::Shuffled}, {1920, 1280, Run::Shuffled}, {243, 121, Run::Shuffled}};
+    std::mt19937 rng(33);
+    for (const Case& c : cases) {
+        // The block as the driver lays it out: weights, then the offsets the
+        // trailing pixels read their weights from.
+        std::vector<uint8_t> block(size_t(c.dw) * 5 + 8, 0);
+        std::vector<uint32_t> offsets(c.dw);
+        uint32_t first = 0, last = 0;
+        BuildGrayColumnTable(c.dw, c.sw, block.data(), offsets.data(), 0.0, double(c.sw) / c.dw, &first, &last,
+                             AxisFilter::Bilinear);
+        std::memcpy(block.data() + c.dw, offsets.data(), size_t(c.dw) * 4);
+        const uint32_t middle = last - first;
+        const int32_t stride = int32_t(c.sw);
+        const uint32_t rows = 6;
+        std::vector<uint8_t> src(size_t(stride) * rows);
+        for (auto& b : src) b = uint8_t(rng());
+        GrayRowCache cache(middle, c.sw);
+        for (uint32_t y = 0; y + 1 < rows; ++y)
+            for (uint32_t rw : {0u, 128u, 0x4D4D4D4Du, 0xFFFFFFFFu}) {
+                std::vector<uint8_t> want(middle + 32, 0x3C), got(middle + 32, 0x3C);
+                const uint8_t* row = src.data() + size_t(stride) * y;
+                GrayInnerRowPlain(want.data(), row, block.data() + first, offsets.data() + first, middle, stride, rw);
+                GrayInnerRowCachedAvx2(got.data(), row, block.data() + first, offsets.data() + first, middle, stride,
+                                       rw, cache);
+                ASSERT_EQ(got, want) << c.sw << "->" << c.dw << " row " << y << " rw " << (rw & 255);
+            }
+        EXPECT_EQ(cache.run, c.run) << c.sw << "->" << c.dw;
+    }
+}
+#endif
 
 TEST(GrayRowCache, TargetOverTheSourceRunsRowByRow) {
     // A 2x enlargement written over the buffer that holds its source: rows

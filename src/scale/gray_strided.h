@@ -1,0 +1,22 @@
+// Single-channel rows that read the source at an even step of 2, 4 or 8
+// bytes: the nearest gather (out[j] = s[step * j]) and the bilinear blend
+// whose every weight is 128 (out[j] = (s[step * j] + s[step * j + 1]) >> 1),
+// the two that whole shrinks by 2, 4 and 8 come to.
+#pragma once
+
+#include <cstdint>
+
+namespace tarn {
+
+#if defined(TARN_HAVE_X86_SIMD)
+// Each works the first whole blocks of 16 (or 32) of `count` target bytes
+// whose loads stay within the `reach` source bytes from `s` and answers how
+// many bytes that was; the caller does the rest. A load reads step * 16
+// bytes from the block's first sample on. `ahead`, when set, is fetched
+// into the cache at the same places (the next row the caller will read).
+uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach);
+uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,
+                          const uint8_t* ahead);
+#endif
+
+}  // namespace tarn

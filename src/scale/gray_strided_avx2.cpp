@@ -1,0 +1,106 @@
+// Strided single-channel rows, AVX2 form. A load of 32 bytes starts on a
+// sample, so within each 16-byte lane the samples sit every Q bytes. For
+// the means one multiply-add first sums each pair into a 16-bit lane (the
+// other lanes weigh 0), halved, whose low byte then sits where the pair
+// starts. A byte shuffle per load places the lane's values, the low lane's
+// and the high lane's apart, so that or-ing the loads and then the two
+// lanes lines sixteen target bytes up. A step of 2 has a shorter way: 32
+// bytes from two loads by one pack.
+#include <immintrin.h>
+
+#include <algorithm>
+
+#include "scale/gray_strided.h"
+
+namespace tarn {
+namespace {
+
+template <uint32_t Q>
+struct StrideMasks {
+    static constexpr uint32_t kLoads = Q / 2, kPerLane = 8 / kLoads;
+    alignas(32) int8_t pairs[32] = {};
+    alignas(32) uint8_t place[kLoads][32] = {};
+    constexpr StrideMasks() {
+        for (uint32_t i = 0; i < 32; ++i) pairs[i] = int8_t(i % Q < 2 ? 1 : 0);
+        for (uint32_t l = 0; l < kLoads; ++l)
+            for (uint32_t i = 0; i < 32; ++i) {
+                const uint32_t at = i % 16, first = (2 * l + i / 16) * kPerLane;
+                place[l][i] = at >= first && at < first + kPerLane ? uint8_t((at - first) * Q) : 0x80;
+            }
+    }
+};
+
+inline __m256i Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+
+inline void Fetch(const uint8_t* ahead, size_t at) {
+    if (ahead) _mm_prefetch(reinterpret_cast<const char*>(ahead + at), _MM_HINT_T0);
+}
+
+template <uint32_t Q, bool Means>
+uint32_t Strided(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t reach, const uint8_t* ahead) {
+    static constexpr StrideMasks<Q> kMasks{};
+    constexpr uint32_t kLoads = StrideMasks<Q>::kLoads;
+    const __m256i pairs = Load(reinterpret_cast<const uint8_t*>(kMasks.pairs));
+    __m256i place[kLoads];
+    for (uint32_t l = 0; l < kLoads; ++l) place[l] = Load(kMasks.place[l]);
+    const uint32_t blocks = std::min(count / 16, reach / (16 * Q));
+    for (uint32_t b = 0; b < blocks; ++b) {
+        const uint8_t* p = s + size_t(b) * 16 * Q;
+        __m256i all = _mm256_setzero_si256();
+        for (uint32_t l = 0; l < kLoads; ++l) {
+            __m256i v = Load(p + 32 * l);
+            if constexpr (Means) {
+                if (l % 2 == 0) Fetch(ahead, size_t(b) * 16 * Q + 32 * l);
+                v = _mm256_srli_epi16(_mm256_maddubs_epi16(v, pairs), 1);
+            }
+            all = _mm256_or_si256(all, _mm256_shuffle_epi8(v, place[l]));
+        }
+        const __m128i lined = _mm_or_si128(_mm256_castsi256_si128(all), _mm256_extracti128_si256(all, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16 * size_t(b)), lined);
+    }
+    return 16 * blocks;
+}
+
+template <bool Means>
+uint32_t StridedByTwo(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t reach, const uint8_t* ahead) {
+    const __m256i ones = _mm256_set1_epi8(1), low = _mm256_set1_epi16(0xFF);
+    const uint32_t blocks = std::min(count / 32, reach / 64);
+    for (uint32_t b = 0; b < blocks; ++b) {
+        const uint8_t* p = s + 64 * size_t(b);
+        __m256i lo = Load(p), hi = Load(p + 32);
+        if constexpr (Means) {
+            Fetch(ahead, 64 * size_t(b));
+            lo = _mm256_srli_epi16(_mm256_maddubs_epi16(lo, ones), 1);
+            hi = _mm256_srli_epi16(_mm256_maddubs_epi16(hi, ones), 1);
+        } else {
+            lo = _mm256_and_si256(lo, low);
+            hi = _mm256_and_si256(hi, low);
+        }
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 32 * size_t(b)),
+                            _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8));
+    }
+    return 32 * blocks;
+}
+
+template <bool Means>
+uint32_t ByStep(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach, const uint8_t* ahead) {
+    switch (step) {
+        case 2: return StridedByTwo<Means>(out, s, count, reach, ahead);
+        case 4: return Strided<4, Means>(out, s, count, reach, ahead);
+        case 8: return Strided<8, Means>(out, s, count, reach, ahead);
+        default: return 0;
+    }
+}
+
+}  // namespace
+
+uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach) {
+    return ByStep<false>(out, s, count, step, reach, nullptr);
+}
+
+uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,
+                          const uint8_t* ahead) {
+    return ByStep<true>(out, s, count, step, reach, ahead);
+}
+
+}  // namespace tarn
