@@ -13,7 +13,7 @@
 
 namespace tarn {
 
-GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len) {
+GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len, bool leadOnItsOwn) {
     const uint32_t n = len / kBlock;
     if (n == 0) return;
     base = new (std::nothrow) uint32_t[n];
@@ -30,7 +30,9 @@ GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len) {
         stridedColumns = std::min(run, reach / step) / kBlock * kBlock;
         stride = step, strideFirst = offsets[0];
     }
-    for (uint32_t b = 0; b < n; ++b) {
+    const uint32_t skipped = leadOnItsOwn ? stridedColumns / kBlock : 0;
+    std::fill(kind, kind + skipped, uint8_t(0));
+    for (uint32_t b = skipped; b < n; ++b) {
         const uint32_t* o = offsets + size_t(b) * kBlock;
         const uint32_t mn = *std::min_element(o, o + kBlock), mx = *std::max_element(o, o + kBlock);
         kind[b] = 0;
@@ -93,16 +95,29 @@ void GrayPlannedGatherPlain(uint8_t* dst, const uint8_t* row, const uint32_t* of
 
 }  // namespace
 
-GrayPlannedGatherFn PickGrayPlannedGather() {
+namespace {
+
+struct GatherForm {
+    GrayPlannedGatherFn fn;
+    bool leadOnItsOwn;
+};
+
+GatherForm PickGatherForm() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<GrayPlannedGatherFn> t[] = {{SimdForm::Avx2, GrayPlannedGatherAvx2},
-                                                       {SimdForm::Sse2, GrayPlannedGatherSse2},
-                                                       {SimdForm::Plain, GrayPlannedGatherPlain}};
+    static const FormEntry<GatherForm> t[] = {{SimdForm::Avx2, {GrayPlannedGatherAvx2, true}},
+                                              {SimdForm::Sse2, {GrayPlannedGatherSse2, false}},
+                                              {SimdForm::Plain, {GrayPlannedGatherPlain, false}}};
     return PickForm(t);
 #else
-    return GrayPlannedGatherPlain;
+    return {GrayPlannedGatherPlain, false};
 #endif
 }
+
+}  // namespace
+
+GrayPlannedGatherFn PickGrayPlannedGather() { return PickGatherForm().fn; }
+
+bool GrayGatherLeadsOnItsOwn() { return PickGatherForm().leadOnItsOwn; }
 
 void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, const uint32_t* rowOffsets) {
     uint8_t* dst = request.target.pixels;
@@ -133,7 +148,7 @@ void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, co
         }
         return;
     }
-    const GrayGatherPlan plan(colOffsets, equalWidths ? 0 : dstWidth);
+    const GrayGatherPlan plan(colOffsets, equalWidths ? 0 : dstWidth, GrayGatherLeadsOnItsOwn());
     const GrayPlannedGatherFn gather = PickGrayPlannedGather();
     for (uint32_t y = 0; y < dstHeight; ++y) {
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;

@@ -20,7 +20,9 @@ void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, ui
 // which every row reads anyway.
 class GrayGatherPlan {
 public:
-    GrayGatherPlan(const uint32_t* offsets, uint32_t len);
+    // With `leadOnItsOwn` the form that runs works the strided lead without
+    // the plan, and the lead's blocks are left unplanned (byte by byte).
+    GrayGatherPlan(const uint32_t* offsets, uint32_t len, bool leadOnItsOwn = false);
     ~GrayGatherPlan();
     GrayGatherPlan(const GrayGatherPlan&) = delete;
     GrayGatherPlan& operator=(const GrayGatherPlan&) = delete;
@@ -47,6 +49,10 @@ public:
 using GrayPlannedGatherFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
                                      const GrayGatherPlan& plan);
 GrayPlannedGatherFn PickGrayPlannedGather();
+
+// Whether the form PickGrayPlannedGather gives works a plan's strided lead
+// on its own (so the plan may leave those blocks out).
+bool GrayGatherLeadsOnItsOwn();
 
 #if defined(TARN_HAVE_X86_SIMD)
 void GrayPlannedGatherSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,

@@ -145,14 +145,32 @@ uint32_t ShuffledRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, co
     return j;
 }
 
+const uint8_t* Cached(const uint8_t* row, GrayRowCache& c, bool touch = true) {
+    for (int i = 0; i < GrayRowCache::kSlots; ++i)
+        if (c.tag[i] == row) {
+            if (touch) c.used[i] = ++c.clock;
+            return c.blend[i].data();
+        }
+    return nullptr;
+}
+
+// The first row the next target row reads that is neither `row` nor blended already.
+const uint8_t* Ahead(const uint8_t* row, GrayRowCache& c) {
+    for (const uint8_t* r : c.next)
+        if (r && r != row && !Cached(r, c, false)) return r;
+    return nullptr;
+}
+
 // The horizontal blends of one source row, as bytes in order.
-void BlendRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, const uint32_t* offsets, uint32_t groups) {
+void BlendRow(uint8_t* out, const uint8_t* row, GrayRowCache& c, const uint32_t* offsets, uint32_t groups) {
     uint32_t done = 0;
     switch (c.run) {
-        case Run::Halves:
+        case Run::Halves: {
+            const uint8_t* ahead = Ahead(row, c);
             done = StridedMeansAvx2(out, row + c.origin, groups, c.step, c.srcWidth - c.origin,
-                                    c.next ? c.next + c.origin : nullptr);
+                                    ahead ? ahead + c.origin : nullptr);
             break;
+        }
         case Run::Doubled:
             if (c.head) out[0] = BlendOne(row, c, offsets, 0);
             done = DoubledRow(out, row, c, groups);
@@ -160,15 +178,6 @@ void BlendRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, const uin
         case Run::Shuffled: done = ShuffledRow(out, row, c, offsets, groups); break;
     }
     for (uint32_t j = done; j < groups; ++j) out[j] = BlendOne(row, c, offsets, j);
-}
-
-const uint8_t* Cached(const uint8_t* row, GrayRowCache& c) {
-    for (int i = 0; i < GrayRowCache::kSlots; ++i)
-        if (c.tag[i] == row) {
-            c.used[i] = ++c.clock;
-            return c.blend[i].data();
-        }
-    return nullptr;
 }
 
 // The blend of `row`, from the cache or worked into the slot used longest

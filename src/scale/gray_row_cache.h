@@ -44,10 +44,11 @@ struct GrayRowCache {
     std::vector<uint8_t> pairs;  // [block][window][16]
     std::vector<uint32_t> weightPairs;
     const uint32_t* plannedFor = nullptr;
-    // The source row the next target row starts from, set by the driver
-    // before each call: a shrink skips rows, which the processor does not
-    // fetch ahead by itself, so the blends ask for it while they run.
-    const uint8_t* next = nullptr;
+    // The source rows the next target row reads (its top row, and the one
+    // below when its row weight is not 0), set by the driver before each
+    // call: a shrink skips rows, which the processor does not fetch ahead by
+    // itself, so the blends ask for one of them while they run.
+    const uint8_t* next[2] = {nullptr, nullptr};
 };
 
 // Same arguments and bytes as GrayInnerRowPlain, with the cache of the image. The

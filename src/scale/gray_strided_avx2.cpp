@@ -85,7 +85,11 @@ uint32_t StridedByTwo(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t r
 template <bool Means>
 uint32_t ByStep(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach, const uint8_t* ahead) {
     switch (step) {
-        case 2: return StridedByTwo<Means>(out, s, count, reach, ahead);
+        case 2: {
+            // Blocks of 32, then one of 16 where that is what is left.
+            const uint32_t done = StridedByTwo<Means>(out, s, count, reach, ahead);
+            return done + Strided<2, Means>(out + done, s + 2 * done, count - done, reach - 2 * done, nullptr);
+        }
         case 4: return Strided<4, Means>(out, s, count, reach, ahead);
         case 8: return Strided<8, Means>(out, s, count, reach, ahead);
         default: return 0;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "platform/byte_span.h"
@@ -16,6 +17,36 @@
 #include "scale/pixel_lanes.h"
 
 namespace tarn {
+namespace {
+
+// Top and bottom rows are gathered whole. Where there are enough of them
+// (the row pairs of fields mark their bands in pairs, so half an enlarged
+// field picture is bottom rows) and writing the target cannot change the
+// source, they take the planned gather; otherwise null, and they are
+// gathered byte by byte.
+std::unique_ptr<const GrayGatherPlan> PlanBandRows(const ScaleRequest& request, const uint32_t* colOffsets,
+                                                   const uint32_t* rowOffsets, uint32_t rf, uint32_t rl) {
+    constexpr uint32_t kFewest = 8;
+    const uint32_t width = request.target.width, height = request.target.height;
+    if (width == request.source.width) return nullptr;
+    uint32_t bands = 0;
+    intptr_t lo = RowDelta(rowOffsets[0]), hi = lo;
+    for (uint32_t y = 0; y < height; ++y) {
+        bands += y < rf || y >= rl;
+        lo = std::min(lo, RowDelta(rowOffsets[y]));
+        hi = std::max(hi, RowDelta(rowOffsets[y]));
+    }
+    if (bands < kFewest) return nullptr;
+    const uint32_t colHi = *std::max_element(colOffsets, colOffsets + width);
+    const uint8_t* src = request.source.pixels;
+    if (!RowsApart(request.target.pixels, width, height, request.target.stride,
+                   {AddrOf(src) + lo, AddrOf(src) + hi + colHi + 1}))
+        return nullptr;
+    return std::unique_ptr<const GrayGatherPlan>(
+        new (std::nothrow) GrayGatherPlan(colOffsets, width, GrayGatherLeadsOnItsOwn()));
+}
+
+}  // namespace
 
 void ScaleGray(const ScaleRequest& request) {
     uint8_t* dst = request.target.pixels;
@@ -75,6 +106,8 @@ void ScaleGray(const ScaleRequest& request) {
                              {AddrOf(src) + lo, AddrOf(src) + hi + size_t(srcWidth) + 8});
     }
     GrayRowCache cache(cached ? middle : 0, srcWidth);
+    const std::unique_ptr<const GrayGatherPlan> bandPlan = PlanBandRows(request, colOffsets, rowOffsets, rf, rl);
+    const GrayPlannedGatherFn planned = bandPlan ? PickGrayPlannedGather() : nullptr;
     for (uint32_t y = 0; y < dstHeight; ++y) {
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
         const uint8_t* r = src + RowDelta(rowOffsets[y]);
@@ -82,6 +115,7 @@ void ScaleGray(const ScaleRequest& request) {
         const bool centre = y >= rf && y < rl;
         if (!centre) {
             if (wholeRows && y < rf) std::memcpy(d, r, w);
+            else if (bandPlan) planned(d, r, colOffsets, dstWidth, *bandPlan);
             else GrayGatherRow(d, r, colOffsets, dstWidth);
             continue;
         }
@@ -94,7 +128,9 @@ void ScaleGray(const ScaleRequest& request) {
             for (uint32_t j = cf; j < cf + middle; ++j)
                 d[j] = static_cast<uint8_t>(LerpByte(r[j], r[j + static_cast<intptr_t>(srcStride)], rw & 255));
         } else if (cached) {
-            cache.next = y + 1 < rl ? src + RowDelta(rowOffsets[y + 1]) : nullptr;
+            const bool more = y + 1 < rl;
+            cache.next[0] = more ? src + RowDelta(rowOffsets[y + 1]) : nullptr;
+            cache.next[1] = more && (rowWeights[y + 1] & 255) ? cache.next[0] + srcStride : nullptr;
             cachedInner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw, cache);
         } else if (middle) {
             inner(d + cf, r, colWeights + cf, colOffsets + cf, middle, srcStride, rw);

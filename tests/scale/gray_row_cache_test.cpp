@@ -119,15 +119,18 @@ TEST(GrayRowCache, TargetOverTheSourceRunsRowByRow) {
     const uint32_t sw = 48, sh = 12, dw = 96, dh = 24;
     std::vector<uint8_t> start(size_t(dw) * dh + 64);
     for (auto& b : start) b = uint8_t(rng());
-    auto run = [&](SimdForm form) {
-        ScopedKernelChoice choice(g_cpuFeatures, form);
-        std::vector<uint8_t> buf = start;
-        ScaleImage({buf.data(), dw, dh, int32_t(dw), 1}, {buf.data() + 200, sw, sh, int32_t(sw), 1}, {0.5, 0.5}, 1,
-                   nullptr);
-        return buf;
-    };
-    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
-    EXPECT_EQ(run(SimdForm::Avx2), run(SimdForm::Sse2));
+    // Field pairs too: half their target is bottom rows, gathered whole.
+    for (uint32_t mode : {1u, 5u}) {
+        auto run = [&](SimdForm form) {
+            ScopedKernelChoice choice(g_cpuFeatures, form);
+            std::vector<uint8_t> buf = start;
+            ScaleImage({buf.data(), dw, dh, int32_t(dw), 1}, {buf.data() + 200, sw, sh, int32_t(sw), 1}, {0.5, 0.5},
+                       mode, nullptr);
+            return buf;
+        };
+        if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+        EXPECT_EQ(run(SimdForm::Avx2), run(SimdForm::Sse2)) << "mode " << mode;
+    }
 }
 
 }  // namespace
