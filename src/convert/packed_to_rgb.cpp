@@ -8,6 +8,7 @@
 #include "convert/colour_formulas.h"
 #include "convert/conversion_kernels.h"
 #include "convert/reorder_rows.h"
+#include "convert/row_prefetch.h"
 #include "convert/rgb16_rows.h"
 #include "convert/scratch.h"
 #include "platform/byte_span.h"
@@ -51,7 +52,11 @@ void FromPacked(TierBody body, PackedOrder order, RgbKind kind, uint8_t* dst, in
     for (int32_t r = 0; r < rows; ++r) {
         // An odd width makes each later row start one pixel further left.
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * r;
-        const uint8_t* s = srcSpan.Fetch(Offset(walk.base, r * walk.step + shift * 2), n * 2, in);
+        const Addr from = Offset(walk.base, r * walk.step + shift * 2);
+        const uint8_t* s = srcSpan.Fetch(from, n * 2, in);
+        // The next row starts a pixel further left with an odd width.
+        NextRows ahead(srcSpan);
+        if (r + 1 < rows) ahead.Add(Offset(from, walk.step - (width & 1) * 2), 4);
         if (order != PackedOrder::Yuy2) {
             reorder(in, s, n / 2, order, PackedOrder::Yuy2);
             s = in;
@@ -59,10 +64,9 @@ void FromPacked(TierBody body, PackedOrder order, RgbKind kind, uint8_t* dst, in
         const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * outBpp);
         uint8_t* target = dstSpan.Target(at, storeBytes, outScratch);
         uint8_t* out = packed16 ? wide : target;
-        if (Bpp == 4)
-            f.yuy2ToBgra(out, s, nb);
-        else
-            f.yuy2ToBgr(out, s, nb);
+        InChunks(ahead, nb, 256, [&](size_t x, size_t m) {
+            (Bpp == 4 ? f.yuy2ToBgra : f.yuy2ToBgr)(out + x * Bpp, s + 2 * x, m);
+        });
         if (trailingZero) out[nb * 3] = 0;
         f.unpackYuy2(y + nb, u + nb / 2, v + nb / 2, s + 2 * nb, (n - nb) / 2);
         for (size_t x = nb; x < n; ++x) {

@@ -9,6 +9,7 @@
 #include "convert/conversion_kernels.h"
 #include "convert/rgb16_rows.h"
 #include "convert/rgb_rows.h"
+#include "convert/row_prefetch.h"
 #include "convert/scratch.h"
 #include "platform/byte_span.h"
 
@@ -81,7 +82,10 @@ void ToYuy2Sse2(uint8_t* dst, int32_t dstStride, uint8_t* src, int32_t srcStride
             const uint8_t* s = srcSpan.Fetch(row, inBytes, inScratch);
             const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * 2);
             uint8_t* d = dstSpan.Target(at, blocks * 16, outScratch);
-            blocksFn(d, s, blocks);
+            // The next row starts a pixel (4 bytes here) further left with an odd width.
+            NextRows ahead(srcSpan);
+            if (r + 1 < walk.rows) ahead.Add(Offset(row, walk.step - (width & 1) * 4), 64);
+            InChunks(ahead, blocks, 32, [&](size_t x, size_t m) { blocksFn(d + 16 * x, s + 32 * x, m); });
             dstSpan.Store(at, d, blocks * 16);
         }
         // The remainder pairs never reach the destination: each pair's bytes

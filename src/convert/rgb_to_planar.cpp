@@ -6,6 +6,7 @@
 #include "convert/conversion_kernels.h"
 #include "convert/rgb16_rows.h"
 #include "convert/rgb_rows.h"
+#include "convert/row_prefetch.h"
 #include "convert/scratch.h"
 #include "platform/byte_span.h"
 
@@ -45,6 +46,13 @@ void ConvertRows(const RgbRowForms& f, uint8_t* dstY, uint8_t* dstU, uint8_t* ds
         const Addr s0At = Offset(walk.base, ptrdiff_t(2 * k) * walk.step + shift * Bpp);
         const uint8_t* s0 = srcSpan.Fetch(s0At, srcBytes, scratch[0]);
         const uint8_t* s1 = srcSpan.Fetch(Offset(s0At, walk.step), srcBytes, scratch[1]);
+        // The next pair starts a pixel further left with an odd width.
+        NextRows ahead(srcSpan);
+        if (k + 1 < rows / 2) {
+            const Addr next = Offset(s0At, 2 * walk.step - (width & 1) * Bpp);
+            ahead.Add(next, 4 * Bpp);
+            ahead.Add(Offset(next, walk.step), 4 * Bpp);
+        }
         if (expand) {
             expand(wide[0], s0, n);
             expand(wide[1], s1, n);
@@ -59,7 +67,10 @@ void ConvertRows(const RgbRowForms& f, uint8_t* dstY, uint8_t* dstU, uint8_t* ds
         uint8_t* y1 = dstSpan.Target(y1At, n, scratch[3]);
         uint8_t* u = dstSpan.Target(uAt, size_t(pairs), scratch[4]);
         uint8_t* v = dstSpan.Target(vAt, size_t(pairs), scratch[5]);
-        planar(y0, y1, u, v, s0, s1, size_t(pairs));
+        constexpr size_t kPairBytes = Bpp == 3 ? 6 : 8;  // of the rows the form reads
+        InChunks(ahead, size_t(pairs), 128, [&](size_t x, size_t m) {
+            planar(y0 + 2 * x, y1 + 2 * x, u + x, v + x, s0 + kPairBytes * x, s1 + kPairBytes * x, m);
+        });
         dstSpan.Store(y0At, y0, n);
         dstSpan.Store(y1At, y1, n);
         dstSpan.Store(uAt, u, size_t(pairs));

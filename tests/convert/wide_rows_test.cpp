@@ -120,5 +120,65 @@ TEST(WideRows, PackedAndRgbKernelsMatchTheirReferenceForms) {
     });
 }
 
+// The kernels that read each source row once convert it in chunks while
+// hinting the next rows. Odd widths make each later row start a pixel further
+// left, and strides that run backwards walk the frame down through memory:
+// neither may change a byte, in any tier whose kernels go through chunks.
+TEST(WideRows, SingleReadKernelsAtOddWidthsWithBackwardStrides) {
+    constexpr int32_t w = 1923;
+    for (int32_t h : {6, -5})
+        for (SimdForm form : FormsHere()) {
+            const int32_t rows = h < 0 ? -h : h;
+            const uint32_t seed = 700 + uint32_t(rows) + 10 * uint32_t(form);
+            // Packed to RGB in the three tiers and RGB to packed in the SSE2 tier:
+            // one frame each side, pointers at the last row, strides negative.
+            const struct {
+                int inBpp, outBpp;
+                ref::Tier tier;
+                void (*kernel)(uint8_t*, int32_t, uint8_t*, int32_t, int32_t, int32_t);
+            } oneToOne[] = {
+                {2, 4, ref::Tier::Sse2, [](uint8_t* d, int32_t ds, uint8_t* s, int32_t ss, int32_t ww, int32_t hh) { ConvYuy2ToRgb32Sse2Tier(d, ds, s, ss, ww, hh); }},
+                {2, 3, ref::Tier::Sse2, [](uint8_t* d, int32_t ds, uint8_t* s, int32_t ss, int32_t ww, int32_t hh) { ConvYuy2ToRgb24Sse2Tier(d, ds, s, ss, ww, hh); }},
+                {2, 3, ref::Tier::Mmx, [](uint8_t* d, int32_t ds, uint8_t* s, int32_t ss, int32_t ww, int32_t hh) { ConvYuy2ToRgb24MmxTier(d, ds, s, ss, ww, hh); }},
+                {2, 4, ref::Tier::Plain, [](uint8_t* d, int32_t ds, uint8_t* s, int32_t ss, int32_t ww, int32_t hh) { ConvYuy2ToRgb32Plain(d, ds, s, ss, ww, hh); }},
+                {4, 2, ref::Tier::Sse2, ConvRgb32ToYuy2Sse2Tier},
+                {3, 2, ref::Tier::Sse2, ConvRgb24ToYuy2Sse2Tier},
+            };
+            for (const auto& c : oneToOne) {
+                const int32_t srcPitch = w * (c.inBpp == 3 ? 4 : c.inBpp) + 4, dstPitch = w * c.outBpp + 4;
+                const ptrdiff_t srcLast = kMargin + ptrdiff_t(rows - 1) * srcPitch;
+                const ptrdiff_t dstLast = kMargin + ptrdiff_t(rows - 1) * dstPitch;
+                Buffer src(size_t(rows) * srcPitch, seed), dst(size_t(rows) * dstPitch, 0);
+                Buffer srcRef = src, dstRef = dst;
+                {
+                    ScopedKernelChoice choice(kCpuSse2 | kCpuMmx, form);
+                    c.kernel(dst.At(dstLast), -dstPitch, src.At(srcLast), -srcPitch, w, h);
+                }
+                if (c.inBpp == 2)
+                    ref::Yuy2ToRgb(c.tier, c.outBpp, dstRef.Mem(), dstLast, -dstPitch, srcRef.Mem(), srcLast, -srcPitch, w, h);
+                else
+                    ref::RgbToYuy2(c.tier, c.inBpp, dstRef.Mem(), dstLast, -dstPitch, srcRef.Mem(), srcLast, -srcPitch, w, h);
+                ASSERT_EQ(dst.data, dstRef.data) << c.inBpp << " to " << c.outBpp << " " << Case(w, h, form);
+                ASSERT_EQ(src.data, srcRef.data) << c.inBpp << " to " << c.outBpp << " source " << Case(w, h, form);
+            }
+            // RGB to planar, all tiers alike: the source runs backwards.
+            for (int bpp : {4, 3}) {
+                const PlanarLayout l = PlanarOf(w, rows, 3);
+                const int32_t pitch = w * bpp + 4;
+                const ptrdiff_t last = kMargin + ptrdiff_t(rows - 1) * pitch;
+                Buffer src(size_t(rows) * pitch, seed + 5), dst(l.bytes, 0);
+                Buffer srcRef = src, dstRef = dst;
+                {
+                    ScopedKernelChoice choice(kCpuSse2 | kCpuMmx, form);
+                    (bpp == 4 ? ConvRgb32ToPlanarSse2Tier : ConvRgb24ToPlanarSse2Tier)(
+                        dst.At(l.planes.y), dst.At(l.planes.u), dst.At(l.planes.v), l.yStride, l.uvStride,
+                        src.At(last), -pitch, w, h);
+                }
+                ref::RgbToPlanar(bpp, dstRef.Mem(), l.planes, srcRef.Mem(), last, -pitch, w, h);
+                ASSERT_EQ(dst.data, dstRef.data) << "planar from " << bpp << " " << Case(w, h, form);
+            }
+        }
+}
+
 }  // namespace
 }  // namespace tarn::test
