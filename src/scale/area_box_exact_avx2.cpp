@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "scale/area_shrink.h"
+#include "scale/box_quads.h"
 
 namespace tarn {
 namespace {
@@ -126,6 +127,28 @@ void EmitRow(uint8_t* out, const uint16_t* s, uint32_t width, uint32_t c, uint32
     for (; i < total; ++i) out[i] = one(s[i]);
 }
 
+
+// Pixels of 3 or 4 bytes 4 or 8 wide: the box sums eight target pixels at
+// a time, the few pixels after the last block summed one by one. With
+// 3-byte pixels a block reads 16 bytes for each four samples, up to 4 past
+// its last one, so the last pixel of a row is never in a block.
+void QuadRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t fx, uint32_t fy,
+              uint32_t c, int32_t srcStride, int32_t dstStride, uint32_t shift) {
+    const uint32_t blocks = c == 4 ? dstWidth / 8 : (dstWidth - 1) / 8;
+    const QuadBoxes q{c, c, fx, fy, srcStride, QuadBoxes::Round, {}, shift};
+    for (uint32_t t = 0; t < dstHeight; ++t, dst += dstStride) {
+        const uint8_t* row = src + intptr_t(t) * fy * srcStride;
+        QuadBoxBlocksAvx2(dst, row, blocks, q);
+        for (uint32_t x = 8 * blocks; x < dstWidth; ++x)
+            for (uint32_t ch = 0; ch < c; ++ch) {
+                uint32_t sum = 0;
+                for (uint32_t j = 0; j < fy; ++j)
+                    for (uint32_t i = 0; i < fx; ++i) sum += row[intptr_t(j) * srcStride + (x * fx + i) * c + ch];
+                dst[x * c + ch] = uint8_t((sum + (1u << (shift - 1))) >> shift);
+            }
+    }
+}
+
 }  // namespace
 
 void AreaBoxExactAvx2(const ScaleTarget& target, const ScaleSource& source, uint32_t shift) {
@@ -135,6 +158,10 @@ void AreaBoxExactAvx2(const ScaleTarget& target, const ScaleSource& source, uint
     const uint32_t dstWidth = target.width, dstHeight = target.height;
     uint8_t* dst = target.pixels;
     const uint32_t fx = srcWidth / dstWidth, fy = srcHeight / dstHeight;
+    if (c != 1 && (fx == 4 || fx == 8)) {
+        QuadRows(dst, src, dstWidth, dstHeight, fx, fy, c, srcStride, dstStride, shift);
+        return;
+    }
     const uint32_t lanes = c == 3 ? 4 : c;
     std::vector<uint16_t> acc(size_t(srcWidth) * lanes + 32);
     const bool pairs = c == 1 && fx % 2 == 0;

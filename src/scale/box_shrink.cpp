@@ -12,10 +12,12 @@
 #include <array>
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 #include "scale/box_shrink.h"
 
 #include "platform/byte_span.h"
+#include "scale/box_unit.h"
 #include "platform/form_table.h"
 #include "scale/pixel_lanes.h"
 
@@ -187,6 +189,21 @@ BoxRowFn PickPairedRow(BoxFamily family, BoxRowFn general) {
     return general;
 }
 
+BoxRowFn PickQuadRow(BoxFamily family, BoxRowFn general) {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<BoxRowFn> forms[4][2] = {
+        {{SimdForm::Avx2, BoxQuadRowAvx2<BoxFamily::Bytes33>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxQuadRowAvx2<BoxFamily::Bytes34>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxQuadRowAvx2<BoxFamily::Bytes43>}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, BoxQuadRowAvx2<BoxFamily::Bytes44>}, {SimdForm::Plain, nullptr}},
+    };
+    if (const BoxRowFn f = PickForm(forms[static_cast<int>(family)])) return f;
+#else
+    (void)family;
+#endif
+    return general;
+}
+
 BoxRowGroupFn PickPairedRowGroup(BoxFamily family) {
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<BoxRowGroupFn> forms[4][2] = {
@@ -255,13 +272,25 @@ void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, cons
     const BoxRowFn fastRow = PickBoxRow(f.family, f.fast);
     // The fast path runs over all columns, or over the middle band with fade.
     const uint32_t fastFrom = fade ? b.colFirst : 0, fastLen = fade ? b.middle : width;
-    const bool paired = fastLen > 0 && PairedThroughout(cols.offsets + fastFrom, cols.weights + fastFrom, fastLen,
-                                                        2 * srcBytes);
-    const BoxRowFn pairedRow = paired ? PickPairedRow(f.family, fastRow) : fastRow;
+    const uint32_t width0 = fastLen > 0 ? cols.weights[fastFrom] : 0;
+    const bool uniform = fastLen > 0 && UniformThroughout(cols.offsets + fastFrom, cols.weights + fastFrom, fastLen,
+                                                          width0, width0 * srcBytes);
+    const bool paired = uniform && width0 == 2;
+    const BoxRowFn pairedRow = paired                                  ? PickPairedRow(f.family, fastRow)
+                               : uniform && (width0 == 4 || width0 == 8) ? PickQuadRow(f.family, fastRow)
+                                                                         : fastRow;
     const bool exact = tables.maxFactor > 15;
     const uint32_t exDst = fade ? f.fadeDst : f.exactDst, exSrc = fade ? f.fadeSrc : f.exactSrc;
+    // Boxes no wider than one sample (the area mode's fall-back as the image
+    // grows) resolve their columns once; rows of count 1 then only gather.
+    std::vector<uint32_t> unitCols;
+    const bool unit = !exact && fastLen > 0 &&
+                      ResolveUnitColumns(cols.offsets + fastFrom, cols.weights + fastFrom, fastLen, unitCols);
+    const BoxUnitRowFn unitRow = unit ? PickBoxUnitRow(f.family) : nullptr;
     auto fast = [&](uint8_t* d, const uint8_t* r, uint32_t col, uint32_t len, uint32_t rw) {
-        if (exact)
+        if (unit && rw == 1)
+            unitRow(d, r, unitCols.data() + (col - fastFrom), len);
+        else if (exact)
             BoxRowExact(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, exDst, exSrc, bounds);
         else pairedRow(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw);
     };

@@ -78,12 +78,22 @@ inline uint32_t PairedRun(const uint32_t* offsets, const uint32_t* counts, uint3
     return n;
 }
 
-// Whether all `len` entries form boxes of two consecutive samples, in one
-// pass without early exit (the compiler widens it): PairedRun(...) == len.
-inline bool PairedThroughout(const uint32_t* offsets, const uint32_t* counts, uint32_t len, uint32_t pairBytes) {
+// Whether all `len` entries form boxes of `count` consecutive samples that
+// follow one another (`boxBytes` apart), in one pass without early exit
+// (the compiler widens it). With a count of 2: PairedRun(...) == len.
+inline bool UniformThroughout(const uint32_t* offsets, const uint32_t* counts, uint32_t len, uint32_t count,
+                              uint32_t boxBytes) {
     uint32_t bad = 0;
-    for (uint32_t i = 0; i < len; ++i) bad |= (counts[i] ^ 2u) | (offsets[i] - offsets[0] - i * pairBytes);
+    for (uint32_t i = 0; i < len; ++i) bad |= (counts[i] ^ count) | (offsets[i] - offsets[0] - i * boxBytes);
     return bad == 0;
 }
+
+// A run uniform throughout with boxes 4 or 8 samples wide, eight target
+// pixels at a time (box_quads.h).
+#if defined(TARN_HAVE_X86_SIMD)
+template <BoxFamily F>
+void BoxQuadRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                    uint32_t len, int32_t stride, uint32_t rowCount);
+#endif
 
 }  // namespace tarn

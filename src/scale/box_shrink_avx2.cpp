@@ -1,14 +1,16 @@
-// Box shrink, AVX2 form: boxes two samples wide over consecutive samples
+// Box shrink, AVX2 form. Boxes two samples wide over consecutive samples
 // are summed 4 target pixels at a time (4-byte sources within any run,
-// 3-byte sources in runs paired throughout) in 16-bit lanes and divided by
-// the same chain as the plain kernels (the chain's shifts and adds on each
-// lane are the plain arithmetic). Other
-// pixels, count 0 with its lagging offsets included, go to the plain kernels.
+// 3-byte sources in runs paired throughout), boxes four or eight samples
+// wide that follow one another 8 at a time (box_quads.h), in 16-bit lanes,
+// and divided by the same chain as the plain kernels (the chain's shifts
+// and adds on each lane are the plain arithmetic). Other pixels, count 0
+// with its lagging offsets included, go to the plain kernels.
 #include <immintrin.h>
 
 #include <bit>
 #include <cstring>
 
+#include "scale/box_quads.h"
 #include "scale/box_shrink.h"
 
 namespace tarn {
@@ -55,49 +57,44 @@ uint32_t PairedRunWide(const uint32_t* offsets, const uint32_t* counts, uint32_t
     return n;
 }
 
-// Four boxes of two samples from `rows` rows: 32 bytes of each row. The
-// bytes of each sample pair are interleaved channel by channel and added in
-// pairs by one multiply-add with ones (at most 510, no saturation), which
-// leaves target 0 in words 0-3 and target 1 in words 4-7 of each lane.
-template <uint32_t R>
-inline __m256i SumFour(const uint8_t* p, intptr_t stride, uint32_t rows) {
-    const __m256i pairs = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15,
-                                           0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
-    const __m256i ones = _mm256_set1_epi8(1);
-    __m256i sum = _mm256_setzero_si256();
-    const uint32_t n = R ? R : rows;
-    for (uint32_t i = 0; i < n; ++i, p += stride) {
+// Two runs of four samples, one per 128-bit half (4-byte samples: one
+// 32-byte load; 3-byte samples: two 16-byte loads 12 bytes apart, each
+// half holding its four samples and the byte after them, the fourth lane
+// of the last). The bytes of each sample pair are interleaved channel by
+// channel and added by one multiply-add with ones (at most 510, no
+// saturation), which leaves the sums of samples 0+1 in words 0-3 and of
+// samples 2+3 in words 4-7 of each half.
+template <uint32_t SP>
+inline __m256i PairSums(const uint8_t* p) {
+    if constexpr (SP == 4) {
+        const __m256i pairs = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15,
+                                               0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
         const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-        sum = _mm256_add_epi16(sum, _mm256_maddubs_epi16(_mm256_shuffle_epi8(v, pairs), ones));
-    }
-    return sum;
-}
-
-// The same for 3-byte samples: eight samples are 24 bytes, taken as two
-// 16-byte halves 12 bytes apart so that each lane holds four samples and the
-// byte after them (the fourth lane of the last sample).
-template <uint32_t R>
-inline __m256i SumFour3(const uint8_t* p, intptr_t stride, uint32_t rows) {
-    const __m256i pairs = _mm256_setr_epi8(0, 3, 1, 4, 2, 5, 3, 6, 6, 9, 7, 10, 8, 11, 9, 12,
-                                           0, 3, 1, 4, 2, 5, 3, 6, 6, 9, 7, 10, 8, 11, 9, 12);
-    const __m256i ones = _mm256_set1_epi8(1);
-    __m256i sum = _mm256_setzero_si256();
-    const uint32_t n = R ? R : rows;
-    for (uint32_t i = 0; i < n; ++i, p += stride) {
+        return _mm256_maddubs_epi16(_mm256_shuffle_epi8(v, pairs), _mm256_set1_epi8(1));
+    } else {
+        const __m256i pairs = _mm256_setr_epi8(0, 3, 1, 4, 2, 5, 3, 6, 6, 9, 7, 10, 8, 11, 9, 12,
+                                               0, 3, 1, 4, 2, 5, 3, 6, 6, 9, 7, 10, 8, 11, 9, 12);
         const __m256i v = _mm256_inserti128_si256(
             _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))),
             _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 12)), 1);
-        sum = _mm256_add_epi16(sum, _mm256_maddubs_epi16(_mm256_shuffle_epi8(v, pairs), ones));
+        return _mm256_maddubs_epi16(_mm256_shuffle_epi8(v, pairs), _mm256_set1_epi8(1));
     }
+}
+
+// Four boxes of two samples from `rows` rows: target 0 in words 0-3 and
+// target 1 in words 4-7 of each half.
+template <uint32_t SP, uint32_t R>
+inline __m256i SumFour(const uint8_t* p, intptr_t stride, uint32_t rows) {
+    __m256i sum = _mm256_setzero_si256();
+    const uint32_t n = R ? R : rows;
+    for (uint32_t i = 0; i < n; ++i, p += stride) sum = _mm256_add_epi16(sum, PairSums<SP>(p));
     return sum;
 }
 
 template <BoxFamily F, uint32_t R>
 inline __m256i DividedSums(const uint8_t* p, intptr_t stride, uint32_t rows, const BoxChain& ch) {
     constexpr uint32_t sp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34 ? 3 : 4;
-    __m256i sums;
-    if constexpr (sp == 4) sums = SumFour<R>(p, stride, rows);
-    else sums = SumFour3<R>(p, stride, rows);
+    const __m256i sums = SumFour<sp, R>(p, stride, rows);
     if constexpr (R != 0) return Divide<ChainFor(F, R, 2)>(sums);
     else return Divide(sums, ch);
 }
@@ -148,7 +145,102 @@ void PairedSegment(uint8_t* dst, const uint8_t* p, uint32_t blocks, intptr_t str
     }
 }
 
+// Each block walks `rows` rows side by side, a few cache lines of each:
+// the hardware sees several short streams and fetches them late, so every
+// row is fetched ahead by hand.
+constexpr uint32_t kAhead = 1024;
+
+template <uint32_t Bytes>
+inline void FetchAhead(const uint8_t* p) {
+    for (uint32_t o = 0; o < Bytes; o += 64) _mm_prefetch(reinterpret_cast<const char*>(p + kAhead + o), _MM_HINT_T0);
+}
+
+// Eight boxes of K fours each (K = 1: a register holds two boxes; K = 2: one).
+// The rows' pair sums add up in place; joining the halves that belong to
+// one box and the two words of each channel gives its four lane sums.
+template <uint32_t SP, uint32_t DP, uint32_t K>
+void Blocks(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
+    constexpr uint32_t regs = 4 * K;
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    const __m256i squeeze = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128,
+                                             0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128);
+    const __m256i half = _mm256_set1_epi16(q.end == QuadBoxes::Round ? int16_t(1 << (q.shift - 1)) : 0);
+    const __m128i shift = _mm_cvtsi32_si128(int(q.shift));
+    for (uint32_t b = 0; b < blocks; ++b, src += 8 * 4 * K * SP, dst += 8 * DP) {
+        __m256i acc[regs];
+        for (uint32_t i = 0; i < regs; ++i) acc[i] = PairSums<SP>(src + 8 * SP * i);
+        const uint8_t* p = src;
+        FetchAhead<32 * K * SP>(src);
+        for (uint32_t r = 1; r < q.rows; ++r) {
+            p += q.stride;
+            FetchAhead<32 * K * SP>(p);
+            for (uint32_t i = 0; i < regs; ++i) acc[i] = _mm256_add_epi16(acc[i], PairSums<SP>(p + 8 * SP * i));
+        }
+        // x[m]: box 2m in the low half, box 2m + 1 in the high half.
+        __m256i x[4];
+        for (uint32_t m = 0; m < 4; ++m) {
+            if constexpr (K == 1) {
+                x[m] = acc[m];
+            } else {
+                const __m256i a = acc[2 * m], c = acc[2 * m + 1];
+                x[m] = _mm256_add_epi16(_mm256_permute2x128_si256(a, c, 0x20), _mm256_permute2x128_si256(a, c, 0x31));
+            }
+        }
+        // Low half: boxes 0, 2 (then 4, 6); high half: 1, 3 (5, 7).
+        __m256i s[2];
+        for (uint32_t h = 0; h < 2; ++h) {
+            const __m256i a = x[2 * h], c = x[2 * h + 1];
+            const __m256i sum = _mm256_add_epi16(_mm256_unpacklo_epi64(a, c), _mm256_unpackhi_epi64(a, c));
+            s[h] = q.end == QuadBoxes::Round ? _mm256_srl_epi16(_mm256_add_epi16(sum, half), shift)
+                                             : Divide(sum, q.chain);
+        }
+        const __m256i px = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(s[0], s[1]), order);
+        if constexpr (DP == 4) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), px);
+        } else {
+            const __m256i packed = _mm256_shuffle_epi8(px, squeeze);
+            const __m128i hi = _mm256_extracti128_si256(packed, 1);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(packed));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + 12), hi);
+            const int32_t last = _mm_extract_epi32(hi, 2);
+            std::memcpy(dst + 20, &last, 4);
+        }
+    }
+}
+
+template <uint32_t SP, uint32_t DP>
+void BlocksOf(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
+    if (q.width == 4) Blocks<SP, DP, 1>(dst, src, blocks, q);
+    else Blocks<SP, DP, 2>(dst, src, blocks, q);
+}
+
 }  // namespace
+
+void QuadBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
+    using Fn = void (*)(uint8_t*, const uint8_t*, uint32_t, const QuadBoxes&);
+    static const Fn forms[2][2] = {{BlocksOf<3, 3>, BlocksOf<3, 4>}, {BlocksOf<4, 3>, BlocksOf<4, 4>}};
+    forms[q.srcPitch == 4][q.dstPitch == 4](dst, src, blocks, q);
+}
+
+// A row of a run whose boxes are all 4 or 8 samples wide and follow one
+// another. Pixels past the whole blocks go to the plain kernels; so does
+// the last pixel of a 3-byte source or target, whose reads and spilled
+// fourth byte the blocks do not reproduce.
+template <BoxFamily F>
+void BoxQuadRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
+                    uint32_t len, int32_t stride, uint32_t rowCount) {
+    if (rowCount < 1 || rowCount > 16 || len == 0) return;
+    constexpr uint32_t sp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34 ? 3 : 4;
+    constexpr uint32_t dp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4;
+    const uint32_t width = counts[0];
+    const uint32_t blocks = sp == 4 && dp == 4 ? len / 8 : (len >= 9 ? (len - 1) / 8 : 0);
+    QuadBoxes q{sp, dp, width, rowCount, stride, QuadBoxes::Chain, ChainOf(F, rowCount, width), 0};
+    QuadBoxBlocksAvx2(dst, row + offsets[0], blocks, q);
+    const uint32_t done = 8 * blocks;
+    if (done < len)
+        BoxShrinkRowPlain<F>(dst + size_t(done) * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
+}
+
 
 template <BoxFamily F>
 void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
@@ -237,6 +329,10 @@ void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, cons
         BoxPairedRowAvx2<F>(dst[i] + size_t(done) * dp, rows[i], offsets + done, counts + done, len - done, stride, 2);
 }
 
+template void BoxQuadRowAvx2<BoxFamily::Bytes33>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxQuadRowAvx2<BoxFamily::Bytes34>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxQuadRowAvx2<BoxFamily::Bytes43>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+template void BoxQuadRowAvx2<BoxFamily::Bytes44>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxPairedRowGroupAvx2<BoxFamily::Bytes33>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
 template void BoxPairedRowGroupAvx2<BoxFamily::Bytes34>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);
 template void BoxPairedRowGroupAvx2<BoxFamily::Bytes43>(uint8_t* const*, const uint8_t* const*, const uint32_t*, uint32_t, const uint32_t*, const uint32_t*, uint32_t, int32_t);

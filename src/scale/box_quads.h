@@ -1,0 +1,37 @@
+// Boxes four or eight samples wide that follow one another along a row (a
+// shrink by 4 or 8 on the columns), summed eight target pixels at a time.
+// Each run of four samples is added pairwise as it is read, the rows are
+// added, and the fours of a box joined at the end, all in 16-bit lanes (at
+// most 256 samples of 255 fit). The sums are integers, so their order is
+// free; what differs between the users is how a sum becomes a byte.
+#pragma once
+
+#include <cstdint>
+
+#include "scale/box_chains.h"
+
+namespace tarn {
+
+struct QuadBoxes {
+    enum End : uint8_t {
+        Chain,  // the box shrink's division chain, then saturation at 255
+        Round,  // (sum + 2^(shift-1)) >> shift, the exact area shrink
+    };
+    uint32_t srcPitch;  // 3 or 4; a 3-byte sample's fourth lane is the byte after it
+    uint32_t dstPitch;  // 3 or 4; a 3-byte target gets its three bytes only
+    uint32_t width;     // samples per box: 4 or 8
+    uint32_t rows;      // rows per box: 1..16 with Chain, 1..64 with Round
+    intptr_t stride;    // source bytes from row to row
+    End end;
+    BoxChain chain;
+    uint32_t shift;
+};
+
+#if defined(TARN_HAVE_X86_SIMD)
+// `blocks` blocks of eight boxes from `src` (the first sample of the first
+// box). With 3-byte samples each four is read as 16 bytes, three past the
+// fourth sample's 4-byte load: the caller keeps them inside its memory.
+void QuadBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q);
+#endif
+
+}  // namespace tarn

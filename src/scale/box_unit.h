@@ -1,0 +1,41 @@
+// Box rows whose boxes are at most one sample wide and one row tall: what
+// the box fall-back of the area mode meets when the image grows. A target
+// pixel is then a copy of one source sample (a box of 1 x 1 divides by 1),
+// or four zero bytes where its count is 0. Since a count of 0 does not
+// advance the offsets, the column table is resolved once per image to one
+// source offset per target pixel, and a row is a plain gather.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "scale/box_chains.h"
+
+namespace tarn {
+
+// Marks a target pixel of count 0 in a resolved column table.
+inline constexpr uint32_t kUnitBlack = UINT32_MAX;
+
+// Resolves the lagging offsets of `len` columns into `resolved` (one entry
+// per column: the source byte offset, or kUnitBlack). False, with `resolved`
+// unspecified, when a count is above 1 or an offset does not fit a signed
+// 32-bit index.
+bool ResolveUnitColumns(const uint32_t* offsets, const uint32_t* counts, uint32_t len,
+                        std::vector<uint32_t>& resolved);
+
+// One target row of row count 1 over resolved columns: the bytes that
+// BoxShrinkRowPlain gives for it, a 3-byte target's spilled fourth byte of
+// the last pixel included.
+using BoxUnitRowFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* resolved, uint32_t len);
+
+template <BoxFamily F>
+void BoxUnitRowPlain(uint8_t* dst, const uint8_t* row, const uint32_t* resolved, uint32_t len);
+#if defined(TARN_HAVE_X86_SIMD)
+template <BoxFamily F>
+void BoxUnitRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* resolved, uint32_t len);
+#endif
+
+// The fastest form of the family's unit row.
+BoxUnitRowFn PickBoxUnitRow(BoxFamily family);
+
+}  // namespace tarn

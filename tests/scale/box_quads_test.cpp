@@ -1,0 +1,192 @@
+// Box rows of boxes 4 or 8 samples wide and of unit boxes (at most one
+// sample wide and tall), and the exact area shrink by 4 and 8, against the
+// plain forms byte for byte: every family, lengths with and without tails,
+// row counts in and out of range, source rows that end right after the
+// plain form's last read, both stride signs, and canaries around targets.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
+#include "scale/box_shrink.h"
+#include "scale/box_unit.h"
+#include "scale/scale.h"
+
+namespace tarn {
+namespace {
+
+using RowFn = void (*)(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+using UnitFn = void (*)(uint8_t*, const uint8_t*, const uint32_t*, uint32_t);
+
+struct Family {
+    uint32_t sp, dp;
+    RowFn plain;
+    UnitFn unitPlain;
+    RowFn quad;        // null where AVX2 is not built
+    UnitFn unitAvx2;
+};
+
+template <BoxFamily F>
+constexpr Family FamilyOf(uint32_t sp, uint32_t dp) {
+#if defined(TARN_HAVE_X86_SIMD)
+    return {sp, dp, BoxShrinkRowPlain<F>, BoxUnitRowPlain<F>, BoxQuadRowAvx2<F>, BoxUnitRowAvx2<F>};
+#else
+    return {sp, dp, BoxShrinkRowPlain<F>, BoxUnitRowPlain<F>, nullptr, nullptr};
+#endif
+}
+
+const Family kFamilies[] = {FamilyOf<BoxFamily::Bytes33>(3, 3), FamilyOf<BoxFamily::Bytes34>(3, 4),
+                            FamilyOf<BoxFamily::Bytes43>(4, 3), FamilyOf<BoxFamily::Bytes44>(4, 4)};
+
+constexpr uint8_t kFill = 0x5A;
+constexpr size_t kMargin = 16;
+
+// A target run with canaries on both sides; `Run` is the run's start.
+struct Target {
+    std::vector<uint8_t> bytes;
+    explicit Target(size_t n) : bytes(n + 2 * kMargin, kFill) {}
+    uint8_t* Run() { return bytes.data() + kMargin; }
+};
+
+TEST(BoxQuads, RowsMatchPlain) {
+    if (!kFamilies[0].quad || HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::mt19937 rng(404);
+    for (const Family& fam : kFamilies)
+        for (uint32_t width : {4u, 8u})
+            for (uint32_t len : {1u, 7u, 8u, 9u, 16u, 17u, 25u, 40u})
+                for (uint32_t rows : {0u, 1u, 2u, 3u, 5u, 7u, 8u, 12u, 16u, 17u})
+                    for (int sign : {1, -1}) {
+                        const uint32_t start = 5 * fam.sp;  // the run begins inside the row
+                        std::vector<uint32_t> offsets(len), counts(len, width);
+                        for (uint32_t j = 0; j < len; ++j) offsets[j] = start + j * width * fam.sp;
+                        // Each row ends right after the plain form's last 4-byte load.
+                        const uint32_t rowBytes = offsets[len - 1] + (width - 1) * fam.sp + 4;
+                        const int32_t stride = sign * int32_t(rowBytes + 3);
+                        const uint32_t deep = std::clamp(rows, 1u, 16u);
+                        std::vector<uint8_t> src(size_t(rowBytes + 3) * (deep - 1) + rowBytes);
+                        for (auto& b : src) b = uint8_t(rng());
+                        const uint8_t* first = src.data() + (sign < 0 ? size_t(rowBytes + 3) * (deep - 1) : 0);
+                        Target want(size_t(len) * fam.dp + 1), got(size_t(len) * fam.dp + 1);
+                        fam.plain(want.Run(), first, offsets.data(), counts.data(), len, stride, rows);
+                        fam.quad(got.Run(), first, offsets.data(), counts.data(), len, stride, rows);
+                        ASSERT_EQ(got.bytes, want.bytes) << fam.sp << "->" << fam.dp << " width " << width << " len "
+                                                         << len << " rows " << rows << " sign " << sign;
+                    }
+}
+
+TEST(BoxQuads, FourByFourBoxIsTheFlooredMean) {
+    // A box of 4 x 4 divides by 16 exactly (an empty chain, a shift of 4):
+    // samples x + 10 y + channel give a mean of 1.5 + 15 + channel, floored.
+    for (const Family& fam : kFamilies) {
+        const int32_t stride = int32_t(16 * fam.sp + 4);
+        std::vector<uint8_t> src(size_t(stride) * 4);
+        for (uint32_t y = 0; y < 4; ++y)
+            for (uint32_t x = 0; x < 16; ++x)
+                for (uint32_t ch = 0; ch < fam.sp; ++ch) src[y * stride + x * fam.sp + ch] = uint8_t(x % 4 + 10 * y + ch);
+        const std::vector<uint32_t> offsets = {0, 4 * fam.sp, 8 * fam.sp, 12 * fam.sp}, counts(4, 4);
+        Target out(4 * fam.dp + 1);
+        fam.plain(out.Run(), src.data(), offsets.data(), counts.data(), 4, stride, 4);
+        for (uint32_t j = 0; j < 4; ++j)
+            for (uint32_t ch = 0; ch < 3; ++ch) EXPECT_EQ(out.Run()[j * fam.dp + ch], 16 + ch) << fam.sp << fam.dp;
+    }
+}
+
+TEST(BoxUnit, ResolvesLaggingOffsets) {
+    const uint32_t offsets[] = {40, 44, 48, 52, 56};
+    const uint32_t counts[] = {0, 1, 0, 1, 1};
+    std::vector<uint32_t> resolved;
+    ASSERT_TRUE(ResolveUnitColumns(offsets, counts, 5, resolved));
+    EXPECT_EQ(resolved, (std::vector<uint32_t>{kUnitBlack, 40, kUnitBlack, 44, 48}));
+    const uint32_t wide[] = {1, 2, 1};
+    EXPECT_FALSE(ResolveUnitColumns(offsets, wide, 3, resolved));
+}
+
+TEST(BoxUnit, RowsMatchPlainKernels) {
+    // Counts of 0 and 1 in random order and in the patterns of growth by
+    // 3/2 and 2; the plain kernels with a row count of 1 are the reference.
+    std::mt19937 rng(8);
+    for (const Family& fam : kFamilies)
+        for (uint32_t len : {1u, 2u, 7u, 8u, 9u, 16u, 17u, 31u, 64u})
+            for (int pattern = 0; pattern < 3; ++pattern) {
+                std::vector<uint32_t> counts(len), offsets(len);
+                for (uint32_t j = 0; j < len; ++j) {
+                    counts[j] = pattern == 0 ? rng() % 2 : pattern == 1 ? j % 2 : j % 3 != 0;
+                    offsets[j] = (j + 2) * fam.sp;
+                }
+                // The row ends right after the last sample that can be read.
+                std::vector<uint8_t> src(size_t(len + 1) * fam.sp + 4);
+                for (auto& b : src) b = uint8_t(rng());
+                std::vector<uint32_t> resolved;
+                ASSERT_TRUE(ResolveUnitColumns(offsets.data(), counts.data(), len, resolved));
+                Target want(size_t(len) * fam.dp + 1), plain(want), fast(want);
+                fam.plain(want.Run(), src.data(), offsets.data(), counts.data(), len, 0, 1);
+                fam.unitPlain(plain.Run(), src.data(), resolved.data(), len);
+                ASSERT_EQ(plain.bytes, want.bytes) << fam.sp << "->" << fam.dp << " len " << len;
+                if (!fam.unitAvx2 || HostSimdForm() < SimdForm::Avx2) continue;
+                fam.unitAvx2(fast.Run(), src.data(), resolved.data(), len);
+                ASSERT_EQ(fast.bytes, want.bytes) << "AVX2 " << fam.sp << "->" << fam.dp << " len " << len;
+            }
+}
+
+// Whole images through ScaleImage with every form the machine runs, both
+// strides bottom-up, against the plain form; the target sits between
+// canaries and its rows have padding.
+void CheckImagesAgree(uint32_t mode, uint32_t sb, uint32_t db, uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh) {
+    std::mt19937 rng(sw * 7 + sh * 3 + dw + db);
+    const int32_t srcStride = int32_t(sw * sb + 5), dstStride = int32_t(dw * db + 7);
+    std::vector<uint8_t> src(size_t(srcStride) * sh);
+    for (auto& b : src) b = uint8_t(rng());
+    auto run = [&](SimdForm form) {
+        ScopedKernelChoice choice(g_cpuFeatures, form);
+        std::vector<uint8_t> out(size_t(dstStride) * dh + 2 * kMargin, kFill);
+        uint8_t* dst = out.data() + kMargin + size_t(dstStride) * (dh - 1);
+        ScaleImage({dst, dw, dh, -dstStride, db}, {src.data() + size_t(srcStride) * (sh - 1), sw, sh, -srcStride, sb},
+                   {double(sw) / dw, double(sh) / dh}, mode, nullptr);
+        return out;
+    };
+    const auto plain = run(SimdForm::Plain);
+    for (size_t i = 0; i < kMargin; ++i) ASSERT_EQ(plain[i], kFill);
+    for (size_t i = plain.size() - kMargin; i < plain.size(); ++i) ASSERT_EQ(plain[i], kFill);
+    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+        if (HostSimdForm() < f) continue;
+        EXPECT_EQ(run(f), plain) << "mode " << mode << " " << sb << "->" << db << " " << sw << "x" << sh << "->" << dw
+                                 << "x" << dh << " " << FormName(f);
+    }
+}
+
+TEST(BoxQuads, ImagesAgreeAcrossForms) {
+    const struct {
+        uint32_t sw, sh, dw, dh;
+    } sizes[] = {{8 * 37, 8 * 3, 37, 3}, {4 * 41, 4 * 5, 41, 5}, {8 * 9, 13, 9, 3}, {4 * 17 + 3, 30, 17, 7},
+                 {8 * 16, 8 * 2, 16, 2}};
+    for (uint32_t mode : {SCALE_BOX, SCALE_BOX_FADE})
+        for (uint32_t sb : {3u, 4u})
+            for (uint32_t db : {3u, 4u})
+                for (const auto& s : sizes) CheckImagesAgree(mode, sb, db, s.sw, s.sh, s.dw, s.dh);
+}
+
+TEST(BoxQuads, AreaByFourAndEightAgreesWithTheFloatSweep) {
+    // Whole factors 4 and 8 across, 2 to 64 down (up to 256 samples a
+    // pixel): the plain form's float sweep against the box sums.
+    const struct {
+        uint32_t sw, sh, dw, dh;
+    } sizes[] = {{4 * 37, 8, 37, 4}, {8 * 19, 32, 19, 4}, {4 * 9, 128, 9, 2}, {8 * 17, 64, 17, 2}, {8 * 12, 16, 12, 2}};
+    for (uint32_t c : {3u, 4u})
+        for (const auto& s : sizes) CheckImagesAgree(SCALE_AREA, c, c, s.sw, s.sh, s.dw, s.dh);
+}
+
+TEST(BoxUnit, GrowingAreaImagesAgreeAcrossForms) {
+    // The area mode's box fall-back as the image grows: counts of 0 and 1.
+    const struct {
+        uint32_t sw, sh, dw, dh;
+    } sizes[] = {{20, 10, 30, 15}, {21, 9, 42, 18}, {17, 5, 51, 11}, {33, 6, 40, 7}};
+    for (uint32_t sb : {3u, 4u})
+        for (uint32_t db : {3u, 4u})
+            for (const auto& s : sizes) CheckImagesAgree(SCALE_AREA, sb, db, s.sw, s.sh, s.dw, s.dh);
+}
+
+}  // namespace
+}  // namespace tarn
