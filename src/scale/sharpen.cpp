@@ -2,8 +2,16 @@
 // floats and an unsharp mask normalised by the plane's own extremes. Float
 // roundings are taken where the values are stored as float, and they are
 // part of the result.
+//
+// The blur runs a row at a time: the horizontal pass keeps only the rows the
+// vertical pass still needs, in a ring as tall as the kernel, so its floats
+// stay in cache instead of filling a plane of their own; the extremes of the
+// difference are taken from each blurred row as it is made. Only the mask
+// waits for the whole plane, since it needs the extremes of all of it.
+#include <algorithm>
+#include <climits>
 #include <cmath>
-#include <cstring>
+#include <vector>
 
 #include "scale/sharpen.h"
 
@@ -41,34 +49,17 @@ float BlurRowAt(const uint8_t* row, int32_t width, int32_t x, const float* k, in
     return sum / weight;
 }
 
-uint8_t BlurColumnAt(const float* tmp, int32_t width, int32_t height, int32_t x, int32_t y, const float* k,
-                     int32_t n) {
-    const int32_t r = n / 2;
-    float sum = 0, weight = 0;
-    for (int32_t i = 0; i < n; ++i) {
-        const int32_t row = y + i - r;
-        if (row < 0 || row >= height) continue;
-        sum += tmp[intptr_t(row) * width + x] * k[i];
-        weight += k[i];
-    }
+uint8_t BlurColumnAt(const BlurColumnTaps& taps, int32_t x) {
+    float sum = 0;
+    for (int32_t i = 0; i < taps.count; ++i) sum += taps.rows[i][x] * taps.k[i];
     const int32_t whole = static_cast<int32_t>(sum) & 255;
-    return static_cast<uint8_t>(static_cast<int32_t>(whole / weight));
-}
-
-void BlurHorizontalPlain(const uint8_t* in, int32_t width, int32_t height, const float* k, int32_t n, float* tmp) {
-    for (int32_t y = 0; y < height; ++y)
-        for (int32_t x = 0; x < width; ++x)
-            tmp[intptr_t(y) * width + x] = BlurRowAt(in + intptr_t(y) * width, width, x, k, n);
-}
-
-void BlurVerticalPlain(const float* tmp, int32_t width, int32_t height, const float* k, int32_t n, uint8_t* out) {
-    for (int32_t x = 0; x < width; ++x)
-        for (int32_t y = 0; y < height; ++y) out[intptr_t(y) * width + x] = BlurColumnAt(tmp, width, height, x, y, k, n);
+    return static_cast<uint8_t>(static_cast<int32_t>(whole / taps.weight));
 }
 
 // A difference of `high` or more goes all the way to white and one of `low`
 // or less to black; a direction with no difference beyond 30 is left alone.
-void ApplySharpenAt(uint8_t* to, int32_t av, int32_t bv, int32_t high, int32_t low) {
+void ApplySharpenAt(uint8_t* to, int32_t bv, int32_t high, int32_t low) {
+    const int32_t av = *to;
     const int32_t d = av - bv;
     int32_t v;
     if (d > 0 && high > 0) v = av + (255 - av) * d / high;
@@ -77,58 +68,103 @@ void ApplySharpenAt(uint8_t* to, int32_t av, int32_t bv, int32_t high, int32_t l
     *to = static_cast<uint8_t>(v >= 255 ? 255 : v <= 0 ? 0 : v);
 }
 
-void ApplySharpenPlain(uint8_t* plane, int32_t width, int32_t height, int32_t stride, const uint8_t* a, const uint8_t* b,
-                  int32_t high, int32_t low) {
-    for (int32_t y = 0; y < height; ++y)
-        for (int32_t x = 0; x < width; ++x) {
-            const size_t i = size_t(y) * width + x;
-            ApplySharpenAt(plane + intptr_t(y) * stride + x, a[i], b[i], high, low);
-        }
+void BlurHorizontalPlain(const uint8_t* row, int32_t width, const float* k, int32_t n, float*, float* out) {
+    for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
+}
+
+void BlurVerticalPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
+    for (int32_t x = 0; x < width; ++x) out[x] = BlurColumnAt(taps, x);
+}
+
+void SharpenExtremesPlain(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
+    for (int32_t x = 0; x < width; ++x) {
+        const int32_t d = int32_t(a[x]) - b[x];
+        *largest = std::max(*largest, d);
+        *smallest = std::min(*smallest, d);
+    }
+}
+
+void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
+    for (int32_t x = 0; x < width; ++x) ApplySharpenAt(row + x, b[x], high, low);
+}
+
+SharpenForms PickSharpenForms() {
+    static constexpr SharpenForms plain = {BlurHorizontalPlain, BlurVerticalPlain, SharpenExtremesPlain,
+                                           ApplySharpenPlain};
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<SharpenForms> t[] = {
+        {SimdForm::Avx2, {BlurHorizontalAvx2, BlurVerticalAvx2, SharpenExtremesAvx2, ApplySharpenAvx2}},
+        {SimdForm::Plain, plain}};
+    return PickForm(t);
+#else
+    return plain;
+#endif
 }
 
 namespace {
 
-SharpenForms PickSharpenForms() {
-#if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<SharpenForms> t[] = {
-        {SimdForm::Avx2, {BlurHorizontalAvx2, BlurVerticalAvx2, ApplySharpenAvx2}},
-        {SimdForm::Plain, {BlurHorizontalPlain, BlurVerticalPlain, ApplySharpenPlain}}};
-    return PickForm(t);
-#else
-    return {BlurHorizontalPlain, BlurVerticalPlain, ApplySharpenPlain};
-#endif
+// Blurs `in` (rows `stride` apart) into the tight `out`, calling done(y)
+// once row y of `out` is made. Row j of the horizontal pass lives in slot
+// j % n of the ring: the n rows one output row reads are n consecutive rows,
+// and the row made next replaces the one just left behind.
+template <class Done>
+void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32_t height, intptr_t stride,
+              double sigma, uint8_t* out, Done done) {
+    float* k = nullptr;
+    int32_t n = 0;
+    MakeGaussianKernel(sigma, &k, &n);
+    const int32_t r = n / 2;
+    std::vector<float> ring(size_t(n) * size_t(width)), scratch(size_t(width) + 8);
+    std::vector<const float*> rows(static_cast<size_t>(n));
+    std::vector<float> taps(static_cast<size_t>(n));
+    int32_t made = 0;
+    float checked = 0;
+    bool keepsWholes = false;
+    for (int32_t y = 0; y < height; ++y) {
+        for (; made <= std::min(height - 1, y + r); ++made)
+            forms.horizontal(in + made * stride, width, k, n, scratch.data(), ring.data() + size_t(made % n) * width);
+        BlurColumnTaps column{rows.data(), taps.data(), 0, 0.0f, false};
+        for (int32_t i = 0; i < n; ++i) {
+            const int32_t row = y + i - r;
+            if (row < 0 || row >= height) continue;
+            rows[size_t(column.count)] = ring.data() + size_t(row % n) * width;
+            taps[size_t(column.count++)] = k[i];
+            column.weight += k[i];
+        }
+        // Rows away from the edges all have the same weight: checked once.
+        if (column.weight != checked) {
+            checked = column.weight;
+            keepsWholes = true;
+            for (int32_t w = 0; w < 256; ++w)
+                keepsWholes = keepsWholes && static_cast<int32_t>(float(w) / column.weight) == w;
+        }
+        column.keepsWholes = keepsWholes;
+        forms.vertical(column, width, out + size_t(y) * width);
+        done(y);
+    }
+    delete[] k;
 }
 
 }  // namespace
 
 void GaussianBlurPlane(const uint8_t* in, int32_t width, int32_t height, double sigma, uint8_t* out) {
-    float* k = nullptr;
-    int32_t n = 0;
-    MakeGaussianKernel(sigma, &k, &n);
-    float* tmp = new float[size_t(width) * size_t(height)];
-    const SharpenForms forms = PickSharpenForms();
-    forms.horizontal(in, width, height, k, n, tmp);
-    forms.vertical(tmp, width, height, k, n, out);
-    delete[] k;
-    delete[] tmp;
+    if (width <= 0 || height <= 0) return;
+    BlurRows(PickSharpenForms(), in, width, height, width, sigma, out, [](int32_t) {});
 }
 
+// The mask reads the plane itself where a copy of it might be expected: each
+// pixel is read just before it is written, and nothing else reads it then.
 void SharpenPlane(uint8_t* plane, int32_t width, int32_t height, int32_t stride) {
-    const size_t count = size_t(width) * size_t(height);
-    uint8_t* a = new uint8_t[count];
-    uint8_t* b = new uint8_t[count];
+    if (width <= 0 || height <= 0) return;
+    const SharpenForms forms = PickSharpenForms();
+    std::vector<uint8_t> blur(size_t(width) * size_t(height));
+    int32_t largest = INT_MIN, smallest = INT_MAX;
+    BlurRows(forms, plane, width, height, stride, 1.5, blur.data(), [&](int32_t y) {
+        forms.extremes(plane + intptr_t(y) * stride, blur.data() + size_t(y) * width, width, &largest, &smallest);
+    });
     for (int32_t y = 0; y < height; ++y)
-        std::memcpy(a + size_t(y) * width, plane + intptr_t(y) * stride, size_t(width));
-    GaussianBlurPlane(a, width, height, 1.5, b);
-    int32_t largest = int32_t(a[0]) - b[0], smallest = largest;
-    for (size_t i = 1; i < count; ++i) {
-        const int32_t d = int32_t(a[i]) - b[i];
-        if (d > largest) largest = d;
-        if (d < smallest) smallest = d;
-    }
-    PickSharpenForms().apply(plane, width, height, stride, a, b, largest - 30, smallest + 30);
-    delete[] a;
-    delete[] b;
+        forms.apply(plane + intptr_t(y) * stride, blur.data() + size_t(y) * width, width, largest - 30,
+                    smallest + 30);
 }
 
 }  // namespace tarn

@@ -1,7 +1,8 @@
 // The sharpening path of planar scaling: an unsharp mask normalised by the
-// plane's own extremes, over a Gaussian blur; and the passes of each form:
-// the blur's horizontal pass (bytes to floats) and vertical pass (floats to
-// bytes), and the mask applied to the plane.
+// plane's own extremes, over a Gaussian blur; and the row kernels of each
+// form: the blur's horizontal pass (bytes to floats), its vertical pass
+// (floats to bytes), the extremes of the difference and the mask applied to
+// a row.
 #pragma once
 
 #include <cstdint>
@@ -18,31 +19,50 @@ void GaussianBlurPlane(const uint8_t* in, int32_t width, int32_t height, double 
 // 2 * trunc(sigma * 3) + 1 normalised taps; the caller frees them with delete[].
 void MakeGaussianKernel(double sigma, float** kernel, int32_t* size);
 
-struct SharpenForms {
-    // tmp[y][x] = the blur of row y at x over the taps inside the row.
-    void (*horizontal)(const uint8_t* in, int32_t width, int32_t height, const float* k, int32_t n, float* tmp);
-    // out[y][x] = the blur of column x at y over the taps inside the column.
-    void (*vertical)(const float* tmp, int32_t width, int32_t height, const float* k, int32_t n, uint8_t* out);
-    // The mask over `plane` from the copy `a` and its blur `b`.
-    void (*apply)(uint8_t* plane, int32_t width, int32_t height, int32_t stride, const uint8_t* a, const uint8_t* b,
-                  int32_t high, int32_t low);
+// The taps of one row of the vertical pass: the rows of the horizontal pass
+// that lie inside the plane, their taps in order, and the sum of those taps
+// in that order; `keepsWholes` when dividing each whole number 0 .. 255 by
+// that sum and truncating gives the number back (the fast forms then skip
+// the division).
+struct BlurColumnTaps {
+    const float* const* rows;
+    const float* k;
+    int32_t count;
+    float weight;
+    bool keepsWholes;
 };
 
-void BlurHorizontalPlain(const uint8_t* in, int32_t width, int32_t height, const float* k, int32_t n, float* tmp);
-void BlurVerticalPlain(const float* tmp, int32_t width, int32_t height, const float* k, int32_t n, uint8_t* out);
-void ApplySharpenPlain(uint8_t* plane, int32_t width, int32_t height, int32_t stride, const uint8_t* a, const uint8_t* b,
-                  int32_t high, int32_t low);
-// One pixel of each, for the fast forms' edges.
+struct SharpenForms {
+    // out[x] = the blur of `row` at x over the taps inside the row; `scratch`
+    // holds `width` + 8 floats for the form's own use.
+    void (*horizontal)(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
+    // out[x] = the blur at x over the taps' rows.
+    void (*vertical)(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
+    // Widens [*smallest, *largest] to hold every a[x] - b[x].
+    void (*extremes)(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
+    // The mask over one row of the plane in place, from its blur `b`.
+    void (*apply)(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
+};
+
+// The kernels of the form in use.
+SharpenForms PickSharpenForms();
+
+// One pixel of each pass, the plain forms' arithmetic, for the fast forms'
+// edges and tails.
 float BlurRowAt(const uint8_t* row, int32_t width, int32_t x, const float* k, int32_t n);
-uint8_t BlurColumnAt(const float* tmp, int32_t width, int32_t height, int32_t x, int32_t y, const float* k,
-                     int32_t n);
-void ApplySharpenAt(uint8_t* to, int32_t av, int32_t bv, int32_t high, int32_t low);
+uint8_t BlurColumnAt(const BlurColumnTaps& taps, int32_t x);
+void ApplySharpenAt(uint8_t* to, int32_t bv, int32_t high, int32_t low);
+
+void BlurHorizontalPlain(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
+void BlurVerticalPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
+void SharpenExtremesPlain(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
+void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
 
 #if defined(TARN_HAVE_X86_SIMD)
-void BlurHorizontalAvx2(const uint8_t* in, int32_t width, int32_t height, const float* k, int32_t n, float* tmp);
-void BlurVerticalAvx2(const float* tmp, int32_t width, int32_t height, const float* k, int32_t n, uint8_t* out);
-void ApplySharpenAvx2(uint8_t* plane, int32_t width, int32_t height, int32_t stride, const uint8_t* a,
-                      const uint8_t* b, int32_t high, int32_t low);
+void BlurHorizontalAvx2(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
+void BlurVerticalAvx2(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
+void SharpenExtremesAvx2(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
+void ApplySharpenAvx2(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
 #endif
 
 }  // namespace tarn

@@ -1,9 +1,25 @@
-// The sharpening passes, AVX2 form: eight pixels at a time with the plain
-// form's float operations in its order (a sum from 0 over the taps in
-// order, each product rounded on its own, one division), so each pixel
-// rounds as it does there. Pixels whose taps leave the row go one by one;
-// the vertical pass runs row by row, so its taps are the same for all eight.
+// The sharpening passes, AVX2 form: the plain form's float operations in its
+// order (a sum over the taps in order, each product rounded on its own, one
+// division), so each pixel rounds as it does there. Every product is of
+// non-negative values, so the sum may start at the first product instead of
+// at zero: adding zero to it changes nothing. The horizontal pass widens the
+// row to floats once and reads each tap from there; pixels whose taps leave
+// the row go one by one. The vertical pass has the same taps for all pixels
+// of its row. Both run sixteen pixels at a time, two sums in flight, with the
+// sharpen's nine taps unrolled.
+//
+// Most divisions are by the sum of all taps, which for the sharpen's kernel
+// is 1 - 2^-24. A positive normal float s = m * 2^e (1 <= m < 2) divided by
+// it is s + (m / 2) * ulp(s) / (1 - 2^-24): more than half an ulp above s and
+// at most one, so it rounds to the next float up. The horizontal pass adds
+// one to the bits of such a sum instead of dividing; its sums are 0 or at
+// least the smallest tap, a normal float. The vertical pass divides whole
+// numbers 0 .. 255 only; where the driver found that its row's weight leaves
+// every one of them whole after truncation, it skips the division.
 #include <immintrin.h>
+
+#include <algorithm>
+#include <cfloat>
 
 #include "scale/rounded.h"
 #include "scale/sharpen.h"
@@ -11,96 +27,217 @@
 namespace tarn {
 namespace {
 
-inline __m256 Bytes8(const uint8_t* p) {
-    return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
+inline __m256i Widened8(const uint8_t* p) {
+    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+}
+
+inline __m256i Widened16(const uint8_t* p) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+}
+
+// The number of taps: the sharpen's nine fixed, so the loops over them
+// unroll, or any other count.
+template <int32_t N>
+struct FixedCount {
+    constexpr int32_t operator()() const { return N; }
+};
+struct AnyCount {
+    int32_t n;
+    int32_t operator()() const { return n; }
+};
+
+// The sums of 16 pixels, load(t, half) the values of the first or second 8
+// for tap t.
+template <class Count, class Load>
+inline void TapSums(const float* k, Count count, Load load, __m256& s0, __m256& s1) {
+    s0 = Rounded(_mm256_mul_ps(load(0, 0), _mm256_set1_ps(k[0])));
+    s1 = Rounded(_mm256_mul_ps(load(0, 8), _mm256_set1_ps(k[0])));
+    for (int32_t t = 1; t < count(); ++t) {
+        const __m256 kt = _mm256_set1_ps(k[t]);
+        s0 = _mm256_add_ps(s0, Rounded(_mm256_mul_ps(load(t, 0), kt)));
+        s1 = _mm256_add_ps(s1, Rounded(_mm256_mul_ps(load(t, 8), kt)));
+    }
+}
+
+template <class Count, class Load>
+inline __m256 TapSum(const float* k, Count count, Load load) {
+    __m256 sum = Rounded(_mm256_mul_ps(load(0), _mm256_set1_ps(k[0])));
+    for (int32_t t = 1; t < count(); ++t)
+        sum = _mm256_add_ps(sum, Rounded(_mm256_mul_ps(load(t), _mm256_set1_ps(k[t]))));
+    return sum;
+}
+
+// sum / weight; with kSuccessor, for the weight 1 - 2^-24 (see above).
+template <bool kSuccessor>
+inline __m256 Normalised(__m256 sum, __m256 weight) {
+    if constexpr (kSuccessor) {
+        const __m256i bits = _mm256_castps_si256(sum);
+        return _mm256_castsi256_ps(_mm256_sub_epi32(bits, _mm256_cmpgt_epi32(bits, _mm256_setzero_si256())));
+    } else {
+        return _mm256_div_ps(sum, weight);
+    }
+}
+
+// Pixels from x up to `end` (whose taps all lie inside the row), in blocks,
+// from the widened row `f` shifted by the radius; returns the first pixel
+// not done.
+template <class Count, bool kSuccessor>
+int32_t HorizontalBlocks(const float* f, int32_t x, int32_t end, const float* k, Count count, float whole,
+                         float* out) {
+    const __m256 weight = _mm256_set1_ps(whole);
+    for (; x + 16 <= end; x += 16) {
+        __m256 s0, s1;
+        TapSums(k, count, [&](int32_t t, int32_t half) { return _mm256_loadu_ps(f + x + t + half); }, s0, s1);
+        _mm256_storeu_ps(out + x, Normalised<kSuccessor>(s0, weight));
+        _mm256_storeu_ps(out + x + 8, Normalised<kSuccessor>(s1, weight));
+    }
+    for (; x + 8 <= end; x += 8)
+        _mm256_storeu_ps(out + x, Normalised<kSuccessor>(
+                                      TapSum(k, count, [&](int32_t t) { return _mm256_loadu_ps(f + x + t); }), weight));
+    return x;
+}
+
+template <class Count>
+int32_t HorizontalBlocksOf(const float* f, int32_t x, int32_t end, const float* k, Count count, float whole,
+                           float* out) {
+    bool normal = true;
+    for (int32_t i = 0; i < count(); ++i) normal = normal && k[i] >= FLT_MIN;
+    return whole == 0x1.fffffep-1f && normal ? HorizontalBlocks<Count, true>(f, x, end, k, count, whole, out)
+                                             : HorizontalBlocks<Count, false>(f, x, end, k, count, whole, out);
 }
 
 }  // namespace
 
-void BlurHorizontalAvx2(const uint8_t* in, int32_t width, int32_t height, const float* k, int32_t n, float* tmp) {
+void BlurHorizontalAvx2(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out) {
     const int32_t r = n / 2;
     float whole = 0;
     for (int32_t i = 0; i < n; ++i) whole += k[i];
-    const __m256 weight = _mm256_set1_ps(whole);
-    for (int32_t y = 0; y < height; ++y) {
-        const uint8_t* row = in + intptr_t(y) * width;
-        float* t = tmp + intptr_t(y) * width;
-        int32_t x = 0;
-        for (; x < width && x < r; ++x) t[x] = BlurRowAt(row, width, x, k, n);
-        // All taps of x .. x + 7 inside the row.
-        for (; x + 7 + r < width; x += 8) {
-            __m256 sum = _mm256_setzero_ps();
-            for (int32_t i = 0; i < n; ++i)
-                sum = _mm256_add_ps(sum, Rounded(_mm256_mul_ps(Bytes8(row + x + i - r), _mm256_set1_ps(k[i]))));
-            _mm256_storeu_ps(t + x, _mm256_div_ps(sum, weight));
-        }
-        for (; x < width; ++x) t[x] = BlurRowAt(row, width, x, k, n);
+    int32_t x = 0;
+    for (; x < width && x < r; ++x) out[x] = BlurRowAt(row, width, x, k, n);
+    if (x + 8 <= width - r) {
+        int32_t i = 0;
+        for (; i + 8 <= width; i += 8) _mm256_storeu_ps(scratch + i, _mm256_cvtepi32_ps(Widened8(row + i)));
+        for (; i < width; ++i) scratch[i] = row[i];
+        x = n == 9 ? HorizontalBlocksOf(scratch - r, x, width - r, k, FixedCount<9>{}, whole, out)
+                   : HorizontalBlocksOf(scratch - r, x, width - r, k, AnyCount{n}, whole, out);
     }
+    for (; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
 }
 
-void BlurVerticalAvx2(const float* tmp, int32_t width, int32_t height, const float* k, int32_t n, uint8_t* out) {
-    const int32_t r = n / 2;
+namespace {
+
+// Bytes of 8 column sums: the sum truncated to its low byte, divided by the
+// weight and truncated again, to its low byte once more; with kWhole, the
+// division leaves the whole number as it is.
+template <bool kWhole>
+inline __m128i ColumnBytes(__m256 sum, __m256 weight) {
     const __m256i low = _mm256_set1_epi32(255);
-    for (int32_t y = 0; y < height; ++y) {
-        float whole = 0;
-        for (int32_t i = 0; i < n; ++i)
-            if (y + i - r >= 0 && y + i - r < height) whole += k[i];
-        const __m256 weight = _mm256_set1_ps(whole);
-        uint8_t* o = out + intptr_t(y) * width;
-        int32_t x = 0;
-        for (; x + 8 <= width; x += 8) {
-            __m256 sum = _mm256_setzero_ps();
-            for (int32_t i = 0; i < n; ++i) {
-                const int32_t row = y + i - r;
-                if (row < 0 || row >= height) continue;
-                sum = _mm256_add_ps(sum, Rounded(_mm256_mul_ps(_mm256_loadu_ps(tmp + intptr_t(row) * width + x),
-                                                               _mm256_set1_ps(k[i]))));
-            }
-            const __m256i bytes = _mm256_and_si256(_mm256_cvttps_epi32(sum), low);
-            const __m256i v = _mm256_and_si256(_mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(bytes), weight)), low);
-            const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(o + x), _mm_packus_epi16(words, words));
-        }
-        for (; x < width; ++x) o[x] = BlurColumnAt(tmp, width, height, x, y, k, n);
-    }
+    __m256i v = _mm256_and_si256(_mm256_cvttps_epi32(sum), low);
+    if constexpr (!kWhole)
+        v = _mm256_and_si256(_mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(v), weight)), low);
+    return _mm_packus_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
 }
 
-// The divisions are those of integers below 2^17 by a divisor below 512:
-// in doubles the quotient of one that is not whole lies at least 1/512 from
-// a whole number, far beyond the rounding, so truncating it gives the
-// integer quotient.
-void ApplySharpenAvx2(uint8_t* plane, int32_t width, int32_t height, int32_t stride, const uint8_t* a,
-                      const uint8_t* b, int32_t high, int32_t low) {
-    const __m256i zero = _mm256_setzero_si256(), k255 = _mm256_set1_epi32(255);
-    const __m256d highD = _mm256_set1_pd(high > 0 ? high : 1), lowD = _mm256_set1_pd(low < 0 ? low : -1);
-    const __m256i useHigh = _mm256_set1_epi32(high > 0 ? -1 : 0), useLow = _mm256_set1_epi32(low < 0 ? -1 : 0);
-    auto quotient = [](__m256i num, __m256d den) {
-        const __m128i lo = _mm256_cvttpd_epi32(_mm256_div_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(num)), den));
-        const __m128i hi = _mm256_cvttpd_epi32(_mm256_div_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(num, 1)), den));
-        return _mm256_set_m128i(hi, lo);
-    };
-    for (int32_t y = 0; y < height; ++y) {
-        const uint8_t* ar = a + size_t(y) * width;
-        const uint8_t* br = b + size_t(y) * width;
-        uint8_t* p = plane + intptr_t(y) * stride;
-        int32_t x = 0;
-        for (; x + 8 <= width; x += 8) {
-            const __m256i av = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(ar + x)));
-            const __m256i bv = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(br + x)));
-            const __m256i d = _mm256_sub_epi32(av, bv);
-            const __m256i up = _mm256_and_si256(_mm256_cmpgt_epi32(d, zero), useHigh);
-            const __m256i down = _mm256_andnot_si256(up, _mm256_and_si256(_mm256_cmpgt_epi32(zero, d), useLow));
-            const __m256i v1 = _mm256_add_epi32(av, quotient(_mm256_mullo_epi32(_mm256_sub_epi32(k255, av), d), highD));
-            const __m256i v2 = _mm256_sub_epi32(av, quotient(_mm256_mullo_epi32(av, d), lowD));
-            __m256i v = _mm256_blendv_epi8(v2, v1, up);
-            v = _mm256_min_epi32(_mm256_max_epi32(v, zero), k255);
-            const __m256i old = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + x)));
-            v = _mm256_blendv_epi8(old, v, _mm256_or_si256(up, down));
-            const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(p + x), _mm_packus_epi16(words, words));
-        }
-        for (; x < width; ++x) ApplySharpenAt(p + x, ar[x], br[x], high, low);
+template <class Count, bool kWhole>
+int32_t VerticalBlocks(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out) {
+    const __m256 weight = _mm256_set1_ps(taps.weight);
+    const float* const* rows = taps.rows;
+    int32_t x = 0;
+    for (; x + 16 <= width; x += 16) {
+        __m256 s0, s1;
+        TapSums(taps.k, count, [&](int32_t t, int32_t half) { return _mm256_loadu_ps(rows[t] + x + half); }, s0, s1);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x),
+                         _mm_packus_epi16(ColumnBytes<kWhole>(s0, weight), ColumnBytes<kWhole>(s1, weight)));
     }
+    for (; x + 8 <= width; x += 8) {
+        const __m128i words = ColumnBytes<kWhole>(
+            TapSum(taps.k, count, [&](int32_t t) { return _mm256_loadu_ps(rows[t] + x); }), weight);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(words, words));
+    }
+    return x;
+}
+
+template <class Count>
+int32_t VerticalBlocksOf(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out) {
+    return taps.keepsWholes ? VerticalBlocks<Count, true>(taps, width, count, out)
+                            : VerticalBlocks<Count, false>(taps, width, count, out);
+}
+
+}  // namespace
+
+void BlurVerticalAvx2(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
+    int32_t x = taps.count == 9 ? VerticalBlocksOf(taps, width, FixedCount<9>{}, out)
+                                : VerticalBlocksOf(taps, width, AnyCount{taps.count}, out);
+    for (; x < width; ++x) out[x] = BlurColumnAt(taps, x);
+}
+
+void SharpenExtremesAvx2(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
+    __m256i most = _mm256_set1_epi16(-32768), least = _mm256_set1_epi16(32767);
+    int32_t x = 0;
+    for (; x + 16 <= width; x += 16) {
+        const __m256i d = _mm256_sub_epi16(Widened16(a + x), Widened16(b + x));
+        most = _mm256_max_epi16(most, d);
+        least = _mm256_min_epi16(least, d);
+    }
+    alignas(32) int16_t hi[16], lo[16];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(hi), most);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lo), least);
+    for (int i = 0; i < 16; ++i) {
+        *largest = std::max<int32_t>(*largest, hi[i]);
+        *smallest = std::min<int32_t>(*smallest, lo[i]);
+    }
+    SharpenExtremesPlain(a + x, b + x, width - x, largest, smallest);
+}
+
+namespace {
+
+// Division of 2n by 2D for 0 <= 2n < 2^15, as a high product and a shift:
+// with s the least shift for which 2D <= 2^(s + 1) and m = ceil(2^(16 + s) /
+// 2D), below 2^16, the error of 2n * m / 2^(16 + s) against 2n / 2D is below
+// 2n / 2^(16 + s) < 2^-(1 + s) <= 1 / 2D, too little to reach the next whole
+// number; so the floor of it is that of 2n / 2D, which is n / D truncated.
+// Doubling lets D = 1 have a shift too.
+struct HalvedDivisor {
+    __m256i m;
+    __m128i s;
+};
+
+HalvedDivisor HalvedDivisorOf(int32_t d) {
+    int32_t s = 0;
+    while (2 * d > 2 << s) ++s;
+    const int64_t m = ((int64_t(1) << (16 + s)) + 2 * d - 1) / (2 * d);
+    return {_mm256_set1_epi16(static_cast<int16_t>(static_cast<uint16_t>(m))), _mm_cvtsi32_si128(s)};
+}
+
+inline __m256i Quotient(__m256i doubled, const HalvedDivisor& d) {
+    return _mm256_srl_epi16(_mm256_mulhi_epu16(doubled, d.m), d.s);
+}
+
+}  // namespace
+
+// The mask in 16-bit lanes. As the blur b lies in 0 .. 255, d = a - b lies
+// in -(255 - a) .. a, so a numerator (255 - a) * d or a * -d is at most
+// a * (255 - a) <= 16256, and twice it fits the division above; the divisor,
+// high or -low, is 1 to 225. A side that does not apply gets a numerator of
+// 0, so its quotient is 0; the sum a + up - down is clamped by the pack.
+void ApplySharpenAvx2(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
+    const __m256i zero = _mm256_setzero_si256(), k510 = _mm256_set1_epi16(510);
+    const __m256i useHigh = _mm256_set1_epi16(high > 0 ? -1 : 0), useLow = _mm256_set1_epi16(low < 0 ? -1 : 0);
+    const HalvedDivisor byHigh = HalvedDivisorOf(high > 0 ? high : 1), byLow = HalvedDivisorOf(low < 0 ? -low : 1);
+    int32_t x = 0;
+    for (; x + 16 <= width; x += 16) {
+        const __m256i av = Widened16(row + x), bv = Widened16(b + x);
+        const __m256i d = _mm256_sub_epi16(av, bv);
+        const __m256i up = _mm256_and_si256(_mm256_and_si256(_mm256_cmpgt_epi16(d, zero), useHigh), d);
+        const __m256i down = _mm256_and_si256(_mm256_and_si256(_mm256_cmpgt_epi16(zero, d), useLow),
+                                              _mm256_sub_epi16(zero, d));
+        const __m256i raise = Quotient(_mm256_mullo_epi16(_mm256_sub_epi16(k510, _mm256_add_epi16(av, av)), up), byHigh);
+        const __m256i lower = Quotient(_mm256_mullo_epi16(_mm256_add_epi16(av, av), down), byLow);
+        const __m256i v = _mm256_sub_epi16(_mm256_add_epi16(av, raise), lower);
+        const __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(v, zero), 0xD8);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(row + x), _mm256_castsi256_si128(bytes));
+    }
+    ApplySharpenPlain(row + x, b + x, width - x, high, low);
 }
 
 }  // namespace tarn

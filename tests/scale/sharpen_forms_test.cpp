@@ -1,10 +1,14 @@
-// The sharpening passes in every form this machine runs against the plain
-// form: planes narrower and shorter than the blur's taps, widths that end
-// inside a vector step, rows with padding, planes whose differences stay
-// within the dead band (nothing changes) or reach one side only.
+// The sharpening path in every form this machine runs, against a reference
+// written here the simple way (the whole plane blurred into a float plane,
+// then into bytes, then the mask over a copy): planes narrower and shorter
+// than the blur's taps, widths that end inside a vector step, padded and
+// upside-down rows with canaries around the plane, planes whose differences
+// stay within the dead band (nothing changes) or reach one side only; and the
+// mask's divisions for every pixel pair and every divisor.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -15,46 +19,173 @@
 namespace tarn {
 namespace {
 
-TEST(SharpenForms, PlanesAgreeWithThePlainForm) {
+constexpr SimdForm kForms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
+
+// The blur of a tight plane, both passes over whole planes, each tap inside
+// the plane added in order and the kept taps' sum divided out.
+std::vector<uint8_t> ReferenceBlur(const std::vector<uint8_t>& in, int32_t w, int32_t h, double sigma = 1.5) {
+    float* k = nullptr;
+    int32_t n = 0;
+    MakeGaussianKernel(sigma, &k, &n);
+    const int32_t r = n / 2;
+    std::vector<float> across(in.size());
+    std::vector<uint8_t> out(in.size());
+    for (int32_t y = 0; y < h; ++y)
+        for (int32_t x = 0; x < w; ++x) {
+            float sum = 0, weight = 0;
+            for (int32_t i = 0; i < n; ++i)
+                if (x + i - r >= 0 && x + i - r < w) {
+                    sum += float(in[size_t(y) * w + x + i - r]) * k[i];
+                    weight += k[i];
+                }
+            across[size_t(y) * w + x] = sum / weight;
+        }
+    for (int32_t y = 0; y < h; ++y)
+        for (int32_t x = 0; x < w; ++x) {
+            float sum = 0, weight = 0;
+            for (int32_t i = 0; i < n; ++i)
+                if (y + i - r >= 0 && y + i - r < h) {
+                    sum += across[size_t(y + i - r) * w + x] * k[i];
+                    weight += k[i];
+                }
+            out[size_t(y) * w + x] = uint8_t(int32_t(float(int32_t(sum) & 255) / weight));
+        }
+    delete[] k;
+    return out;
+}
+
+// The mask of one pixel, with the plain integer divisions.
+uint8_t ReferenceMask(int32_t a, int32_t b, int32_t high, int32_t low) {
+    const int32_t d = a - b;
+    int32_t v = a;
+    if (d > 0 && high > 0) v = a + (255 - a) * d / high;
+    if (d < 0 && low < 0) v = a - a * d / low;
+    return uint8_t(std::clamp(v, 0, 255));
+}
+
+std::vector<uint8_t> ReferenceSharpen(const std::vector<uint8_t>& a, int32_t w, int32_t h) {
+    const std::vector<uint8_t> b = ReferenceBlur(a, w, h);
+    int32_t largest = a[0] - b[0], smallest = largest;
+    for (size_t i = 0; i < a.size(); ++i) {
+        largest = std::max(largest, a[i] - b[i]);
+        smallest = std::min(smallest, a[i] - b[i]);
+    }
+    std::vector<uint8_t> out(a.size());
+    for (size_t i = 0; i < a.size(); ++i) out[i] = ReferenceMask(a[i], b[i], largest - 30, smallest + 30);
+    return out;
+}
+
+TEST(SharpenForms, PlanesMatchTheWholePlaneReference) {
     struct Size {
         int32_t w, h;
     };
-    const Size sizes[] = {{1, 1}, {3, 2}, {8, 9}, {9, 8}, {17, 17}, {25, 4}, {33, 21}, {64, 40}, {101, 13}};
+    const Size sizes[] = {{1, 1}, {3, 2}, {8, 9}, {9, 8}, {17, 17}, {25, 4}, {33, 21}, {40, 11}, {64, 40}, {101, 13}};
+    constexpr int32_t kPad = 5, kGuard = 32;
+    constexpr uint8_t kCanary = 0xA5;
     std::mt19937 rng(51);
     // Random bytes, a flat plane, a gentle ramp (differences inside the dead
     // band), and dark noise on one bright spot (one side only).
     for (int kind = 0; kind < 4; ++kind)
         for (const Size& s : sizes) {
-            const int32_t stride = s.w + 5;
-            std::vector<uint8_t> start(size_t(stride) * s.h);
-            for (size_t i = 0; i < start.size(); ++i) {
-                const int32_t x = int32_t(i % stride), y = int32_t(i / stride);
-                start[i] = kind == 0 ? uint8_t(rng())
+            std::vector<uint8_t> tight(size_t(s.w) * s.h);
+            for (size_t i = 0; i < tight.size(); ++i) {
+                const int32_t x = int32_t(i % s.w), y = int32_t(i / s.w);
+                tight[i] = kind == 0 ? uint8_t(rng())
                            : kind == 1 ? 77
                            : kind == 2 ? uint8_t(x + y)
                                        : uint8_t((x == s.w / 2 && y == s.h / 2) ? 250 : rng() % 8);
             }
-            auto run = [&](SimdForm form) {
-                ScopedKernelChoice choice(g_cpuFeatures, form);
-                std::vector<uint8_t> plane = start;
-                SharpenPlane(plane.data(), s.w, s.h, stride);
-                std::vector<uint8_t> blur(size_t(s.w) * s.h);
-                std::vector<uint8_t> tight(size_t(s.w) * s.h);
-                for (int32_t y = 0; y < s.h; ++y)
-                    for (int32_t x = 0; x < s.w; ++x) tight[size_t(y) * s.w + x] = start[size_t(y) * stride + x];
-                GaussianBlurPlane(tight.data(), s.w, s.h, 1.5, blur.data());
-                plane.insert(plane.end(), blur.begin(), blur.end());
-                return plane;
-            };
-            const auto plain = run(SimdForm::Plain);
+            const std::vector<uint8_t> expected = ReferenceSharpen(tight, s.w, s.h);
+            const std::vector<uint8_t> blurred = ReferenceBlur(tight, s.w, s.h);
             if (kind == 1) {
-                EXPECT_TRUE(std::equal(start.begin(), start.end(), plain.begin())) << "flat stays";
+                EXPECT_EQ(expected, tight) << "a flat plane stays";
             }
-            for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+            for (SimdForm f : kForms) {
                 if (HostSimdForm() < f) continue;
-                EXPECT_EQ(run(f), plain) << "kind " << kind << " " << s.w << "x" << s.h << " " << FormName(f);
+                ScopedKernelChoice choice(g_cpuFeatures, f);
+                std::vector<uint8_t> blur(tight.size());
+                GaussianBlurPlane(tight.data(), s.w, s.h, 1.5, blur.data());
+                EXPECT_EQ(blur, blurred) << "kind " << kind << " " << s.w << "x" << s.h << " " << FormName(f);
+                // Padded rows, top down and bottom up, inside canaries.
+                const int32_t stride = s.w + kPad;
+                for (const bool up : {false, true}) {
+                    std::vector<uint8_t> buf(size_t(stride) * s.h + 2 * kGuard, kCanary);
+                    uint8_t* top = buf.data() + kGuard;
+                    auto rowAt = [&](int32_t y) { return top + size_t(up ? s.h - 1 - y : y) * stride; };
+                    for (int32_t y = 0; y < s.h; ++y) std::copy_n(tight.data() + size_t(y) * s.w, s.w, rowAt(y));
+                    SharpenPlane(rowAt(0), s.w, s.h, up ? -stride : stride);
+                    bool same = true, canaries = true;
+                    for (int32_t y = 0; y < s.h; ++y)
+                        same = same && std::equal(rowAt(y), rowAt(y) + s.w, expected.data() + size_t(y) * s.w);
+                    for (size_t i = 0; i < buf.size(); ++i) {
+                        const size_t at = i - kGuard;
+                        const bool inside = i >= size_t(kGuard) && at < size_t(stride) * s.h &&
+                                            int32_t(at % stride) < s.w;
+                        canaries = canaries && (inside || buf[i] == kCanary);
+                    }
+                    EXPECT_TRUE(same) << "kind " << kind << " " << s.w << "x" << s.h << " up " << up << " "
+                                      << FormName(f);
+                    EXPECT_TRUE(canaries) << s.w << "x" << s.h << " up " << up << " " << FormName(f);
+                }
             }
         }
+}
+
+TEST(SharpenForms, BlursOfOtherWidthsMatchTheReference) {
+    // Kernels of 3, 7 and 19 taps, whose loops are not the sharpen's.
+    std::mt19937 rng(7);
+    for (const double sigma : {0.5, 1.0, 3.0})
+        for (const int32_t w : {2, 23, 57})
+            for (const int32_t h : {1, 12, 31}) {
+                std::vector<uint8_t> in(size_t(w) * h);
+                for (uint8_t& v : in) v = uint8_t(rng());
+                const std::vector<uint8_t> expected = ReferenceBlur(in, w, h, sigma);
+                for (SimdForm f : kForms) {
+                    if (HostSimdForm() < f) continue;
+                    ScopedKernelChoice choice(g_cpuFeatures, f);
+                    std::vector<uint8_t> out(in.size());
+                    GaussianBlurPlane(in.data(), w, h, sigma, out.data());
+                    EXPECT_EQ(out, expected) << sigma << " " << w << "x" << h << " " << FormName(f);
+                }
+            }
+}
+
+TEST(SharpenForms, DividingByOneLessTwoToTheMinus24RoundsToTheNextFloatUp) {
+    // The fast forms' stand-in for a division by that sum of taps (the sum
+    // of the sharpen's), over every float of three whole binades: the
+    // smallest normal ones and those around the sums of the blur.
+    const float whole = 0x1.fffffep-1f;
+    for (const float low : {0x1p-126f, 1.0f, 128.0f}) {
+        int64_t wrong = 0;
+        for (float s = low; s < 2 * low; s = std::nextafter(s, 1e30f))
+            wrong += s / whole != std::nextafter(s, 1e30f);
+        EXPECT_EQ(wrong, 0) << low;
+    }
+}
+
+TEST(SharpenForms, MaskAgreesForEveryPixelPairAndDivisor) {
+    // Every (a, b) pair in one row, under every divisor on each side and with
+    // either side or both switched off.
+    std::vector<uint8_t> a(256 * 256 + 7), b(a.size());
+    for (size_t i = 0; i < a.size(); ++i) a[i] = uint8_t(i >> 8), b[i] = uint8_t(i * 7 + 3);
+    for (size_t i = 0; i < 256 * 256; ++i) b[i] = uint8_t(i);
+    std::vector<std::pair<int32_t, int32_t>> sides = {{0, 0}, {-4, 3}, {9, 0}, {0, -9}};
+    for (int32_t d = 1; d <= 225; ++d) sides.push_back({d, -(226 - d)});
+    std::vector<uint8_t> expected(a.size());
+    for (SimdForm f : kForms) {
+        if (HostSimdForm() < f) continue;
+        ScopedKernelChoice choice(g_cpuFeatures, f);
+        const SharpenForms forms = PickSharpenForms();
+        for (const auto& [high, low] : sides) {
+            for (size_t i = 0; i < a.size(); ++i) expected[i] = ReferenceMask(a[i], b[i], high, low);
+            std::vector<uint8_t> row = a;
+            row.push_back(0xA5);
+            forms.apply(row.data(), b.data(), int32_t(a.size()), high, low);
+            ASSERT_EQ(row.back(), 0xA5);
+            row.pop_back();
+            ASSERT_EQ(row, expected) << "high " << high << " low " << low << " " << FormName(f);
+        }
+    }
 }
 
 }  // namespace
