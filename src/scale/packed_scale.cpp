@@ -4,6 +4,8 @@
 // neighbouring pairs; that is how the format is scaled here.
 #include "scale/packed_scale.h"
 
+#include <algorithm>
+
 #include "platform/byte_span.h"
 #include "platform/form_table.h"
 
@@ -54,6 +56,35 @@ void ScalePackedPlain(const ScaleTarget& target, const ScaleSource& source) {
             }
         }
     }
+}
+
+float PackedStep(uint32_t sourceSide, uint32_t targetSide) {
+    return static_cast<float>(double(sourceSide) / double(targetSide));
+}
+
+PackedColumns PlanPackedColumns(int32_t srcWidth, int32_t dstWidth) {
+    const float sx = PackedStep(uint32_t(srcWidth), uint32_t(dstWidth));
+    const size_t n = 2 * size_t(dstWidth);
+    PackedColumns c{std::vector<int32_t>(n), std::vector<int32_t>(n), std::vector<float>(n)};
+    for (int32_t x = 0; x < dstWidth; ++x) {
+        const float fx = static_cast<float>(double(x) * sx);
+        const int32_t ix = static_cast<int32_t>(fx);
+        const float dx = fx - static_cast<float>(ix);
+        const int32_t x0 = std::clamp(ix, 0, srcWidth - 1), x1 = std::clamp(ix + 1, 0, srcWidth - 1);
+        for (int32_t b = 0; b < 2; ++b) {
+            const size_t i = 2 * size_t(x) + size_t(b);
+            c.off0[i] = 2 * x0 + b;
+            c.off1[i] = 2 * x1 + b;
+            c.dx[i] = dx;
+        }
+    }
+    return c;
+}
+
+PackedRow PackedRowAt(int32_t y, float sy, int32_t lastRow) {
+    const float fy = static_cast<float>(double(y) * sy);
+    const int32_t iy = static_cast<int32_t>(fy);
+    return {std::clamp(iy, 0, lastRow), std::clamp(iy + 1, 0, lastRow), fy - static_cast<float>(iy)};
 }
 
 namespace {

@@ -1,7 +1,9 @@
 // The 4:2:2 scaler in every form this machine runs against the plain form:
-// enlargements and shrinks by awkward ratios, widths whose rows end inside
-// a vector step, sources that end where their last row ends, bottom-up
-// targets with canaries around them, and a target over its own source.
+// enlargements and shrinks by awkward ratios and by the halves and quarters
+// the integer way takes, widths whose rows end inside a vector step, sources
+// that end where their last row ends or run bottom-up, bottom-up targets
+// with canaries around them, bytes at the ends of their range, and a target
+// over its own source.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -18,23 +20,36 @@ TEST(PackedScaleForms, AgreeWithThePlainForm) {
     struct Size {
         int32_t sw, sh, dw, dh;
     };
-    const Size sizes[] = {{40, 20, 80, 40}, {37, 11, 101, 29}, {64, 30, 96, 45}, {97, 33, 48, 16}, {1, 1, 9, 3},
-                          {3, 2, 2, 1},     {160, 12, 20, 3},  {15, 7, 61, 23},  {33, 5, 35, 9},  {2, 9, 1, 4},
-                          {96, 40, 48, 20}, {64, 32, 16, 8},   {50, 30, 25, 10}};
+    // Awkward ratios (float and double arithmetic), then whole 128ths
+    // across and down (2x, 1/2, 2/3, 4x, 1/4, 1/8, mixed; odd and vector-
+    // ending widths), then halves across with awkward ratios down and back.
+    const Size sizes[] = {{40, 20, 80, 40},  {37, 11, 101, 29}, {64, 30, 96, 45}, {97, 33, 48, 16}, {1, 1, 9, 3},
+                          {3, 2, 2, 1},      {160, 12, 20, 3},  {15, 7, 61, 23},  {33, 5, 35, 9},  {2, 9, 1, 4},
+                          {96, 40, 48, 20},  {64, 32, 16, 8},   {50, 30, 25, 10}, {37, 13, 74, 26}, {75, 31, 37, 15},
+                          {48, 30, 32, 20},  {99, 27, 66, 18},  {17, 5, 68, 20},  {130, 9, 65, 9},  {131, 40, 33, 10},
+                          {200, 16, 25, 2},  {8, 8, 16, 4},     {5, 3, 10, 6},    {41, 12, 82, 17}, {41, 17, 82, 12},
+                          {36, 11, 24, 11},  {23, 6, 92, 21}};
     std::mt19937 rng(41);
     const size_t margin = 40;
     for (const Size& s : sizes)
-        for (bool up : {false, true}) {
+        for (int variant = 0; variant < 4; ++variant) {
+            // Bit 0: bottom-up target; bit 1: bottom-up source whose bytes
+            // sit at the ends of their range (0, 255, runs of one value).
+            const bool up = variant & 1, extremes = variant & 2;
             const int32_t srcStride = 2 * s.sw;  // the last row ends the buffer
             std::vector<uint8_t> src(size_t(srcStride) * s.sh);
-            for (auto& b : src) b = uint8_t(rng());
+            for (size_t i = 0; i < src.size(); ++i) {
+                const uint32_t r = rng();
+                src[i] = !extremes ? uint8_t(r) : (r & 3) == 0 ? uint8_t(r >> 8) : (r >> 4) & 1 ? 255 : 0;
+            }
+            const uint8_t* first = extremes ? src.data() + size_t(srcStride) * (s.sh - 1) : src.data();
             const int32_t dstStride = 2 * s.dw + 6;
             auto run = [&](SimdForm form) {
                 ScopedKernelChoice choice(g_cpuFeatures, form);
                 std::vector<uint8_t> out(size_t(dstStride) * s.dh + 2 * margin, 0x3C);
                 uint8_t* dst = out.data() + margin + (up ? size_t(dstStride) * (s.dh - 1) : 0);
                 ScalePacked({dst, uint32_t(s.dw), uint32_t(s.dh), up ? -dstStride : dstStride, 2},
-                            {src.data(), uint32_t(s.sw), uint32_t(s.sh), srcStride, 2});
+                            {first, uint32_t(s.sw), uint32_t(s.sh), extremes ? -srcStride : srcStride, 2});
                 return out;
             };
             const auto plain = run(SimdForm::Plain);
@@ -44,10 +59,32 @@ TEST(PackedScaleForms, AgreeWithThePlainForm) {
             }
             for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
                 if (HostSimdForm() < f) continue;
-                EXPECT_EQ(run(f), plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << (up ? " up " : " ")
-                                         << FormName(f);
+                EXPECT_EQ(run(f), plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " variant "
+                                         << variant << " " << FormName(f);
             }
         }
+}
+
+// Doubling worked by hand: a target byte at a half position takes the floor
+// of the mean of its neighbours, one at a half row the floor of the mean of
+// the two row values, which may be quarters. Every form gives the same.
+TEST(PackedScaleForms, DoublingTakesTheFloorOfHalvesAndQuarters) {
+    // Two pairs a row, two rows; the pair at x = 1 clamps onto itself.
+    const uint8_t src[8] = {10, 20, 31, 41, 13, 200, 0, 255};
+    const uint8_t expected[4][8] = {
+        {10, 20, 20, 30, 31, 41, 31, 41},                  // row 0
+        {11, 110, 13, 129, 15, 148, 15, 148},              // half way between the source rows
+        {13, 200, 6, 227, 0, 255, 0, 255},                 // row 1
+        {13, 200, 6, 227, 0, 255, 0, 255},                 // clamps onto row 1
+    };
+    for (SimdForm f : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+        if (HostSimdForm() < f) continue;
+        ScopedKernelChoice choice(g_cpuFeatures, f);
+        uint8_t out[4][8] = {};
+        ScalePacked({&out[0][0], 4, 4, 8, 2}, {src, 2, 2, 4, 2});
+        for (int y = 0; y < 4; ++y)
+            for (int i = 0; i < 8; ++i) EXPECT_EQ(out[y][i], expected[y][i]) << y << "," << i << " " << FormName(f);
+    }
 }
 
 TEST(PackedScaleForms, TargetOverTheSourceGivesThePlainBytes) {

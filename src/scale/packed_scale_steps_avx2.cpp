@@ -1,0 +1,158 @@
+// The 4:2:2 scaler, AVX2 form, for sizes whose every fraction across and
+// down is a whole number of 128ths: halves and quarters, as the doubling,
+// the halving and the two-thirds sizes give. Then no step of the plain
+// form's arithmetic rounds: a row blend H = a - (a - b) * dx is a multiple
+// of 1/128 below 256, which a float holds, so float(H) = H; the value
+// top - (top - bottom) * dy is a multiple of 1/16384 below 256, which a
+// double holds; and it is not negative, so its truncation is its floor. In
+// integers, with DX = 128 dx and DY = 128 dy:
+//   128 H  = 128 a - (a - b) DX                              (16 bits)
+//   value  = (128 H0 (128 - DY) + 128 H1 DY) >> 14            (32 bits)
+// which this form works sixteen and thirty-two bytes at a time.
+#include <immintrin.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "scale/packed_scale.h"
+
+namespace tarn {
+namespace {
+
+constexpr int32_t kShift = 7, kOne = 1 << kShift;
+
+// A fraction in 128ths, or -1 when it is not a whole number of them (the
+// product by 128 is exact, so the test is too).
+int32_t InSteps(float fraction) {
+    const float scaled = fraction * float(kOne);
+    const int32_t whole = static_cast<int32_t>(scaled);
+    return static_cast<float>(whole) == scaled ? whole : -1;
+}
+
+// Per block of 8 target bytes, the first of 16 row bytes that hold all
+// their samples (-1: they spread wider, read one by one) and the two byte
+// shuffles that put the first and the second sample of each in the low
+// byte of a 16-bit lane.
+struct Columns {
+    PackedColumns taps;
+    std::vector<int16_t> dx;  // 128ths
+    std::vector<int32_t> base;
+    std::vector<uint8_t> pickA, pickB;  // [block][16]
+};
+
+bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
+    c.taps = PlanPackedColumns(srcWidth, dstWidth);
+    const std::vector<int32_t>&off0 = c.taps.off0, &off1 = c.taps.off1;
+    const size_t n = off0.size();
+    c.dx.resize(n);
+    for (size_t i = 0; i < n; ++i) {
+        const int32_t steps = InSteps(c.taps.dx[i]);
+        if (steps < 0) return false;
+        c.dx[i] = int16_t(steps);
+    }
+    const size_t blocks = n / 8;
+    const int32_t rowBytes = 2 * srcWidth;
+    c.base.assign(blocks, -1);
+    c.pickA.assign(blocks * 16, 0x80);
+    c.pickB.assign(blocks * 16, 0x80);
+    for (size_t k = 0; k < blocks && rowBytes >= 16; ++k) {
+        const auto first = off0.begin() + ptrdiff_t(8 * k), firstB = off1.begin() + ptrdiff_t(8 * k);
+        const int32_t lo = std::min(*std::min_element(first, first + 8), *std::min_element(firstB, firstB + 8));
+        const int32_t hi = std::max(*std::max_element(first, first + 8), *std::max_element(firstB, firstB + 8));
+        const int32_t base = std::min(lo, rowBytes - 16);
+        if (hi - base >= 16) continue;
+        c.base[k] = base;
+        for (size_t j = 0; j < 8; ++j) {
+            c.pickA[16 * k + 2 * j] = uint8_t(off0[8 * k + j] - base);
+            c.pickB[16 * k + 2 * j] = uint8_t(off1[8 * k + j] - base);
+        }
+    }
+    return true;
+}
+
+int16_t BlendOne(const uint8_t* row, const Columns& c, size_t i) {
+    const int32_t a = row[c.taps.off0[i]], b = row[c.taps.off1[i]];
+    return int16_t(a * kOne - (a - b) * c.dx[i]);
+}
+
+// 128 H of each target byte of a source row, sixteen at a time: two blocks
+// of eight, each shuffled out of its own 16-byte window in one half.
+void BlendRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        const size_t k = i / 8;
+        const int32_t base0 = c.base[k], base1 = c.base[k + 1];
+        if ((base0 | base1) < 0) {
+            for (size_t j = i; j < i + 16; ++j) h[j] = BlendOne(row, c, j);
+            continue;
+        }
+        const __m256i window =
+            _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base0))),
+                                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base1)), 1);
+        const __m256i a =
+            _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&c.pickA[16 * k])));
+        const __m256i b =
+            _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&c.pickB[16 * k])));
+        const __m256i dx = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&c.dx[i]));
+        const __m256i blended =
+            _mm256_sub_epi16(_mm256_slli_epi16(a, kShift), _mm256_mullo_epi16(_mm256_sub_epi16(a, b), dx));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(h + i), blended);
+    }
+    for (; i < n; ++i) h[i] = BlendOne(row, c, i);
+}
+
+// Thirty-two target bytes from two vectors of sixteen 16-bit values below
+// 256, in order (the pack interleaves the halves; the permute undoes it).
+void StoreBytes(uint8_t* d, __m256i first, __m256i second) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d),
+                        _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8));
+}
+
+// One target row from 128 H of its two source rows and DY.
+void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, size_t n) {
+    auto at = [](const int16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); };
+    size_t i = 0;
+    if (dy == 0) {
+        for (; i + 32 <= n; i += 32)
+            StoreBytes(d + i, _mm256_srli_epi16(at(top + i), kShift), _mm256_srli_epi16(at(top + i + 16), kShift));
+        for (; i < n; ++i) d[i] = uint8_t(top[i] >> kShift);
+        return;
+    }
+    // Each pair (upper, lower) times (128 - DY, DY), summed in 32 bits.
+    const __m256i weights = _mm256_set1_epi32((kOne - dy) | (dy << 16));
+    auto sixteen = [&](size_t j) {
+        const __m256i t = at(top + j), b = at(bottom + j);
+        const __m256i low = _mm256_srli_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(t, b), weights), 2 * kShift);
+        const __m256i high = _mm256_srli_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(t, b), weights), 2 * kShift);
+        return _mm256_packs_epi32(low, high);
+    };
+    for (; i + 32 <= n; i += 32) StoreBytes(d + i, sixteen(i), sixteen(i + 16));
+    for (; i < n; ++i) d[i] = uint8_t((top[i] * (kOne - dy) + bottom[i] * dy) >> (2 * kShift));
+}
+
+}  // namespace
+
+bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) {
+    const int32_t lastRow = int32_t(source.height) - 1, rows = int32_t(target.height);
+    const float sy = PackedStep(source.height, target.height);
+    for (int32_t y = 0; y < rows; ++y)
+        if (InSteps(PackedRowAt(y, sy, lastRow).dy) < 0) return false;
+    Columns c;
+    if (!PlanColumns(int32_t(source.width), int32_t(target.width), c)) return false;
+    const size_t n = 2 * size_t(target.width);
+    KeptRows<std::vector<int16_t>> kept{std::vector<int16_t>(n)};
+    auto blend = [&](std::vector<int16_t>& out, int32_t y) {
+        BlendRow(out.data(), source.pixels + intptr_t(y) * source.stride, c, n);
+    };
+    for (int32_t y = 0; y < rows; ++y) {
+        const PackedRow r = PackedRowAt(y, sy, lastRow);
+        const int32_t dy = InSteps(r.dy);
+        // With DY 0 the row below plays no part.
+        const std::vector<int16_t>& top = kept.Get(r.y0, r.y1, blend);
+        const std::vector<int16_t>& bottom = dy == 0 ? top : kept.Get(r.y1, r.y0, blend);
+        MixRow(target.pixels + intptr_t(y) * target.stride, top.data(), bottom.data(), dy, n);
+    }
+    return true;
+}
+
+}  // namespace tarn
