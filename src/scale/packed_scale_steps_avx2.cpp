@@ -1,14 +1,16 @@
-// The 4:2:2 scaler, AVX2 form, for sizes whose every fraction across and
-// down is a whole number of 128ths: halves and quarters, as the doubling,
-// the halving and the two-thirds sizes give. Then no step of the plain
-// form's arithmetic rounds: a row blend H = a - (a - b) * dx is a multiple
-// of 1/128 below 256, which a float holds, so float(H) = H; the value
-// top - (top - bottom) * dy is a multiple of 1/16384 below 256, which a
-// double holds; and it is not negative, so its truncation is its floor. In
-// integers, with DX = 128 dx and DY = 128 dy:
-//   128 H  = 128 a - (a - b) DX                              (16 bits)
-//   value  = (128 H0 (128 - DY) + 128 H1 DY) >> 14            (32 bits)
-// which this form works sixteen and thirty-two bytes at a time.
+// The 4:2:2 scaler, AVX2 form, for sizes whose every fraction across is a
+// whole number of 2^-kx and every one down of 2^-ky, kx and ky at most 7:
+// halves and quarters, as the doubling, the halving and the two-thirds
+// sizes give. Then no step of the plain form's arithmetic rounds: a row
+// blend H = a - (a - b) * dx is a multiple of 2^-kx below 256, which a float
+// holds, so float(H) = H; the value top - (top - bottom) * dy is a multiple
+// of 2^-(kx + ky) below 256, which a double holds; and it is not negative,
+// so its truncation is its floor. In integers, with DX = dx 2^kx and
+// DY = dy 2^ky:
+//   H'    = a 2^kx - (a - b) DX                                (16 bits)
+//   value = (H'0 (2^ky - DY) + H'1 DY) >> (kx + ky)
+// which fits 16 bits while kx + ky <= 8 and 32 bits always; this form works
+// it sixteen and thirty-two bytes at a time.
 #include <immintrin.h>
 
 #include <algorithm>
@@ -19,14 +21,27 @@
 namespace tarn {
 namespace {
 
-constexpr int32_t kShift = 7, kOne = 1 << kShift;
+constexpr int32_t kFinest = 7;
 
-// A fraction in 128ths, or -1 when it is not a whole number of them (the
-// product by 128 is exact, so the test is too).
-int32_t InSteps(float fraction) {
-    const float scaled = fraction * float(kOne);
-    const int32_t whole = static_cast<int32_t>(scaled);
-    return static_cast<float>(whole) == scaled ? whole : -1;
+// The fewest binary places of a fraction, or -1 beyond kFinest (products by
+// powers of two are exact, so the test is too).
+int32_t PlacesOf(float fraction) {
+    for (int32_t k = 0; k <= kFinest; ++k) {
+        const float scaled = fraction * float(1 << k);
+        if (static_cast<float>(static_cast<int32_t>(scaled)) == scaled) return k;
+    }
+    return -1;
+}
+
+// The places that serve every fraction of a list, or -1.
+int32_t PlacesOfAll(const std::vector<float>& fractions) {
+    int32_t places = 0;
+    for (float f : fractions) {
+        const int32_t k = PlacesOf(f);
+        if (k < 0) return -1;
+        places = std::max(places, k);
+    }
+    return places;
 }
 
 // Per block of 8 target bytes, the first of 16 row bytes that hold all
@@ -35,7 +50,8 @@ int32_t InSteps(float fraction) {
 // byte of a 16-bit lane.
 struct Columns {
     PackedColumns taps;
-    std::vector<int16_t> dx;  // 128ths
+    int32_t places;           // kx
+    std::vector<int16_t> dx;  // DX
     std::vector<int32_t> base;
     std::vector<uint8_t> pickA, pickB;  // [block][16]
 };
@@ -44,12 +60,10 @@ bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
     c.taps = PlanPackedColumns(srcWidth, dstWidth);
     const std::vector<int32_t>&off0 = c.taps.off0, &off1 = c.taps.off1;
     const size_t n = off0.size();
+    c.places = PlacesOfAll(c.taps.dx);
+    if (c.places < 0) return false;
     c.dx.resize(n);
-    for (size_t i = 0; i < n; ++i) {
-        const int32_t steps = InSteps(c.taps.dx[i]);
-        if (steps < 0) return false;
-        c.dx[i] = int16_t(steps);
-    }
+    for (size_t i = 0; i < n; ++i) c.dx[i] = int16_t(c.taps.dx[i] * float(1 << c.places));
     const size_t blocks = n / 8;
     const int32_t rowBytes = 2 * srcWidth;
     c.base.assign(blocks, -1);
@@ -72,10 +86,10 @@ bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
 
 int16_t BlendOne(const uint8_t* row, const Columns& c, size_t i) {
     const int32_t a = row[c.taps.off0[i]], b = row[c.taps.off1[i]];
-    return int16_t(a * kOne - (a - b) * c.dx[i]);
+    return int16_t((a << c.places) - (a - b) * c.dx[i]);
 }
 
-// 128 H of each target byte of a source row, sixteen at a time: two blocks
+// H' of each target byte of a source row, sixteen at a time: two blocks
 // of eight, each shuffled out of its own 16-byte window in one half.
 void BlendRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
     size_t i = 0;
@@ -94,8 +108,8 @@ void BlendRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
         const __m256i b =
             _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&c.pickB[16 * k])));
         const __m256i dx = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&c.dx[i]));
-        const __m256i blended =
-            _mm256_sub_epi16(_mm256_slli_epi16(a, kShift), _mm256_mullo_epi16(_mm256_sub_epi16(a, b), dx));
+        const __m256i blended = _mm256_sub_epi16(_mm256_sll_epi16(a, _mm_cvtsi32_si128(c.places)),
+                                                 _mm256_mullo_epi16(_mm256_sub_epi16(a, b), dx));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(h + i), blended);
     }
     for (; i < n; ++i) h[i] = BlendOne(row, c, i);
@@ -108,26 +122,39 @@ void StoreBytes(uint8_t* d, __m256i first, __m256i second) {
                         _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8));
 }
 
-// One target row from 128 H of its two source rows and DY.
-void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, size_t n) {
+// One target row from H' of its two source rows, DY and the places.
+void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, int32_t kx, int32_t ky, size_t n) {
     auto at = [](const int16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); };
+    const int32_t shift = kx + ky, one = 1 << ky;
+    const __m128i count = _mm_cvtsi32_si128(dy == 0 ? kx : shift);
     size_t i = 0;
     if (dy == 0) {
         for (; i + 32 <= n; i += 32)
-            StoreBytes(d + i, _mm256_srli_epi16(at(top + i), kShift), _mm256_srli_epi16(at(top + i + 16), kShift));
-        for (; i < n; ++i) d[i] = uint8_t(top[i] >> kShift);
+            StoreBytes(d + i, _mm256_srl_epi16(at(top + i), count), _mm256_srl_epi16(at(top + i + 16), count));
+        for (; i < n; ++i) d[i] = uint8_t(top[i] >> kx);
         return;
     }
-    // Each pair (upper, lower) times (128 - DY, DY), summed in 32 bits.
-    const __m256i weights = _mm256_set1_epi32((kOne - dy) | (dy << 16));
-    auto sixteen = [&](size_t j) {
-        const __m256i t = at(top + j), b = at(bottom + j);
-        const __m256i low = _mm256_srli_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(t, b), weights), 2 * kShift);
-        const __m256i high = _mm256_srli_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(t, b), weights), 2 * kShift);
-        return _mm256_packs_epi32(low, high);
-    };
-    for (; i + 32 <= n; i += 32) StoreBytes(d + i, sixteen(i), sixteen(i + 16));
-    for (; i < n; ++i) d[i] = uint8_t((top[i] * (kOne - dy) + bottom[i] * dy) >> (2 * kShift));
+    if (shift <= 8) {
+        // The weighted sum stays below 2^16: products and sum in 16 bits.
+        const __m256i upper = _mm256_set1_epi16(int16_t(one - dy)), lower = _mm256_set1_epi16(int16_t(dy));
+        auto sixteen = [&](size_t j) {
+            const __m256i sum =
+                _mm256_add_epi16(_mm256_mullo_epi16(at(top + j), upper), _mm256_mullo_epi16(at(bottom + j), lower));
+            return _mm256_srl_epi16(sum, count);
+        };
+        for (; i + 32 <= n; i += 32) StoreBytes(d + i, sixteen(i), sixteen(i + 16));
+    } else {
+        // Each pair (upper, lower) times (2^ky - DY, DY), summed in 32 bits.
+        const __m256i weights = _mm256_set1_epi32((one - dy) | (dy << 16));
+        auto sixteen = [&](size_t j) {
+            const __m256i t = at(top + j), b = at(bottom + j);
+            const __m256i low = _mm256_srl_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(t, b), weights), count);
+            const __m256i high = _mm256_srl_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(t, b), weights), count);
+            return _mm256_packs_epi32(low, high);
+        };
+        for (; i + 32 <= n; i += 32) StoreBytes(d + i, sixteen(i), sixteen(i + 16));
+    }
+    for (; i < n; ++i) d[i] = uint8_t((top[i] * (one - dy) + bottom[i] * dy) >> shift);
 }
 
 }  // namespace
@@ -135,8 +162,10 @@ void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, s
 bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) {
     const int32_t lastRow = int32_t(source.height) - 1, rows = int32_t(target.height);
     const float sy = PackedStep(source.height, target.height);
-    for (int32_t y = 0; y < rows; ++y)
-        if (InSteps(PackedRowAt(y, sy, lastRow).dy) < 0) return false;
+    std::vector<float> fractions(size_t(rows), 0.0f);
+    for (int32_t y = 0; y < rows; ++y) fractions[size_t(y)] = PackedRowAt(y, sy, lastRow).dy;
+    const int32_t ky = PlacesOfAll(fractions);
+    if (ky < 0) return false;
     Columns c;
     if (!PlanColumns(int32_t(source.width), int32_t(target.width), c)) return false;
     const size_t n = 2 * size_t(target.width);
@@ -146,11 +175,11 @@ bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) 
     };
     for (int32_t y = 0; y < rows; ++y) {
         const PackedRow r = PackedRowAt(y, sy, lastRow);
-        const int32_t dy = InSteps(r.dy);
+        const int32_t dy = int32_t(r.dy * float(1 << ky));
         // With DY 0 the row below plays no part.
         const std::vector<int16_t>& top = kept.Get(r.y0, r.y1, blend);
         const std::vector<int16_t>& bottom = dy == 0 ? top : kept.Get(r.y1, r.y0, blend);
-        MixRow(target.pixels + intptr_t(y) * target.stride, top.data(), bottom.data(), dy, n);
+        MixRow(target.pixels + intptr_t(y) * target.stride, top.data(), bottom.data(), dy, c.places, ky, n);
     }
     return true;
 }
