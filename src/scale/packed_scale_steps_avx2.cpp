@@ -54,6 +54,7 @@ struct Columns {
     std::vector<int16_t> dx;  // DX
     std::vector<int32_t> base;
     std::vector<uint8_t> pickA, pickB;  // [block][16]
+    std::vector<uint8_t> pickBytes;     // [block][16]: the first samples into bytes 0-7
 };
 
 bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
@@ -69,6 +70,7 @@ bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
     c.base.assign(blocks, -1);
     c.pickA.assign(blocks * 16, 0x80);
     c.pickB.assign(blocks * 16, 0x80);
+    c.pickBytes.assign(blocks * 16, 0x80);
     for (size_t k = 0; k < blocks && rowBytes >= 16; ++k) {
         const auto first = off0.begin() + ptrdiff_t(8 * k), firstB = off1.begin() + ptrdiff_t(8 * k);
         const int32_t lo = std::min(*std::min_element(first, first + 8), *std::min_element(firstB, firstB + 8));
@@ -79,6 +81,7 @@ bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
         for (size_t j = 0; j < 8; ++j) {
             c.pickA[16 * k + 2 * j] = uint8_t(off0[8 * k + j] - base);
             c.pickB[16 * k + 2 * j] = uint8_t(off1[8 * k + j] - base);
+            c.pickBytes[16 * k + j] = uint8_t(off0[8 * k + j] - base);
         }
     }
     return true;
@@ -89,30 +92,62 @@ int16_t BlendOne(const uint8_t* row, const Columns& c, size_t i) {
     return int16_t((a << c.places) - (a - b) * c.dx[i]);
 }
 
-// H' of each target byte of a source row, sixteen at a time: two blocks
-// of eight, each shuffled out of its own 16-byte window in one half.
+// Two blocks of eight target bytes' windows, one in each half.
+__m256i Windows(const uint8_t* row, int32_t base0, int32_t base1) {
+    const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base0));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(first),
+                                   _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base1)), 1);
+}
+
+__m256i Load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+
+// H' of each target byte of a source row, sixteen at a time: two blocks of
+// eight, each shuffled out of its own 16-byte window in one half. The
+// tables are read through locals: the vector stores may alias anything, and
+// would have every pointer fetched anew on each step.
 void BlendRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
+    const int32_t* base = c.base.data();
+    const uint8_t *pickA = c.pickA.data(), *pickB = c.pickB.data();
+    const int16_t* dx = c.dx.data();
+    const __m128i places = _mm_cvtsi32_si128(c.places);
     size_t i = 0;
     for (; i + 16 <= n; i += 16) {
         const size_t k = i / 8;
-        const int32_t base0 = c.base[k], base1 = c.base[k + 1];
+        const int32_t base0 = base[k], base1 = base[k + 1];
         if ((base0 | base1) < 0) {
             for (size_t j = i; j < i + 16; ++j) h[j] = BlendOne(row, c, j);
             continue;
         }
-        const __m256i window =
-            _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base0))),
-                                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base1)), 1);
-        const __m256i a =
-            _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&c.pickA[16 * k])));
-        const __m256i b =
-            _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&c.pickB[16 * k])));
-        const __m256i dx = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&c.dx[i]));
-        const __m256i blended = _mm256_sub_epi16(_mm256_sll_epi16(a, _mm_cvtsi32_si128(c.places)),
-                                                 _mm256_mullo_epi16(_mm256_sub_epi16(a, b), dx));
+        const __m256i window = Windows(row, base0, base1);
+        const __m256i a = _mm256_shuffle_epi8(window, Load(pickA + 16 * k));
+        const __m256i b = _mm256_shuffle_epi8(window, Load(pickB + 16 * k));
+        const __m256i blended =
+            _mm256_sub_epi16(_mm256_sll_epi16(a, places), _mm256_mullo_epi16(_mm256_sub_epi16(a, b), Load(dx + i)));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(h + i), blended);
     }
     for (; i < n; ++i) h[i] = BlendOne(row, c, i);
+}
+
+// A target row that is its source row's first samples as they are (every
+// DX and its DY 0, as when halving): shuffled straight into bytes, sixteen
+// at a time.
+void GatherRow(uint8_t* d, const uint8_t* row, const Columns& c, size_t n) {
+    const int32_t* base = c.base.data();
+    const uint8_t* pickBytes = c.pickBytes.data();
+    const int32_t* off0 = c.taps.off0.data();
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        const size_t k = i / 8;
+        const int32_t base0 = base[k], base1 = base[k + 1];
+        if ((base0 | base1) < 0) {
+            for (size_t j = i; j < i + 16; ++j) d[j] = row[off0[j]];
+            continue;
+        }
+        const __m256i eights = _mm256_shuffle_epi8(Windows(row, base0, base1), Load(pickBytes + 16 * k));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i),
+                         _mm256_castsi256_si128(_mm256_permute4x64_epi64(eights, 0x08)));
+    }
+    for (; i < n; ++i) d[i] = row[off0[i]];
 }
 
 // Thirty-two target bytes from two vectors of sixteen 16-bit values below
@@ -176,10 +211,15 @@ bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) 
     for (int32_t y = 0; y < rows; ++y) {
         const PackedRow r = PackedRowAt(y, sy, lastRow);
         const int32_t dy = int32_t(r.dy * float(1 << ky));
+        uint8_t* d = target.pixels + intptr_t(y) * target.stride;
+        if (c.places == 0 && dy == 0) {
+            GatherRow(d, source.pixels + intptr_t(r.y0) * source.stride, c, n);
+            continue;
+        }
         // With DY 0 the row below plays no part.
         const std::vector<int16_t>& top = kept.Get(r.y0, r.y1, blend);
         const std::vector<int16_t>& bottom = dy == 0 ? top : kept.Get(r.y1, r.y0, blend);
-        MixRow(target.pixels + intptr_t(y) * target.stride, top.data(), bottom.data(), dy, c.places, ky, n);
+        MixRow(d, top.data(), bottom.data(), dy, c.places, ky, n);
     }
     return true;
 }
