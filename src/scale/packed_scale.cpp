@@ -81,6 +81,29 @@ PackedColumns PlanPackedColumns(int32_t srcWidth, int32_t dstWidth) {
     return c;
 }
 
+PackedWindows PlanPackedWindows(const PackedColumns& columns, int32_t rowBytes, int32_t perBlock) {
+    const std::vector<int32_t>&off0 = columns.off0, &off1 = columns.off1;
+    const size_t blocks = off0.size() / size_t(perBlock), lane = size_t(16 / perBlock);
+    PackedWindows w{std::vector<int32_t>(blocks, -1), std::vector<uint8_t>(blocks * 16, 0x80),
+                    std::vector<uint8_t>(blocks * 16, 0x80)};
+    for (size_t k = 0; k < blocks && rowBytes >= 16; ++k) {
+        const size_t first = k * size_t(perBlock), end = first + size_t(perBlock);
+        int32_t lo = off0[first], hi = lo;
+        for (size_t i = first; i < end; ++i) {
+            lo = std::min({lo, off0[i], off1[i]});
+            hi = std::max({hi, off0[i], off1[i]});
+        }
+        const int32_t base = std::min(lo, rowBytes - 16);
+        if (hi - base >= 16) continue;
+        w.base[k] = base;
+        for (size_t i = first; i < end; ++i) {
+            w.pickA[16 * k + lane * (i - first)] = uint8_t(off0[i] - base);
+            w.pickB[16 * k + lane * (i - first)] = uint8_t(off1[i] - base);
+        }
+    }
+    return w;
+}
+
 PackedRow PackedRowAt(int32_t y, float sy, int32_t lastRow) {
     const float fy = static_cast<float>(double(y) * sy);
     const int32_t iy = static_cast<int32_t>(fy);

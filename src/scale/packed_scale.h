@@ -27,6 +27,18 @@ struct PackedColumns {
 };
 PackedColumns PlanPackedColumns(int32_t srcWidth, int32_t dstWidth);
 
+// For the vector forms: per block of `perBlock` target bytes, the first of
+// 16 row bytes that hold all their samples (-1: they spread wider, or the
+// row is shorter, and the block is read one byte at a time) and two byte
+// shuffles of those 16 bytes that put the first and the second sample of
+// each target byte in the low byte of a lane of 16 / perBlock bytes, the
+// rest of the lane zero.
+struct PackedWindows {
+    std::vector<int32_t> base;
+    std::vector<uint8_t> pickA, pickB;  // [block][16]
+};
+PackedWindows PlanPackedWindows(const PackedColumns& columns, int32_t rowBytes, int32_t perBlock);
+
 // The two source rows target row y blends, and the fraction between them.
 struct PackedRow {
     int32_t y0, y1;

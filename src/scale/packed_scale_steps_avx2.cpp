@@ -44,46 +44,27 @@ int32_t PlacesOfAll(const std::vector<float>& fractions) {
     return places;
 }
 
-// Per block of 8 target bytes, the first of 16 row bytes that hold all
-// their samples (-1: they spread wider, read one by one) and the two byte
-// shuffles that put the first and the second sample of each in the low
-// byte of a 16-bit lane.
+// The columns with DX in place of dx, and the windows of blocks of eight
+// target bytes: shuffles into 16-bit lanes for the blends, and of the first
+// samples into bytes for the rows that take them as they are.
 struct Columns {
     PackedColumns taps;
     int32_t places;           // kx
     std::vector<int16_t> dx;  // DX
-    std::vector<int32_t> base;
-    std::vector<uint8_t> pickA, pickB;  // [block][16]
-    std::vector<uint8_t> pickBytes;     // [block][16]: the first samples into bytes 0-7
+    PackedWindows words;
+    std::vector<uint8_t> pickBytes;  // [block][16]: the first samples in bytes 0-7
 };
 
 bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
     c.taps = PlanPackedColumns(srcWidth, dstWidth);
-    const std::vector<int32_t>&off0 = c.taps.off0, &off1 = c.taps.off1;
-    const size_t n = off0.size();
     c.places = PlacesOfAll(c.taps.dx);
     if (c.places < 0) return false;
+    const size_t n = c.taps.dx.size();
     c.dx.resize(n);
     for (size_t i = 0; i < n; ++i) c.dx[i] = int16_t(c.taps.dx[i] * float(1 << c.places));
-    const size_t blocks = n / 8;
-    const int32_t rowBytes = 2 * srcWidth;
-    c.base.assign(blocks, -1);
-    c.pickA.assign(blocks * 16, 0x80);
-    c.pickB.assign(blocks * 16, 0x80);
-    c.pickBytes.assign(blocks * 16, 0x80);
-    for (size_t k = 0; k < blocks && rowBytes >= 16; ++k) {
-        const auto first = off0.begin() + ptrdiff_t(8 * k), firstB = off1.begin() + ptrdiff_t(8 * k);
-        const int32_t lo = std::min(*std::min_element(first, first + 8), *std::min_element(firstB, firstB + 8));
-        const int32_t hi = std::max(*std::max_element(first, first + 8), *std::max_element(firstB, firstB + 8));
-        const int32_t base = std::min(lo, rowBytes - 16);
-        if (hi - base >= 16) continue;
-        c.base[k] = base;
-        for (size_t j = 0; j < 8; ++j) {
-            c.pickA[16 * k + 2 * j] = uint8_t(off0[8 * k + j] - base);
-            c.pickB[16 * k + 2 * j] = uint8_t(off1[8 * k + j] - base);
-            c.pickBytes[16 * k + j] = uint8_t(off0[8 * k + j] - base);
-        }
-    }
+    c.words = PlanPackedWindows(c.taps, 2 * srcWidth, 8);
+    c.pickBytes.assign(c.words.pickA.size(), 0x80);
+    for (size_t i = 0; i < c.pickBytes.size(); i += 2) c.pickBytes[i / 16 * 16 + i % 16 / 2] = c.words.pickA[i];
     return true;
 }
 
@@ -106,8 +87,8 @@ __m256i Load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256
 // tables are read through locals: the vector stores may alias anything, and
 // would have every pointer fetched anew on each step.
 void BlendRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
-    const int32_t* base = c.base.data();
-    const uint8_t *pickA = c.pickA.data(), *pickB = c.pickB.data();
+    const int32_t* base = c.words.base.data();
+    const uint8_t *pickA = c.words.pickA.data(), *pickB = c.words.pickB.data();
     const int16_t* dx = c.dx.data();
     const __m128i places = _mm_cvtsi32_si128(c.places);
     size_t i = 0;
@@ -132,7 +113,7 @@ void BlendRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
 // DX and its DY 0, as when halving): shuffled straight into bytes, sixteen
 // at a time.
 void GatherRow(uint8_t* d, const uint8_t* row, const Columns& c, size_t n) {
-    const int32_t* base = c.base.data();
+    const int32_t* base = c.words.base.data();
     const uint8_t* pickBytes = c.pickBytes.data();
     const int32_t* off0 = c.taps.off0.data();
     size_t i = 0;
