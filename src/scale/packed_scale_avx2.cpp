@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "scale/packed_scale.h"
+#include "scale/packed_sweep_avx2.h"
 
 namespace tarn {
 namespace {
@@ -93,24 +94,23 @@ void BlendRow(Blended& out, const uint8_t* row, const Columns& c, size_t n) {
 }
 
 // One target row: double(top) - (double(top) - bottom) * dy, truncated.
-void MixRow(uint8_t* d, const float* top, const double* bottom, float dy, size_t n) {
+void MixRow(uint8_t* d, const float* top, const double* bottom, float dy, size_t n, bool around) {
     const __m256d dyv = _mm256_set1_pd(double(dy));
     auto four = [&](size_t i) {
         const __m256d t = _mm256_cvtps_pd(_mm_loadu_ps(top + i));
         const __m256d v = _mm256_sub_pd(t, _mm256_mul_pd(_mm256_sub_pd(t, _mm256_loadu_pd(bottom + i)), dyv));
         return _mm256_cvttpd_epi32(v);
     };
-    size_t i = 0;
-    for (; i + 16 <= n; i += 16) {
-        const __m128i low = _mm_packs_epi32(four(i), four(i + 4));
-        const __m128i high = _mm_packs_epi32(four(i + 8), four(i + 12));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_packus_epi16(low, high));
-    }
-    for (; i < n; ++i) {
-        const double t = top[i];
-        const double value = t - (t - bottom[i]) * double(dy);
-        d[i] = static_cast<uint8_t>(static_cast<int32_t>(value));
-    }
+    auto sixteen = [&](size_t i) {
+        return _mm_packus_epi16(_mm_packs_epi32(four(i), four(i + 4)), _mm_packs_epi32(four(i + 8), four(i + 12)));
+    };
+    Sweep(
+        d, n, around, [&](size_t i) { return _mm256_setr_m128i(sixteen(i), sixteen(i + 16)); },
+        [&](size_t i) {
+            const double t = top[i];
+            const double value = t - (t - bottom[i]) * double(dy);
+            return static_cast<uint8_t>(static_cast<int32_t>(value));
+        });
 }
 
 }  // namespace
@@ -121,6 +121,7 @@ void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source) {
     const float sy = PackedStep(source.height, target.height);
     const size_t n = 2 * size_t(target.width);
     const Columns c = PlanColumns(int32_t(source.width), int32_t(target.width));
+    const bool around = WriteAroundCaches(n * size_t(rows));
     KeptRows<Blended> kept({std::vector<double>(n), std::vector<float>(n)});
     auto blend = [&](Blended& out, int32_t y) { BlendRow(out, source.pixels + intptr_t(y) * source.stride, c, n); };
     for (int32_t y = 0; y < rows; ++y) {
@@ -129,8 +130,10 @@ void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source) {
         // below plays no part, and the row above stands in for it.
         const Blended& top = kept.Get(r.y0, r.y1, blend);
         const Blended& bottom = r.dy == 0.0f ? top : kept.Get(r.y1, r.y0, blend);
-        MixRow(target.pixels + intptr_t(y) * target.stride, top.top.data(), bottom.h.data(), r.dy, n);
+        MixRow(target.pixels + intptr_t(y) * target.stride, top.top.data(), bottom.h.data(), r.dy, n, around);
     }
+    // The streamed stores are ordered before whatever the caller does next.
+    if (around) _mm_sfence();
 }
 
 }  // namespace tarn

@@ -17,11 +17,13 @@
 #include <vector>
 
 #include "scale/packed_scale.h"
+#include "scale/packed_sweep_avx2.h"
 
 namespace tarn {
 namespace {
 
 constexpr int32_t kFinest = 7;
+
 
 // The fewest binary places of a fraction, or -1 beyond kFinest (products by
 // powers of two are exact, so the test is too).
@@ -133,23 +135,24 @@ void GatherRow(uint8_t* d, const uint8_t* row, const Columns& c, size_t n) {
 
 // Thirty-two target bytes from two vectors of sixteen 16-bit values below
 // 256, in order (the pack interleaves the halves; the permute undoes it).
-void StoreBytes(uint8_t* d, __m256i first, __m256i second) {
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d),
-                        _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8));
+__m256i Bytes(__m256i first, __m256i second) {
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
 }
 
 // One target row from H' of its two source rows, DY and the places.
-void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, int32_t kx, int32_t ky, size_t n) {
+void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, int32_t kx, int32_t ky, size_t n,
+            bool around) {
     auto at = [](const int16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); };
     const int32_t shift = kx + ky, one = 1 << ky;
     const __m128i count = _mm_cvtsi32_si128(dy == 0 ? kx : shift);
-    size_t i = 0;
     if (dy == 0) {
-        for (; i + 32 <= n; i += 32)
-            StoreBytes(d + i, _mm256_srl_epi16(at(top + i), count), _mm256_srl_epi16(at(top + i + 16), count));
-        for (; i < n; ++i) d[i] = uint8_t(top[i] >> kx);
+        Sweep(
+            d, n, around,
+            [&](size_t i) { return Bytes(_mm256_srl_epi16(at(top + i), count), _mm256_srl_epi16(at(top + i + 16), count)); },
+            [&](size_t i) { return uint8_t(top[i] >> kx); });
         return;
     }
+    auto scalar = [&](size_t i) { return uint8_t((top[i] * (one - dy) + bottom[i] * dy) >> shift); };
     if (shift <= 8) {
         // The weighted sum stays below 2^16: products and sum in 16 bits.
         const __m256i upper = _mm256_set1_epi16(int16_t(one - dy)), lower = _mm256_set1_epi16(int16_t(dy));
@@ -158,7 +161,7 @@ void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, i
                 _mm256_add_epi16(_mm256_mullo_epi16(at(top + j), upper), _mm256_mullo_epi16(at(bottom + j), lower));
             return _mm256_srl_epi16(sum, count);
         };
-        for (; i + 32 <= n; i += 32) StoreBytes(d + i, sixteen(i), sixteen(i + 16));
+        Sweep(d, n, around, [&](size_t i) { return Bytes(sixteen(i), sixteen(i + 16)); }, scalar);
     } else {
         // Each pair (upper, lower) times (2^ky - DY, DY), summed in 32 bits.
         const __m256i weights = _mm256_set1_epi32((one - dy) | (dy << 16));
@@ -168,9 +171,8 @@ void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, i
             const __m256i high = _mm256_srl_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(t, b), weights), count);
             return _mm256_packs_epi32(low, high);
         };
-        for (; i + 32 <= n; i += 32) StoreBytes(d + i, sixteen(i), sixteen(i + 16));
+        Sweep(d, n, around, [&](size_t i) { return Bytes(sixteen(i), sixteen(i + 16)); }, scalar);
     }
-    for (; i < n; ++i) d[i] = uint8_t((top[i] * (one - dy) + bottom[i] * dy) >> shift);
 }
 
 }  // namespace
@@ -185,6 +187,7 @@ bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) 
     Columns c;
     if (!PlanColumns(int32_t(source.width), int32_t(target.width), c)) return false;
     const size_t n = 2 * size_t(target.width);
+    const bool around = WriteAroundCaches(n * size_t(rows));
     KeptRows<std::vector<int16_t>> kept{std::vector<int16_t>(n)};
     auto blend = [&](std::vector<int16_t>& out, int32_t y) {
         BlendRow(out.data(), source.pixels + intptr_t(y) * source.stride, c, n);
@@ -200,8 +203,10 @@ bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) 
         // With DY 0 the row below plays no part.
         const std::vector<int16_t>& top = kept.Get(r.y0, r.y1, blend);
         const std::vector<int16_t>& bottom = dy == 0 ? top : kept.Get(r.y1, r.y0, blend);
-        MixRow(d, top.data(), bottom.data(), dy, c.places, ky, n);
+        MixRow(d, top.data(), bottom.data(), dy, c.places, ky, n, around);
     }
+    // The streamed stores are ordered before whatever the caller does next.
+    if (around) _mm_sfence();
     return true;
 }
 

@@ -89,6 +89,36 @@ TEST(PackedScaleForms, DoublingTakesTheFloorOfHalvesAndQuarters) {
     }
 }
 
+// Targets of 8 MiB and more are written around the caches, from the first
+// aligned byte of each row on; rows here start at every offset modulo 32.
+TEST(PackedScaleForms, LargeTargetsGiveThePlainBytes) {
+    struct Size {
+        int32_t sw, sh, dw, dh;
+    };
+    // Doubling (integer way) and three halves (float way).
+    const Size sizes[] = {{1051, 1001, 2102, 2002}, {1401, 1335, 2101, 2002}};
+    std::mt19937 rng(43);
+    for (const Size& s : sizes) {
+        std::vector<uint8_t> src(size_t(2 * s.sw) * s.sh);
+        for (auto& b : src) b = uint8_t(rng() >> 5);
+        const int32_t dstStride = 2 * s.dw + 5;
+        auto run = [&](SimdForm form) {
+            ScopedKernelChoice choice(g_cpuFeatures, form);
+            std::vector<uint8_t> out(size_t(dstStride) * s.dh + 64, 0x3C);
+            ScalePacked({out.data() + 32, uint32_t(s.dw), uint32_t(s.dh), dstStride, 2},
+                        {src.data(), uint32_t(s.sw), uint32_t(s.sh), 2 * s.sw, 2});
+            return out;
+        };
+        const auto plain = run(SimdForm::Plain);
+        ASSERT_EQ(plain[31], 0x3C);
+        ASSERT_EQ(plain[plain.size() - 1], 0x3C);
+        for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+            if (HostSimdForm() < f) continue;
+            EXPECT_TRUE(run(f) == plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " " << FormName(f);
+        }
+    }
+}
+
 TEST(PackedScaleForms, TargetOverTheSourceGivesThePlainBytes) {
     std::mt19937 rng(42);
     const int32_t sw = 24, sh = 6, dw = 48, dh = 12;
