@@ -3,6 +3,7 @@
 // caller's memory and the surface keeps its buffer, size and stride.
 #include "operations/resize.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "operations/copy_out.h"
@@ -117,13 +118,17 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
             return VED_E_INVALIDARG;
         // Row bytes the scaler stores whole anyway are left out of the paint,
         // which goes first all the same: a 24-bit row's last store reaches
-        // one byte into what is painted.
-        const int64_t rowBytes = RowBytes(bits, width);
-        const bool wholeRows = layout == PixelLayout::Interleaved && !target && to->stride >= rowBytes &&
-                               picture.width > 0 && picture.height > 0 &&
-                               QualityWritesWholeRows(uint32_t(quality), uint32_t(bits / 8));
-        if (wholeRows) FillPlanarAroundRows(to->buffer, height, to->stride, int32_t(rowBytes), 0);
-        else FillPlanar(to->buffer, width, height, to->stride, nullptr, 0);
+        // one byte into what is painted. Packed rows are always stored whole;
+        // where they meet or overlap they cover the luma block.
+        const bool packed = layout == PixelLayout::Packed;
+        const int64_t rowBytes = packed ? 2 * int64_t(width) : RowBytes(bits, width);
+        const bool wholeRows = !target && picture.width > 0 && picture.height > 0 &&
+                               (packed || (layout == PixelLayout::Interleaved && to->stride >= rowBytes &&
+                                           QualityWritesWholeRows(uint32_t(quality), uint32_t(bits / 8))));
+        if (wholeRows)
+            FillPlanarAroundRows(to->buffer, height, to->stride, int32_t(std::min<int64_t>(rowBytes, to->stride)), 0);
+        else
+            FillPlanar(to->buffer, width, height, to->stride, nullptr, 0);
         out = to->buffer;
         outStride = to->stride;
         outTopDown = to->topDown;

@@ -231,6 +231,23 @@ TEST(DoResize, DirectRgbOutputEqualsPaintThenStretch) {
     }
 }
 
+// A packed picture sent to the caller lies over the planar paint: rows that
+// meet or overlap cover its luma block (and overlapping ones reach into the
+// chroma behind), wider rows leave its black Y in the gaps.
+TEST(DoResize, DirectPackedOutputLiesOverThePlanarPaint) {
+    for (int32_t stride : {24, 32, 40}) {
+        Ref<ITarnSurface> s = Flat(SURFACE_FORMAT_YUV422, 8, 4);
+        ASSERT_EQ(s->Resize(16, 8, 0, SCALE_BILINEAR), VED_S_OK);
+        std::vector<uint8_t> out(size_t(stride) * 8 * 3 / 2, 0xEE);
+        ASSERT_EQ(s->CopyOut(out.data(), stride, 1), VED_S_OK);
+        for (int32_t i = 0; i < int32_t(out.size()); ++i) {
+            bool inRow = false;
+            for (int32_t y = 0; y < 8; ++y) inRow |= i >= y * stride && i < y * stride + 32;
+            ASSERT_EQ(out[size_t(i)], inRow ? kFlat : i < stride * 8 ? 16 : 128) << stride << ": " << i;
+        }
+    }
+}
+
 TEST(DoResize, FailuresAndTheStateTheyLeave) {
     struct Case {
         SurfaceFormat format;
