@@ -9,16 +9,22 @@
 
 namespace tarn {
 
-// Two rows of horizontal blends (16-bit lanes, in the fast form's order),
-// each tagged with the source row it came from.
+// Three rows of horizontal blends (16-bit lanes, in the fast form's order),
+// each tagged with the source row it came from. Three, not two: the rows of
+// a field pair read rows 2k and 2k + 1, then 2k + 1 and 2k + 2, and when the
+// picture grows the next pair starts at 2k again.
 struct InnerRowCache {
+    static constexpr int kRows = 3;
+
     explicit InnerRowCache(uint32_t len);
     ~InnerRowCache();
     InnerRowCache(const InnerRowCache&) = delete;
     InnerRowCache& operator=(const InnerRowCache&) = delete;
 
-    uint16_t* lanes[2] = {nullptr, nullptr};  // len rounded down to 4, 4 words per pixel
-    const uint8_t* tag[2] = {nullptr, nullptr};
+    uint16_t* lanes[kRows] = {};  // len rounded down to 4, 4 words per pixel
+    const uint8_t* tag[kRows] = {};
+    uint32_t used[kRows] = {};  // when each row was last read, for choosing the one to replace
+    uint32_t clock = 0;
     // Per group of four pixels, planned from the column offsets on first
     // use: where 32 bytes holding its S and S+ start (-1: loaded pixel by
     // pixel), and which of those eight 4-byte pieces go where.
@@ -26,7 +32,7 @@ struct InnerRowCache {
     int32_t* groupPieces = nullptr;  // 8 per group
     const uint32_t* plannedFor = nullptr;
 
-    bool Ready() const { return lanes[0] && lanes[1] && groupBase && groupPieces; }
+    bool Ready() const { return lanes[0] && lanes[1] && lanes[2] && groupBase && groupPieces; }
 };
 
 // Same arguments and bytes as InnerRow44Plain, with the cache of the image. The

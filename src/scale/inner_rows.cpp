@@ -77,15 +77,13 @@ InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
 InnerRowCache::InnerRowCache(uint32_t len) {
     const size_t words = size_t(len & ~3u) * 4;
     if (!words) return;
-    lanes[0] = new (std::nothrow) uint16_t[words];
-    lanes[1] = new (std::nothrow) uint16_t[words];
+    for (uint16_t*& l : lanes) l = new (std::nothrow) uint16_t[words];
     groupBase = new (std::nothrow) int32_t[len / 4];
     groupPieces = new (std::nothrow) int32_t[size_t(len / 4) * 8];
 }
 
 InnerRowCache::~InnerRowCache() {
-    delete[] lanes[0];
-    delete[] lanes[1];
+    for (uint16_t* l : lanes) delete[] l;
     delete[] groupBase;
     delete[] groupPieces;
 }

@@ -75,6 +75,22 @@ void Horizontal(uint16_t* out, const uint8_t* row, const uint32_t* cw, const uin
     }
 }
 
+// The cache row holding the blend of `row`, made in the row least recently
+// read (other than `keep`) if no row holds it.
+int Blended(InnerRowCache& cache, const uint8_t* row, int keep, const uint32_t* cw, const uint32_t* co, uint32_t n4) {
+    int at = -1;
+    for (int i = 0; i < InnerRowCache::kRows; ++i)
+        if (cache.tag[i] == row) at = i;
+    if (at < 0) {
+        for (int i = 0; i < InnerRowCache::kRows; ++i)
+            if (i != keep && (at < 0 || cache.used[i] < cache.used[at])) at = i;
+        Horizontal(cache.lanes[at], row, cw, co, n4, cache);
+        cache.tag[at] = row;
+    }
+    cache.used[at] = ++cache.clock;
+    return at;
+}
+
 inline __m256i Lanes(const uint16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 
 }  // namespace
@@ -84,20 +100,8 @@ void InnerRow44CachedAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* cw, 
     const uint32_t n4 = len & ~3u;
     if (n4 && cache.plannedFor != co) PlanGroups(cache, co, n4, len);
     if (n4) {
-        const uint8_t* bottomRow = row + below;
-        int top = cache.tag[0] == row ? 0 : cache.tag[1] == row ? 1 : -1;
-        int bottom = cache.tag[0] == bottomRow ? 0 : cache.tag[1] == bottomRow ? 1 : -1;
-        if (top < 0) {
-            top = bottom == 0 ? 1 : 0;
-            Horizontal(cache.lanes[top], row, cw, co, n4, cache);
-            cache.tag[top] = row;
-            if (bottomRow == row) bottom = top;
-        }
-        if (bottom < 0) {
-            bottom = 1 - top;
-            Horizontal(cache.lanes[bottom], bottomRow, cw, co, n4, cache);
-            cache.tag[bottom] = bottomRow;
-        }
+        const int top = Blended(cache, row, -1, cw, co, n4);
+        const int bottom = Blended(cache, row + below, top, cw, co, n4);
         const uint16_t* a = cache.lanes[top];
         const uint16_t* b = cache.lanes[bottom];
         const __m256i zero = _mm256_setzero_si256();

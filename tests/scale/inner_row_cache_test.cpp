@@ -30,7 +30,10 @@ TEST(InnerRowCache, EachCallGivesThePlainBytes) {
         uint32_t row;
         int32_t below;
     };
-    const Call calls[] = {{0, 1}, {1, 1}, {3, 1}, {4, 1}, {4, 1}, {5, -1}, {5, 0}, {2, 3}, {5, -3}, {9, 2}, {11, -2}};
+    // The tail is field pairs of an enlargement: 2k and 2k + 1, 2k + 1 and
+    // 2k + 2, then 2k again.
+    const Call calls[] = {{0, 1}, {1, 1}, {3, 1}, {4, 1}, {4, 1}, {5, -1}, {5, 0}, {2, 3}, {5, -3}, {9, 2}, {11, -2},
+                          {6, 1}, {7, 1}, {6, 1}, {7, 1}, {8, 1}, {9, 1}, {8, 1}, {9, 1}, {8, 1}};
     // Columns spread over the row (groups too wide for one window at small
     // lengths), or consecutive from a start (the last group's window slides
     // left to end at the band's last S+).
@@ -43,7 +46,7 @@ TEST(InnerRowCache, EachCallGivesThePlainBytes) {
             w = (r & 1) ? (r >> 8 & 255) * 0x01010101u : r;  // replicated or per lane
         }
         InnerRowCache cache(len);
-        ASSERT_TRUE(cache.lanes[0] && cache.lanes[1]);
+        ASSERT_TRUE(cache.Ready());
         for (const Call& c : calls) {
             const uint32_t rw = (uint32_t(rng()) & 255) * 0x01010101u;
             const uint8_t* row = src.data() + size_t(c.row) * stride;
