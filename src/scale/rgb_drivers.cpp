@@ -85,7 +85,20 @@ void NearestRows(const ScaleRequest& r, const DriverTables& t, bool reuse) {
             continue;
         }
         const uint32_t* co = t.cols.offsets;
-        for (uint32_t x = 0; x < w; ++x, d += DB) {
+        uint32_t x = 0;
+        if constexpr (SB == 3 && DB == 3) {
+            // Apart from the source, a pixel may be copied with a 4-byte load
+            // and store while another pixel follows to overwrite the spare
+            // byte, and its sample is not the last of the row.
+            if (reuse) {
+                const uint32_t lastSample = (srcWidth - 1) * 3;
+                for (; x + 1 < w; ++x, d += 3) {
+                    if (co[x] < lastSample) Store4(d, Load4(s + co[x]));
+                    else std::memcpy(d, s + co[x], 3);
+                }
+            }
+        }
+        for (; x < w; ++x, d += DB) {
             const uint8_t* p = s + co[x];
             if constexpr (SB == 4 && DB == 4) {
                 std::memcpy(d, p, 4);

@@ -62,23 +62,24 @@ TEST(NearestRows, StreamStoreCopiesExactlyTheRow) {
 }
 #endif
 
-// A target of this size streams. Written in place it does not when it lies
-// between the rows of its source: the two must agree byte for byte, with
-// every form this machine runs, in both row orders.
-TEST(NearestRows, StreamedTargetsEqualTargetsWrittenInPlace) {
-    const uint32_t sw = 1001, sh = 801, dw = 1990, dh = 1600;
-    ASSERT_TRUE(StreamsTarget(size_t(dw) * 4 * dh));
-    const int32_t srcRow = int32_t(sw) * 4, dstRow = int32_t(dw) * 4;
+// Scales one source twice with every form this machine runs, in both row
+// orders: apart, and with the target rows between the source rows, where the
+// drivers see the target near the source and neither cache blends, build
+// rows aside nor copy pixels with wider stores. The rows must agree.
+void ExpectApartEqualsShared(uint32_t pixelBytes, uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh) {
+    const int32_t srcRow = int32_t(sw * pixelBytes), dstRow = int32_t(dw * pixelBytes);
+    // 3-byte rows end in a 4-byte store: padding takes its spare byte.
+    const int32_t dstStride = dstRow + (pixelBytes == 3 ? 5 : 0);
     // Shared layout: each source row, then 24 bytes of gap, then a target row.
     const int32_t shared = srcRow + 24 + dstRow + 8;
     std::mt19937 rng(9);
-    std::vector<uint8_t> pixels(size_t(srcRow) * sh);
+    std::vector<uint8_t> pixels(size_t(srcRow) * sh + 8);
     for (auto& b : pixels) b = uint8_t(rng());
-    std::vector<uint8_t> both(size_t(shared) * dh + 64, kCanary);
+    std::vector<uint8_t> both(size_t(shared) * std::max(sh, dh) + 64, kCanary);
     for (uint32_t y = 0; y < sh; ++y)
         std::memcpy(&both[size_t(y) * shared], &pixels[size_t(y) * srcRow], size_t(srcRow));
-    const ScaleSource apartSource{pixels.data(), sw, sh, srcRow, 4};
-    const ScaleSource sharedSource{both.data(), sw, sh, shared, 4};
+    const ScaleSource apartSource{pixels.data(), sw, sh, srcRow, pixelBytes};
+    const ScaleSource sharedSource{both.data(), sw, sh, shared, pixelBytes};
     const ScaleSteps steps{double(sw) / dw, double(sh) / dh};
     const SimdForm forms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
     for (uint32_t quality : {uint32_t(SCALE_NEAREST), uint32_t(SCALE_BILINEAR), uint32_t(SCALE_BILINEAR_FADE),
@@ -89,7 +90,7 @@ TEST(NearestRows, StreamedTargetsEqualTargetsWrittenInPlace) {
             {
                 ScopedKernelChoice choice(g_cpuFeatures, SimdForm::Plain);
                 uint8_t* first = both.data() + srcRow + 24 + (sign > 0 ? 0 : size_t(shared) * (dh - 1));
-                ScaleImage({first, dw, dh, sign * shared, 4}, sharedSource, steps, quality);
+                ScaleImage({first, dw, dh, sign * shared, pixelBytes}, sharedSource, steps, quality);
                 for (uint32_t y = 0; y < dh; ++y)
                     std::memcpy(&inPlace[size_t(y) * dstRow], both.data() + size_t(y) * shared + srcRow + 24,
                                 size_t(dstRow));
@@ -99,17 +100,34 @@ TEST(NearestRows, StreamedTargetsEqualTargetsWrittenInPlace) {
             }
             for (SimdForm form : forms) {
                 if (HostSimdForm() < form) continue;
-                SCOPED_TRACE(testing::Message() << "quality " << quality << " sign " << sign << " " << FormName(form));
+                SCOPED_TRACE(testing::Message() << pixelBytes << " bytes, " << sw << "x" << sh << " to " << dw << "x"
+                                                << dh << ", quality " << quality << " sign " << sign << " "
+                                                << FormName(form));
                 ScopedKernelChoice choice(g_cpuFeatures, form);
-                std::vector<uint8_t> out(size_t(dstRow) * dh + 32, kCanary);
-                uint8_t* first = out.data() + 16 + (sign > 0 ? 0 : size_t(dstRow) * (dh - 1));
-                ScaleImage({first, dw, dh, sign * dstRow, 4}, apartSource, steps, quality);
-                ASSERT_EQ(0, std::memcmp(out.data() + 16, inPlace.data(), inPlace.size()));
+                std::vector<uint8_t> out(size_t(dstStride) * dh + 32, kCanary);
+                uint8_t* first = out.data() + 16 + (sign > 0 ? 0 : size_t(dstStride) * (dh - 1));
+                ScaleImage({first, dw, dh, sign * dstStride, pixelBytes}, apartSource, steps, quality);
+                for (uint32_t y = 0; y < dh; ++y)
+                    ASSERT_EQ(0, std::memcmp(out.data() + 16 + size_t(y) * dstStride, &inPlace[size_t(y) * dstRow],
+                                             size_t(dstRow)))
+                        << "row " << y;
                 for (size_t i = 0; i < 16; ++i) ASSERT_EQ(out[i], kCanary);
-                for (size_t i = out.size() - 16; i < out.size(); ++i) ASSERT_EQ(out[i], kCanary);
+                for (size_t i = out.size() - 15; i < out.size(); ++i) ASSERT_EQ(out[i], kCanary);
             }
         }
     }
+}
+
+// A target of this size streams its 4-byte rows.
+TEST(NearestRows, StreamedTargetsEqualTargetsWrittenInPlace) {
+    ASSERT_TRUE(StreamsTarget(size_t(1990) * 4 * 1600));
+    ExpectApartEqualsShared(4, 1001, 801, 1990, 1600);
+}
+
+TEST(NearestRows, WideCopiesOfThreeBytePixelsEqualCopiesInPlace) {
+    ExpectApartEqualsShared(3, 301, 201, 517, 333);
+    ExpectApartEqualsShared(3, 301, 201, 150, 101);
+    ExpectApartEqualsShared(3, 64, 40, 64, 80);  // equal widths
 }
 
 }  // namespace
