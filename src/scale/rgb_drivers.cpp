@@ -186,9 +186,11 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
     // The 4-to-4 driver copies or blends whole rows at equal widths.
     const bool wholeRows = SB == 4 && w == srcWidth;
     // The middle band of 4-byte pixels blends each source row once where
-    // the target lies apart from every source row read.
+    // the target lies apart from every source row read. Shrinking by 3 or
+    // more, no source row serves two target rows and the columns lie too far
+    // apart for the cache's wide loads: blending in registers is faster.
     const bool apart = SB == 4 && SourceApart(r, t.rows, stride);
-    const bool cacheable = SB == 4 && !wholeRows && b.middle >= 4 && apart;
+    const bool cacheable = SB == 4 && !wholeRows && b.middle >= 4 && apart && r.steps.y < 3.0;
     const CachedInnerRowFn cachedInner = cacheable ? PickCachedInnerRow44() : nullptr;
     InnerRowCache cache(cachedInner ? b.middle : 0);
     const bool cached = cachedInner && cache.Ready();
