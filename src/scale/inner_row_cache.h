@@ -35,16 +35,20 @@ struct InnerRowCache {
     bool Ready() const { return lanes[0] && lanes[1] && lanes[2] && groupBase && groupPieces; }
 };
 
-// Same arguments and bytes as InnerRow44Plain, with the cache of the image. The
+// Same arguments and bytes as InnerRow33Plain or InnerRow44Plain, with the
+// cache of the image. The
 // caller keeps the column tables and length the same for every call on one
 // cache, and uses it only where writing the target cannot change the source.
 using CachedInnerRowFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co,
                                   uint32_t len, int32_t below, uint32_t rw, InnerRowCache& cache);
 
-// Null where no fast form caches; the caller then runs PickInnerRow's form.
-CachedInnerRowFn PickCachedInnerRow44();
+// For pixels of 3 bytes to 3, or 4 to 4. Null where no fast form caches; the
+// caller then runs PickInnerRow's form.
+CachedInnerRowFn PickCachedInnerRow(uint32_t pixelBytes);
 
 #if defined(TARN_HAVE_X86_SIMD)
+void InnerRow33CachedAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len,
+                          int32_t below, uint32_t rw, InnerRowCache& cache);
 void InnerRow44CachedAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len,
                           int32_t below, uint32_t rw, InnerRowCache& cache);
 #endif

@@ -88,12 +88,15 @@ InnerRowCache::~InnerRowCache() {
     delete[] groupPieces;
 }
 
-CachedInnerRowFn PickCachedInnerRow44() {
+CachedInnerRowFn PickCachedInnerRow(uint32_t pixelBytes) {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<CachedInnerRowFn> t[] = {{SimdForm::Avx2, InnerRow44CachedAvx2},
-                                                    {SimdForm::Plain, nullptr}};
-    return PickForm(t);
+    static const FormEntry<CachedInnerRowFn> t33[] = {{SimdForm::Avx2, InnerRow33CachedAvx2},
+                                                      {SimdForm::Plain, nullptr}};
+    static const FormEntry<CachedInnerRowFn> t44[] = {{SimdForm::Avx2, InnerRow44CachedAvx2},
+                                                      {SimdForm::Plain, nullptr}};
+    return pixelBytes == 3 ? PickForm(t33) : PickForm(t44);
 #else
+    (void)pixelBytes;
     return nullptr;
 #endif
 }

@@ -116,43 +116,6 @@ void NearestRows(const ScaleRequest& r, const DriverTables& t, bool reuse) {
     }
 }
 
-// Bilinear, field pairs and the area word in the 3-to-3, 3-to-4 and 4-to-3
-// drivers.
-template <uint32_t SB, uint32_t DB>
-void BilinearRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
-    uint8_t* dst = r.target.pixels;
-    const uint8_t* src = r.source.pixels;
-    const uint32_t h = r.target.height;
-    const int32_t dstStride = r.target.stride, stride = r.source.stride;
-    constexpr bool k3 = DB == 3;  // Copy and VerticalOnly store three bytes there
-    const InnerRowFn inner = PickInnerRow(SB, DB);
-    const AxisTable& c = t.cols;
-    auto copy = [](const uint8_t* s, uint32_t) { return Load4(s); };
-    auto horizontal = [](const uint8_t* s, uint32_t cw) { return Lerp(Load4(s), Load4(s + SB), cw); };
-    for (uint32_t y = 0; y < h; ++y) {
-        uint8_t* d = TargetRow(dst, dstStride, y);
-        const uint8_t* row = SourceRow(src, t.rows, y);
-        const uint32_t rw = t.rows.weights[y];
-        uint8_t* dm = d + size_t(b.colFirst) * DB;
-        uint8_t* dr = d + size_t(b.colLast) * DB;
-        if (y >= b.rowFirst && y < b.rowLast) {
-            auto vertical = [rw, stride](const uint8_t* s, uint32_t) {
-                // The 3-to-4 driver builds these loads from three bytes.
-                if constexpr (SB == 3 && DB == 4) return Lerp(Load3(s), Load3(s + stride), rw);
-                else return Lerp(Load4(s), Load4(s + stride), rw);
-            };
-            RunBand<DB, k3>(d, row, c.weights, c.offsets, b.left, vertical);
-            if (b.middle)
-                inner(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw);
-            RunBand<DB, k3>(dr, row, c.weights + b.colLast, c.offsets + b.colLast, b.right, vertical);
-        } else {
-            RunBand<DB, k3>(d, row, c.weights, c.offsets, b.left, copy);
-            RunBand<DB, false>(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, horizontal);
-            RunBand<DB, k3>(dr, row, c.weights + b.colLast, c.offsets + b.colLast, b.right, copy);
-        }
-    }
-}
-
 // Whether the target lies apart from every source row the rows table makes
 // the kernels read, and the row `below` bytes from each (8 bytes of slack
 // after a row).
@@ -171,6 +134,68 @@ bool SourceApart(const ScaleRequest& r, const AxisTable& rows, int32_t below) {
     return RowsApart(r.target.pixels, rowBytes, h, r.target.stride, {src + lo, src + hi + srcRowBytes + 8});
 }
 
+// The middle band's Inner through a row cache, which blends each source row
+// once: where a fast form caches, the target lies apart from every source
+// row read (`apart`), the band holds a group of pixels, and enough source
+// rows serve more than one target row (`Pays`).
+struct CachedMiddle {
+    CachedInnerRowFn fn;
+    InnerRowCache cache;
+    CachedMiddle(const ScaleRequest& r, const Bands& b, bool apart, uint32_t pixelBytes)
+        : fn(apart && b.middle >= 4 && Pays(r, pixelBytes) ? PickCachedInnerRow(pixelBytes) : nullptr),
+          cache(fn ? b.middle : 0) {}
+    bool Ready() const { return fn && cache.Ready(); }
+
+    // As measured: the 4-byte cache's wide loads pay up to a shrink by 2,
+    // where no row is read twice; 3-byte rows need the reuse, which bilinear
+    // rows have up to a shrink by 1.5 and field pairs (rows 2k and 2k + 1,
+    // then 2k + 1 and 2k + 2) up to 2.
+    static bool Pays(const ScaleRequest& r, uint32_t pixelBytes) {
+        if (pixelBytes == 4) return r.steps.y < 3.0;
+        return r.steps.y < (r.plan.rows == AxisFilter::FieldPairs ? 2.0 : 1.5);
+    }
+};
+
+// Bilinear, field pairs and the area word in the 3-to-3, 3-to-4 and 4-to-3
+// drivers.
+template <uint32_t SB, uint32_t DB>
+void BilinearRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
+    uint8_t* dst = r.target.pixels;
+    const uint8_t* src = r.source.pixels;
+    const uint32_t h = r.target.height;
+    const int32_t dstStride = r.target.stride, stride = r.source.stride;
+    constexpr bool k3 = DB == 3;  // Copy and VerticalOnly store three bytes there
+    const InnerRowFn inner = PickInnerRow(SB, DB);
+    const AxisTable& c = t.cols;
+    auto copy = [](const uint8_t* s, uint32_t) { return Load4(s); };
+    auto horizontal = [](const uint8_t* s, uint32_t cw) { return Lerp(Load4(s), Load4(s + SB), cw); };
+    CachedMiddle middle(r, b, SB == DB && SourceApart(r, t.rows, stride), SB);
+    for (uint32_t y = 0; y < h; ++y) {
+        uint8_t* d = TargetRow(dst, dstStride, y);
+        const uint8_t* row = SourceRow(src, t.rows, y);
+        const uint32_t rw = t.rows.weights[y];
+        uint8_t* dm = d + size_t(b.colFirst) * DB;
+        uint8_t* dr = d + size_t(b.colLast) * DB;
+        if (y >= b.rowFirst && y < b.rowLast) {
+            auto vertical = [rw, stride](const uint8_t* s, uint32_t) {
+                // The 3-to-4 driver builds these loads from three bytes.
+                if constexpr (SB == 3 && DB == 4) return Lerp(Load3(s), Load3(s + stride), rw);
+                else return Lerp(Load4(s), Load4(s + stride), rw);
+            };
+            RunBand<DB, k3>(d, row, c.weights, c.offsets, b.left, vertical);
+            if (middle.Ready())
+                middle.fn(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw, middle.cache);
+            else if (b.middle)
+                inner(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw);
+            RunBand<DB, k3>(dr, row, c.weights + b.colLast, c.offsets + b.colLast, b.right, vertical);
+        } else {
+            RunBand<DB, k3>(d, row, c.weights, c.offsets, b.left, copy);
+            RunBand<DB, false>(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, horizontal);
+            RunBand<DB, k3>(dr, row, c.weights + b.colLast, c.offsets + b.colLast, b.right, copy);
+        }
+    }
+}
+
 // Fade grid: 3-to-3 pixels in the bilinear fade, 4-to-4 pixels in the
 // bilinear filters with and without fade and in field pairs.
 template <uint32_t SB>
@@ -185,15 +210,8 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
     const AxisTable& c = t.cols;
     // The 4-to-4 driver copies or blends whole rows at equal widths.
     const bool wholeRows = SB == 4 && w == srcWidth;
-    // The middle band of 4-byte pixels blends each source row once where
-    // the target lies apart from every source row read. Shrinking by 3 or
-    // more, no source row serves two target rows and the columns lie too far
-    // apart for the cache's wide loads: blending in registers is faster.
-    const bool apart = SB == 4 && SourceApart(r, t.rows, stride);
-    const bool cacheable = SB == 4 && !wholeRows && b.middle >= 4 && apart && r.steps.y < 3.0;
-    const CachedInnerRowFn cachedInner = cacheable ? PickCachedInnerRow44() : nullptr;
-    InnerRowCache cache(cachedInner ? b.middle : 0);
-    const bool cached = cachedInner && cache.Ready();
+    const bool apart = SourceApart(r, t.rows, stride);
+    CachedMiddle middle(r, b, apart && !wholeRows, SB);
     // Row y into `d`.
     auto buildRow = [&](uint8_t* d, uint32_t y) {
         const uint8_t* row = SourceRow(src, t.rows, y);
@@ -221,8 +239,8 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
                 RunBand<DB, false>(dm, row, cwm, com, b.middle, horizontal);
             } else if (SB == 4 && rw == 0xFFFFFFFFu) {
                 RunBand<DB, false>(dm, row + stride, cwm, com, b.middle, horizontal);
-            } else if (cached) {
-                cachedInner(dm, row, cwm, com, b.middle, stride, rw, cache);
+            } else if (middle.Ready()) {
+                middle.fn(dm, row, cwm, com, b.middle, stride, rw, middle.cache);
             } else if (b.middle) {
                 inner(dm, row, cwm, com, b.middle, stride, rw);
             }
@@ -242,7 +260,7 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
         }
     };
     // 4-byte rows of a large target are built aside and streamed.
-    const StreamedRow aside(r, apart);
+    const StreamedRow aside(r, SB == 4 && apart);
     for (uint32_t y = 0; y < h; ++y) {
         if (!aside) {
             buildRow(TargetRow(dst, dstStride, y), y);

@@ -1,4 +1,4 @@
-// The cached bilinear Inner of 4-byte pixels against the plain Inner, call
+// The cached bilinear Inner of 3- and 4-byte pixels against the plain Inner, call
 // by call, through sequences of source rows that reuse, swap and repeat the
 // rows the cache holds.
 #include "scale/inner_row_cache.h"
@@ -17,12 +17,12 @@
 namespace tarn {
 namespace {
 
-TEST(InnerRowCache, EachCallGivesThePlainBytes) {
-    const CachedInnerRowFn cached = PickCachedInnerRow44();
-    if (!cached) GTEST_SKIP() << "no cached form on this machine";
+void ExpectCallsGiveThePlainBytes(uint32_t pixelBytes) {
+    const CachedInnerRowFn cached = PickCachedInnerRow(pixelBytes);
+    const InnerRowFn plain = pixelBytes == 3 ? InnerRow33Plain : InnerRow44Plain;
     std::mt19937 rng(17);
     const uint32_t srcWidth = 90, rows = 12;
-    const int32_t stride = int32_t(srcWidth * 4 + 12);
+    const int32_t stride = int32_t(srcWidth * pixelBytes + 12);
     std::vector<uint8_t> src(size_t(stride) * rows + 16);
     for (auto& b : src) b = uint8_t(rng());
     // Source row of each call, and the row below it as a stride multiple.
@@ -40,7 +40,7 @@ TEST(InnerRowCache, EachCallGivesThePlainBytes) {
     for (uint32_t spread : {0u, 1u})
     for (uint32_t len : {4u, 5u, 7u, 8u, 13u, 40u, 83u}) {
         std::vector<uint32_t> co(len + 8), cw(len + 8);
-        for (uint32_t j = 0; j < len; ++j) co[j] = spread ? 4 * uint32_t(j * (srcWidth - 2) / len) : 4 * (j + 2);
+        for (uint32_t j = 0; j < len; ++j) co[j] = pixelBytes * (spread ? uint32_t(j * (srcWidth - 2) / len) : j + 2);
         for (auto& w : cw) {
             const uint32_t r = uint32_t(rng());
             w = (r & 1) ? (r >> 8 & 255) * 0x01010101u : r;  // replicated or per lane
@@ -51,39 +51,54 @@ TEST(InnerRowCache, EachCallGivesThePlainBytes) {
             const uint32_t rw = (uint32_t(rng()) & 255) * 0x01010101u;
             const uint8_t* row = src.data() + size_t(c.row) * stride;
             std::vector<uint8_t> want(size_t(len) * 4 + 8, 0x3C), got(want);
-            InnerRow44Plain(want.data(), row, cw.data(), co.data(), len, c.below * stride, rw);
+            plain(want.data(), row, cw.data(), co.data(), len, c.below * stride, rw);
             cached(got.data(), row, cw.data(), co.data(), len, c.below * stride, rw, cache);
-            ASSERT_EQ(got, want) << "len " << len << " row " << c.row << " below " << c.below;
+            ASSERT_EQ(got, want) << pixelBytes << " bytes, len " << len << " row " << c.row << " below " << c.below;
         }
     }
+}
+
+TEST(InnerRowCache, EachCallGivesThePlainBytes) {
+    if (!PickCachedInnerRow(3) || !PickCachedInnerRow(4)) GTEST_SKIP() << "no cached form on this machine";
+    ExpectCallsGiveThePlainBytes(3);
+    ExpectCallsGiveThePlainBytes(4);
 }
 
 TEST(InnerRowCache, ImagesAgreeAcrossFormsInPlaceToo) {
     // Apart and in place (target over its source, where nothing is cached):
     // every form gives the plain bytes.
     std::mt19937 rng(8);
-    const uint32_t sw = 61, sh = 37, dw = 45, dh = 29;
-    std::vector<uint8_t> start(size_t(sw) * sh * 4 + 64);
-    for (auto& b : start) b = uint8_t(rng());
-    for (bool inPlace : {false, true})
-        for (uint32_t mode : {1u, 2u, 5u}) {
-            std::vector<uint8_t> first;
-            for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
-                if (HostSimdForm() < form) continue;
-                ScopedKernelChoice choice(g_cpuFeatures, form);
-                // One block with the target well after the source: apart on
-                // every run, so the cached form is the one checked.
-                std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x11);
-                std::copy(start.begin(), start.end(), arena.begin());
-                uint8_t* src = arena.data();
-                uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
-                ScaleImage({dst, dw, dh, int32_t(dw * 4), 4}, {src, sw, sh, int32_t(sw * 4), 4},
-                           {double(sw) / dw, double(sh) / dh}, mode, nullptr);
-                const std::vector<uint8_t> result(dst, dst + start.size());
-                if (first.empty()) first = result;
-                else ASSERT_EQ(result, first) << "mode " << mode << (inPlace ? " in place " : " ") << FormName(form);
+    // A shrink (where only 4-byte pixels cache) and an enlargement. In place,
+    // 3-byte rows differ between forms whatever the cache: each form reads
+    // pixels its own stores at pitch 3 have already changed at other times.
+    struct Case {
+        uint32_t pixelBytes, sw, sh, dw, dh;
+    };
+    for (const Case c : {Case{4, 61, 37, 45, 29}, Case{3, 61, 37, 45, 29}, Case{3, 45, 29, 61, 37}})
+        for (bool inPlace : {false, true})
+            for (uint32_t mode : {1u, 2u, 5u}) {
+                if (inPlace && c.pixelBytes == 3) continue;
+                const uint32_t sw = c.sw, sh = c.sh, dw = c.dw, dh = c.dh, pb = c.pixelBytes;
+                std::vector<uint8_t> start(size_t(std::max(sw * sh, dw * dh)) * pb + 64);
+                for (auto& b : start) b = uint8_t(rng());
+                std::vector<uint8_t> first;
+                for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+                    if (HostSimdForm() < form) continue;
+                    ScopedKernelChoice choice(g_cpuFeatures, form);
+                    // One block with the target well after the source: apart on
+                    // every run, so the cached form is the one checked.
+                    std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x11);
+                    std::copy(start.begin(), start.end(), arena.begin());
+                    uint8_t* src = arena.data();
+                    uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
+                    ScaleImage({dst, dw, dh, int32_t(dw * pb), pb}, {src, sw, sh, int32_t(sw * pb), pb},
+                               {double(sw) / dw, double(sh) / dh}, mode, nullptr);
+                    const std::vector<uint8_t> result(dst, dst + start.size());
+                    if (first.empty()) first = result;
+                    else ASSERT_EQ(result, first) << pb << " bytes, " << sw << "x" << sh << " mode " << mode
+                                                  << (inPlace ? " in place " : " ") << FormName(form);
+                }
             }
-        }
 }
 
 }  // namespace
