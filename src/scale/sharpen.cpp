@@ -114,7 +114,7 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     int32_t n = 0;
     MakeGaussianKernel(sigma, &k, &n);
     const int32_t r = n / 2;
-    std::vector<float> ring(size_t(n) * size_t(width)), scratch(size_t(width) + 8);
+    std::vector<float> ring(size_t(n) * size_t(width)), scratch(size_t(width) + size_t(n));
     std::vector<const float*> rows(static_cast<size_t>(n));
     std::vector<float> taps(static_cast<size_t>(n));
     int32_t made = 0;

@@ -3,10 +3,9 @@
 // division), so each pixel rounds as it does there. Every product is of
 // non-negative values, so the sum may start at the first product instead of
 // at zero: adding zero to it changes nothing. The horizontal pass widens the
-// row to floats once and reads each tap from there; pixels whose taps leave
-// the row go one by one. The vertical pass has the same taps for all pixels
-// of its row. Both run sixteen pixels at a time, two sums in flight, with the
-// sharpen's nine taps unrolled.
+// row to floats once and reads each tap from there. The vertical pass has
+// the same taps for all pixels of its row. Both run 64 pixels at a time,
+// with the sharpen's nine taps unrolled.
 //
 // Most divisions are by the sum of all taps, which for the sharpen's kernel
 // is 1 - 2^-24. A positive normal float s = m * 2^e (1 <= m < 2) divided by
@@ -46,26 +45,29 @@ struct AnyCount {
     int32_t operator()() const { return n; }
 };
 
-// The sums of 16 pixels, load(t, half) the values of the first or second 8
-// for tap t.
-template <class Count, class Load>
-inline void TapSums(const float* k, Count count, Load load, __m256& s0, __m256& s1) {
-    s0 = Rounded(_mm256_mul_ps(load(0, 0), _mm256_set1_ps(k[0])));
-    s1 = Rounded(_mm256_mul_ps(load(0, 8), _mm256_set1_ps(k[0])));
+// The sums of 8 * B pixels, load(t, j) the values of pixels 8j .. 8j + 7 for
+// tap t. Tap by tap, so each tap's factor is fetched once for all B sums and
+// the sums stay in registers.
+template <int B, class Count, class Load>
+inline void TapSums(const float* k, Count count, Load load, __m256 (&s)[B]) {
+    const __m256 k0 = _mm256_set1_ps(k[0]);
+    for (int j = 0; j < B; ++j) s[j] = Rounded(_mm256_mul_ps(load(0, j), k0));
     for (int32_t t = 1; t < count(); ++t) {
         const __m256 kt = _mm256_set1_ps(k[t]);
-        s0 = _mm256_add_ps(s0, Rounded(_mm256_mul_ps(load(t, 0), kt)));
-        s1 = _mm256_add_ps(s1, Rounded(_mm256_mul_ps(load(t, 8), kt)));
+        for (int j = 0; j < B; ++j) s[j] = _mm256_add_ps(s[j], Rounded(_mm256_mul_ps(load(t, j), kt)));
     }
 }
 
 template <class Count, class Load>
 inline __m256 TapSum(const float* k, Count count, Load load) {
-    __m256 sum = Rounded(_mm256_mul_ps(load(0), _mm256_set1_ps(k[0])));
-    for (int32_t t = 1; t < count(); ++t)
-        sum = _mm256_add_ps(sum, Rounded(_mm256_mul_ps(load(t), _mm256_set1_ps(k[t]))));
-    return sum;
+    __m256 s[1];
+    TapSums(k, count, [&](int32_t t, int) { return load(t); }, s);
+    return s[0];
 }
+
+// Pixels per pass of the wide loops: 8 sums in flight, and every tap's
+// factor and row fetched once for 64 pixels.
+constexpr int kBlocks = 8;
 
 // sum / weight; with kSuccessor, for the weight 1 - 2^-24 (see above).
 template <bool kSuccessor>
@@ -78,50 +80,72 @@ inline __m256 Normalised(__m256 sum, __m256 weight) {
     }
 }
 
-// Pixels from x up to `end` (whose taps all lie inside the row), in blocks,
-// from the widened row `f` shifted by the radius; returns the first pixel
-// not done.
+// The weight of pixel x: the sum of its taps inside the row, in order.
+inline float RowWeightAt(int32_t width, int32_t x, const float* k, int32_t n) {
+    const int32_t r = n / 2;
+    float weight = 0;
+    for (int32_t i = 0; i < n; ++i)
+        if (x + i - r >= 0 && x + i - r < width) weight += k[i];
+    return weight;
+}
+
+// A row of at least 8 pixels from `f`, the row widened to floats with r
+// zeros on either side: a tap outside the row adds a product of 0, which
+// leaves the sum as it was, so the pixels near the ends take the same sums
+// as the rest and only their weights differ. Blocks where every tap lies
+// inside the row divide by the whole weight; the others, and a last block
+// drawn back to end at the row's end, by each pixel's own.
 template <class Count, bool kSuccessor>
-int32_t HorizontalBlocks(const float* f, int32_t x, int32_t end, const float* k, Count count, float whole,
-                         float* out) {
+void HorizontalRow(const float* f, int32_t width, const float* k, Count count, float whole, float* out) {
+    const int32_t n = count(), r = n / 2;
+    auto edge = [&](int32_t x) {
+        alignas(32) float weights[8];
+        for (int32_t j = 0; j < 8; ++j) weights[j] = RowWeightAt(width, x + j, k, n);
+        const __m256 sum = TapSum(k, count, [&](int32_t t) { return _mm256_loadu_ps(f + x - r + t); });
+        _mm256_storeu_ps(out + x, _mm256_div_ps(sum, _mm256_load_ps(weights)));
+    };
+    int32_t x = 0;
+    for (; x < r && x + 8 <= width; x += 8) edge(x);
     const __m256 weight = _mm256_set1_ps(whole);
-    for (; x + 16 <= end; x += 16) {
-        __m256 s0, s1;
-        TapSums(k, count, [&](int32_t t, int32_t half) { return _mm256_loadu_ps(f + x + t + half); }, s0, s1);
-        _mm256_storeu_ps(out + x, Normalised<kSuccessor>(s0, weight));
-        _mm256_storeu_ps(out + x + 8, Normalised<kSuccessor>(s1, weight));
+    for (; x + 8 * kBlocks <= width - r; x += 8 * kBlocks) {
+        __m256 s[kBlocks];
+        TapSums(k, count, [&](int32_t t, int j) { return _mm256_loadu_ps(f + x - r + t + 8 * j); }, s);
+        for (int j = 0; j < kBlocks; ++j) _mm256_storeu_ps(out + x + 8 * j, Normalised<kSuccessor>(s[j], weight));
     }
-    for (; x + 8 <= end; x += 8)
+    for (; x + 8 <= width - r; x += 8)
         _mm256_storeu_ps(out + x, Normalised<kSuccessor>(
-                                      TapSum(k, count, [&](int32_t t) { return _mm256_loadu_ps(f + x + t); }), weight));
-    return x;
+                                      TapSum(k, count, [&](int32_t t) { return _mm256_loadu_ps(f + x - r + t); }),
+                                      weight));
+    for (; x + 8 <= width; x += 8) edge(x);
+    if (x < width) edge(width - 8);
 }
 
 template <class Count>
-int32_t HorizontalBlocksOf(const float* f, int32_t x, int32_t end, const float* k, Count count, float whole,
-                           float* out) {
+void HorizontalRowOf(const float* f, int32_t width, const float* k, Count count, float whole, float* out) {
     bool normal = true;
     for (int32_t i = 0; i < count(); ++i) normal = normal && k[i] >= FLT_MIN;
-    return whole == 0x1.fffffep-1f && normal ? HorizontalBlocks<Count, true>(f, x, end, k, count, whole, out)
-                                             : HorizontalBlocks<Count, false>(f, x, end, k, count, whole, out);
+    if (whole == 0x1.fffffep-1f && normal) HorizontalRow<Count, true>(f, width, k, count, whole, out);
+    else HorizontalRow<Count, false>(f, width, k, count, whole, out);
 }
 
 }  // namespace
 
 void BlurHorizontalAvx2(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out) {
     const int32_t r = n / 2;
-    float whole = 0;
-    for (int32_t i = 0; i < n; ++i) whole += k[i];
-    int32_t x = 0;
-    for (; x < width && x < r; ++x) out[x] = BlurRowAt(row, width, x, k, n);
-    if (x + 8 <= width - r) {
-        int32_t i = 0;
-        for (; i + 8 <= width; i += 8) _mm256_storeu_ps(scratch + i, _mm256_cvtepi32_ps(Widened8(row + i)));
-        for (; i < width; ++i) scratch[i] = row[i];
-        x = n == 9 ? HorizontalBlocksOf(scratch - r, x, width - r, k, FixedCount<9>{}, whole, out)
-                   : HorizontalBlocksOf(scratch - r, x, width - r, k, AnyCount{n}, whole, out);
+    if (width < 8) {
+        for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
+        return;
     }
-    for (; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
+    float* f = scratch + r;
+    std::fill(scratch, f, 0.0f);
+    std::fill(f + width, f + width + r, 0.0f);
+    int32_t i = 0;
+    for (; i + 8 <= width; i += 8) _mm256_storeu_ps(f + i, _mm256_cvtepi32_ps(Widened8(row + i)));
+    for (; i < width; ++i) f[i] = row[i];
+    float whole = 0;
+    for (int32_t t = 0; t < n; ++t) whole += k[t];
+    if (n == 9) HorizontalRowOf(f, width, k, FixedCount<9>{}, whole, out);
+    else HorizontalRowOf(f, width, k, AnyCount{n}, whole, out);
 }
 
 namespace {
@@ -143,11 +167,12 @@ int32_t VerticalBlocks(const BlurColumnTaps& taps, int32_t width, Count count, u
     const __m256 weight = _mm256_set1_ps(taps.weight);
     const float* const* rows = taps.rows;
     int32_t x = 0;
-    for (; x + 16 <= width; x += 16) {
-        __m256 s0, s1;
-        TapSums(taps.k, count, [&](int32_t t, int32_t half) { return _mm256_loadu_ps(rows[t] + x + half); }, s0, s1);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x),
-                         _mm_packus_epi16(ColumnBytes<kWhole>(s0, weight), ColumnBytes<kWhole>(s1, weight)));
+    for (; x + 8 * kBlocks <= width; x += 8 * kBlocks) {
+        __m256 s[kBlocks];
+        TapSums(taps.k, count, [&](int32_t t, int j) { return _mm256_loadu_ps(rows[t] + x + 8 * j); }, s);
+        for (int j = 0; j < kBlocks; j += 2)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x + 8 * j),
+                             _mm_packus_epi16(ColumnBytes<kWhole>(s[j], weight), ColumnBytes<kWhole>(s[j + 1], weight)));
     }
     for (; x + 8 <= width; x += 8) {
         const __m128i words = ColumnBytes<kWhole>(

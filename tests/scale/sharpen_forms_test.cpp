@@ -79,7 +79,7 @@ TEST(SharpenForms, PlanesMatchTheWholePlaneReference) {
     struct Size {
         int32_t w, h;
     };
-    const Size sizes[] = {{1, 1}, {3, 2}, {8, 9}, {9, 8}, {17, 17}, {25, 4}, {33, 21}, {40, 11}, {64, 40}, {101, 13}};
+    const Size sizes[] = {{1, 1}, {3, 2}, {8, 9}, {9, 8}, {17, 17}, {25, 4}, {33, 21}, {40, 11}, {64, 40}, {101, 13}, {203, 19}};
     constexpr int32_t kPad = 5, kGuard = 32;
     constexpr uint8_t kCanary = 0xA5;
     std::mt19937 rng(51);
@@ -135,7 +135,7 @@ TEST(SharpenForms, BlursOfOtherWidthsMatchTheReference) {
     // Kernels of 3, 7 and 19 taps, whose loops are not the sharpen's.
     std::mt19937 rng(7);
     for (const double sigma : {0.5, 1.0, 3.0})
-        for (const int32_t w : {2, 23, 57})
+        for (const int32_t w : {2, 23, 57, 150})
             for (const int32_t h : {1, 12, 31}) {
                 std::vector<uint8_t> in(size_t(w) * h);
                 for (uint8_t& v : in) v = uint8_t(rng());
