@@ -55,10 +55,12 @@ struct Columns {
     std::vector<int16_t> dx;  // DX
     PackedWindows words;
     std::vector<uint8_t> pickBytes;  // [block][16]: the first samples in bytes 0-7
+    bool doubling;                   // target rows twice as wide as the source's
 };
 
 bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
     c.taps = PlanPackedColumns(srcWidth, dstWidth);
+    c.doubling = dstWidth == 2 * srcWidth;
     c.places = PlacesOfAll(c.taps.dx);
     if (c.places < 0) return false;
     const size_t n = c.taps.dx.size();
@@ -111,6 +113,26 @@ void BlendRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
     for (; i < n; ++i) h[i] = BlendOne(row, c, i);
 }
 
+// Doubling across, the step is exactly 1/2: target pair 2p is source pair p
+// (DX 0, H' = 2a) and pair 2p + 1 blends pairs p and p + 1 by one half
+// (DX 1 of kx 1, H' = a + b); the last pair, whose second sample clamps
+// onto itself, goes one by one with the rest. Sixteen source bytes and the
+// sixteen a pair further on make thirty-two target bytes.
+void DoubleRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
+    const size_t rowBytes = n / 2;
+    size_t i = 0;
+    for (; i / 2 + 18 <= rowBytes; i += 32) {
+        const __m256i a = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i / 2)));
+        const __m256i b = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i / 2 + 2)));
+        // Per half: pairs p, p + 1/2, p + 1, p + 3/2 in `low`, the next four in `high`.
+        const __m256i low = _mm256_unpacklo_epi32(_mm256_add_epi16(a, a), _mm256_add_epi16(a, b));
+        const __m256i high = _mm256_unpackhi_epi32(_mm256_add_epi16(a, a), _mm256_add_epi16(a, b));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(h + i), _mm256_permute2x128_si256(low, high, 0x20));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(h + i + 16), _mm256_permute2x128_si256(low, high, 0x31));
+    }
+    for (; i < n; ++i) h[i] = BlendOne(row, c, i);
+}
+
 // A target row that is its source row's first samples as they are (every
 // DX and its DY 0, as when halving): shuffled straight into bytes, sixteen
 // at a time.
@@ -153,7 +175,13 @@ void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, i
         return;
     }
     auto scalar = [&](size_t i) { return uint8_t((top[i] * (one - dy) + bottom[i] * dy) >> shift); };
-    if (shift <= 8) {
+    if (2 * dy == one) {
+        // Equal weights 2^(ky - 1): the floor of (H'0 + H'1) / 2^(kx + 1),
+        // whose sum fits 16 bits.
+        const __m128i half = _mm_cvtsi32_si128(kx + 1);
+        auto sixteen = [&](size_t j) { return _mm256_srl_epi16(_mm256_add_epi16(at(top + j), at(bottom + j)), half); };
+        Sweep(d, n, around, [&](size_t i) { return Bytes(sixteen(i), sixteen(i + 16)); }, scalar);
+    } else if (shift <= 8) {
         // The weighted sum stays below 2^16: products and sum in 16 bits.
         const __m256i upper = _mm256_set1_epi16(int16_t(one - dy)), lower = _mm256_set1_epi16(int16_t(dy));
         auto sixteen = [&](size_t j) {
@@ -190,7 +218,7 @@ bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) 
     const bool around = WriteAroundCaches(n * size_t(rows));
     KeptRows<std::vector<int16_t>> kept{std::vector<int16_t>(n)};
     auto blend = [&](std::vector<int16_t>& out, int32_t y) {
-        BlendRow(out.data(), source.pixels + intptr_t(y) * source.stride, c, n);
+        (c.doubling ? DoubleRow : BlendRow)(out.data(), source.pixels + intptr_t(y) * source.stride, c, n);
     };
     for (int32_t y = 0; y < rows; ++y) {
         const PackedRow r = PackedRowAt(y, sy, lastRow);
