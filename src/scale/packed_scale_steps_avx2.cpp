@@ -56,11 +56,13 @@ struct Columns {
     PackedWindows words;
     std::vector<uint8_t> pickBytes;  // [block][16]: the first samples in bytes 0-7
     bool doubling;                   // target rows twice as wide as the source's
+    bool halving;                    // target rows half as wide as the source's
 };
 
 bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
     c.taps = PlanPackedColumns(srcWidth, dstWidth);
     c.doubling = dstWidth == 2 * srcWidth;
+    c.halving = srcWidth == 2 * dstWidth;
     c.places = PlacesOfAll(c.taps.dx);
     if (c.places < 0) return false;
     const size_t n = c.taps.dx.size();
@@ -137,6 +139,20 @@ void DoubleRow(int16_t* h, const uint8_t* row, const Columns& c, size_t n) {
 // DX and its DY 0, as when halving): shuffled straight into bytes, sixteen
 // at a time.
 void GatherRow(uint8_t* d, const uint8_t* row, const Columns& c, size_t n) {
+    if (c.halving) {
+        // The step is exactly 2: target pair p is source pair 2p, the low
+        // half of each 32-bit source word.
+        const __m256i low = _mm256_set1_epi32(0xFFFF);
+        size_t i = 0;
+        for (; i + 32 <= n; i += 32) {
+            const __m256i first = _mm256_and_si256(Load(row + 2 * i), low);
+            const __m256i second = _mm256_and_si256(Load(row + 2 * i + 32), low);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i),
+                                _mm256_permute4x64_epi64(_mm256_packus_epi32(first, second), 0xD8));
+        }
+        for (; i < n; ++i) d[i] = row[c.taps.off0[i]];
+        return;
+    }
     const int32_t* base = c.words.base.data();
     const uint8_t* pickBytes = c.pickBytes.data();
     const int32_t* off0 = c.taps.off0.data();
