@@ -13,20 +13,22 @@
 
 namespace tarn {
 
-GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len, bool leadOnItsOwn) {
+GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len, bool leadOnItsOwn, uint32_t rowBytes) {
     const uint32_t n = len / kBlock;
     if (n == 0) return;
     base = new (std::nothrow) uint32_t[n];
     kind = new (std::nothrow) uint8_t[n];
     masks = new (std::nothrow) uint8_t[size_t(n) * 16 * kMostLoads];
     if (!base || !kind || !masks) return;  // blocks stays 0: all byte by byte
-    const uint32_t lo = *std::min_element(offsets, offsets + len);
-    const uint32_t hi = *std::max_element(offsets, offsets + len);
+    // The bounds and the strided lead in one pass.
     const uint32_t step = len > 1 ? offsets[1] - offsets[0] : 0;
+    uint32_t lo = offsets[0], hi = offsets[0], run = 1;
+    for (uint32_t j = 1; j < len; ++j) {
+        lo = std::min(lo, offsets[j]), hi = std::max(hi, offsets[j]);
+        run += run == j && offsets[j] == offsets[0] + step * j;
+    }
     if (step == 2 || step == 4 || step == 8) {
-        uint32_t run = 1;
-        while (run < len && offsets[run] == offsets[0] + step * run) ++run;
-        const uint32_t reach = hi + 1 - offsets[0];
+        const uint32_t reach = std::max(hi + 1, rowBytes) - offsets[0];
         stridedColumns = std::min(run, reach / step) / kBlock * kBlock;
         stride = step, strideFirst = offsets[0];
     }
@@ -148,7 +150,7 @@ void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, co
         }
         return;
     }
-    const GrayGatherPlan plan(colOffsets, equalWidths ? 0 : dstWidth, GrayGatherLeadsOnItsOwn());
+    const GrayGatherPlan plan(colOffsets, equalWidths ? 0 : dstWidth, GrayGatherLeadsOnItsOwn(), srcWidth);
     const GrayPlannedGatherFn gather = PickGrayPlannedGather();
     for (uint32_t y = 0; y < dstHeight; ++y) {
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;

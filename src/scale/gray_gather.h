@@ -22,7 +22,9 @@ class GrayGatherPlan {
 public:
     // With `leadOnItsOwn` the form that runs works the strided lead without
     // the plan, and the lead's blocks are left unplanned (byte by byte).
-    GrayGatherPlan(const uint32_t* offsets, uint32_t len, bool leadOnItsOwn = false);
+    // `rowBytes`, where given, is how many bytes of each row may be read,
+    // which lets the strided lead reach past the largest offset.
+    GrayGatherPlan(const uint32_t* offsets, uint32_t len, bool leadOnItsOwn = false, uint32_t rowBytes = 0);
     ~GrayGatherPlan();
     GrayGatherPlan(const GrayGatherPlan&) = delete;
     GrayGatherPlan& operator=(const GrayGatherPlan&) = delete;
@@ -41,7 +43,8 @@ public:
     // The leading columns whose offsets run first + step * j with a step of
     // 2, 4 or 8 (whole shrinks), as many whole blocks of them as a form
     // that loads step * 16 bytes from a block's first offset can take
-    // without passing the largest offset; 0 where there are none.
+    // without passing the largest offset or the row's end, whichever is
+    // further; 0 where there are none.
     uint32_t stridedColumns = 0, stride = 0, strideFirst = 0;
 };
 

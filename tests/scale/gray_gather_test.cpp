@@ -55,30 +55,36 @@ TEST(GrayGather, PlannedGatherPicksEachOffset) {
 TEST(GrayGather, StridedLeadsEndWhereTheStepBreaks) {
     // Offsets first + step * j that stop rising after `run` columns, as the
     // end of a shrink's table clamps to the last sample: the strided lead
-    // takes whole blocks of the run and never loads past the largest offset.
+    // takes whole blocks of the run and never loads past the largest offset
+    // or, where the row goes on (`past` bytes more), past the row's end.
     std::mt19937 rng(9);
     for (uint32_t step : {2u, 4u, 8u})
-        for (uint32_t first : {0u, 1u, 3u})
-            for (uint32_t run : {15u, 16u, 33u, 64u, 100u})
-                for (uint32_t len : {run, run + 1, run + 20}) {
-                    std::vector<uint32_t> offsets(len);
-                    for (uint32_t j = 0; j < len; ++j) offsets[j] = first + step * std::min(j, run - 1);
-                    std::vector<uint8_t> row(offsets.back() + 1);
-                    for (auto& b : row) b = uint8_t(rng());
-                    for (SimdForm form : kAllForms) {
-                        if (HostSimdForm() < form) continue;
-                        ScopedKernelChoice choice(g_cpuFeatures, form);
-                        // Planned as the nearest driver plans for this form.
-                        const GrayGatherPlan plan(offsets.data(), len, GrayGatherLeadsOnItsOwn());
-                        EXPECT_LE(plan.stridedColumns, run);
-                        std::vector<uint8_t> out(len + 16, 0x5A);
-                        PickGrayPlannedGather()(out.data(), row.data(), offsets.data(), len, plan);
-                        for (uint32_t j = 0; j < len; ++j)
-                            ASSERT_EQ(out[j], row[offsets[j]])
-                                << step << " " << first << " " << run << " " << len << " " << j << " " << FormName(form);
-                        ASSERT_EQ(out[len], 0x5A) << "nothing past the run";
+        for (uint32_t past : {0u, step - 1})
+            for (uint32_t first : {0u, 1u, 3u})
+                for (uint32_t run : {15u, 16u, 33u, 64u, 100u})
+                    for (uint32_t len : {run, run + 1, run + 20}) {
+                        std::vector<uint32_t> offsets(len);
+                        for (uint32_t j = 0; j < len; ++j) offsets[j] = first + step * std::min(j, run - 1);
+                        std::vector<uint8_t> row(offsets.back() + 1 + past);
+                        for (auto& b : row) b = uint8_t(rng());
+                        for (SimdForm form : kAllForms) {
+                            if (HostSimdForm() < form) continue;
+                            ScopedKernelChoice choice(g_cpuFeatures, form);
+                            // Planned as the nearest driver plans for this form.
+                            const GrayGatherPlan plan(offsets.data(), len, GrayGatherLeadsOnItsOwn(),
+                                                      uint32_t(row.size()));
+                            EXPECT_LE(plan.stridedColumns, run);
+                            if (past) {
+                                EXPECT_EQ(plan.stridedColumns, run / 16 * 16);
+                            }
+                            std::vector<uint8_t> out(len + 16, 0x5A);
+                            PickGrayPlannedGather()(out.data(), row.data(), offsets.data(), len, plan);
+                            for (uint32_t j = 0; j < len; ++j)
+                                ASSERT_EQ(out[j], row[offsets[j]])
+                                    << step << " " << first << " " << run << " " << len << " " << j << " " << FormName(form);
+                            ASSERT_EQ(out[len], 0x5A) << "nothing past the run";
+                        }
                     }
-                }
 }
 
 struct PlaneCase {
