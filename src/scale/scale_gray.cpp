@@ -46,6 +46,22 @@ std::unique_ptr<const GrayGatherPlan> PlanBandRows(const ScaleRequest& request, 
         new (std::nothrow) GrayGatherPlan(colOffsets, width, GrayGatherLeadsOnItsOwn()));
 }
 
+// A top or bottom row planned as above. It is the gather of its table row,
+// so where one of the two rows above was gathered from the same source row
+// (field pairs repeat each pair of rows when they enlarge) it is a copy.
+void BandRow(uint8_t* d, uint32_t y, const uint32_t* colOffsets, const uint32_t* rowOffsets, uint32_t rf,
+             uint32_t rl, const ScaleRequest& request, const GrayGatherPlan& plan, GrayPlannedGatherFn planned) {
+    const intptr_t stride = request.target.stride;
+    for (uint32_t back = 1; back <= 2 && back <= y; ++back) {
+        const uint32_t above = y - back;
+        if ((above < rf || above >= rl) && rowOffsets[above] == rowOffsets[y]) {
+            std::memcpy(d, d - stride * intptr_t(back), request.target.width);
+            return;
+        }
+    }
+    planned(d, request.source.pixels + RowDelta(rowOffsets[y]), colOffsets, request.target.width, plan);
+}
+
 }  // namespace
 
 void ScaleGray(const ScaleRequest& request) {
@@ -115,7 +131,7 @@ void ScaleGray(const ScaleRequest& request) {
         const bool centre = y >= rf && y < rl;
         if (!centre) {
             if (wholeRows && y < rf) std::memcpy(d, r, w);
-            else if (bandPlan) planned(d, r, colOffsets, dstWidth, *bandPlan);
+            else if (bandPlan) BandRow(d, y, colOffsets, rowOffsets, rf, rl, request, *bandPlan, planned);
             else GrayGatherRow(d, r, colOffsets, dstWidth);
             continue;
         }

@@ -129,6 +129,46 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
     }
 }
 
+TEST(GrayGather, FieldBandRowsAreGathersOfTheirTableRows) {
+    // Row pairs mark their bands in pairs, so about half an enlarged field
+    // picture is bottom rows: each the gather of its table row by the
+    // bilinear column offsets, whether gathered or copied from a row above.
+    struct Case {
+        uint32_t sw, sh, dw, dh;
+        bool flip;
+    };
+    const Case cases[] = {{40, 12, 80, 24, false}, {61, 20, 122, 40, true}, {300, 16, 600, 32, false},
+                          {33, 14, 100, 42, true}};
+    std::mt19937 rng(5);
+    for (const Case& c : cases) {
+        const int32_t ss = int32_t(c.sw) + 3, ds = int32_t(c.dw) + 1;
+        std::vector<uint8_t> src(size_t(ss) * c.sh);
+        for (auto& b : src) b = uint8_t(rng());
+        const double stepX = double(c.sw) / c.dw, stepY = double(c.sh) / c.dh;
+        std::vector<uint32_t> co(c.dw), ro(c.dh), rw(c.dh);
+        std::vector<uint8_t> cw(c.dw);
+        uint32_t cf = 0, cl = 0, rf = 0, rl = 0;
+        BuildGrayColumnTable(c.dw, c.sw, cw.data(), co.data(), 0.0, stepX, &cf, &cl, AxisFilter::Bilinear);
+        BuildGrayRowTable(c.dh, c.sh, rw.data(), ro.data(), ss, 0.0, stepY, &rf, &rl, AxisFilter::FieldPairs);
+        ASSERT_GE(c.dh - rl, 8u) << "enough bottom rows for the planned gather";
+        for (SimdForm form : kAllForms) {
+            if (HostSimdForm() < form) continue;
+            ScopedKernelChoice choice(g_cpuFeatures, form);
+            std::vector<uint8_t> out(size_t(ds) * c.dh, 0xC3);
+            uint8_t* top = c.flip ? out.data() + size_t(ds) * (c.dh - 1) : out.data();
+            ScaleImage({top, c.dw, c.dh, c.flip ? -ds : ds, 1}, {src.data(), c.sw, c.sh, ss, 1}, {stepX, stepY},
+                       SCALE_FIELD_BILINEAR, nullptr);
+            for (uint32_t y = 0; y < c.dh; ++y) {
+                if (y >= rf && y < rl) continue;
+                const uint8_t* row = top + (c.flip ? -intptr_t(ds) : intptr_t(ds)) * y;
+                for (uint32_t x = 0; x < c.dw; ++x)
+                    ASSERT_EQ(row[x], src[RowDelta(ro[y]) + co[x]])
+                        << c.sw << "x" << c.sh << " row " << y << " column " << x << " " << FormName(form);
+            }
+        }
+    }
+}
+
 TEST(GrayGather, ScalingInPlaceAgreesAcrossForms) {
     // Target over its own source: rows are gathered in order, never copied
     // from the row above, whatever the form.
