@@ -63,15 +63,15 @@ void PlanarToPacked(TierBody body, bool smooth, PackedOrder order, uint8_t* dst,
             at[i] = Offset(walk.base, ptrdiff_t(2 * k + i) * walk.step + shift * 2);
             outs[i] = dstSpan.Target(at[i], 2 * n, row(14 + i));
         }
-        if (!smooth) {
-            // Rows as stored: each given three times, as s(x, x, x) = x.
-            const Rows3 y0{y[1], y[1], y[1]}, y1{y[2], y[2], y[2]};
-            const Rows3 u{c[0][1], c[0][1], c[0][1]}, v{c[1][1], c[1][1], c[1][1]};
-            f.smoothPairToYuy2(outs[0], outs[1], y0, y1, u, v, pairs);
-        } else if (!trunc) {
-            // Rounding everywhere: one pass per row pair.
-            f.smoothPairToYuy2(outs[0], outs[1], PairLuma(y, 0, first), PairLuma(y, 1, last),
-                               PairChroma(c[0], first, last), PairChroma(c[1], first, last), pairs);
+        if (!trunc) {
+            // Rounding everywhere, one pass per row; without smoothing each
+            // row is given three times, as s(x, x, x) = x.
+            const auto stored = [](const uint8_t* r) { return Rows3{r, r, r}; };
+            const Rows3 u = smooth ? PairChroma(c[0], first, last) : stored(c[0][1]);
+            const Rows3 v = smooth ? PairChroma(c[1], first, last) : stored(c[1][1]);
+            for (int i = 0; i < 2; ++i)
+                f.smoothToYuy2(outs[i], smooth ? PairLuma(y, i, i == 0 ? first : last) : stored(y[1 + i]), u, v,
+                               pairs);
         } else {
             const uint8_t* luma[2];
             for (int i = 0; i < 2; ++i) {

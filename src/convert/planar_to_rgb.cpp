@@ -113,9 +113,6 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
     // first pair of 32-bit output, where the others average rows 0 and 1.
     const bool firstFromRow4 = body == TierBody::Pavg && o.out == RgbKind::Rgb32;
 
-    // The SSE2 body smooths and converts its block columns of 32-bit output in
-    // one pass; the other columns, kinds and tiers go through working rows.
-    const bool fused = body == TierBody::Sse2 && smooth && o.out == RgbKind::Rgb32;
     // Pixels built in place when they are stored as they are made.
     const bool direct = !trunc && !packed16;
     PairRows w(static_cast<size_t>(width + 16) * 4);
@@ -124,7 +121,6 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
         const size_t n = static_cast<size_t>(g.pixels), nc = n / 2;
         const size_t nb = static_cast<size_t>(g.blockPixels), nbc = nb / 2;
         const bool first = k == 0, last = k == lastPair;
-        const size_t skip = fused ? nb : 0, skipc = skip / 2;
 
         // Luma rows 2k - 1 to 2k + 2 and chroma rows k - 1 to k + 1, each
         // where it is needed.
@@ -147,7 +143,11 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
 
         // Rows 0 and 2P - 1 stand as stored; the others are smoothed, in the
         // MMX body's block columns with the truncating t(). Without smoothing
-        // every row stands as stored.
+        // every row stands as stored. The smoothed rows are made in working
+        // rows, in cache, and each output row is then converted in one pass
+        // of its own: smoothing inside the conversion, for both rows of a
+        // pair at once or for one, kept the destination from filling in one
+        // stream and ran up to a third longer on a frame not in cache.
         const uint8_t* luma[2];
         for (int i = 0; i < 2; ++i) {
             if (!smooth || (i == 0 ? first : last)) {
@@ -155,7 +155,7 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
                 continue;
             }
             uint8_t* out = w.Row(4 + i);
-            const size_t from = trunc ? nb : skip;
+            const size_t from = trunc ? nb : 0;
             if (trunc) SmoothTruncRow(out, y[i], y[i + 2], y[i + 1], nb);
             f.smooth(out + from, y[i] + from, y[i + 2] + from, y[i + 1] + from, n - from);
             luma[i] = out;
@@ -179,11 +179,11 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
                 }
                 if (trunc)
                     TruncAvgRow(out, a, b, nbc);
-                else if (!fused)
+                else
                     f.average(out, a, b, nbc);
                 std::memcpy(out + nbc, a + nbc, nc - nbc);
             } else {
-                const size_t from = trunc ? nbc : skipc;
+                const size_t from = trunc ? nbc : 0;
                 if (trunc) SmoothTruncRow(out, c[p][0], c[p][2], c[p][1], nbc);
                 f.smooth(out + from, c[p][0] + from, c[p][2] + from, c[p][1] + from, nc - from);
             }
@@ -203,12 +203,8 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
                                : w.Row(14 + 2 * i);
             outs[i] = packed16 ? w.Row(18 + i) : finals[i];
         }
-        if (fused) {
-            f.smoothPairToBgra(outs[0], outs[1], PairLuma(y, 0, first), PairLuma(y, 1, last),
-                               PairChroma(c[0], first, last), PairChroma(c[1], first, last), nb);
-        }
         for (int i = 0; i < 2; ++i) {
-            if (!fused) VectorRow<Bpp>(f, outs[i], luma[i], chroma[0], chroma[1], nb);
+            VectorRow<Bpp>(f, outs[i], luma[i], chroma[0], chroma[1], nb);
             TableRow<Bpp>(outs[i], luma[i], chroma[0], chroma[1], g.blockPixels, g.pixels);
             if (o.out == RgbKind::Rgb32Luma) {
                 for (size_t x = 0; x < n; ++x) outs[i][4 * x + 3] = luma[i][x];

@@ -63,25 +63,10 @@ void PackedVectorPlain(uint8_t* dst, const uint8_t* src, size_t pixels) {
 
 uint8_t S(const Rows3& r, size_t i) { return static_cast<uint8_t>(Smooth(r.a[i], r.b[i], r.c[i])); }
 
-void SmoothPairToBgraPlain(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
-                           size_t pixels) {
-    for (size_t i = 0; i < pixels; ++i) {
-        const uint8_t cu = S(u, i / 2), cv = S(v, i / 2);
-        const Bgr c0 = VectorForm(S(y0, i), cu, cv), c1 = VectorForm(S(y1, i), cu, cv);
-        const uint8_t p0[4] = {c0.b, c0.g, c0.r, 0}, p1[4] = {c1.b, c1.g, c1.r, 0};
-        std::memcpy(d0 + 4 * i, p0, 4);
-        std::memcpy(d1 + 4 * i, p1, 4);
-    }
-}
-
-void SmoothPairToYuy2Plain(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
-                           size_t pairs) {
+void SmoothToYuy2Plain(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs) {
     for (size_t i = 0; i < pairs; ++i) {
-        const uint8_t cu = S(u, i), cv = S(v, i);
-        const uint8_t p0[4] = {S(y0, 2 * i), cu, S(y0, 2 * i + 1), cv};
-        const uint8_t p1[4] = {S(y1, 2 * i), cu, S(y1, 2 * i + 1), cv};
-        std::memcpy(d0 + 4 * i, p0, 4);
-        std::memcpy(d1 + 4 * i, p1, 4);
+        const uint8_t p[4] = {S(y, 2 * i), S(u, i), S(y, 2 * i + 1), S(v, i)};
+        std::memcpy(dst + 4 * i, p, 4);
     }
 }
 
@@ -106,7 +91,7 @@ void SmoothPairFromYuy2Plain(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, R
 
 const YuvRowForms kYuvRowsPlain = {SmoothPlain, AveragePlain, VectorPlain<4>,         VectorPlain<3>,
                                    PackPlain,   UnpackPlain,  PackedVectorPlain<4>, PackedVectorPlain<3>,
-                                   SmoothPairToBgraPlain, SmoothPairToYuy2Plain, SmoothPairFromYuy2Plain};
+                                   SmoothToYuy2Plain, SmoothPairFromYuy2Plain};
 
 namespace {
 constexpr FormEntry<const YuvRowForms*> kYuvRowsForms[] = {

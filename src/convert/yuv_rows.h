@@ -42,12 +42,12 @@ struct YuvRowForms {
     // Vector form straight from a packed row, `pixels` a multiple of 16.
     void (*yuy2ToBgra)(uint8_t* dst, const uint8_t* yuy2, size_t pixels);
     void (*yuy2ToBgr)(uint8_t* dst, const uint8_t* yuy2, size_t pixels);
-    // A row pair at once: luma of each row and the pair's chroma smoothed,
-    // then the vector form (`pixels` a multiple of 16) or packing.
-    void (*smoothPairToBgra)(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
-                             size_t pixels);
-    void (*smoothPairToYuy2)(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
-                             size_t pairs);
+    // One packed output row in one pass: its luma and the chroma smoothed,
+    // then packed. The two rows of a pair are made one after the other, each
+    // smoothing the pair's chroma again: the destination then fills in one
+    // rising stream, where rows made side by side ran half as long again on
+    // a frame not in cache.
+    void (*smoothToYuy2)(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs);
     // Packed rows F0 = s(a), F1 = s(b): luma of each, chroma r(F0, F1).
     void (*smoothPairFromYuy2)(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
                                size_t pairs);

@@ -151,10 +151,8 @@ inline void StoreBgraLanes(uint8_t* lo, uint8_t* hi, const Words16& c) {
     const __m256i bg = _mm256_shuffle_epi8(_mm256_packus_epi16(c.b, c.g), interleave);
     const __m256i r0 = _mm256_min_epi16(_mm256_max_epi16(c.r, _mm256_setzero_si256()), _mm256_set1_epi16(255));
     const __m256i q0 = _mm256_unpacklo_epi16(bg, r0), q1 = _mm256_unpackhi_epi16(bg, r0);
-    Store(lo, _mm256_castsi256_si128(q0));
-    Store(lo + 16, _mm256_castsi256_si128(q1));
-    Store(hi, _mm256_extracti128_si256(q0, 1));
-    Store(hi + 16, _mm256_extracti128_si256(q1, 1));
+    Store32(lo, _mm256_permute2x128_si256(q0, q1, 0x20));
+    Store32(hi, _mm256_permute2x128_si256(q0, q1, 0x31));
 }
 
 // y8: 32 luma bytes with the chroma of ChromaFor32 (luma as stored); w[0]
@@ -256,29 +254,10 @@ inline __m256i Smooth32(const uint8_t* a, const uint8_t* b, const uint8_t* c) {
     return _mm256_avg_epu8(_mm256_avg_epu8(Load32(a), Load32(b)), Load32(c));
 }
 
-void SmoothPairToBgraAvx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
-                          size_t pixels) {
-    size_t i = 0;
-    for (; i + 32 <= pixels; i += 32) {
-        const size_t c = i / 2;
-        const __m128i uu = Smooth16(u.a + c, u.b + c, u.c + c), vv = Smooth16(v.a + c, v.b + c, v.c + c);
-        const Doubled chroma = ChromaFor32(uu, vv);
-        StorePlanarBgra32(d0 + 4 * i, Smooth32(y0.a + i, y0.b + i, y0.c + i), chroma);
-        StorePlanarBgra32(d1 + 4 * i, Smooth32(y1.a + i, y1.b + i, y1.c + i), chroma);
-    }
-    if (i < pixels) {
-        const size_t c = i / 2;
-        const __m128i uu = Smooth8(u.a + c, u.b + c, u.c + c), vv = Smooth8(v.a + c, v.b + c, v.c + c);
-        StoreBgraLanes(d0 + 4 * i, d0 + 4 * i + 32, PlanarWords16(Smooth16(y0.a + i, y0.b + i, y0.c + i), uu, vv));
-        StoreBgraLanes(d1 + 4 * i, d1 + 4 * i + 32, PlanarWords16(Smooth16(y1.a + i, y1.b + i, y1.c + i), uu, vv));
-    }
-}
-
 // 32 pairs a step. One 64-bit permute puts the chroma as pairs 0-7 | 8-15 of
 // each 16; the in-lane unpacks with luma then give pairs 0-3 | 8-11 and 4-7 |
-// 12-15, and each lane is stored where it belongs.
-void SmoothPairToYuy2Avx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
-                          size_t pairs) {
+// 12-15, and one lane permute each puts them in order.
+void SmoothToYuy2Avx2(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs) {
     size_t i = 0;
     for (; i + 32 <= pairs; i += 32) {
         const __m256i uu = _mm256_permute4x64_epi64(Smooth32(u.a + i, u.b + i, u.c + i), _MM_SHUFFLE(3, 1, 2, 0));
@@ -286,22 +265,17 @@ void SmoothPairToYuy2Avx2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u,
         const __m256i uv[2] = {_mm256_unpacklo_epi8(uu, vv), _mm256_unpackhi_epi8(uu, vv)};
         for (int h = 0; h < 2; ++h) {
             const size_t j = 2 * i + 32 * h;
-            const __m256i ys[2] = {Smooth32(y0.a + j, y0.b + j, y0.c + j), Smooth32(y1.a + j, y1.b + j, y1.c + j)};
-            uint8_t* outs[2] = {d0 + 4 * i + 64 * h, d1 + 4 * i + 64 * h};
-            for (int r = 0; r < 2; ++r) {
-                const __m256i lo = _mm256_unpacklo_epi8(ys[r], uv[h]), hi = _mm256_unpackhi_epi8(ys[r], uv[h]);
-                Store(outs[r], _mm256_castsi256_si128(lo));
-                Store(outs[r] + 16, _mm256_castsi256_si128(hi));
-                Store(outs[r] + 32, _mm256_extracti128_si256(lo, 1));
-                Store(outs[r] + 48, _mm256_extracti128_si256(hi, 1));
-            }
+            const __m256i ys = Smooth32(y.a + j, y.b + j, y.c + j);
+            const __m256i lo = _mm256_unpacklo_epi8(ys, uv[h]), hi = _mm256_unpackhi_epi8(ys, uv[h]);
+            uint8_t* out = dst + 4 * i + 64 * h;
+            Store32(out, _mm256_permute2x128_si256(lo, hi, 0x20));
+            Store32(out + 32, _mm256_permute2x128_si256(lo, hi, 0x31));
         }
     }
-    const uint8_t* ya[3] = {y0.a, y0.b, y0.c};
-    const uint8_t* yb[3] = {y1.a, y1.b, y1.c};
-    const uint8_t* uu[3] = {u.a, u.b, u.c};
-    const uint8_t* vv[3] = {v.a, v.b, v.c};
-    SmoothPairToYuy2Simd(d0, d1, ya, yb, uu, vv, i, pairs);
+    const uint8_t* ys[3] = {y.a, y.b, y.c};
+    const uint8_t* us[3] = {u.a, u.b, u.c};
+    const uint8_t* vs[3] = {v.a, v.b, v.c};
+    SmoothToYuy2Simd(dst, ys, us, vs, i, pairs);
 }
 
 // 32 pairs (128 packed bytes) a step; each luma pack is put in order by a
@@ -347,6 +321,6 @@ void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Ro
 
 const YuvRowForms kYuvRowsAvx2 = {SmoothAvx2,   AverageAvx2,    ToBgraAvx2,     ToBgrAvx2,
                                   PackYuy2Simd, UnpackYuy2Simd, Yuy2ToBgraAvx2, Yuy2ToBgrAvx2,
-                                  SmoothPairToBgraAvx2, SmoothPairToYuy2Avx2, SmoothPairFromYuy2Avx2};
+                                  SmoothToYuy2Avx2, SmoothPairFromYuy2Avx2};
 
 }  // namespace tarn

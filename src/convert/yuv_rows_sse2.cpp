@@ -58,26 +58,11 @@ void PackedSse2(uint8_t* dst, const uint8_t* src, size_t pixels) {
     }
 }
 
-void SmoothPairToBgraSse2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
-                          size_t pixels) {
-    for (size_t i = 0; i < pixels; i += 16) {
-        const size_t c = i / 2;
-        const __m128i uu = Smooth8(u.a + c, u.b + c, u.c + c), vv = Smooth8(v.a + c, v.b + c, v.c + c);
-        __m128i px[4];
-        Interleave(VectorForm16(Smooth16(y0.a + i, y0.b + i, y0.c + i), uu, vv), px);
-        for (int k = 0; k < 4; ++k) Store(d0 + 4 * i + 16 * k, px[k]);
-        Interleave(VectorForm16(Smooth16(y1.a + i, y1.b + i, y1.c + i), uu, vv), px);
-        for (int k = 0; k < 4; ++k) Store(d1 + 4 * i + 16 * k, px[k]);
-    }
-}
-
-void SmoothPairToYuy2Sse2(uint8_t* d0, uint8_t* d1, Rows3 y0, Rows3 y1, Rows3 u, Rows3 v,
-                          size_t pairs) {
-    const uint8_t* ya[3] = {y0.a, y0.b, y0.c};
-    const uint8_t* yb[3] = {y1.a, y1.b, y1.c};
-    const uint8_t* uu[3] = {u.a, u.b, u.c};
-    const uint8_t* vv[3] = {v.a, v.b, v.c};
-    SmoothPairToYuy2Simd(d0, d1, ya, yb, uu, vv, 0, pairs);
+void SmoothToYuy2Sse2(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs) {
+    const uint8_t* ys[3] = {y.a, y.b, y.c};
+    const uint8_t* us[3] = {u.a, u.b, u.c};
+    const uint8_t* vs[3] = {v.a, v.b, v.c};
+    SmoothToYuy2Simd(dst, ys, us, vs, 0, pairs);
 }
 
 void SmoothPairFromYuy2Sse2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
@@ -91,6 +76,6 @@ void SmoothPairFromYuy2Sse2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Ro
 
 const YuvRowForms kYuvRowsSse2 = {SmoothSse2,   AverageSse2,    ToBgraSse2,        ToBgrSse2,
                                   PackYuy2Simd, UnpackYuy2Simd, PackedSse2<true>, PackedSse2<false>,
-                                  SmoothPairToBgraSse2, SmoothPairToYuy2Sse2, SmoothPairFromYuy2Sse2};
+                                  SmoothToYuy2Sse2, SmoothPairFromYuy2Sse2};
 
 }  // namespace tarn

@@ -140,29 +140,23 @@ inline void Pack16Pairs(uint8_t* dst, __m128i y0, __m128i y1, __m128i uvLo, __m1
     Store(dst + 48, _mm_unpackhi_epi8(y1, uvHi));
 }
 
-// 16 pairs a step, the rest by the scalar rule.
-inline void SmoothPairToYuy2Simd(uint8_t* d0, uint8_t* d1, const uint8_t* const y0[3],
-                                 const uint8_t* const y1[3], const uint8_t* const u[3],
-                                 const uint8_t* const v[3], size_t from, size_t pairs) {
+// One row, 16 pairs a step, the rest by the scalar rule.
+inline void SmoothToYuy2Simd(uint8_t* dst, const uint8_t* const y[3], const uint8_t* const u[3],
+                             const uint8_t* const v[3], size_t from, size_t pairs) {
     size_t i = from;
     for (; i + 16 <= pairs; i += 16) {
         const size_t j = 2 * i;
         const __m128i uu = Smooth16(u[0] + i, u[1] + i, u[2] + i), vv = Smooth16(v[0] + i, v[1] + i, v[2] + i);
-        const __m128i uvLo = _mm_unpacklo_epi8(uu, vv), uvHi = _mm_unpackhi_epi8(uu, vv);
-        Pack16Pairs(d0 + 4 * i, Smooth16(y0[0] + j, y0[1] + j, y0[2] + j),
-                    Smooth16(y0[0] + j + 16, y0[1] + j + 16, y0[2] + j + 16), uvLo, uvHi);
-        Pack16Pairs(d1 + 4 * i, Smooth16(y1[0] + j, y1[1] + j, y1[2] + j),
-                    Smooth16(y1[0] + j + 16, y1[1] + j + 16, y1[2] + j + 16), uvLo, uvHi);
+        Pack16Pairs(dst + 4 * i, Smooth16(y[0] + j, y[1] + j, y[2] + j),
+                    Smooth16(y[0] + j + 16, y[1] + j + 16, y[2] + j + 16), _mm_unpacklo_epi8(uu, vv),
+                    _mm_unpackhi_epi8(uu, vv));
     }
     const auto s = [](const uint8_t* const r[3], size_t k) {
         return static_cast<uint8_t>((((r[0][k] + r[1][k] + 1) >> 1) + r[2][k] + 1) >> 1);
     };
     for (; i < pairs; ++i) {
-        const uint8_t cu = s(u, i), cv = s(v, i);
-        const uint8_t p0[4] = {s(y0, 2 * i), cu, s(y0, 2 * i + 1), cv};
-        const uint8_t p1[4] = {s(y1, 2 * i), cu, s(y1, 2 * i + 1), cv};
-        std::memcpy(d0 + 4 * i, p0, 4);
-        std::memcpy(d1 + 4 * i, p1, 4);
+        const uint8_t p[4] = {s(y, 2 * i), s(u, i), s(y, 2 * i + 1), s(v, i)};
+        std::memcpy(dst + 4 * i, p, 4);
     }
 }
 
