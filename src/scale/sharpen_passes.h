@@ -1,0 +1,250 @@
+// The sharpening passes, written once over a register width: the SSE2 and
+// AVX2 forms supply their lanes (the type L below) and instantiate these.
+//
+// Each pass keeps the plain form's float operations in its order (a sum over
+// the taps in order, each product rounded on its own, one division), so each
+// pixel rounds as it does there. Every product is of non-negative values, so
+// a sum may start at the first product instead of at zero: adding zero to it
+// changes nothing. The horizontal pass widens the row to floats once and
+// reads each tap from there. The vertical pass has the same taps for all
+// pixels of its row. Both run eight registers of pixels at a time, with the
+// sharpen's nine taps unrolled.
+//
+// Most divisions are by the sum of all taps, which for the sharpen's kernel
+// is 1 - 2^-24. A positive normal float s = m * 2^e (1 <= m < 2) divided by
+// it is s + (m / 2) * ulp(s) / (1 - 2^-24): more than half an ulp above s and
+// at most one, so it rounds to the next float up. The horizontal pass adds
+// one to the bits of such a sum instead of dividing; its sums are 0 or at
+// least the smallest tap, a normal float. The vertical pass divides whole
+// numbers 0 .. 255 only; where the driver found that its row's weight leaves
+// every one of them whole after truncation, it skips the division.
+//
+// L supplies: F (float lanes) and I (integer lanes) with kLanes floats;
+// Set1, Mul, Add, Div, Load, Store, Bytes (kLanes bytes widened to floats),
+// Successor (the next float up of non-negative lanes), Truncated, Float,
+// Low255 (each 32-bit lane's low byte) and StoreBytes (32-bit lanes 0 .. 255
+// as kLanes bytes); and over 2 * kLanes 16-bit lanes: Words (bytes widened),
+// Set16, Sub16, Add16, Max16, Min16, Greater16, And, MulLo16, MulHi16 (high
+// halves of unsigned products), Shift16 (right by a count made by Bits16)
+// and StoreWords (16-bit lanes as bytes, clamped to 0 .. 255).
+#pragma once
+
+#include <algorithm>
+#include <cfloat>
+#include <cstdint>
+
+#include "scale/rounded.h"
+#include "scale/sharpen.h"
+
+namespace tarn::sharpen_passes {
+
+// The number of taps: the sharpen's nine fixed, so the loops over them
+// unroll, or any other count.
+template <int32_t N>
+struct FixedCount {
+    constexpr int32_t operator()() const { return N; }
+};
+struct AnyCount {
+    int32_t n;
+    int32_t operator()() const { return n; }
+};
+
+// Registers of sums per pass of the wide loops: each tap's factor and row
+// are fetched once for all of them, and the sums stay in registers.
+constexpr int kBlocks = 8;
+
+// The sums of B registers of pixels, load(t, j) the values of register j for
+// tap t, tap by tap.
+template <class L, int B, class Count, class Load>
+inline void TapSums(const float* k, Count count, Load load, typename L::F (&s)[B]) {
+    const typename L::F k0 = L::Set1(k[0]);
+    for (int j = 0; j < B; ++j) s[j] = Rounded(L::Mul(load(0, j), k0));
+    for (int32_t t = 1; t < count(); ++t) {
+        const typename L::F kt = L::Set1(k[t]);
+        for (int j = 0; j < B; ++j) s[j] = L::Add(s[j], Rounded(L::Mul(load(t, j), kt)));
+    }
+}
+
+template <class L, class Count, class Load>
+inline typename L::F TapSum(const float* k, Count count, Load load) {
+    typename L::F s[1];
+    TapSums<L>(k, count, [&](int32_t t, int) { return load(t); }, s);
+    return s[0];
+}
+
+// The weight of pixel x: the sum of its taps inside the row, in order.
+inline float RowWeightAt(int32_t width, int32_t x, const float* k, int32_t n) {
+    const int32_t r = n / 2;
+    float weight = 0;
+    for (int32_t i = 0; i < n; ++i)
+        if (x + i - r >= 0 && x + i - r < width) weight += k[i];
+    return weight;
+}
+
+// A row of at least kLanes pixels from `f`, the row widened to floats with r
+// zeros on either side: a tap outside the row adds a product of 0, which
+// leaves the sum as it was, so the pixels near the ends take the same sums
+// as the rest and only their weights differ. Registers where every tap lies
+// inside the row divide by the whole weight; the others, and a last one
+// drawn back to end at the row's end, by each pixel's own.
+template <class L, class Count, bool kSuccessor>
+void HorizontalRow(const float* f, int32_t width, const float* k, Count count, float whole, float* out) {
+    using F = typename L::F;
+    constexpr int32_t N = L::kLanes;
+    const int32_t n = count(), r = n / 2;
+    auto edge = [&](int32_t x) {
+        alignas(32) float weights[N];
+        for (int32_t j = 0; j < N; ++j) weights[j] = RowWeightAt(width, x + j, k, n);
+        const F sum = TapSum<L>(k, count, [&](int32_t t) { return L::Load(f + x - r + t); });
+        L::Store(out + x, L::Div(sum, L::Load(weights)));
+    };
+    auto normalised = [weight = L::Set1(whole)](F sum) {
+        if constexpr (kSuccessor) return L::Successor(sum);
+        else return L::Div(sum, weight);
+    };
+    int32_t x = 0;
+    for (; x < r && x + N <= width; x += N) edge(x);
+    for (; x + N * kBlocks <= width - r; x += N * kBlocks) {
+        F s[kBlocks];
+        TapSums<L>(k, count, [&](int32_t t, int j) { return L::Load(f + x - r + t + N * j); }, s);
+        for (int j = 0; j < kBlocks; ++j) L::Store(out + x + N * j, normalised(s[j]));
+    }
+    for (; x + N <= width - r; x += N)
+        L::Store(out + x, normalised(TapSum<L>(k, count, [&](int32_t t) { return L::Load(f + x - r + t); })));
+    for (; x + N <= width; x += N) edge(x);
+    if (x < width) edge(width - N);
+}
+
+template <class L, class Count>
+void HorizontalRowOf(const float* f, int32_t width, const float* k, Count count, float whole, float* out) {
+    bool normal = true;
+    for (int32_t i = 0; i < count(); ++i) normal = normal && k[i] >= FLT_MIN;
+    if (whole == 0x1.fffffep-1f && normal) HorizontalRow<L, Count, true>(f, width, k, count, whole, out);
+    else HorizontalRow<L, Count, false>(f, width, k, count, whole, out);
+}
+
+template <class L>
+void Horizontal(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out) {
+    constexpr int32_t N = L::kLanes;
+    const int32_t r = n / 2;
+    if (width < N) {
+        for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
+        return;
+    }
+    float* f = scratch + r;
+    std::fill(scratch, f, 0.0f);
+    std::fill(f + width, f + width + r, 0.0f);
+    int32_t i = 0;
+    for (; i + N <= width; i += N) L::Store(f + i, L::Bytes(row + i));
+    for (; i < width; ++i) f[i] = row[i];
+    float whole = 0;
+    for (int32_t t = 0; t < n; ++t) whole += k[t];
+    if (n == 9) HorizontalRowOf<L>(f, width, k, FixedCount<9>{}, whole, out);
+    else HorizontalRowOf<L>(f, width, k, AnyCount{n}, whole, out);
+}
+
+// Bytes of a register of column sums: the sum truncated to its low byte,
+// divided by the weight and truncated again, to its low byte once more; with
+// kWhole, the division leaves the whole number as it is.
+template <class L, class Count, bool kWhole>
+int32_t VerticalRow(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out) {
+    using F = typename L::F;
+    constexpr int32_t N = L::kLanes;
+    const F weight = L::Set1(taps.weight);
+    const float* const* rows = taps.rows;
+    auto store = [&](uint8_t* to, F sum) {
+        auto v = L::Low255(L::Truncated(sum));
+        if constexpr (!kWhole) v = L::Low255(L::Truncated(L::Div(L::Float(v), weight)));
+        L::StoreBytes(to, v);
+    };
+    int32_t x = 0;
+    for (; x + N * kBlocks <= width; x += N * kBlocks) {
+        F s[kBlocks];
+        TapSums<L>(taps.k, count, [&](int32_t t, int j) { return L::Load(rows[t] + x + N * j); }, s);
+        for (int j = 0; j < kBlocks; ++j) store(out + x + N * j, s[j]);
+    }
+    for (; x + N <= width; x += N)
+        store(out + x, TapSum<L>(taps.k, count, [&](int32_t t) { return L::Load(rows[t] + x); }));
+    return x;
+}
+
+template <class L, class Count>
+int32_t VerticalRowOf(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out) {
+    return taps.keepsWholes ? VerticalRow<L, Count, true>(taps, width, count, out)
+                            : VerticalRow<L, Count, false>(taps, width, count, out);
+}
+
+template <class L>
+void Vertical(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
+    int32_t x = taps.count == 9 ? VerticalRowOf<L>(taps, width, FixedCount<9>{}, out)
+                                : VerticalRowOf<L>(taps, width, AnyCount{taps.count}, out);
+    for (; x < width; ++x) out[x] = BlurColumnAt(taps, x);
+}
+
+template <class L>
+void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
+    constexpr int32_t W = 2 * L::kLanes;
+    auto most = L::Set16(-32768), least = L::Set16(32767);
+    int32_t x = 0;
+    for (; x + W <= width; x += W) {
+        const auto d = L::Sub16(L::Words(a + x), L::Words(b + x));
+        most = L::Max16(most, d);
+        least = L::Min16(least, d);
+    }
+    alignas(32) int16_t hi[W], lo[W];
+    L::StoreI(hi, most);
+    L::StoreI(lo, least);
+    for (int32_t i = 0; i < W; ++i) {
+        *largest = std::max<int32_t>(*largest, hi[i]);
+        *smallest = std::min<int32_t>(*smallest, lo[i]);
+    }
+    SharpenExtremesPlain(a + x, b + x, width - x, largest, smallest);
+}
+
+// Division of 2n by 2D for 0 <= 2n < 2^15, as a high product and a shift:
+// with s the least shift for which 2D <= 2^(s + 1) and m = ceil(2^(16 + s) /
+// 2D), below 2^16, the error of 2n * m / 2^(16 + s) against 2n / 2D is below
+// 2n / 2^(16 + s) < 2^-(1 + s) <= 1 / 2D, too little to reach the next whole
+// number; so the floor of it is that of 2n / 2D, which is n / D truncated.
+// Doubling lets D = 1 have a shift too.
+template <class L>
+struct HalvedDivisor {
+    typename L::I m;
+    typename L::Bits s;
+
+    explicit HalvedDivisor(int32_t d) {
+        int32_t shift = 0;
+        while (2 * d > 2 << shift) ++shift;
+        const int64_t mul = ((int64_t(1) << (16 + shift)) + 2 * d - 1) / (2 * d);
+        m = L::Set16(static_cast<int16_t>(static_cast<uint16_t>(mul)));
+        s = L::Bits16(shift);
+    }
+    typename L::I Quotient(typename L::I doubled) const { return L::Shift16(L::MulHi16(doubled, m), s); }
+};
+
+// The mask in 16-bit lanes. As the blur b lies in 0 .. 255, d = a - b lies
+// in -(255 - a) .. a, so a numerator (255 - a) * d or a * -d is at most
+// a * (255 - a) <= 16256, and twice it fits the division above; the divisor,
+// high or -low, is 1 to 225. A side that does not apply gets a numerator of
+// 0, so its quotient is 0; the sum a + up - down is clamped by the store.
+template <class L>
+void Apply(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
+    constexpr int32_t W = 2 * L::kLanes;
+    const auto zero = L::Set16(0), k510 = L::Set16(510);
+    const auto useHigh = L::Set16(high > 0 ? -1 : 0), useLow = L::Set16(low < 0 ? -1 : 0);
+    const HalvedDivisor<L> byHigh(high > 0 ? high : 1), byLow(low < 0 ? -low : 1);
+    int32_t x = 0;
+    for (; x + W <= width; x += W) {
+        const auto av = L::Words(row + x), bv = L::Words(b + x);
+        const auto d = L::Sub16(av, bv);
+        const auto up = L::And(L::And(L::Greater16(d, zero), useHigh), d);
+        const auto down = L::And(L::And(L::Greater16(zero, d), useLow), L::Sub16(zero, d));
+        const auto twice = L::Add16(av, av);
+        const auto raise = byHigh.Quotient(L::MulLo16(L::Sub16(k510, twice), up));
+        const auto lower = byLow.Quotient(L::MulLo16(twice, down));
+        L::StoreWords(row + x, L::Sub16(L::Add16(av, raise), lower));
+    }
+    ApplySharpenPlain(row + x, b + x, width - x, high, low);
+}
+
+}  // namespace tarn::sharpen_passes
