@@ -289,13 +289,19 @@ void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Ro
     const auto lowBytes = [&](__m256i p, __m256i q) {
         return pack(_mm256_and_si256(p, low), _mm256_and_si256(q, low));
     };
+    const bool shared = b.a == a.c && b.c == a.b;
     size_t i = 0;
     for (; i + 32 <= pairs; i += 32) {
         const size_t o = 4 * i;
         __m256i f0[4], f1[4], c[4];
         for (int k = 0; k < 4; ++k) {
-            f0[k] = Smooth32(a.a + o + 32 * k, a.b + o + 32 * k, a.c + o + 32 * k);
-            f1[k] = Smooth32(b.a + o + 32 * k, b.b + o + 32 * k, b.c + o + 32 * k);
+            const size_t at = o + 32 * k;
+            // Between the first and last pairs the two rows share their
+            // centre and a neighbour: four loads then serve both.
+            const __m256i ac = Load32(a.c + at), ab = Load32(a.b + at);
+            const __m256i ba = shared ? ac : Load32(b.a + at), bc = shared ? ab : Load32(b.c + at);
+            f0[k] = _mm256_avg_epu8(_mm256_avg_epu8(Load32(a.a + at), ab), ac);
+            f1[k] = _mm256_avg_epu8(_mm256_avg_epu8(ba, Load32(b.b + at)), bc);
             c[k] = _mm256_srli_epi16(_mm256_avg_epu8(f0[k], f1[k]), 8);
         }
         Store32(y0 + 2 * i, lowBytes(f0[0], f0[1]));
