@@ -180,18 +180,43 @@ void BlendRow(uint8_t* out, const uint8_t* row, GrayRowCache& c, const uint32_t*
     for (uint32_t j = done; j < groups; ++j) out[j] = BlendOne(row, c, offsets, j);
 }
 
-// The blend of `row`, from the cache or worked into the slot used longest
-// ago that does not hold `keep`.
-const uint8_t* Blended(const uint8_t* row, GrayRowCache& c, const uint32_t* offsets, uint32_t groups,
-                       const uint8_t* keep) {
-    if (const uint8_t* hit = Cached(row, c)) return hit;
+// The slot used longest ago that does not hold `keep`, now tagged for `row`
+// (whose blend the caller then works into it).
+uint8_t* Claim(const uint8_t* row, GrayRowCache& c, const uint8_t* keep) {
     int slot = -1;
     for (int i = 0; i < GrayRowCache::kSlots; ++i)
         if (c.tag[i] != keep && (slot < 0 || c.used[i] < c.used[slot])) slot = i;
-    BlendRow(c.blend[slot].data(), row, c, offsets, groups);
     c.tag[slot] = row;
     c.used[slot] = ++c.clock;
     return c.blend[slot].data();
+}
+
+// The blend of `row`, from the cache or worked into a claimed slot.
+const uint8_t* Blended(const uint8_t* row, GrayRowCache& c, const uint32_t* offsets, uint32_t groups,
+                       const uint8_t* keep) {
+    if (const uint8_t* hit = Cached(row, c)) return hit;
+    uint8_t* out = Claim(row, c, keep);
+    BlendRow(out, row, c, offsets, groups);
+    return out;
+}
+
+// Halves at a step of 2 with a row weight of 128 (field rows of a shrink by
+// 2): the lower row's blend, the upper one's where it is not cached, and
+// the target in one pass, the blends kept in their slots as Blended keeps
+// them.
+void HalvedRowsByTwo(uint8_t* dst, const uint8_t* row, const uint8_t* low, GrayRowCache& c, const uint32_t* offsets,
+                     uint32_t groups) {
+    const uint8_t* topBlend = Cached(row, c);
+    uint8_t* bottomOut = Claim(low, c, row);
+    uint8_t* topOut = topBlend ? nullptr : Claim(row, c, low);
+    const uint8_t* ahead = Ahead(low, c);
+    const uint32_t done = StridedMeanRowsAvx2(dst, topBlend, row + c.origin, low + c.origin, topOut, bottomOut,
+                                              groups, c.srcWidth - c.origin, ahead ? ahead + c.origin : nullptr);
+    for (uint32_t j = done; j < groups; ++j) {
+        const uint8_t b = bottomOut[j] = BlendOne(low, c, offsets, j);
+        const uint8_t t = topBlend ? topBlend[j] : (topOut[j] = BlendOne(row, c, offsets, j));
+        dst[j] = uint8_t(LerpByte(t, b, 128));
+    }
 }
 
 // dst = (top (256 - w) + bottom w) >> 8 over bytes, as top + floor((bottom - top) w / 256).
@@ -235,6 +260,8 @@ void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* wei
     if (w8 == 0) {
         if (const uint8_t* top = Cached(row, cache)) std::memcpy(dst, top, groups);
         else BlendRow(dst, row, cache, offsets, groups);
+    } else if (cache.run == Run::Halves && cache.step == 2 && w8 == 128 && !Cached(low, cache, false)) {
+        HalvedRowsByTwo(dst, row, low, cache, offsets, groups);
     } else {
         const uint8_t* top = Blended(row, cache, offsets, groups, low);
         const uint8_t* bot = Blended(low, cache, offsets, groups, row);

@@ -17,6 +17,12 @@ namespace tarn {
 uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach);
 uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,
                           const uint8_t* ahead);
+// Means at a step of 2 of two rows, `top` and `bottom`, and the target
+// (T + B) >> 1 of them: B is kept in bottomOut, T read from topBlend where
+// given, else worked from `top` and kept in topOut. Blocks of 32.
+uint32_t StridedMeanRowsAvx2(uint8_t* dst, const uint8_t* topBlend, const uint8_t* top, const uint8_t* bottom,
+                             uint8_t* topOut, uint8_t* bottomOut, uint32_t count, uint32_t reach,
+                             const uint8_t* ahead);
 #endif
 
 }  // namespace tarn

@@ -61,23 +61,28 @@ uint32_t Strided(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t reach,
     return 16 * blocks;
 }
 
+// Pair means of 64 bytes at a step of 2, the 32 in order.
+inline __m256i MeansOf64(const uint8_t* p, __m256i ones) {
+    const __m256i lo = _mm256_srli_epi16(_mm256_maddubs_epi16(Load(p), ones), 1);
+    const __m256i hi = _mm256_srli_epi16(_mm256_maddubs_epi16(Load(p + 32), ones), 1);
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8);
+}
+
 template <bool Means>
 uint32_t StridedByTwo(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t reach, const uint8_t* ahead) {
     const __m256i ones = _mm256_set1_epi8(1), low = _mm256_set1_epi16(0xFF);
     const uint32_t blocks = std::min(count / 32, reach / 64);
     for (uint32_t b = 0; b < blocks; ++b) {
         const uint8_t* p = s + 64 * size_t(b);
-        __m256i lo = Load(p), hi = Load(p + 32);
+        __m256i picked;
         if constexpr (Means) {
             Fetch(ahead, 64 * size_t(b));
-            lo = _mm256_srli_epi16(_mm256_maddubs_epi16(lo, ones), 1);
-            hi = _mm256_srli_epi16(_mm256_maddubs_epi16(hi, ones), 1);
+            picked = MeansOf64(p, ones);
         } else {
-            lo = _mm256_and_si256(lo, low);
-            hi = _mm256_and_si256(hi, low);
+            picked = _mm256_permute4x64_epi64(
+                _mm256_packus_epi16(_mm256_and_si256(Load(p), low), _mm256_and_si256(Load(p + 32), low)), 0xD8);
         }
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 32 * size_t(b)),
-                            _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 32 * size_t(b)), picked);
     }
     return 32 * blocks;
 }
@@ -105,6 +110,31 @@ uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32
 uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,
                           const uint8_t* ahead) {
     return ByStep<true>(out, s, count, step, reach, ahead);
+}
+
+uint32_t StridedMeanRowsAvx2(uint8_t* dst, const uint8_t* topBlend, const uint8_t* top, const uint8_t* bottom,
+                             uint8_t* topOut, uint8_t* bottomOut, uint32_t count, uint32_t reach,
+                             const uint8_t* ahead) {
+    const __m256i ones = _mm256_set1_epi8(1);
+    const uint32_t blocks = std::min(count / 32, reach / 64);
+    for (uint32_t b = 0; b < blocks; ++b) {
+        const size_t at = 32 * size_t(b);
+        Fetch(ahead, 2 * at);
+        const __m256i lower = MeansOf64(bottom + 2 * at, ones);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(bottomOut + at), lower);
+        __m256i upper;
+        if (topBlend) {
+            upper = Load(topBlend + at);
+        } else {
+            upper = MeansOf64(top + 2 * at, ones);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(topOut + at), upper);
+        }
+        // (T + B) >> 1: the rounded-up mean less the bit it rounded up by.
+        const __m256i mean = _mm256_sub_epi8(_mm256_avg_epu8(upper, lower),
+                                             _mm256_and_si256(_mm256_xor_si256(upper, lower), _mm256_set1_epi8(1)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + at), mean);
+    }
+    return 32 * blocks;
 }
 
 }  // namespace tarn
