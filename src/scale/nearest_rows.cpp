@@ -14,13 +14,16 @@ void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uin
 
 void StreamRowPlain(uint8_t* dst, const uint8_t* src, size_t bytes) { std::memcpy(dst, src, bytes); }
 
-NearestRow44Fn PickNearestRow44() {
+NearestRow44Fn PickNearestRow44(bool stream) {
 #if defined(TARN_HAVE_X86_SIMD)
     static constexpr FormEntry<NearestRow44Fn> t[] = {{SimdForm::Avx2, NearestRow44Avx2},
                                                       {SimdForm::Plain, NearestRow44Plain}};
-    static_assert(EndsInPlainForm(t));
-    return PickForm(t);
+    static constexpr FormEntry<NearestRow44Fn> streamed[] = {{SimdForm::Avx2, NearestRow44StreamAvx2},
+                                                             {SimdForm::Plain, NearestRow44Plain}};
+    static_assert(EndsInPlainForm(t) && EndsInPlainForm(streamed));
+    return stream ? PickForm(streamed) : PickForm(t);
 #else
+    (void)stream;
     return NearestRow44Plain;
 #endif
 }

@@ -12,7 +12,9 @@ namespace tarn {
 using NearestRow44Fn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len,
                                 uint32_t readable);
 void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
-NearestRow44Fn PickNearestRow44();
+// `stream`: a form for targets written through the streaming store (the same
+// bytes, stored around the caches).
+NearestRow44Fn PickNearestRow44(bool stream);
 
 // Copies a finished row into a target too large to stay in the caches:
 // stores that bypass them save reading each target line in before it is
@@ -27,6 +29,7 @@ inline bool StreamsTarget(size_t targetBytes) { return targetBytes >= (size_t(12
 
 #if defined(TARN_HAVE_X86_SIMD)
 void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
+void NearestRow44StreamAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
 void StreamRowSse2(uint8_t* dst, const uint8_t* src, size_t bytes);
 #endif
 

@@ -36,20 +36,23 @@ struct StreamedRow {
     explicit operator bool() const { return row != nullptr; }
 };
 
-// Nearest rows of 4-byte pixels through the row kernel's fast form. (Built
-// aside and streamed, a large target comes out slower here: the copy of a
-// repeated row stays in cache and costs less than the extra pass.)
+// Nearest rows of 4-byte pixels through the row kernel's fast form. A row
+// that repeats the one above is a copy of it; in a large target apart from
+// its source it is gathered again and stored around the caches instead,
+// which costs less than reading the row above back from memory.
 void NearestRows44(const ScaleRequest& r, const DriverTables& t, bool reuse) {
     const uint32_t w = r.target.width, h = r.target.height;
     const size_t rowBytes = size_t(w) * 4;
-    const NearestRow44Fn gather = PickNearestRow44();
+    const bool stream = reuse && StreamsTarget(rowBytes * h);
+    const NearestRow44Fn gather = PickNearestRow44(stream);
+    const StreamRowFn copy = stream ? PickStreamRow() : StreamRowPlain;
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(r.target.pixels, r.target.stride, y);
         const uint8_t* s = SourceRow(r.source.pixels, t.rows, y);
-        if (reuse && y > 0 && t.rows.offsets[y] == t.rows.offsets[y - 1])
+        if (!stream && reuse && y > 0 && t.rows.offsets[y] == t.rows.offsets[y - 1])
             std::memcpy(d, TargetRow(r.target.pixels, r.target.stride, y - 1), rowBytes);
         else if (w == r.source.width)  // whole rows; the column table is ignored
-            std::memcpy(d, s, rowBytes);
+            copy(d, s, rowBytes);
         else
             gather(d, s, t.cols.offsets, w, r.source.width * 4);
     }

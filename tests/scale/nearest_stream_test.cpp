@@ -30,18 +30,25 @@ TEST(NearestRows, WindowsMatchPlain) {
     for (uint32_t len : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 63u, 64u})
         for (int rising : {0, 1}) {
             std::vector<uint32_t> co(len + 8);
-            uint32_t at = rng() % 8;
+            uint32_t sample = rng() % 8;
             for (auto& o : co) {
-                o = rising ? std::min(at, width - 1) * 4 : rng() % width * 4;
-                at += rng() % 4;
+                o = rising ? std::min(sample, width - 1) * 4 : rng() % width * 4;
+                sample += rng() % 4;
             }
-            std::vector<uint8_t> a(len * 4 + 16, kCanary), b(len * 4 + 16, kCanary);
-            NearestRow44Plain(a.data() + 4, src.data(), co.data(), len, width * 4);
-            NearestRow44Avx2(b.data() + 4, src.data(), co.data(), len, width * 4);
-            ASSERT_EQ(a, b) << len << " " << rising;
-            for (uint32_t x = 0; x < len; ++x) ASSERT_EQ(0, std::memcmp(&a[4 + 4 * x], &src[co[x]], 4)) << x;
-            ASSERT_EQ(a[3], kCanary);
-            ASSERT_EQ(a[4 + 4 * len], kCanary);
+            // Targets at every 4-byte phase of a 32-byte line (the streamed form
+            // stores plainly up to the line), and off the 4-byte grid.
+            for (const NearestRow44Fn fast : {NearestRow44Avx2, NearestRow44StreamAvx2})
+                for (size_t at : {32u, 36u, 44u, 60u, 33u}) {
+                    alignas(32) uint8_t a[64 * 4 + 96], b[64 * 4 + 96];
+                    std::memset(a, kCanary, sizeof a);
+                    std::memset(b, kCanary, sizeof b);
+                    NearestRow44Plain(a + at, src.data(), co.data(), len, width * 4);
+                    fast(b + at, src.data(), co.data(), len, width * 4);
+                    ASSERT_EQ(0, std::memcmp(a, b, sizeof a)) << len << " " << rising << " at " << at;
+                    for (uint32_t x = 0; x < len; ++x) ASSERT_EQ(0, std::memcmp(&a[at + 4 * x], &src[co[x]], 4)) << x;
+                    ASSERT_EQ(a[at - 1], kCanary);
+                    ASSERT_EQ(a[at + 4 * len], kCanary);
+                }
         }
 }
 
@@ -122,6 +129,7 @@ void ExpectApartEqualsShared(uint32_t pixelBytes, uint32_t sw, uint32_t sh, uint
 TEST(NearestRows, StreamedTargetsEqualTargetsWrittenInPlace) {
     ASSERT_TRUE(StreamsTarget(size_t(1990) * 4 * 1600));
     ExpectApartEqualsShared(4, 1001, 801, 1990, 1600);
+    ExpectApartEqualsShared(4, 1990, 700, 1990, 1600);  // equal widths: whole rows
 }
 
 TEST(NearestRows, WideCopiesOfThreeBytePixelsEqualCopiesInPlace) {
