@@ -98,19 +98,17 @@ inline uint8_t BlendOne(const uint8_t* row, const GrayRowCache& c, const uint32_
 // value, and the 16-bit high multiply of (b - a) << 7 by w << 1 is that floor.
 uint32_t DoubledRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, uint32_t groups) {
     const uint8_t* s = row + c.origin;
-    const __m256i w = _mm256_set1_epi32(int32_t(uint32_t(c.evenWeight) << 1 | uint32_t(c.oddWeight) << 17));
+    const __m256i even = _mm256_set1_epi16(int16_t(c.evenWeight << 1));
+    const __m256i odd = _mm256_set1_epi16(int16_t(c.oddWeight << 1));
     uint32_t j = c.head, i = 0;
     for (; j + 32 <= groups && c.origin + i + 17 <= c.srcWidth; j += 32, i += 16) {
-        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
-        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 1));
-        auto half = [&](__m128i aa, __m128i bb) {
-            const __m256i a16 = _mm256_cvtepu8_epi16(aa), b16 = _mm256_cvtepu8_epi16(bb);
-            return _mm256_add_epi16(a16, _mm256_mulhi_epi16(_mm256_slli_epi16(_mm256_sub_epi16(b16, a16), 7), w));
-        };
-        const __m256i lo = half(_mm_unpacklo_epi8(a, a), _mm_unpacklo_epi8(b, b));
-        const __m256i hi = half(_mm_unpackhi_epi8(a, a), _mm_unpackhi_epi8(b, b));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + j),
-                            _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8));
+        const __m256i a = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i)));
+        const __m256i b = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 1)));
+        const __m256i d = _mm256_slli_epi16(_mm256_sub_epi16(b, a), 7);
+        // Both pixels of a pair fit a 16-bit lane, the even one in its low byte.
+        const __m256i e = _mm256_add_epi16(a, _mm256_mulhi_epi16(d, even));
+        const __m256i o = _mm256_add_epi16(a, _mm256_mulhi_epi16(d, odd));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + j), _mm256_or_si256(e, _mm256_slli_epi16(o, 8)));
     }
     return j;
 }
