@@ -287,9 +287,11 @@ void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, cons
     const bool unit = !exact && fastLen > 0 &&
                       ResolveUnitColumns(cols.offsets + fastFrom, cols.weights + fastFrom, fastLen, unitCols);
     const BoxUnitRowFn unitRow = unit ? PickBoxUnitRow(f.family) : nullptr;
+    UnitWindows windows;
+    const bool windowed = unit && PlanUnitWindows(unitCols.data(), fastLen, f.dstBytes, windows);
     auto fast = [&](uint8_t* d, const uint8_t* r, uint32_t col, uint32_t len, uint32_t rw) {
         if (unit && rw == 1)
-            unitRow(d, r, unitCols.data() + (col - fastFrom), len);
+            unitRow(d, r, unitCols.data() + (col - fastFrom), len, windowed ? &windows : nullptr);
         else if (exact)
             BoxRowExact(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, exDst, exSrc, bounds);
         else pairedRow(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw);
