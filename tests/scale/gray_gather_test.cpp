@@ -87,6 +87,28 @@ TEST(GrayGather, StridedLeadsEndWhereTheStepBreaks) {
                     }
 }
 
+struct Plane {
+    uint32_t width, height;
+    int32_t stride;
+};
+
+// A target plane filled with 0xC3 and scaled into, top-down or bottom-up;
+// `top` is its first row as the scaler saw it.
+struct Scaled {
+    std::vector<uint8_t> bytes;
+    const uint8_t* top;
+};
+
+Scaled ScalePlane(const std::vector<uint8_t>& src, Plane from, Plane to, bool flip, uint32_t mode) {
+    Scaled out{std::vector<uint8_t>(size_t(to.stride) * to.height, 0xC3), nullptr};
+    uint8_t* top = flip ? out.bytes.data() + size_t(to.stride) * (to.height - 1) : out.bytes.data();
+    ScaleImage({top, to.width, to.height, flip ? -to.stride : to.stride, 1},
+               {src.data(), from.width, from.height, from.stride, 1},
+               {double(from.width) / to.width, double(from.height) / to.height}, mode, nullptr);
+    out.top = top;
+    return out;
+}
+
 struct PlaneCase {
     uint32_t sw, sh, dw, dh;
     int32_t srcPad, dstPad;
@@ -120,11 +142,8 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
         for (SimdForm form : kAllForms) {
             if (HostSimdForm() < form) continue;
             ScopedKernelChoice choice(g_cpuFeatures, form);
-            std::vector<uint8_t> out(size_t(ds) * c.dh, 0xC3);
-            uint8_t* top = c.flip ? out.data() + size_t(ds) * (c.dh - 1) : out.data();
-            ScaleImage({top, c.dw, c.dh, c.flip ? -ds : ds, 1}, {src.data(), c.sw, c.sh, ss, 1}, {stepX, stepY},
-                       SCALE_NEAREST, nullptr);
-            ASSERT_EQ(out, want) << c.sw << "x" << c.sh << "->" << c.dw << "x" << c.dh << " " << FormName(form);
+            const Scaled out = ScalePlane(src, {c.sw, c.sh, ss}, {c.dw, c.dh, ds}, c.flip, SCALE_NEAREST);
+            ASSERT_EQ(out.bytes, want) << c.sw << "x" << c.sh << "->" << c.dw << "x" << c.dh << " " << FormName(form);
         }
     }
 }
@@ -154,13 +173,10 @@ TEST(GrayGather, FieldBandRowsAreGathersOfTheirTableRows) {
         for (SimdForm form : kAllForms) {
             if (HostSimdForm() < form) continue;
             ScopedKernelChoice choice(g_cpuFeatures, form);
-            std::vector<uint8_t> out(size_t(ds) * c.dh, 0xC3);
-            uint8_t* top = c.flip ? out.data() + size_t(ds) * (c.dh - 1) : out.data();
-            ScaleImage({top, c.dw, c.dh, c.flip ? -ds : ds, 1}, {src.data(), c.sw, c.sh, ss, 1}, {stepX, stepY},
-                       SCALE_FIELD_BILINEAR, nullptr);
+            const Scaled out = ScalePlane(src, {c.sw, c.sh, ss}, {c.dw, c.dh, ds}, c.flip, SCALE_FIELD_BILINEAR);
             for (uint32_t y = 0; y < c.dh; ++y) {
                 if (y >= rf && y < rl) continue;
-                const uint8_t* row = top + (c.flip ? -intptr_t(ds) : intptr_t(ds)) * y;
+                const uint8_t* row = out.top + (c.flip ? -intptr_t(ds) : intptr_t(ds)) * y;
                 for (uint32_t x = 0; x < c.dw; ++x)
                     ASSERT_EQ(row[x], src[RowDelta(ro[y]) + co[x]])
                         << c.sw << "x" << c.sh << " row " << y << " column " << x << " " << FormName(form);
