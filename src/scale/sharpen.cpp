@@ -104,6 +104,9 @@ SharpenForms PickSharpenForms() {
 
 namespace {
 
+// The tail every working buffer of pixels carries beyond what it holds.
+constexpr size_t kSlack = 64;
+
 // Blurs `in` (rows `stride` apart) into the tight `out`, calling done(y)
 // once row y of `out` is made. Row j of the horizontal pass lives in slot
 // j % n of the ring: the n rows one output row reads are n consecutive rows,
@@ -115,7 +118,7 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     int32_t n = 0;
     MakeGaussianKernel(sigma, &k, &n);
     const int32_t r = n / 2;
-    std::vector<float> ring(size_t(n) * size_t(width)), scratch(size_t(width) + size_t(n));
+    std::vector<float> ring(size_t(n) * size_t(width) + kSlack), scratch(size_t(width) + size_t(n) + kSlack);
     std::vector<const float*> rows(static_cast<size_t>(n));
     std::vector<float> taps(static_cast<size_t>(n));
     int32_t made = 0;
@@ -158,7 +161,7 @@ void GaussianBlurPlane(const uint8_t* in, int32_t width, int32_t height, double 
 void SharpenPlane(uint8_t* plane, int32_t width, int32_t height, int32_t stride) {
     if (width <= 0 || height <= 0) return;
     const SharpenForms forms = PickSharpenForms();
-    std::vector<uint8_t> blur(size_t(width) * size_t(height));
+    std::vector<uint8_t> blur(size_t(width) * size_t(height) + kSlack);
     int32_t largest = INT_MIN, smallest = INT_MAX;
     BlurRows(forms, plane, width, height, stride, 1.5, blur.data(), [&](int32_t y) {
         forms.extremes(plane + intptr_t(y) * stride, blur.data() + size_t(y) * width, width, &largest, &smallest);
