@@ -105,19 +105,47 @@ template void BoxShrinkRowPlain<BoxFamily::Bytes34>(uint8_t*, const uint8_t*, co
 template void BoxShrinkRowPlain<BoxFamily::Bytes43>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 template void BoxShrinkRowPlain<BoxFamily::Bytes44>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 
+namespace {
+
+// The sums of the first three bytes of `cols` samples `pitch` apart in each
+// of `rows` rows from p. A box wholly inside the source span is read
+// directly; one that reaches outside reads each byte through the span, as 0
+// outside.
+void SumBox(const ByteSpan& source, Addr p, int32_t stride, uint32_t rows, uint32_t cols, uint32_t pitch,
+            uint32_t sum[3]) {
+    sum[0] = sum[1] = sum[2] = 0;
+    if (rows == 0 || cols == 0) return;
+    const intptr_t down = intptr_t(stride) * intptr_t(rows - 1);
+    const Addr lo = Offset(p, std::min<intptr_t>(0, down));
+    const size_t span =
+        size_t(std::max<intptr_t>(0, down) - std::min<intptr_t>(0, down)) + size_t(cols - 1) * pitch + 3;
+    if (source.Holds(lo, span)) {
+        for (uint32_t i = 0; i < rows; ++i) {
+            const uint8_t* q = reinterpret_cast<const uint8_t*>(Offset(p, intptr_t(i) * stride));
+            for (uint32_t k = 0; k < cols; ++k, q += pitch) {
+                sum[0] += q[0];
+                sum[1] += q[1];
+                sum[2] += q[2];
+            }
+        }
+        return;
+    }
+    for (uint32_t i = 0; i < rows; ++i)
+        for (uint32_t k = 0; k < cols; ++k)
+            for (int ch = 0; ch < 3; ++ch) sum[ch] += source.Read(Offset(p, intptr_t(i) * stride + k * pitch + ch));
+}
+
+}  // namespace
+
 void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
                  int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch, const ScaleBounds& bounds) {
     // Addresses stay integers: the run may reach past the memory we were given.
     Addr d = AddrOf(dst);
     for (uint32_t j = 0; j < len; ++j, d += dstPitch) {
         const uint32_t c = counts[j];
-        const Addr p = AddrOf(row) + offsets[j];
         if (c == 0) continue;
-        uint32_t sum[3] = {0, 0, 0};
-        for (uint32_t i = 0; i < rowCount; ++i)
-            for (uint32_t k = 0; k < c; ++k)
-                for (int ch = 0; ch < 3; ++ch)
-                    sum[ch] += bounds.source.Read(Offset(p, intptr_t(i) * stride + k * srcPitch + ch));
+        uint32_t sum[3];
+        SumBox(bounds.source, AddrOf(row) + offsets[j], stride, rowCount, c, srcPitch, sum);
         const uint32_t t = c * rowCount;
         if (t > 0)
             for (int ch = 0; ch < 3; ++ch) bounds.target.Write(d + ch, static_cast<uint8_t>(sum[ch] / t));
@@ -139,14 +167,10 @@ void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const
             for (int ch = 0; ch < 3; ++ch) bounds.target.Write(d + ch, background[ch]);
             continue;
         }
-        const Addr p = AddrOf(row) + offsets[j];
-        for (int ch = 0; ch < 3; ++ch) {
-            uint32_t sum = 0;
-            for (uint32_t i = 0; i < rows; ++i)
-                for (uint32_t k = 0; k < cols; ++k)
-                    sum += bounds.source.Read(Offset(p, intptr_t(i) * stride + k * srcPitch + ch));
-            bounds.target.Write(d + ch, static_cast<uint8_t>((sum * a / t + background[ch] * (255 - a)) / 255));
-        }
+        uint32_t sum[3];
+        SumBox(bounds.source, AddrOf(row) + offsets[j], stride, rows, cols, srcPitch, sum);
+        for (int ch = 0; ch < 3; ++ch)
+            bounds.target.Write(d + ch, static_cast<uint8_t>((sum[ch] * a / t + background[ch] * (255 - a)) / 255));
     }
 }
 

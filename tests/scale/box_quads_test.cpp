@@ -13,6 +13,7 @@
 #include "platform/form_table.h"
 #include "scale/box_shrink.h"
 #include "scale/box_unit.h"
+#include "scale/scale_bounds.h"
 #include "scale/scale.h"
 
 namespace tarn {
@@ -143,6 +144,47 @@ TEST(BoxUnit, RowsMatchPlainKernels) {
     if (HostSimdForm() >= SimdForm::Avx2) {
         EXPECT_GT(planned, 40u);
     }
+}
+
+TEST(BoxExact, WholeBoxesAndCutBoxesSumAlike) {
+    // Boxes of several rows going up (negative stride) at source pitches 3
+    // and 4, with the source span cut through some of them: each box is the
+    // sum of its bytes inside the span, worked here byte by byte.
+    std::mt19937 rng(61);
+    std::vector<uint8_t> src(40 * 9);
+    for (auto& b : src) b = uint8_t(rng());
+    const int32_t stride = -40;
+    const uint8_t* row = src.data() + 40 * 8;  // the last buffer row first
+    // The exact rows take the column word whole; the fade rows its low half.
+    const uint32_t offsets[] = {0, 6, 13, 20}, counts[] = {3, 2, 0x00400004, 1}, plainCounts[] = {3, 2, 4, 1};
+    const uint8_t bg[4] = {7, 70, 170, 0};
+    for (uint32_t pitch : {3u, 4u})
+        for (size_t cut : {size_t(0), size_t(40 * 3 + 17), size_t(40 * 6 + 2)}) {
+            const ByteSpan span(AddrOf(src.data()) + cut, AddrOf(src.data()) + src.size());
+            const ScaleBounds bounds{ByteSpan(0, UINTPTR_MAX), span};
+            uint8_t exact[16], faded[16];
+            std::fill(exact, exact + 16, kFill);
+            std::fill(faded, faded + 16, kFill);
+            const uint32_t rowWord = 0x00200005;
+            BoxRowExact(exact, row, offsets, plainCounts, 4, stride, 5, 4, pitch, bounds);
+            BoxRowFade(faded, row, offsets, counts, 4, stride, rowWord, 4, pitch, bg, bounds);
+            for (uint32_t j = 0; j < 4; ++j) {
+                const uint32_t cols = counts[j] & 0xFFFF, t = cols * 5;
+                const uint32_t a = ((255 - (counts[j] >> 16)) * (255 - (rowWord >> 16))) >> 8;
+                for (uint32_t ch = 0; ch < 3; ++ch) {
+                    uint32_t sum = 0;
+                    for (uint32_t i = 0; i < 5; ++i)
+                        for (uint32_t k = 0; k < cols; ++k) {
+                            const size_t at = 40 * (8 - i) + offsets[j] + k * pitch + ch;
+                            sum += at >= cut ? src[at] : 0;
+                        }
+                    EXPECT_EQ(exact[4 * j + ch], sum / t) << pitch << " cut " << cut << " box " << j;
+                    EXPECT_EQ(faded[4 * j + ch], (sum * a / t + bg[ch] * (255 - a)) / 255)
+                        << pitch << " cut " << cut << " box " << j;
+                }
+                EXPECT_EQ(exact[4 * j + 3], kFill);
+            }
+        }
 }
 
 // Whole images through ScaleImage with every form the machine runs, both
