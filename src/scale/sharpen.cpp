@@ -93,8 +93,7 @@ SharpenForms PickSharpenForms() {
                                            ApplySharpenPlain};
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<SharpenForms> t[] = {
-        {SimdForm::Avx2, {BlurHorizontalAvx2, BlurVerticalAvx2, SharpenExtremesAvx2, ApplySharpenAvx2}},
-        {SimdForm::Sse2, {BlurHorizontalSse2, BlurVerticalSse2, SharpenExtremesSse2, ApplySharpenSse2}},
+        {SimdForm::Avx2, kSharpenAvx2}, {SimdForm::Sse2, kSharpenSse2},
         {SimdForm::Plain, plain}};
     return PickForm(t);
 #else

@@ -59,14 +59,8 @@ void SharpenExtremesPlain(const uint8_t* a, const uint8_t* b, int32_t width, int
 void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
 
 #if defined(TARN_HAVE_X86_SIMD)
-void BlurHorizontalSse2(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
-void BlurVerticalSse2(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
-void SharpenExtremesSse2(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
-void ApplySharpenSse2(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
-void BlurHorizontalAvx2(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
-void BlurVerticalAvx2(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
-void SharpenExtremesAvx2(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
-void ApplySharpenAvx2(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
+extern const SharpenForms kSharpenSse2;
+extern const SharpenForms kSharpenAvx2;
 #endif
 
 }  // namespace tarn

@@ -57,20 +57,7 @@ struct Avx2Lanes {
 
 }  // namespace
 
-void BlurHorizontalAvx2(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out) {
-    sharpen_passes::Horizontal<Avx2Lanes>(row, width, k, n, scratch, out);
-}
-
-void BlurVerticalAvx2(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
-    sharpen_passes::Vertical<Avx2Lanes>(taps, width, out);
-}
-
-void SharpenExtremesAvx2(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
-    sharpen_passes::Extremes<Avx2Lanes>(a, b, width, largest, smallest);
-}
-
-void ApplySharpenAvx2(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
-    sharpen_passes::Apply<Avx2Lanes>(row, b, width, high, low);
-}
+const SharpenForms kSharpenAvx2 = {sharpen_passes::Horizontal<Avx2Lanes>, sharpen_passes::Vertical<Avx2Lanes>,
+                                  sharpen_passes::Extremes<Avx2Lanes>, sharpen_passes::Apply<Avx2Lanes>};
 
 }  // namespace tarn

@@ -27,9 +27,12 @@
 // Set16, Sub16, Add16, Max16, Min16, Greater16, And, MulLo16, MulHi16 (high
 // halves of unsigned products), Shift16 (right by a count made by Bits16)
 // and StoreWords (16-bit lanes as bytes, clamped to 0 .. 255).
+//
+// Everything here that computes is instantiated on a lanes type private to
+// its form's file, or local to a template so instantiated: no function
+// compiled for one instruction set can stand in for another's at link time.
 #pragma once
 
-#include <algorithm>
 #include <cfloat>
 #include <cstdint>
 
@@ -72,15 +75,6 @@ inline typename L::F TapSum(const float* k, Count count, Load load) {
     return s[0];
 }
 
-// The weight of pixel x: the sum of its taps inside the row, in order.
-inline float RowWeightAt(int32_t width, int32_t x, const float* k, int32_t n) {
-    const int32_t r = n / 2;
-    float weight = 0;
-    for (int32_t i = 0; i < n; ++i)
-        if (x + i - r >= 0 && x + i - r < width) weight += k[i];
-    return weight;
-}
-
 // A row of at least kLanes pixels from `f`, the row widened to floats with r
 // zeros on either side: a tap outside the row adds a product of 0, which
 // leaves the sum as it was, so the pixels near the ends take the same sums
@@ -92,9 +86,16 @@ void HorizontalRow(const float* f, int32_t width, const float* k, Count count, f
     using F = typename L::F;
     constexpr int32_t N = L::kLanes;
     const int32_t n = count(), r = n / 2;
+    // The weight of pixel x: the sum of its taps inside the row, in order.
+    auto weightAt = [&](int32_t x) {
+        float weight = 0;
+        for (int32_t i = 0; i < n; ++i)
+            if (x + i - r >= 0 && x + i - r < width) weight += k[i];
+        return weight;
+    };
     auto edge = [&](int32_t x) {
         alignas(32) float weights[N];
-        for (int32_t j = 0; j < N; ++j) weights[j] = RowWeightAt(width, x + j, k, n);
+        for (int32_t j = 0; j < N; ++j) weights[j] = weightAt(x + j);
         const F sum = TapSum<L>(k, count, [&](int32_t t) { return L::Load(f + x - r + t); });
         L::Store(out + x, L::Div(sum, L::Load(weights)));
     };
@@ -132,8 +133,7 @@ void Horizontal(const uint8_t* row, int32_t width, const float* k, int32_t n, fl
         return;
     }
     float* f = scratch + r;
-    std::fill(scratch, f, 0.0f);
-    std::fill(f + width, f + width + r, 0.0f);
+    for (int32_t i = 0; i < r; ++i) scratch[i] = f[width + i] = 0.0f;
     int32_t i = 0;
     for (; i + N <= width; i += N) L::Store(f + i, L::Bytes(row + i));
     for (; i < width; ++i) f[i] = row[i];
@@ -195,8 +195,8 @@ void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* larges
     L::StoreI(hi, most);
     L::StoreI(lo, least);
     for (int32_t i = 0; i < W; ++i) {
-        *largest = std::max<int32_t>(*largest, hi[i]);
-        *smallest = std::min<int32_t>(*smallest, lo[i]);
+        if (hi[i] > *largest) *largest = hi[i];
+        if (lo[i] < *smallest) *smallest = lo[i];
     }
     SharpenExtremesPlain(a + x, b + x, width - x, largest, smallest);
 }

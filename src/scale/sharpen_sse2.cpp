@@ -64,20 +64,7 @@ struct Sse2Lanes {
 
 }  // namespace
 
-void BlurHorizontalSse2(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out) {
-    sharpen_passes::Horizontal<Sse2Lanes>(row, width, k, n, scratch, out);
-}
-
-void BlurVerticalSse2(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
-    sharpen_passes::Vertical<Sse2Lanes>(taps, width, out);
-}
-
-void SharpenExtremesSse2(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
-    sharpen_passes::Extremes<Sse2Lanes>(a, b, width, largest, smallest);
-}
-
-void ApplySharpenSse2(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
-    sharpen_passes::Apply<Sse2Lanes>(row, b, width, high, low);
-}
+const SharpenForms kSharpenSse2 = {sharpen_passes::Horizontal<Sse2Lanes>, sharpen_passes::Vertical<Sse2Lanes>,
+                                  sharpen_passes::Extremes<Sse2Lanes>, sharpen_passes::Apply<Sse2Lanes>};
 
 }  // namespace tarn
