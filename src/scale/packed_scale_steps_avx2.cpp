@@ -24,7 +24,6 @@ namespace {
 
 constexpr int32_t kFinest = 7;
 
-
 // The fewest binary places of a fraction, or -1 beyond kFinest (products by
 // powers of two are exact, so the test is too).
 int32_t PlacesOf(float fraction) {
