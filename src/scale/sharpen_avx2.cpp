@@ -52,7 +52,7 @@ struct Avx2Lanes {
         const I bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(v, _mm256_setzero_si256()), 0xD8);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(bytes));
     }
-    static void StoreI(int16_t* p, I v) { _mm256_store_si256(reinterpret_cast<__m256i*>(p), v); }
+    static void StoreI(int16_t* p, I v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
 };
 
 }  // namespace

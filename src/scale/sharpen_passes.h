@@ -94,7 +94,7 @@ void HorizontalRow(const float* f, int32_t width, const float* k, Count count, f
         return weight;
     };
     auto edge = [&](int32_t x) {
-        alignas(32) float weights[N];
+        float weights[N];
         for (int32_t j = 0; j < N; ++j) weights[j] = weightAt(x + j);
         const F sum = TapSum<L>(k, count, [&](int32_t t) { return L::Load(f + x - r + t); });
         L::Store(out + x, L::Div(sum, L::Load(weights)));
@@ -191,7 +191,7 @@ void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* larges
         most = L::Max16(most, d);
         least = L::Min16(least, d);
     }
-    alignas(32) int16_t hi[W], lo[W];
+    int16_t hi[W], lo[W];
     L::StoreI(hi, most);
     L::StoreI(lo, least);
     for (int32_t i = 0; i < W; ++i) {

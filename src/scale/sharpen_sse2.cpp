@@ -59,7 +59,7 @@ struct Sse2Lanes {
     static void StoreWords(uint8_t* p, I v) {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(v, v));
     }
-    static void StoreI(int16_t* p, I v) { _mm_store_si128(reinterpret_cast<__m128i*>(p), v); }
+    static void StoreI(int16_t* p, I v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 };
 
 }  // namespace
