@@ -64,7 +64,7 @@ void FromPacked(TierBody body, PackedOrder order, RgbKind kind, uint8_t* dst, in
         const Addr at = Offset(AddrOf(dst), ptrdiff_t(r) * dstStride + shift * outBpp);
         uint8_t* target = dstSpan.Target(at, storeBytes, outScratch);
         uint8_t* out = packed16 ? wide : target;
-        InChunks(ahead, nb, 256, [&](size_t x, size_t m) {
+        InChunks(ahead, nb, 512, [&](size_t x, size_t m) {
             (Bpp == 4 ? f.yuy2ToBgra : f.yuy2ToBgr)(out + x * Bpp, s + 2 * x, m);
         });
         if (trailingZero) out[nb * 3] = 0;
