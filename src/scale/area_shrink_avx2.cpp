@@ -12,13 +12,16 @@
 namespace tarn {
 namespace {
 
-// Bytes of trunc(v + 0.5) for eight float sums, the addition in double.
+// Bytes of trunc(v + 0.5) for eight float sums, the addition in double
+// (where it is exact). Every sum is a sum of products of bytes and weights
+// that are not negative, so this is floor(v) + 1 where v - floor(v), exact
+// in float, is at least 0.5: no trip through double is needed.
 inline __m128i RoundedBytes(__m256 v) {
-    const __m256d half = _mm256_set1_pd(0.5);
-    const __m128i lo = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(_mm256_castps256_ps128(v)), half));
-    const __m128i hi = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(_mm256_extractf128_ps(v, 1)), half));
-    const __m128i mask = _mm_set1_epi32(0xFF);
-    const __m128i words = _mm_packs_epi32(_mm_and_si128(lo, mask), _mm_and_si128(hi, mask));
+    const __m256 whole = _mm256_floor_ps(v);
+    const __m256 up = _mm256_cmp_ps(_mm256_sub_ps(v, whole), _mm256_set1_ps(0.5f), _CMP_GE_OQ);
+    const __m256i n = _mm256_and_si256(_mm256_sub_epi32(_mm256_cvttps_epi32(whole), _mm256_castps_si256(up)),
+                                       _mm256_set1_epi32(0xFF));
+    const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(n), _mm256_extracti128_si256(n, 1));
     return _mm_packus_epi16(words, words);
 }
 

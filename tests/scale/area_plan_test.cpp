@@ -4,6 +4,7 @@
 // the last row ends.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -177,6 +178,38 @@ TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAtTheExtremes) {
     EXPECT_EQ(AreaExactShift(64, 64, 2, 2), 0u);     // 32 x 32: past 16 bits
     EXPECT_EQ(AreaExactShift(64, 30, 16, 15), 3u);   // 4 x 2
 }
+
+#if defined(TARN_HAVE_X86_SIMD)
+TEST(AreaPlan, RowEndsRoundHalvesAndWrapLikeThePlainForm) {
+    // Sums on either side of every k + 0.5, tiny ones, exact halves and
+    // sums past 255 (whose byte wraps), whole and split by f, with the
+    // carries they leave: the AVX2 row ends against the plain ones.
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::vector<float> values = {0.0f, 1e-30f, 0.25f, 255.49998f, 255.5f, 256.0f, 300.7f, 511.5f, 1000.25f};
+    for (float k = 0; k < 260; k += 1) {
+        values.push_back(std::nextafter(k + 0.5f, 0.0f));
+        values.push_back(k + 0.5f);
+        values.push_back(std::nextafter(k + 0.5f, 1000.0f));
+    }
+    const uint32_t total = uint32_t(values.size());
+    std::mt19937 rng(3);
+    std::vector<float> carry0(total);
+    for (auto& c : carry0) c = (rng() % 4 == 0) ? float(rng() % 64) * 0.125f : 0.0f;
+    for (float f : {0.0f, 0.5f, 0.3f, 0.999f}) {
+        std::vector<float> curA(values), curB(values), carA(carry0), carB(carry0);
+        std::vector<uint8_t> outA(total), outB(total);
+        if (f == 0.0f) {
+            AreaEmitRowPlain(outA.data(), curA.data(), carA.data(), total);
+            AreaEmitRowAvx2(outB.data(), curB.data(), carB.data(), total);
+        } else {
+            AreaEmitSplitRowPlain(outA.data(), curA.data(), carA.data(), total, f);
+            AreaEmitSplitRowAvx2(outB.data(), curB.data(), carB.data(), total, f);
+        }
+        EXPECT_EQ(outB, outA) << "f " << f;
+        EXPECT_EQ(carB, carA) << "f " << f;
+    }
+}
+#endif
 
 }  // namespace
 }  // namespace tarn
