@@ -9,14 +9,15 @@
 
 namespace tarn {
 
-// Three rows of horizontal blends (16-bit lanes, in the fast form's order),
-// each tagged with the source row it came from. Three, not two: the rows of
-// a field pair read rows 2k and 2k + 1, then 2k + 1 and 2k + 2, and when the
-// picture grows the next pair starts at 2k again.
+// Two or three rows of horizontal blends (16-bit lanes, in the fast form's
+// order), each tagged with the source row it came from. Three for field
+// pairs: their rows read rows 2k and 2k + 1, then 2k + 1 and 2k + 2, and when
+// the picture grows the next pair starts at 2k again. Two otherwise, which
+// is all a bilinear row needs; a third row would only take cache space.
 struct InnerRowCache {
     static constexpr int kRows = 3;
 
-    explicit InnerRowCache(uint32_t len);
+    InnerRowCache(uint32_t len, int rowCount);
     ~InnerRowCache();
     InnerRowCache(const InnerRowCache&) = delete;
     InnerRowCache& operator=(const InnerRowCache&) = delete;
@@ -25,6 +26,7 @@ struct InnerRowCache {
     const uint8_t* tag[kRows] = {};
     uint32_t used[kRows] = {};  // when each row was last read, for choosing the one to replace
     uint32_t clock = 0;
+    int rows = 0;  // rows in use, 2 or 3
     // Per group of four pixels, planned from the column offsets on first
     // use: where 32 bytes holding its S and S+ start (-1: loaded pixel by
     // pixel), and which of those eight 4-byte pieces go where.
@@ -32,7 +34,7 @@ struct InnerRowCache {
     int32_t* groupPieces = nullptr;  // 8 per group
     const uint32_t* plannedFor = nullptr;
 
-    bool Ready() const { return lanes[0] && lanes[1] && lanes[2] && groupBase && groupPieces; }
+    bool Ready() const { return lanes[0] && lanes[1] && (rows < 3 || lanes[2]) && groupBase && groupPieces; }
 };
 
 // Same arguments and bytes as InnerRow33Plain or InnerRow44Plain, with the

@@ -74,10 +74,10 @@ InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
 #endif
 }
 
-InnerRowCache::InnerRowCache(uint32_t len) {
+InnerRowCache::InnerRowCache(uint32_t len, int rowCount) : rows(rowCount < 3 ? 2 : 3) {
     const size_t words = size_t(len & ~3u) * 4;
     if (!words) return;
-    for (uint16_t*& l : lanes) l = new (std::nothrow) uint16_t[words];
+    for (int i = 0; i < rows; ++i) lanes[i] = new (std::nothrow) uint16_t[words];
     groupBase = new (std::nothrow) int32_t[len / 4];
     groupPieces = new (std::nothrow) int32_t[size_t(len / 4) * 8];
 }

@@ -73,10 +73,10 @@ void Horizontal(uint16_t* out, const uint8_t* row, const uint32_t* cw, const uin
 template <uint32_t SB>
 int Blended(InnerRowCache& cache, const uint8_t* row, int keep, const uint32_t* cw, const uint32_t* co, uint32_t n4) {
     int at = -1;
-    for (int i = 0; i < InnerRowCache::kRows; ++i)
+    for (int i = 0; i < cache.rows; ++i)
         if (cache.tag[i] == row) at = i;
     if (at < 0) {
-        for (int i = 0; i < InnerRowCache::kRows; ++i)
+        for (int i = 0; i < cache.rows; ++i)
             if (i != keep && (at < 0 || cache.used[i] < cache.used[at])) at = i;
         Horizontal<SB>(cache.lanes[at], row, cw, co, n4, cache);
         cache.tag[at] = row;

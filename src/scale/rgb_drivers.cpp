@@ -146,7 +146,7 @@ struct CachedMiddle {
     InnerRowCache cache;
     CachedMiddle(const ScaleRequest& r, const Bands& b, bool apart, uint32_t pixelBytes)
         : fn(apart && b.middle >= 4 && Pays(r, pixelBytes) ? PickCachedInnerRow(pixelBytes) : nullptr),
-          cache(fn ? b.middle : 0) {}
+          cache(fn ? b.middle : 0, r.plan.rows == AxisFilter::FieldPairs ? 3 : 2) {}
     bool Ready() const { return fn && cache.Ready(); }
 
     // As measured: the 4-byte cache's wide loads pay up to a shrink by 2,

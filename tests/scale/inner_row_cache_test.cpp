@@ -45,15 +45,18 @@ void ExpectCallsGiveThePlainBytes(uint32_t pixelBytes) {
             const uint32_t r = uint32_t(rng());
             w = (r & 1) ? (r >> 8 & 255) * 0x01010101u : r;  // replicated or per lane
         }
-        InnerRowCache cache(len);
-        ASSERT_TRUE(cache.Ready());
-        for (const Call& c : calls) {
-            const uint32_t rw = (uint32_t(rng()) & 255) * 0x01010101u;
-            const uint8_t* row = src.data() + size_t(c.row) * stride;
-            std::vector<uint8_t> want(size_t(len) * 4 + 8, 0x3C), got(want);
-            plain(want.data(), row, cw.data(), co.data(), len, c.below * stride, rw);
-            cached(got.data(), row, cw.data(), co.data(), len, c.below * stride, rw, cache);
-            ASSERT_EQ(got, want) << pixelBytes << " bytes, len " << len << " row " << c.row << " below " << c.below;
+        for (int cacheRows : {2, 3}) {
+            InnerRowCache cache(len, cacheRows);
+            ASSERT_TRUE(cache.Ready());
+            for (const Call& c : calls) {
+                const uint32_t rw = (uint32_t(rng()) & 255) * 0x01010101u;
+                const uint8_t* row = src.data() + size_t(c.row) * stride;
+                std::vector<uint8_t> want(size_t(len) * 4 + 8, 0x3C), got(want);
+                plain(want.data(), row, cw.data(), co.data(), len, c.below * stride, rw);
+                cached(got.data(), row, cw.data(), co.data(), len, c.below * stride, rw, cache);
+                ASSERT_EQ(got, want) << pixelBytes << " bytes, len " << len << " row " << c.row << " below " << c.below
+                                     << ", " << cacheRows << " cache rows";
+            }
         }
     }
 }
