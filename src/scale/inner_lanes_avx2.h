@@ -44,6 +44,10 @@ struct PairWindows {
     explicit PairWindows(const uint32_t* co) {
         const uint32_t d01 = co[1] - co[0], d23 = co[3] - co[2];
         fits = co[1] >= 9 && co[3] >= 9 && d01 <= 9 && d23 <= 9;
+        if (!fits) {
+            order = _mm256_setzero_si256();
+            return;
+        }
         const __m256i base = _mm256_setr_epi8(9, 10, 11, 12, 9, 10, 11, 12, 12, 13, 14, 15, 12, 13, 14, 15,  //
                                               9, 10, 11, 12, 9, 10, 11, 12, 12, 13, 14, 15, 12, 13, 14, 15);
         const __m256i first = _mm256_setr_epi32(-1, 0, -1, 0, -1, 0, -1, 0);
