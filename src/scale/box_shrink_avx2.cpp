@@ -119,9 +119,18 @@ inline void Eight(uint8_t* dst, const uint8_t* p, intptr_t stride, uint32_t rows
     if constexpr (dp == 4) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), px);
     } else {
-        uint32_t v[8];
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(v), px);
-        StorePixels<3>(dst, v, 8);
+        // Each half squeezed to its four 3-byte pixels and the last one's
+        // fourth byte, which the 4-byte stores of the plain kernels leave
+        // after the run; the low half's is covered by the high half.
+        const __m256i squeeze = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, -128, -128, -128,
+                                                 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, -128, -128, -128);
+        const __m256i packed = _mm256_shuffle_epi8(px, squeeze);
+        const __m128i hi = _mm256_extracti128_si256(packed, 1);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(packed));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + 12), hi);
+        const uint32_t tail = uint32_t(_mm_extract_epi32(hi, 2));
+        std::memcpy(dst + 20, &tail, 4);
+        dst[24] = uint8_t(_mm_extract_epi8(hi, 12));
     }
 }
 
