@@ -326,25 +326,37 @@ void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, cons
         BoxRowFade(d, r, cols.offsets + col, cols.weights + col, len, srcStride, rw, f.fadeDst, f.fadeSrc, kBlack,
                    bounds);
     };
-    uint32_t y = 0;
-    const BoxRowGroupFn group = !fade && !exact && paired ? PickPairedRowGroup(f.family) : nullptr;
+    const BoxRowGroupFn group = !exact && paired ? PickPairedRowGroup(f.family) : nullptr;
     // A 3-byte target's last 4-byte store spills one byte past its row, which
     // the next row overwrites when rows touch: such rows go one at a time.
     const size_t written = size_t(width) * f.dstBytes + (f.dstBytes == 3 ? 1 : 0);
-    if (group && height > 1 && BoxTargetApart(request, tables, written)) {
-        while (y + 1 < height) {
-            const uint32_t n = std::min(kBoxRowGroup, height - y);
-            uint8_t* d[kBoxRowGroup];
-            const uint8_t* r[kBoxRowGroup];
-            for (uint32_t i = 0; i < n; ++i) {
-                d[i] = dst + static_cast<intptr_t>(dstStride) * (y + i);
-                r[i] = src + RowDelta(rows.offsets[y + i]);
-            }
-            group(d, r, rows.weights + y, n, cols.offsets, cols.weights, width, srcStride);
-            y += n;
+    const bool grouped = group && height > 1 && BoxTargetApart(request, tables, written);
+    // Rows whose fast path spans the whole run: all of them, or with fade
+    // those between the top and bottom bands, whose side bands go before
+    // and after the group's middles as they do row by row.
+    const uint32_t groupFrom = fade ? b.rowFirst : 0, groupTo = fade ? b.rowLast : height;
+    uint32_t y = 0;
+    auto groupRows = [&] {
+        const uint32_t n = std::min(kBoxRowGroup, groupTo - y);
+        uint8_t* d[kBoxRowGroup];
+        const uint8_t* r[kBoxRowGroup];
+        for (uint32_t i = 0; i < n; ++i) {
+            d[i] = dst + static_cast<intptr_t>(dstStride) * (y + i) + size_t(fastFrom) * f.dstBytes;
+            r[i] = src + RowDelta(rows.offsets[y + i]);
+            if (fade) faded(d[i] - size_t(fastFrom) * f.dstBytes, r[i], 0, b.left, rows.weights[y + i]);
         }
-    }
-    for (; y < height; ++y) {
+        group(d, r, rows.weights + y, n, cols.offsets + fastFrom, cols.weights + fastFrom, fastLen, srcStride);
+        if (fade)
+            for (uint32_t i = 0; i < n; ++i)
+                faded(dst + static_cast<intptr_t>(dstStride) * (y + i) + size_t(b.colLast) * f.dstBytes, r[i],
+                      b.colLast, b.right, rows.weights[y + i]);
+        y += n;
+    };
+    while (y < height) {
+        if (grouped && y >= groupFrom && y + 1 < groupTo) {
+            groupRows();
+            continue;
+        }
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
         const uint8_t* r = src + RowDelta(rows.offsets[y]);
         const uint32_t rw = rows.weights[y];
@@ -361,6 +373,7 @@ void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, cons
             // as they were.
             faded(d, r, 0, width, rw);
         }
+        ++y;
     }
 }
 

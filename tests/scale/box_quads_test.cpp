@@ -220,7 +220,7 @@ TEST(BoxQuads, ImagesAgreeAcrossForms) {
     const struct {
         uint32_t sw, sh, dw, dh;
     } sizes[] = {{8 * 37, 8 * 3, 37, 3}, {4 * 41, 4 * 5, 41, 5}, {8 * 9, 13, 9, 3}, {4 * 17 + 3, 30, 17, 7},
-                 {8 * 16, 8 * 2, 16, 2}};
+                 {8 * 16, 8 * 2, 16, 2}, {2 * 37, 2 * 13, 37, 13}, {2 * 16, 2 * 9, 16, 9}};
     for (uint32_t mode : {SCALE_BOX, SCALE_BOX_FADE})
         for (uint32_t sb : {3u, 4u})
             for (uint32_t db : {3u, 4u})

@@ -82,31 +82,33 @@ TEST(BoxRowGroups, MatchPlainRows) {
 #endif
 
 TEST(BoxRowGroups, HalvingAgreesAcrossFormsApartAndInPlace) {
-    // 13 target rows: groups of four, then a last row on its own; in place,
-    // rows go one at a time as before.
+    // 13 target rows: groups of four, then a last row on its own (with fade,
+    // the rows between the bands, their side bands around the group); in
+    // place, rows go one at a time as before.
     std::mt19937 rng(77);
-    for (uint32_t bytes : {3u, 4u})
-        for (bool inPlace : {false, true}) {
-            const uint32_t sw = 74, sh = 26, dw = 37, dh = 13;
-            std::vector<uint8_t> start(size_t(sw) * sh * bytes + 64);
-            for (auto& b : start) b = uint8_t(rng());
-            std::vector<uint8_t> first;
-            for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
-                if (HostSimdForm() < form) continue;
-                ScopedKernelChoice choice(g_cpuFeatures, form);
-                // Source and target in one block, the target well after the
-                // source, so that the rows count as apart on every run.
-                std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x33);
-                std::copy(start.begin(), start.end(), arena.begin());
-                uint8_t* src = arena.data();
-                uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
-                ScaleImage({dst, dw, dh, int32_t(dw * bytes), bytes}, {src, sw, sh, int32_t(sw * bytes), bytes},
-                           {2.0, 2.0}, SCALE_BOX, nullptr);
-                const std::vector<uint8_t> result(dst, dst + start.size());
-                if (first.empty()) first = result;
-                else ASSERT_EQ(result, first) << bytes << (inPlace ? " in place " : " ") << FormName(form);
+    for (uint32_t mode : {SCALE_BOX, SCALE_BOX_FADE})
+        for (uint32_t bytes : {3u, 4u})
+            for (bool inPlace : {false, true}) {
+                const uint32_t sw = 74, sh = 26, dw = 37, dh = 13;
+                std::vector<uint8_t> start(size_t(sw) * sh * bytes + 64);
+                for (auto& b : start) b = uint8_t(rng());
+                std::vector<uint8_t> first;
+                for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+                    if (HostSimdForm() < form) continue;
+                    ScopedKernelChoice choice(g_cpuFeatures, form);
+                    // Source and target in one block, the target well after the
+                    // source, so that the rows count as apart on every run.
+                    std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x33);
+                    std::copy(start.begin(), start.end(), arena.begin());
+                    uint8_t* src = arena.data();
+                    uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
+                    ScaleImage({dst, dw, dh, int32_t(dw * bytes), bytes}, {src, sw, sh, int32_t(sw * bytes), bytes},
+                               {2.0, 2.0}, mode, nullptr);
+                    const std::vector<uint8_t> result(dst, dst + start.size());
+                    if (first.empty()) first = result;
+                    else ASSERT_EQ(result, first) << mode << " " << bytes << (inPlace ? " in place " : " ") << FormName(form);
+                }
             }
-        }
 }
 
 }  // namespace
