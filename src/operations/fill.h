@@ -37,8 +37,11 @@ int32_t FillInterleaved(uint8_t* pixels, int32_t width, int32_t height, int32_t 
 int32_t FillPlanar(uint8_t* pixels, int32_t width, int32_t height, int32_t stride,
                    const VedRect* rect, uint32_t color);
 // The whole-buffer FillPlanar, except the first `keep` bytes (0 to `stride`)
-// of each luma row, which the caller writes next.
-void FillPlanarAroundRows(uint8_t* pixels, int32_t height, int32_t stride, int32_t keep, uint32_t color);
+// of each luma row and the first `keepChroma` bytes (0 to `stride / 2`) of
+// each of the `height / 2` rows of both chroma planes, which the caller
+// writes next.
+void FillPlanarAroundRows(uint8_t* pixels, int32_t height, int32_t stride, int32_t keep, uint32_t color,
+                          int32_t keepChroma = 0);
 // Paints a block of the rectangle's size at the first byte of the buffer,
 // wherever the rectangle lies.
 int32_t FillPacked(uint8_t* pixels, int32_t width, int32_t height, int32_t stride,

@@ -33,19 +33,28 @@ FillSamples FillSamplesOf(uint32_t color) {
             Sample(kSecond, lo, mid, hi, 128)};
 }
 
-void FillPlanarAroundRows(uint8_t* pixels, int32_t height, int32_t stride, int32_t keep, uint32_t color) {
+namespace {
+
+// A chroma plane of `bytes` bytes but for the first `keep` bytes of each of
+// its `rows` rows, `stride` apart.
+void FillAroundRows(uint8_t* plane, uint8_t value, int64_t bytes, int32_t rows, int32_t stride, int32_t keep) {
+    if (keep <= 0) return ByteFill(plane, value, bytes);
+    for (int32_t y = 0; y < rows; ++y) ByteFill(plane + int64_t(y) * stride + keep, value, stride - keep);
+    ByteFill(plane + int64_t(rows) * stride, value, bytes - int64_t(rows) * stride);
+}
+
+}  // namespace
+
+void FillPlanarAroundRows(uint8_t* pixels, int32_t height, int32_t stride, int32_t keep, uint32_t color,
+                          int32_t keepChroma) {
     const FillSamples s = FillSamplesOf(color);
     const int64_t luma = int64_t(stride) * height;
     uint8_t* first = pixels + luma;
     uint8_t* second = first + luma / 4;
-    if (keep <= 0) {
-        ByteFill(pixels, s.y, luma);
-    } else {
-        for (int32_t y = 0; y < height; ++y) ByteFill(pixels + int64_t(y) * stride + keep, s.y, stride - keep);
-    }
+    FillAroundRows(pixels, s.y, luma, height, stride, keep);
     const int64_t n = (int64_t(stride / 2) * height) / 2;
-    ByteFill(first, s.first, n);
-    ByteFill(second, s.second, n);
+    FillAroundRows(first, s.first, n, height / 2, stride / 2, keepChroma);
+    FillAroundRows(second, s.second, n, height / 2, stride / 2, keepChroma);
 }
 
 int32_t FillPlanar(uint8_t* pixels, int32_t width, int32_t height, int32_t stride,

@@ -67,6 +67,23 @@ int64_t DirectReach(PixelLayout layout, int32_t bits, int32_t width, int32_t hei
     }
 }
 
+// Whether the scaler stores every byte of each target row of `bits`-bit
+// pixels in this mode, so that painting those bytes first would be lost
+// work. One-byte pixels go through the single-channel driver, whose rows are
+// whole in every mode but the area shrink.
+bool WritesWholeRows(int32_t quality, int32_t bits) {
+    if (bits == 8) return quality != SCALE_AREA;
+    return QualityWritesWholeRows(uint32_t(quality), uint32_t(bits / 8));
+}
+
+// The same for the three planes of a planar picture: every mode but the two
+// area ones scales them one by one through the single-channel driver. At the
+// picture's own size the planar-only modes copy instead, chroma rows at the
+// source's stride, so that case is left to the whole paint.
+bool WritesWholePlanes(int32_t quality, bool sameSize) {
+    return !sameSize && quality != SCALE_AREA && quality != SCALE_PLANAR_AREA;
+}
+
 bool InsideFrame(const VedRect& r, int32_t width, int32_t height) {
     return r.left >= 0 && r.top >= 0 && r.right <= width && r.bottom <= height;
 }
@@ -124,8 +141,17 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
         const int64_t rowBytes = packed ? 2 * int64_t(width) : RowBytes(bits, width);
         const bool wholeRows = !target && picture.width > 0 && picture.height > 0 &&
                                (packed || (layout == PixelLayout::Interleaved && to->stride >= rowBytes &&
-                                           QualityWritesWholeRows(uint32_t(quality), uint32_t(bits / 8))));
-        if (wholeRows)
+                                           WritesWholeRows(quality, bits)));
+        // A planar picture scaled plane by plane through the single-channel
+        // driver stores every row of every plane whole, once each plane has
+        // a sample to read; its planes start where the paint's do when the
+        // stride is even.
+        const bool wholePlanes = !target && layout == PixelLayout::Planar && picture.width >= 2 &&
+                                 picture.height >= 2 && to->stride >= width && !(to->stride & 1) &&
+                                 WritesWholePlanes(quality, picture.width == width && picture.height == height);
+        if (wholePlanes)
+            FillPlanarAroundRows(to->buffer, height, to->stride, width, 0, width / 2);
+        else if (wholeRows)
             FillPlanarAroundRows(to->buffer, height, to->stride, int32_t(std::min<int64_t>(rowBytes, to->stride)), 0);
         else
             FillPlanar(to->buffer, width, height, to->stride, nullptr, 0);

@@ -71,22 +71,29 @@ void ScaleGray(const ScaleRequest& request) {
     const uint32_t srcWidth = request.source.width, srcHeight = request.source.height;
     const int32_t dstStride = request.target.stride, srcStride = request.source.stride;
     const size_t w = dstWidth, h = dstHeight;
+    const std::unique_ptr<uint32_t[]> words(new (std::nothrow) uint32_t[w + 2 * h]());
+    if (!words) return;
+    uint32_t* colOffsets = words.get();
+    uint32_t* rowWeights = colOffsets + w;
+    uint32_t* rowOffsets = rowWeights + h;
+    uint32_t cf = 0, cl = dstWidth, rf = 0, rl = dstHeight;
+    // Nearest columns and rows have offsets only, and want no weight block.
+    if (request.plan.columns == AxisFilter::Nearest) {
+        BuildGrayColumnTable(dstWidth, srcWidth, nullptr, colOffsets, 0.0, request.steps.x, &cf, &cl,
+                             request.plan.columns);
+        BuildGrayRowTable(dstHeight, srcHeight, rowWeights, rowOffsets, srcStride, 0.0, request.steps.y, &rf, &rl,
+                          request.plan.rows);
+        NearestGrayRows(request, colOffsets, rowOffsets);
+        return;
+    }
     // Block: W weight bytes, W column offsets, H row weights, H row offsets.
     // The kernels read offsets and row words from an aligned mirror; the
     // block keeps the bytes that follow the weights as the Inner kernel sees them.
     const size_t blockBytes = w * 5 + h * 8 + 2;
-    uint8_t* block = new (std::nothrow) uint8_t[blockBytes]();
-    if (!block) return;
-    uint32_t* words = new (std::nothrow) uint32_t[w + 2 * h]();
-    if (!words) {
-        delete[] block;
-        return;
-    }
+    const std::unique_ptr<uint8_t[]> blockOwner(new (std::nothrow) uint8_t[blockBytes]());
+    if (!blockOwner) return;
+    uint8_t* block = blockOwner.get();
     uint8_t* colWeights = block;
-    uint32_t* colOffsets = words;
-    uint32_t* rowWeights = words + w;
-    uint32_t* rowOffsets = words + w + h;
-    uint32_t cf = 0, cl = dstWidth, rf = 0, rl = dstHeight;
     BuildGrayColumnTable(dstWidth, srcWidth, colWeights, colOffsets, 0.0, request.steps.x, &cf, &cl,
                          request.plan.columns);
     BuildGrayRowTable(dstHeight, srcHeight, rowWeights, rowOffsets, srcStride, 0.0, request.steps.y, &rf, &rl,
@@ -94,13 +101,6 @@ void ScaleGray(const ScaleRequest& request) {
     std::memcpy(block + w, colOffsets, w * 4);
     std::memcpy(block + w * 5, rowWeights, h * 4);
     std::memcpy(block + w * 5 + h * 4, rowOffsets, h * 4);
-
-    if (request.plan.columns == AxisFilter::Nearest) {
-        NearestGrayRows(request, colOffsets, rowOffsets);
-        delete[] words;
-        delete[] block;
-        return;
-    }
     const GrayInnerFn inner = PickGrayInnerRow();
     const uint32_t left = cf, right = dstWidth - cl;
     const uint32_t middle = left + right < dstWidth ? cl - cf : 0;
@@ -153,8 +153,6 @@ void ScaleGray(const ScaleRequest& request) {
         }
         GrayGatherRow(d + cl, r, colOffsets + cl, right);
     }
-    delete[] words;
-    delete[] block;
 }
 
 }  // namespace tarn
