@@ -7,6 +7,8 @@
 #include <cstring>
 
 #include "scale/area_shrink.h"
+#include "scale/scale_gray.h"
+#include "scale/scale_plan.h"
 #include "scale/scale_request.h"
 #include "scale/sharpen.h"
 
@@ -20,6 +22,19 @@ ScalePicture<Byte> PlaneOf(Byte* pixels, int32_t width, int32_t height, int32_t 
 
 void Plane(const ScaleTarget& target, const ScaleSource& source, ScaleSteps steps, AxisFilter filter) {
     RunScale({target, source, steps, 0, PlanPlane(filter, target, source), ScaleBounds::Unchecked()});
+}
+
+// The two chroma planes of one picture have the same sizes and strides, so
+// the single-channel driver builds their tables once; the first pair is
+// scaled first, as plane by plane.
+void ChromaPlanes(const ScaleTarget& target, const ScaleSource& source, const ScaleTarget& otherTarget,
+                  const ScaleSource& otherSource, ScaleSteps steps, AxisFilter filter) {
+    const ScalePlan plan = PlanPlane(filter, target, source);
+    const ScaleRequest both[2] = {{target, source, steps, 0, plan, ScaleBounds::Unchecked()},
+                                  {otherTarget, otherSource, steps, 0, plan, ScaleBounds::Unchecked()}};
+    if (plan.driver == ScaleDriver::Gray) return ScaleGrayPlanes(both, 2);
+    RunScale(both[0]);
+    RunScale(both[1]);
 }
 
 ScaleSteps LumaSteps(const PlanarTarget& target, const PlanarSource& source) {
@@ -59,8 +74,8 @@ void ScalePlanarOnly(const PlanarTarget& target, const PlanarSource& source, con
     }
     if (plan.sharpenLuma) SharpenPlane(const_cast<uint8_t*>(source.luma), source.width, source.height, source.stride);
     Plane(luma, sourceLuma, steps, plan.luma);
-    Plane(PlaneOf(target.secondChroma, dw, dh, ds), PlaneOf(source.secondChroma, sw, sh, ss), steps, plan.chroma);
-    Plane(PlaneOf(target.firstChroma, dw, dh, ds), PlaneOf(source.firstChroma, sw, sh, ss), steps, plan.chroma);
+    ChromaPlanes(PlaneOf(target.secondChroma, dw, dh, ds), PlaneOf(source.secondChroma, sw, sh, ss),
+                 PlaneOf(target.firstChroma, dw, dh, ds), PlaneOf(source.firstChroma, sw, sh, ss), steps, plan.chroma);
 }
 
 }  // namespace
@@ -84,8 +99,7 @@ void ScalePlanar(const PlanarTarget& target, const PlanarSource& source, uint32_
     }
     const ScaleSteps steps = LumaSteps(target, source);
     Plane(luma, sourceLuma, steps, plan.luma);
-    Plane(first, sourceFirst, steps, plan.chroma);
-    Plane(second, sourceSecond, steps, plan.chroma);
+    ChromaPlanes(first, sourceFirst, second, sourceSecond, steps, plan.chroma);
 }
 
 }  // namespace tarn

@@ -62,45 +62,60 @@ void BandRow(uint8_t* d, uint32_t y, const uint32_t* colOffsets, const uint32_t*
     planned(d, request.source.pixels + RowDelta(rowOffsets[y]), colOffsets, request.target.width, plan);
 }
 
-}  // namespace
+// The axis tables of a plane. Planes of one geometry share them.
+struct GrayTables {
+    std::unique_ptr<uint32_t[]> words;
+    std::unique_ptr<uint8_t[]> block;  // weights first; only bilinear plans have it
+    uint32_t* colOffsets = nullptr;
+    uint32_t* rowWeights = nullptr;
+    uint32_t* rowOffsets = nullptr;
+    uint32_t cf = 0, cl = 0, rf = 0, rl = 0;
 
-void ScaleGray(const ScaleRequest& request) {
+    bool Build(const ScaleRequest& request) {
+        const uint32_t dstWidth = request.target.width, dstHeight = request.target.height;
+        const size_t w = dstWidth, h = dstHeight;
+        words.reset(new (std::nothrow) uint32_t[w + 2 * h]());
+        if (!words) return false;
+        colOffsets = words.get();
+        rowWeights = colOffsets + w;
+        rowOffsets = rowWeights + h;
+        cf = 0, cl = dstWidth, rf = 0, rl = dstHeight;
+        // Nearest columns and rows have offsets only, and want no weight block.
+        const bool nearest = request.plan.columns == AxisFilter::Nearest;
+        if (!nearest) {
+            // Block: W weight bytes, W column offsets, H row weights, H row
+            // offsets. The kernels read offsets and row words from an aligned
+            // mirror; the block keeps the bytes that follow the weights as
+            // the Inner kernel sees them.
+            block.reset(new (std::nothrow) uint8_t[w * 5 + h * 8 + 2]());
+            if (!block) return false;
+        }
+        BuildGrayColumnTable(dstWidth, request.source.width, block.get(), colOffsets, 0.0, request.steps.x, &cf,
+                             &cl, request.plan.columns);
+        BuildGrayRowTable(dstHeight, request.source.height, rowWeights, rowOffsets, request.source.stride, 0.0,
+                          request.steps.y, &rf, &rl, request.plan.rows);
+        if (!nearest) {
+            std::memcpy(block.get() + w, colOffsets, w * 4);
+            std::memcpy(block.get() + w * 5, rowWeights, h * 4);
+            std::memcpy(block.get() + w * 5 + h * 4, rowOffsets, h * 4);
+        }
+        return true;
+    }
+};
+
+void GrayRows(const ScaleRequest& request, const GrayTables& tables) {
     uint8_t* dst = request.target.pixels;
     const uint8_t* src = request.source.pixels;
     const uint32_t dstWidth = request.target.width, dstHeight = request.target.height;
-    const uint32_t srcWidth = request.source.width, srcHeight = request.source.height;
+    const uint32_t srcWidth = request.source.width;
     const int32_t dstStride = request.target.stride, srcStride = request.source.stride;
-    const size_t w = dstWidth, h = dstHeight;
-    const std::unique_ptr<uint32_t[]> words(new (std::nothrow) uint32_t[w + 2 * h]());
-    if (!words) return;
-    uint32_t* colOffsets = words.get();
-    uint32_t* rowWeights = colOffsets + w;
-    uint32_t* rowOffsets = rowWeights + h;
-    uint32_t cf = 0, cl = dstWidth, rf = 0, rl = dstHeight;
-    // Nearest columns and rows have offsets only, and want no weight block.
-    if (request.plan.columns == AxisFilter::Nearest) {
-        BuildGrayColumnTable(dstWidth, srcWidth, nullptr, colOffsets, 0.0, request.steps.x, &cf, &cl,
-                             request.plan.columns);
-        BuildGrayRowTable(dstHeight, srcHeight, rowWeights, rowOffsets, srcStride, 0.0, request.steps.y, &rf, &rl,
-                          request.plan.rows);
-        NearestGrayRows(request, colOffsets, rowOffsets);
-        return;
-    }
-    // Block: W weight bytes, W column offsets, H row weights, H row offsets.
-    // The kernels read offsets and row words from an aligned mirror; the
-    // block keeps the bytes that follow the weights as the Inner kernel sees them.
-    const size_t blockBytes = w * 5 + h * 8 + 2;
-    const std::unique_ptr<uint8_t[]> blockOwner(new (std::nothrow) uint8_t[blockBytes]());
-    if (!blockOwner) return;
-    uint8_t* block = blockOwner.get();
-    uint8_t* colWeights = block;
-    BuildGrayColumnTable(dstWidth, srcWidth, colWeights, colOffsets, 0.0, request.steps.x, &cf, &cl,
-                         request.plan.columns);
-    BuildGrayRowTable(dstHeight, srcHeight, rowWeights, rowOffsets, srcStride, 0.0, request.steps.y, &rf, &rl,
-                      request.plan.rows);
-    std::memcpy(block + w, colOffsets, w * 4);
-    std::memcpy(block + w * 5, rowWeights, h * 4);
-    std::memcpy(block + w * 5 + h * 4, rowOffsets, h * 4);
+    const size_t w = dstWidth;
+    const uint32_t* colOffsets = tables.colOffsets;
+    const uint32_t* rowWeights = tables.rowWeights;
+    const uint32_t* rowOffsets = tables.rowOffsets;
+    if (request.plan.columns == AxisFilter::Nearest) return NearestGrayRows(request, colOffsets, rowOffsets);
+    const uint8_t* colWeights = tables.block.get();
+    const uint32_t cf = tables.cf, cl = tables.cl, rf = tables.rf, rl = tables.rl;
     const GrayInnerFn inner = PickGrayInnerRow();
     const uint32_t left = cf, right = dstWidth - cl;
     const uint32_t middle = left + right < dstWidth ? cl - cf : 0;
@@ -153,6 +168,16 @@ void ScaleGray(const ScaleRequest& request) {
         }
         GrayGatherRow(d + cl, r, colOffsets + cl, right);
     }
+}
+
+}  // namespace
+
+void ScaleGray(const ScaleRequest& request) { ScaleGrayPlanes(&request, 1); }
+
+void ScaleGrayPlanes(const ScaleRequest* requests, size_t count) {
+    GrayTables tables;
+    if (!count || !tables.Build(requests[0])) return;
+    for (size_t i = 0; i < count; ++i) GrayRows(requests[i], tables);
 }
 
 }  // namespace tarn
