@@ -149,6 +149,63 @@ void QuadRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstH
     }
 }
 
+// Single-channel boxes 2 or 4 samples wide, whole in registers: each step
+// makes 32 target bytes from 32 * Fx bytes of each of the fy source rows.
+// The rows' byte pairs (maddubs) are added in 16 bits, where fy * 510 fits
+// (fy <= 128 for a product up to 256); a box 4 wide adds the pair sums of
+// neighbours once more (hadd, a wrapping add whose totals also fit).
+// The last step of a row of 32 targets or more is moved back to end at the
+// row's end: it rewrites some bytes of the step before with the same values.
+// Rows of fewer targets are summed one by one.
+template <uint32_t Fx>
+void NarrowBoxRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t fy,
+                   int32_t srcStride, int32_t dstStride, uint32_t shift) {
+    constexpr uint32_t kLoads = Fx;  // 32-byte loads a row a step
+    const __m256i ones = _mm256_set1_epi8(1);
+    const __m256i round = _mm256_set1_epi16(int16_t(1 << (shift - 1)));
+    const __m128i count = _mm_cvtsi32_si128(int(shift));
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    auto step = [&](uint8_t* out, const uint8_t* at) {
+        __m256i s[kLoads];
+        for (uint32_t k = 0; k < kLoads; ++k)
+            s[k] = _mm256_maddubs_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(at + 32 * k)), ones);
+        for (uint32_t j = 1; j < fy; ++j) {
+            const uint8_t* r = at + intptr_t(j) * srcStride;
+            for (uint32_t k = 0; k < kLoads; ++k)
+                s[k] = _mm256_add_epi16(
+                    s[k], _mm256_maddubs_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(r + 32 * k)), ones));
+        }
+        auto scaled = [&](__m256i v) { return _mm256_srl_epi16(_mm256_add_epi16(v, round), count); };
+        __m256i bytes;
+        if constexpr (Fx == 2) {
+            // Lanes of s[0]: targets 0-7 | 8-15; of s[1]: 16-23 | 24-31.
+            bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(scaled(s[0]), scaled(s[1])), 0xD8);
+        } else {
+            // hadd(s0, s1): targets 0-3, 8-11 | 4-7, 12-15; hadd(s2, s3) the
+            // same 16 on; packed, the 4-byte groups come in the order 0, 2,
+            // 4, 6 | 1, 3, 5, 7.
+            const __m256i lo = scaled(_mm256_hadd_epi16(s[0], s[1]));
+            const __m256i hi = scaled(_mm256_hadd_epi16(s[2], s[3]));
+            bytes = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(lo, hi), order);
+        }
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), bytes);
+    };
+    for (uint32_t t = 0; t < dstHeight; ++t, dst += dstStride) {
+        const uint8_t* row = src + intptr_t(t) * fy * srcStride;
+        if (dstWidth >= 32) {
+            for (uint32_t x = 0; x + 32 <= dstWidth; x += 32) step(dst + x, row + size_t(x) * Fx);
+            if (dstWidth % 32) step(dst + dstWidth - 32, row + size_t(dstWidth - 32) * Fx);
+            continue;
+        }
+        for (uint32_t x = 0; x < dstWidth; ++x) {
+            uint32_t sum = 0;
+            for (uint32_t j = 0; j < fy; ++j)
+                for (uint32_t i = 0; i < Fx; ++i) sum += row[intptr_t(j) * srcStride + x * Fx + i];
+            dst[x] = uint8_t((sum + (1u << (shift - 1))) >> shift);
+        }
+    }
+}
+
 }  // namespace
 
 void AreaBoxExactAvx2(const ScaleTarget& target, const ScaleSource& source, uint32_t shift) {
@@ -160,6 +217,10 @@ void AreaBoxExactAvx2(const ScaleTarget& target, const ScaleSource& source, uint
     const uint32_t fx = srcWidth / dstWidth, fy = srcHeight / dstHeight;
     if (c != 1 && (fx == 4 || fx == 8)) {
         QuadRows(dst, src, dstWidth, dstHeight, fx, fy, c, srcStride, dstStride, shift);
+        return;
+    }
+    if (c == 1 && (fx == 2 || fx == 4)) {
+        (fx == 2 ? NarrowBoxRows<2> : NarrowBoxRows<4>)(dst, src, dstWidth, dstHeight, fy, srcStride, dstStride, shift);
         return;
     }
     const uint32_t lanes = c == 3 ? 4 : c;

@@ -179,6 +179,51 @@ TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAtTheExtremes) {
     EXPECT_EQ(AreaExactShift(64, 30, 16, 15), 3u);   // 4 x 2
 }
 
+TEST(AreaPlan, SingleChannelBoxesTwoAndFourWideAgreeAcrossForms) {
+    // Boxes 2 or 4 samples wide and 1 to 128 rows tall: rows of fewer than
+    // 32 targets, exactly 32, and rows whose last 32 overlap the ones
+    // before; top-down and bottom-up, padded strides, sources that end
+    // where their first or last row ends, canaries around the target, all
+    // 255 at the tallest boxes (sums at the top of 16 bits) and random bytes.
+    struct Box {
+        uint32_t fx, fy;
+    };
+    const Box boxes[] = {{2, 1}, {2, 2}, {2, 4}, {2, 16}, {2, 128}, {4, 1}, {4, 4}, {4, 8}, {4, 64}};
+    const uint32_t widths[] = {5, 31, 32, 33, 70, 96, 241};
+    std::mt19937 rng(11);
+    for (const Box& b : boxes)
+        for (uint32_t dw : widths)
+            for (int32_t sign : {1, -1})
+                for (int fill : {255, -1}) {
+                    const uint32_t dh = b.fy >= 64 ? 2 : 3, sw = dw * b.fx, sh = dh * b.fy;
+                    ASSERT_NE(AreaExactShift(sw, sh, dw, dh), 0u);
+                    const int32_t srcStride = int32_t(sw + (sign < 0 ? 3 : 0)), dstStride = int32_t(dw + 5);
+                    std::vector<uint8_t> src(size_t(srcStride) * (sh - 1) + sw);
+                    for (auto& v : src) v = fill < 0 ? uint8_t(rng()) : uint8_t(fill);
+                    const size_t margin = 48;
+                    auto run = [&](SimdForm form) {
+                        ScopedKernelChoice choice(g_cpuFeatures, form);
+                        std::vector<uint8_t> out(size_t(dstStride) * dh + 2 * margin, 0x77);
+                        uint8_t* dst = out.data() + margin + (sign < 0 ? size_t(dstStride) * (dh - 1) : 0);
+                        const uint8_t* from = src.data() + (sign < 0 ? size_t(srcStride) * (sh - 1) : 0);
+                        ScaleImage({dst, dw, dh, sign * dstStride, 1}, {from, sw, sh, sign * srcStride, 1},
+                                   {double(sw) / dw, double(sh) / dh}, SCALE_AREA, nullptr);
+                        return out;
+                    };
+                    const auto plain = run(SimdForm::Plain);
+                    for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
+                    for (size_t i = plain.size() - margin; i < plain.size(); ++i) ASSERT_EQ(plain[i], 0x77);
+                    if (fill == 255)
+                        for (uint32_t y = 0; y < dh; ++y)
+                            for (uint32_t x = 0; x < dw; ++x) ASSERT_EQ(plain[margin + y * dstStride + x], 255);
+                    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+                        if (HostSimdForm() < f) continue;
+                        EXPECT_EQ(run(f), plain) << b.fx << "x" << b.fy << " to " << dw << " wide, stride sign "
+                                                 << sign << " fill " << fill << " " << FormName(f);
+                    }
+                }
+}
+
 #if defined(TARN_HAVE_X86_SIMD)
 TEST(AreaPlan, RowEndsRoundHalvesAndWrapLikeThePlainForm) {
     // Sums on either side of every k + 0.5, tiny ones, exact halves and
