@@ -156,10 +156,12 @@ void QuadRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstH
 // neighbours once more (hadd, a wrapping add whose totals also fit).
 // The last step of a row of 32 targets or more is moved back to end at the
 // row's end: it rewrites some bytes of the step before with the same values.
-// Rows of fewer targets are summed one by one.
-template <uint32_t Fx>
-void NarrowBoxRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t fy,
-                   int32_t srcStride, int32_t dstStride, uint32_t shift) {
+// Rows of fewer targets are summed one by one. Square boxes (Fy = Fx) have
+// their row count and shift fixed at compile time; Fy 0 takes them as given.
+template <uint32_t Fx, uint32_t Fy>
+void NarrowBoxRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t givenFy,
+                   int32_t srcStride, int32_t dstStride, uint32_t givenShift) {
+    const uint32_t fy = Fy ? Fy : givenFy, shift = Fy ? (Fx == 2 ? 2 : 4) : givenShift;
     constexpr uint32_t kLoads = Fx;  // 32-byte loads a row a step
     const __m256i ones = _mm256_set1_epi8(1);
     const __m256i round = _mm256_set1_epi16(int16_t(1 << (shift - 1)));
@@ -220,7 +222,10 @@ void AreaBoxExactAvx2(const ScaleTarget& target, const ScaleSource& source, uint
         return;
     }
     if (c == 1 && (fx == 2 || fx == 4)) {
-        (fx == 2 ? NarrowBoxRows<2> : NarrowBoxRows<4>)(dst, src, dstWidth, dstHeight, fy, srcStride, dstStride, shift);
+        using Rows = void (*)(uint8_t*, const uint8_t*, uint32_t, uint32_t, uint32_t, int32_t, int32_t, uint32_t);
+        const Rows rows = fx == 2 ? (fy == 2 ? NarrowBoxRows<2, 2> : NarrowBoxRows<2, 0>)
+                                  : (fy == 4 ? NarrowBoxRows<4, 4> : NarrowBoxRows<4, 0>);
+        rows(dst, src, dstWidth, dstHeight, fy, srcStride, dstStride, shift);
         return;
     }
     const uint32_t lanes = c == 3 ? 4 : c;
