@@ -69,19 +69,22 @@ int64_t DirectReach(PixelLayout layout, int32_t bits, int32_t width, int32_t hei
 
 // Whether the scaler stores every byte of each target row of `bits`-bit
 // pixels in this mode, so that painting those bytes first would be lost
-// work. One-byte pixels go through the single-channel driver, whose rows are
-// whole in every mode but the area shrink.
+// work. One-byte pixels go through the single-channel driver or, shrinking
+// in the area mode, the area shrink: both store whole rows.
 bool WritesWholeRows(int32_t quality, int32_t bits) {
-    if (bits == 8) return quality != SCALE_AREA;
+    if (bits == 8) return true;
     return QualityWritesWholeRows(uint32_t(quality), uint32_t(bits / 8));
 }
 
-// The same for the three planes of a planar picture: every mode but the two
-// area ones scales them one by one through the single-channel driver. At the
-// picture's own size the planar-only modes copy instead, chroma rows at the
-// source's stride, so that case is left to the whole paint.
-bool WritesWholePlanes(int32_t quality, bool sameSize) {
-    return !sameSize && quality != SCALE_AREA && quality != SCALE_PLANAR_AREA;
+// The same for the three planes of a planar picture, which the single-
+// channel driver or the area shrink scale one by one, storing whole rows. At
+// the picture's own size the planar-only modes copy instead, chroma rows at
+// the source's stride; the area shrink copies a chroma plane that keeps its
+// size (a luma side of 2n + 1 to 2n) as one block at the source's stride.
+// Those cases are left to the whole paint.
+bool WritesWholePlanes(int32_t quality, bool sameSize, bool sameChromaSize) {
+    const bool area = quality == SCALE_AREA || quality == SCALE_PLANAR_AREA;
+    return area ? !sameChromaSize : !sameSize;
 }
 
 bool InsideFrame(const VedRect& r, int32_t width, int32_t height) {
@@ -148,7 +151,8 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
         // stride is even.
         const bool wholePlanes = !target && layout == PixelLayout::Planar && picture.width >= 2 &&
                                  picture.height >= 2 && to->stride >= width && !(to->stride & 1) &&
-                                 WritesWholePlanes(quality, picture.width == width && picture.height == height);
+                                 WritesWholePlanes(quality, picture.width == width && picture.height == height,
+                                                   picture.width / 2 == width / 2 && picture.height / 2 == height / 2);
         if (wholePlanes)
             FillPlanarAroundRows(to->buffer, height, to->stride, width, 0, width / 2);
         else if (wholeRows)

@@ -207,7 +207,10 @@ TEST(DoResize, DirectOutputEqualsPaintThenStretch) {
                           {SURFACE_FORMAT_RGB32, 32, 37, 23, 61, 17},  {SURFACE_FORMAT_RGB32, 32, 40, 30, 13, 9},
                           {SURFACE_FORMAT_GRAY8, 8, 37, 23, 61, 17},   {SURFACE_FORMAT_GRAY8, 8, 40, 30, 13, 9},
                           {SURFACE_FORMAT_YUV420, 12, 36, 22, 61, 17}, {SURFACE_FORMAT_YUV420, 12, 40, 30, 14, 10},
-                          {SURFACE_FORMAT_YUV420, 12, 4, 4, 7, 5},    {SURFACE_FORMAT_YUV420, 12, 20, 14, 20, 14}};
+                          {SURFACE_FORMAT_YUV420, 12, 4, 4, 7, 5},    {SURFACE_FORMAT_YUV420, 12, 20, 14, 20, 14},
+                          // Whole box shrinks; chroma planes that keep their size.
+                          {SURFACE_FORMAT_GRAY8, 8, 40, 30, 20, 15},   {SURFACE_FORMAT_YUV420, 12, 64, 32, 16, 8},
+                          {SURFACE_FORMAT_YUV420, 12, 9, 9, 8, 8},     {SURFACE_FORMAT_YUV420, 12, 13, 12, 12, 10}};
     // The sharpening mode changes its source, so it is left out: scaled twice, it
     // would give different bytes the second time.
     const int32_t planarModes[] = {SCALE_PLANAR_NEAREST, SCALE_PLANAR_AREA};
