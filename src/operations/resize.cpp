@@ -93,6 +93,25 @@ bool InsideFrame(const VedRect& r, int32_t width, int32_t height) {
 
 }  // namespace
 
+bool DirectResizeCovers(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
+                        const Destination& to, int64_t bytes) {
+    const int32_t width = request.width, height = request.height;
+    if (!picture.pixels || LayoutOf(picture.format) != PixelLayout::Packed) return false;
+    // The early answers of ResizePicture, which leave the buffer unpainted.
+    if (width == picture.width && height == picture.height && aspect.x == 0 && aspect.y == 0) return false;
+    if (width < 4 || height < 4) return false;
+    if (request.keepAspect) {
+        VedRect fit{0, 0, 0, 0};
+        FitRect(picture.width, picture.height, aspect, width, height, &fit);
+        if (!InsideFrame(fit, width, height)) return false;
+    }
+    const int64_t painted = int64_t(to.stride) * height * 3 / 2;
+    if (to.stride <= 0 || painted > kMaxBufferBytes ||
+        DirectReach(PixelLayout::Packed, picture.bits, width, height, to.stride) > painted)
+        return false;
+    return bytes <= int64_t(to.stride) * height;
+}
+
 VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& request,
                         const Destination* to, PendingPixels& made) {
     const int32_t width = request.width, height = request.height, quality = request.quality;

@@ -27,4 +27,12 @@ struct ResizeRequest {
 VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& request,
                         const Destination* to, PendingPixels& made);
 
+// Whether ResizePicture, sent to `to`, is sure to write every one of the
+// first `bytes` bytes of the caller's buffer: it gets past its checks to the
+// black paint, and those bytes lie in the luma block, which the paint and the
+// packed rows stored after it cover whole. Only packed pictures are answered;
+// anything else is false.
+bool DirectResizeCovers(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
+                        const Destination& to, int64_t bytes);
+
 }  // namespace tarn

@@ -71,6 +71,10 @@ VedResult CTarnSurfaceBuffer::RunResize(const ResizeRequest& request, const Dest
     return r;
 }
 
+bool CTarnSurfaceBuffer::ResizeCovers(const ResizeRequest& request, const Destination& to, int64_t bytes) const {
+    return DirectResizeCovers(PictureOf(info, pixels), Aspect{aspectX, aspectY}, request, to, bytes);
+}
+
 VedResult CTarnSurfaceBuffer::RunSetFormat(SurfaceFormat format, const Destination* to) {
     const FormatChange change = PlanFormatChange(PictureOf(info, pixels), format);
     if (change.evenSizesFirst) {

@@ -1,0 +1,127 @@
+// A packed picture resized into the caller's memory goes through the planar
+// format first. Where the resize paints over all of that first step, the
+// surface leaves it out; the caller's bytes, and those past what it
+// provides, must be what the two steps in full give.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "object/surface_builder.h"
+#include "operations/resize.h"
+#include "operations/set_format.h"
+#include "surface/tarn_surface_buffer.h"
+
+namespace {
+
+using namespace tarn;
+
+constexpr uint8_t kCanary = 0xA5;
+
+CTarnSurfaceBuffer* MakePacked(uint32_t width, uint32_t height, uint32_t seed) {
+    SurfaceInfo info{};
+    info.width = width;
+    info.height = height;
+    info.format = SURFACE_FORMAT_YUV422;
+    info.bitsPerPixel = 16;
+    info.stride = int32_t(width) * 2;
+    info.topDown = 1;
+    CSurfaceBuilder builder;
+    ITarnSurface* s = nullptr;
+    EXPECT_EQ(builder.CreateBlank(&info, nullptr, &s), VED_S_OK);
+    auto* b = static_cast<CTarnSurfaceBuffer*>(s);
+    std::mt19937 rng(seed);
+    for (uint32_t i = 0; i < width * height * 2; ++i) b->pixels[i] = uint8_t(rng());
+    return b;
+}
+
+struct Case {
+    uint32_t w, h;      // source
+    int32_t dw, dh;     // target
+    int32_t keepAspect;
+    int32_t aspectX, aspectY;
+    int32_t quality;
+    int32_t extraStride;  // added to the packed row; negative: shorter than the source's luma row
+    uint32_t topDown;
+};
+
+// Both steps in full, as the surface ran them before: the planar conversion
+// of the whole source into the buffer, then the resize over it.
+VedResult TwoSteps(CTarnSurfaceBuffer* s, const Case& c, int32_t stride, std::vector<uint8_t>& buf) {
+    Destination to{buf.data(), stride, c.topDown};
+    Picture picture = PictureOf(s->info, s->pixels);
+    PendingPixels made;
+    VedResult r = ChangeFormat(picture, PlanFormatChange(picture, SURFACE_FORMAT_YUV420), &to, made);
+    if (r < 0) return r;
+    Picture packed = PictureOf(s->info, s->pixels);
+    Aspect aspect{s->aspectX, s->aspectY};
+    return ResizePicture(packed, aspect, {c.dw, c.dh, c.keepAspect, c.quality}, &to, made);
+}
+
+TEST(PackedDirectResize, CallerBytesMatchTheConversionThenTheResize) {
+    const Case cases[] = {
+        {32, 16, 32, 24, 0, 0, 0, SCALE_BILINEAR, 0, 1},       // height x 1.5 exactly: left out
+        {32, 16, 64, 32, 0, 0, 0, SCALE_NEAREST, 0, 1},        // x 2
+        {32, 16, 64, 32, 0, 0, 0, SCALE_PLANAR_AREA, 0, 0},    // rows the other way
+        {31, 17, 62, 34, 0, 0, 0, SCALE_BOX, 6, 1},            // odd source, wide stride
+        {30, 18, 47, 29, 0, 0, 0, SCALE_AREA, 0, 1},           // odd target, x 1.6 in height
+        {30, 18, 60, 26, 0, 0, 0, SCALE_BILINEAR_FADE, 0, 1},  // x 1.44: converted in full
+        {24, 12, 48, 36, 1, 4, 3, SCALE_BOX_FADE, 2, 1},       // fitted with an aspect
+        {24, 12, 48, 36, 1, 0, 0, SCALE_FIELD_BILINEAR, 0, 0}, // fitted, no aspect
+        {64, 32, 32, 16, 0, 0, 0, SCALE_BILINEAR, 0, 1},       // halving
+        {64, 32, 40, 20, 0, 0, 0, SCALE_PLANAR_NEAREST, 4, 0}, // shrink
+        {40, 10, 24, 20, 0, 0, 0, SCALE_NEAREST, -16, 1},      // stride below the source's row: refused
+        {12, 8, 12, 8, 0, 0, 0, SCALE_NEAREST, 0, 1},          // same size: copied
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.w << "x" << c.h << " -> " << c.dw << "x" << c.dh << " q" << c.quality
+                                        << " fit " << c.keepAspect << " stride+" << c.extraStride);
+        const int32_t stride = 2 * c.dw + c.extraStride;
+        const size_t tall = std::max<size_t>(c.h, size_t(c.dh));
+        const size_t bytes = size_t(stride) * tall * 3 / 2 + 256;
+
+        CTarnSurfaceBuffer* ref = MakePacked(c.w, c.h, c.w * 131 + c.h);
+        ref->aspectX = c.aspectX;
+        ref->aspectY = c.aspectY;
+        std::vector<uint8_t> expected(bytes, kCanary);
+        const VedResult want = TwoSteps(ref, c, stride, expected);
+        ref->Release();
+
+        CTarnSurfaceBuffer* s = MakePacked(c.w, c.h, c.w * 131 + c.h);
+        s->aspectX = c.aspectX;
+        s->aspectY = c.aspectY;
+        std::vector<uint8_t> got(bytes, kCanary);
+        ASSERT_EQ(s->Resize(c.dw, c.dh, c.keepAspect, c.quality), VED_S_OK);
+        EXPECT_EQ(s->CopyOut(got.data(), stride, c.topDown), want);
+        s->Release();
+        // The whole buffer, canaries past what the caller provides included.
+        ASSERT_EQ(got.size(), expected.size());
+        size_t firstDiff = bytes;
+        for (size_t i = 0; i < bytes && firstDiff == bytes; ++i)
+            if (got[i] != expected[i]) firstDiff = i;
+        EXPECT_EQ(firstDiff, bytes) << "first differing byte";
+    }
+}
+
+TEST(PackedDirectResize, CoversOnlyPackedPicturesThatReachThePaint) {
+    uint8_t pixels[16] = {};
+    std::vector<uint8_t> buf(4096);
+    const Destination to{buf.data(), 32, 1};
+    const Picture packed{pixels, SURFACE_FORMAT_YUV422, 16, 8, 8, 16, 1, {0, 0, 8, 8}};
+    const Aspect none{};
+    const int64_t luma = 32 * 12;
+    EXPECT_TRUE(DirectResizeCovers(packed, none, {16, 12, 0, 0}, to, luma));
+    EXPECT_FALSE(DirectResizeCovers(packed, none, {16, 12, 0, 0}, to, luma + 1));  // past the luma block
+    EXPECT_FALSE(DirectResizeCovers(packed, none, {8, 8, 0, 0}, to, 1));           // same size: a copy
+    EXPECT_FALSE(DirectResizeCovers(packed, none, {16, 3, 0, 0}, to, 1));          // refused
+    EXPECT_FALSE(DirectResizeCovers(packed, none, {16, 12, 0, 0}, {buf.data(), 4, 1}, 1));  // rows past the paint
+    Picture planar = packed;
+    planar.format = SURFACE_FORMAT_YUV420;
+    planar.bits = 12;
+    EXPECT_FALSE(DirectResizeCovers(planar, none, {16, 12, 0, 0}, to, 1));
+    Picture empty = packed;
+    empty.pixels = nullptr;
+    EXPECT_FALSE(DirectResizeCovers(empty, none, {16, 12, 0, 0}, to, 1));
+}
+
+}  // namespace
