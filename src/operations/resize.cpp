@@ -144,6 +144,10 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
     picture.content = fit;
     if (target && !InsideFrame(fit, width, height)) return VED_E_FAIL;
 
+    // A box mode that does not shrink both axes by two or more runs as its
+    // bilinear counterpart; what the scaler stores follows the mode it runs.
+    const int32_t runs = int32_t(QualityForSteps(static_cast<uint32_t>(quality),
+                                                 {double(picture.width) / width, double(picture.height) / height}));
     uint8_t* out = nullptr;
     int32_t outStride = 0;
     uint32_t outTopDown = picture.topDown;
@@ -163,7 +167,7 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
         const int64_t rowBytes = packed ? 2 * int64_t(width) : RowBytes(bits, width);
         const bool wholeRows = !target && picture.width > 0 && picture.height > 0 &&
                                (packed || (layout == PixelLayout::Interleaved && to->stride >= rowBytes &&
-                                           WritesWholeRows(quality, bits)));
+                                           WritesWholeRows(runs, bits)));
         // A planar picture scaled plane by plane through the single-channel
         // driver stores every row of every plane whole, once each plane has
         // a sample to read; its planes start where the paint's do when the
@@ -188,7 +192,10 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
         if (!fresh) return plan.failure;
         made.reset(fresh);
         outStride = static_cast<int32_t>(plan.stride);
-        const bool boxes = QualityPassesOverTarget(static_cast<uint32_t>(quality));
+        // A box mode that runs as bilinear stores every byte of each row of
+        // 3- and 4-byte pixels: nothing to clear.
+        const bool boxes = QualityPassesOverTarget(static_cast<uint32_t>(quality)) &&
+                           !(runs != quality && WritesWholeRows(runs, bits));
         if (layout == PixelLayout::Interleaved && (target || plan.stride != RowBytes(bits, width) || boxes)) {
             // Row padding, the borders of a fitted mask, which its fill leaves
             // alone, and what the box kernels pass over (counts of 0 when the

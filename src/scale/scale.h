@@ -51,6 +51,9 @@ bool QualityPassesOverTarget(uint32_t quality);
 // 4-byte pixels on both sides), so that a caller need not prepare it: the
 // nearest and bilinear qualities, whose drivers store each pixel whole.
 bool QualityWritesWholeRows(uint32_t quality, uint32_t pixelBytes);
+// The quality the scaler runs for these steps: a box mode that does not
+// shrink both axes by two or more runs as its bilinear counterpart.
+uint32_t QualityForSteps(uint32_t quality, ScaleSteps steps);
 
 // A planar 4:2:0 picture: the luma plane and two chroma planes of half the
 // width, height and stride of luma (signed division).

@@ -53,14 +53,17 @@ bool QualityWritesWholeRows(uint32_t quality, uint32_t pixelBytes) {
     return filtered && (pixelBytes == 3 || pixelBytes == 4);
 }
 
+uint32_t QualityForSteps(uint32_t quality, ScaleSteps steps) {
+    // Box modes only when both axes shrink by at least two.
+    if (steps.x >= 2.0 && steps.y >= 2.0) return quality;
+    if (quality == SCALE_BOX_FADE) return SCALE_BILINEAR_FADE;
+    if (quality == SCALE_BOX) return SCALE_BILINEAR;
+    return quality;
+}
+
 ScalePlan PlanImage(uint32_t quality, const ScaleTarget& target, const ScaleSource& source, ScaleSteps steps) {
     constexpr ScalePlan kNone{ScaleDriver::None, AxisFilter::Nearest, AxisFilter::Nearest};
-    uint32_t q = quality;
-    // Box modes only when both axes shrink by at least two.
-    if (steps.x < 2.0 || steps.y < 2.0) {
-        if (q == SCALE_BOX_FADE) q = SCALE_BILINEAR_FADE;
-        if (q == SCALE_BOX) q = SCALE_BILINEAR;
-    }
+    uint32_t q = QualityForSteps(quality, steps);
     // A size of one is nearest sample in every mode, area included.
     if (SideOfOne(target, source)) q = SCALE_NEAREST;
     if (NoPixels(target, source)) return kNone;

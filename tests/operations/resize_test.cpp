@@ -248,6 +248,48 @@ TEST(DoResize, DirectOutputEqualsPaintThenStretch) {
     }
 }
 
+// A box mode that does not shrink both axes by two runs as bilinear, which
+// stores every byte of each row: the new buffer needs no clearing first. The
+// scaler's bytes over a buffer of 0xEE and over one of zeros must agree, and
+// the resize must give them, whatever the heap held.
+TEST(DoResize, BoxModesThatEnlargeStoreEveryByte) {
+    struct Case {
+        SurfaceFormat format;
+        int32_t bits, sw, sh, dw, dh;
+    };
+    const Case cases[] = {{SURFACE_FORMAT_RGB24, 24, 37, 23, 61, 17}, {SURFACE_FORMAT_RGB32, 32, 37, 23, 61, 17},
+                          {SURFACE_FORMAT_RGB24, 24, 13, 9, 19, 14},  {SURFACE_FORMAT_RGB32, 32, 13, 9, 19, 14},
+                          {SURFACE_FORMAT_RGB32, 32, 40, 30, 21, 16}, {SURFACE_FORMAT_RGB24, 24, 41, 31, 13, 17},
+                          {SURFACE_FORMAT_RGB32, 32, 9, 40, 13, 19},  {SURFACE_FORMAT_GRAY8, 8, 37, 23, 61, 17}};
+    for (const Case& c : cases) {
+        for (int32_t quality : {int32_t(SCALE_BOX), int32_t(SCALE_BOX_FADE)}) {
+            for (uint32_t topDown : {1u, 0u}) {
+                SCOPED_TRACE(testing::Message() << c.bits << " " << c.sw << "x" << c.sh << " to " << c.dw << "x"
+                                                << c.dh << " q" << quality << " td" << topDown);
+                Ref<ITarnSurface> s = MakeBlank(c.format, uint32_t(c.sw), uint32_t(c.sh), topDown);
+                CTarnSurfaceBuffer* b = Buffer(s);
+                for (int32_t i = 0; i < BufferBytes(b->info); ++i) b->pixels[i] = uint8_t(i * 37 + (i >> 7));
+                const int32_t stride = c.dw * c.bits / 8, bytes = stride * c.dh;
+                std::vector<uint8_t> over[2] = {std::vector<uint8_t>(size_t(bytes) + 16, 0),
+                                                std::vector<uint8_t>(size_t(bytes) + 16, 0xEE)};
+                for (int k = 0; k < 2; ++k) {
+                    Picture to = PictureOf(b->info, over[k].data());
+                    to.width = c.dw, to.height = c.dh, to.stride = stride;
+                    StretchInterleaved(PictureOf(b->info, b->pixels), nullptr, to, nullptr, false, quality);
+                    for (size_t i = size_t(bytes); i < over[k].size(); ++i) ASSERT_EQ(over[k][i], k ? 0xEE : 0);
+                }
+                for (std::vector<uint8_t>& v : over) v.resize(size_t(bytes));
+                ASSERT_EQ(over[0], over[1]);
+                ASSERT_EQ(s->Resize(c.dw, c.dh, 0, ScaleMode(quality)), VED_S_OK);
+                std::vector<uint8_t> out(size_t(bytes) * 3 / 2 + 16, 0);
+                ASSERT_EQ(s->CopyOut(out.data(), stride, topDown), VED_S_OK);
+                out.resize(size_t(bytes));
+                ASSERT_EQ(out, over[0]);
+            }
+        }
+    }
+}
+
 // A packed picture sent to the caller lies over the planar paint: rows that
 // meet or overlap cover its luma block (and overlapping ones reach into the
 // chroma behind), wider rows leave its black Y in the gaps.
