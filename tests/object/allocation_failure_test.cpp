@@ -36,6 +36,11 @@ void* operator new[](size_t n) {
 }
 void* operator new(size_t n, const std::nothrow_t&) noexcept { return Allocate(n); }
 void* operator new[](size_t n, const std::nothrow_t&) noexcept { return Allocate(n); }
+// Every operator new above takes its memory from malloc, so free is the
+// matching release; gcc cannot see that through the replacement and warns.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete(void* p, size_t) noexcept { std::free(p); }

@@ -213,9 +213,10 @@ TEST(AreaPlan, SingleChannelBoxesTwoAndFourWideAgreeAcrossForms) {
                     const auto plain = run(SimdForm::Plain);
                     for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
                     for (size_t i = plain.size() - margin; i < plain.size(); ++i) ASSERT_EQ(plain[i], 0x77);
-                    if (fill == 255)
+                    if (fill == 255) {
                         for (uint32_t y = 0; y < dh; ++y)
                             for (uint32_t x = 0; x < dw; ++x) ASSERT_EQ(plain[margin + y * dstStride + x], 255);
+                    }
                     for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
                         if (HostSimdForm() < f) continue;
                         EXPECT_EQ(run(f), plain) << b.fx << "x" << b.fy << " to " << dw << " wide, stride sign "
