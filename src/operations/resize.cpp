@@ -91,58 +91,74 @@ bool InsideFrame(const VedRect& r, int32_t width, int32_t height) {
     return r.left >= 0 && r.top >= 0 && r.right <= width && r.bottom <= height;
 }
 
+// How far a resize gets before it touches a pixel. The checks come in the
+// order their answers take precedence; `fit` is the content rectangle once
+// the request is past the refusals.
+enum class ResizeGate { Refused, SameSize, OutsideFrame, BadStride, Scales };
+
+ResizeGate GateOf(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
+                  const Destination* to, VedRect& fit) {
+    const int32_t width = request.width, height = request.height;
+    if (!picture.pixels) return ResizeGate::Refused;
+    // A picture with an aspect goes on, so that a resize to its own size
+    // fits it anew.
+    if (static_cast<uint32_t>(width) == static_cast<uint32_t>(picture.width) &&
+        static_cast<uint32_t>(height) == static_cast<uint32_t>(picture.height) && aspect.x == 0 && aspect.y == 0)
+        return ResizeGate::SameSize;
+    // Below the smallest surface, or pixels the engine cannot take: refused
+    // before anything changes.
+    if (width < 4 || height < 4) return ResizeGate::Refused;
+    const PixelLayout layout = LayoutOf(picture.format);
+    if (layout == PixelLayout::Interleaved && (!ScalableInterleaved(picture.bits, picture.width, picture.stride) ||
+                                               !ModeSuitsPixels(picture.bits, request.quality, false)))
+        return ResizeGate::Refused;
+    if (request.keepAspect) {
+        // FitRect leaves the side it centres on as it finds it: zero.
+        fit = {0, 0, 0, 0};
+        FitRect(picture.width, picture.height, aspect, width, height, &fit);
+        if (!InsideFrame(fit, width, height)) return ResizeGate::OutsideFrame;
+    } else {
+        fit = {0, 0, width, height};
+    }
+    if (to) {
+        // Painted black as a planar picture whatever the format: the caller's
+        // buffer must hold stride x height x 3 / 2 bytes even for RGB output.
+        // A stride whose rows would reach past that, or beyond 32-bit byte
+        // counts, is refused rather than written past.
+        const int64_t painted = int64_t(to->stride) * height * 3 / 2;
+        if (painted > kMaxBufferBytes || DirectReach(layout, picture.bits, width, height, to->stride) > painted)
+            return ResizeGate::BadStride;
+    }
+    return ResizeGate::Scales;
+}
+
 }  // namespace
 
 bool DirectResizeCovers(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
                         const Destination& to, int64_t bytes) {
-    const int32_t width = request.width, height = request.height;
-    if (!picture.pixels || LayoutOf(picture.format) != PixelLayout::Packed) return false;
-    // The early answers of ResizePicture, which leave the buffer unpainted.
-    if (width == picture.width && height == picture.height && aspect.x == 0 && aspect.y == 0) return false;
-    if (width < 4 || height < 4) return false;
-    if (request.keepAspect) {
-        VedRect fit{0, 0, 0, 0};
-        FitRect(picture.width, picture.height, aspect, width, height, &fit);
-        if (!InsideFrame(fit, width, height)) return false;
-    }
-    const int64_t painted = int64_t(to.stride) * height * 3 / 2;
-    if (to.stride <= 0 || painted > kMaxBufferBytes ||
-        DirectReach(PixelLayout::Packed, picture.bits, width, height, to.stride) > painted)
-        return false;
-    return bytes <= int64_t(to.stride) * height;
+    if (LayoutOf(picture.format) != PixelLayout::Packed || to.stride <= 0) return false;
+    VedRect fit;
+    return GateOf(picture, aspect, request, &to, fit) == ResizeGate::Scales &&
+           bytes <= int64_t(to.stride) * request.height;
 }
 
 VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& request,
                         const Destination* to, PendingPixels& made) {
     const int32_t width = request.width, height = request.height, quality = request.quality;
-    if (!picture.pixels) return VED_E_INVALIDARG;
-    if (static_cast<uint32_t>(width) == static_cast<uint32_t>(picture.width) &&
-        static_cast<uint32_t>(height) == static_cast<uint32_t>(picture.height) && aspect.x == 0 && aspect.y == 0) {
-        // A picture with an aspect goes on, so that a resize to its own size
-        // fits it anew.
+    VedRect fit{0, 0, 0, 0};
+    const ResizeGate gate = GateOf(picture, aspect, request, to, fit);
+    if (gate == ResizeGate::Refused) return VED_E_INVALIDARG;
+    if (gate == ResizeGate::SameSize) {
         if (to) CopyPictureOut(picture, *to);
         return VED_S_OK;
     }
-    // Below the smallest surface, or pixels the engine cannot take: refused
-    // before anything changes.
-    if (width < 4 || height < 4) return VED_E_INVALIDARG;
     const PixelLayout layout = LayoutOf(picture.format);
     const int32_t bits = picture.bits;
-    if (layout == PixelLayout::Interleaved &&
-        (!ScalableInterleaved(bits, picture.width, picture.stride) || !ModeSuitsPixels(bits, quality, false)))
-        return VED_E_INVALIDARG;
-
     // The content rectangle is set before anything can fail, direct output too.
-    VedRect fit{0, 0, 0, 0};
-    const VedRect* target = nullptr;
-    if (request.keepAspect) {
-        FitRect(picture.width, picture.height, aspect, width, height, &fit);
-        target = &fit;
-    } else {
-        fit = {0, 0, width, height};
-    }
+    const VedRect* target = request.keepAspect ? &fit : nullptr;
     picture.content = fit;
-    if (target && !InsideFrame(fit, width, height)) return VED_E_FAIL;
+    if (gate == ResizeGate::OutsideFrame) return VED_E_FAIL;
+    if (gate == ResizeGate::BadStride) return VED_E_INVALIDARG;
 
     // A box mode that does not shrink both axes by two or more runs as its
     // bilinear counterpart; what the scaler stores follows the mode it runs.
@@ -152,13 +168,6 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
     int32_t outStride = 0;
     uint32_t outTopDown = picture.topDown;
     if (to) {
-        // Painted black as a planar picture whatever the format: the caller's
-        // buffer must hold stride x height x 3 / 2 bytes even for RGB output.
-        // A stride whose rows would reach past that, or beyond 32-bit byte
-        // counts, is refused rather than written past.
-        const int64_t painted = int64_t(to->stride) * height * 3 / 2;
-        if (painted > kMaxBufferBytes || DirectReach(layout, bits, width, height, to->stride) > painted)
-            return VED_E_INVALIDARG;
         // Row bytes the scaler stores whole anyway are left out of the paint,
         // which goes first all the same: a 24-bit row's last store reaches
         // one byte into what is painted. Packed rows are always stored whole;

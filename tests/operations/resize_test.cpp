@@ -194,16 +194,18 @@ TEST(DoResize, DirectRgbOutputIsFirstPaintedPlanarBlack) {
     for (size_t i = 48 * 8; i < out.size(); ++i) ASSERT_EQ(out[i], 128) << i;
 }
 
+// A picture of `bits`-bit pixels, sw x sh, resized to dw x dh.
+struct ResizeCase {
+    SurfaceFormat format;
+    int32_t bits, sw, sh, dw, dh;
+};
+
 // A direct resize in every quality gives the bytes of the whole planar paint
 // followed by the stretch, whichever bytes it leaves out of the paint: row
 // padding, the chroma behind, the byte a 24-bit row's last store reaches,
 // the rows of gray and planar pictures (odd and even strides).
 TEST(DoResize, DirectOutputEqualsPaintThenStretch) {
-    struct Case {
-        SurfaceFormat format;
-        int32_t bits, sw, sh, dw, dh;
-    };
-    const Case cases[] = {{SURFACE_FORMAT_RGB24, 24, 37, 23, 61, 17},  {SURFACE_FORMAT_RGB24, 24, 40, 30, 13, 9},
+    const ResizeCase cases[] = {{SURFACE_FORMAT_RGB24, 24, 37, 23, 61, 17},  {SURFACE_FORMAT_RGB24, 24, 40, 30, 13, 9},
                           {SURFACE_FORMAT_RGB32, 32, 37, 23, 61, 17},  {SURFACE_FORMAT_RGB32, 32, 40, 30, 13, 9},
                           {SURFACE_FORMAT_GRAY8, 8, 37, 23, 61, 17},   {SURFACE_FORMAT_GRAY8, 8, 40, 30, 13, 9},
                           {SURFACE_FORMAT_YUV420, 12, 36, 22, 61, 17}, {SURFACE_FORMAT_YUV420, 12, 40, 30, 14, 10},
@@ -214,7 +216,7 @@ TEST(DoResize, DirectOutputEqualsPaintThenStretch) {
     // The sharpening mode changes its source, so it is left out: scaled twice, it
     // would give different bytes the second time.
     const int32_t planarModes[] = {SCALE_PLANAR_NEAREST, SCALE_PLANAR_AREA};
-    for (const Case& c : cases) {
+    for (const ResizeCase& c : cases) {
         const bool planar = c.format == SURFACE_FORMAT_YUV420;
         std::vector<int32_t> qualities;
         for (int32_t quality = SCALE_NEAREST; quality <= SCALE_AREA; ++quality) qualities.push_back(quality);
@@ -253,15 +255,11 @@ TEST(DoResize, DirectOutputEqualsPaintThenStretch) {
 // scaler's bytes over a buffer of 0xEE and over one of zeros must agree, and
 // the resize must give them, whatever the heap held.
 TEST(DoResize, BoxModesThatEnlargeStoreEveryByte) {
-    struct Case {
-        SurfaceFormat format;
-        int32_t bits, sw, sh, dw, dh;
-    };
-    const Case cases[] = {{SURFACE_FORMAT_RGB24, 24, 37, 23, 61, 17}, {SURFACE_FORMAT_RGB32, 32, 37, 23, 61, 17},
+    const ResizeCase cases[] = {{SURFACE_FORMAT_RGB24, 24, 37, 23, 61, 17}, {SURFACE_FORMAT_RGB32, 32, 37, 23, 61, 17},
                           {SURFACE_FORMAT_RGB24, 24, 13, 9, 19, 14},  {SURFACE_FORMAT_RGB32, 32, 13, 9, 19, 14},
                           {SURFACE_FORMAT_RGB32, 32, 40, 30, 21, 16}, {SURFACE_FORMAT_RGB24, 24, 41, 31, 13, 17},
                           {SURFACE_FORMAT_RGB32, 32, 9, 40, 13, 19},  {SURFACE_FORMAT_GRAY8, 8, 37, 23, 61, 17}};
-    for (const Case& c : cases) {
+    for (const ResizeCase& c : cases) {
         for (int32_t quality : {int32_t(SCALE_BOX), int32_t(SCALE_BOX_FADE)}) {
             for (uint32_t topDown : {1u, 0u}) {
                 SCOPED_TRACE(testing::Message() << c.bits << " " << c.sw << "x" << c.sh << " to " << c.dw << "x"
