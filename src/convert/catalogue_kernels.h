@@ -51,6 +51,13 @@ void PlanarToPacked(TierBody body, bool smooth, PackedOrder order, uint8_t* dst,
 void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
                     uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
                     int32_t srcStride, int32_t width, int32_t height);
+// The same for a destination whose bytes below `overwritten` are written
+// over afterwards: a row pair that writes only there is left out, and one
+// whose luma rows lie there may write its chroma alone. Every byte from
+// `overwritten` on is what the whole conversion writes there.
+void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
+                    uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
+                    int32_t srcStride, int32_t width, int32_t height, const uint8_t* overwritten);
 
 // Packed 4:2:2 in any order to Rgb32, Rgb24, Rgb565 or Rgb555
 // (packed_to_rgb.cpp), as ConvYuy2ToRgb*.

@@ -8,6 +8,7 @@
 
 #include "convert/catalogue_kernels.h"
 #include "convert/conversion_kernels.h"
+#include "convert/packed_chroma.h"
 #include "convert/reorder_rows.h"
 #include "convert/scratch.h"
 #include "convert/smoothing.h"
@@ -16,9 +17,36 @@
 
 namespace tarn {
 
+void PackedChromaPlain(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs) {
+    const auto s = [](const Rows3& r, size_t k) { return Smooth(r.a[k], r.b[k], r.c[k]); };
+    for (size_t i = 0; i < pairs; ++i) {
+        u[i] = static_cast<uint8_t>(RoundAvg(s(a, 4 * i + 1), s(b, 4 * i + 1)));
+        v[i] = static_cast<uint8_t>(RoundAvg(s(a, 4 * i + 3), s(b, 4 * i + 3)));
+    }
+}
+
+namespace {
+
+// The chroma-alone form that gives the bytes of these row forms, if any.
+PackedChromaFn ChromaAloneOf(const YuvRowForms& f) {
+#if defined(TARN_HAVE_X86_SIMD)
+    if (&f == &kYuvRowsAvx2) return PackedChromaAvx2;
+#endif
+    return &f == &kYuvRowsPlain ? PackedChromaPlain : nullptr;
+}
+
+}  // namespace
+
 void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
                     uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
                     int32_t srcStride, int32_t width, int32_t height) {
+    PackedToPlanar(body, smooth, order, dstY, dstU, dstV, yStride, uvStride, src, srcStride, width, height,
+                   nullptr);
+}
+
+void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
+                    uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
+                    int32_t srcStride, int32_t width, int32_t height, const uint8_t* overwritten) {
     // A negative height reads the source from its last row up.
     const RowWalk walk = WalkOf(src, srcStride, height);
     const int32_t rows = walk.rows;
@@ -29,6 +57,8 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
     const ByteSpan dstSpan = ByteSpan::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
     const YuvRowForms& f = RowsFor(body);
     const bool trunc = smooth && body == TierBody::Mmx;
+    const Addr lost = AddrOf(overwritten);
+    const PackedChromaFn chromaAlone = smooth && !trunc && overwritten ? ChromaAloneOf(f) : nullptr;
     const ReorderRowFn reorder = ActiveReorderRow();
     // Block columns in bytes of the packed row; the rest are remainder pairs.
     const int blockShift = body == TierBody::Sse2 ? 4 : 3;
@@ -43,6 +73,13 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
         // source and luma; chroma rows do not move.
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
         const bool first = k == 0, last = k == lastPair;
+        const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
+        const Addr y1At = Offset(y0At, yStride);
+        const Addr uAt = Offset(AddrOf(dstU), ptrdiff_t(k) * uvStride);
+        const Addr vAt = Offset(AddrOf(dstV), ptrdiff_t(k) * uvStride);
+        // What is written over afterwards need not be written now.
+        const bool lumaLost = std::max(y0At, y1At) + 2 * pairs <= lost;
+        if (lumaLost && std::max(uAt, vAt) + pairs <= lost) continue;
         const uint8_t* s[4] = {};  // source rows 2k - 1 .. 2k + 2
         for (int i = 0; i < 4; ++i) {
             const int32_t r = 2 * k - 1 + i;
@@ -53,10 +90,6 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
                 s[i] = row(i);
             }
         }
-        const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
-        const Addr y1At = Offset(y0At, yStride);
-        const Addr uAt = Offset(AddrOf(dstU), ptrdiff_t(k) * uvStride);
-        const Addr vAt = Offset(AddrOf(dstV), ptrdiff_t(k) * uvStride);
         uint8_t* y0 = dstSpan.Target(y0At, 2 * pairs, row(11));
         uint8_t* y1 = dstSpan.Target(y1At, 2 * pairs, row(12));
         uint8_t* u = dstSpan.Target(uAt, pairs, row(13));
@@ -74,7 +107,10 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
             const Rows3 a = first ? Rows3{s[1], s[1], s[1]} : Rows3{s[0], s[2], s[1]};
             const Rows3 b = last ? Rows3{s[2], s[2], s[2]} : Rows3{s[1], s[3], s[2]};
             done = body == TierBody::Plain ? pairs : nb / 4;
-            f.smoothPairFromYuy2(y0, y1, u, v, a, b, done);
+            if (lumaLost && chromaAlone)
+                chromaAlone(u, v, a, b, done);
+            else
+                f.smoothPairFromYuy2(y0, y1, u, v, a, b, done);
         }
         if (done < pairs) {
             // Working packed rows from byte o on: their luma bytes give the

@@ -20,6 +20,11 @@ void ConvertPlanarToPacked(uint8_t* planar, int32_t planarStride, uint8_t* packe
                            int32_t width, int32_t height);
 void ConvertPackedToPlanar(uint8_t* packed, int32_t packedStride, uint8_t* planar, int32_t planarStride,
                            int32_t width, int32_t height);
+// ConvertPackedToPlanar into memory whose first `overwritten` bytes are
+// written over afterwards: from there on the same bytes, and of what lies
+// wholly before, as little as it can.
+void ConvertPackedToPlanarOver(uint8_t* packed, int32_t packedStride, uint8_t* planar, int32_t planarStride,
+                               int32_t width, int32_t height, int64_t overwritten);
 void ConvertRgb24ToRgb32(uint8_t* rgb24, int32_t rgb24Stride, uint8_t* rgb32, int32_t rgb32Stride,
                          int32_t width, int32_t height, uint32_t flip);
 void ConvertRgb32ToRgb24(uint8_t* rgb32, int32_t rgb32Stride, uint8_t* rgb24, int32_t rgb24Stride,

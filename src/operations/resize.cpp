@@ -134,12 +134,16 @@ ResizeGate GateOf(const Picture& picture, const Aspect& aspect, const ResizeRequ
 
 }  // namespace
 
-bool DirectResizeCovers(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
-                        const Destination& to, int64_t bytes) {
-    if (LayoutOf(picture.format) != PixelLayout::Packed || to.stride <= 0) return false;
+int64_t DirectResizeCovered(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
+                            const Destination& to) {
+    if (LayoutOf(picture.format) != PixelLayout::Packed || to.stride <= 0) return 0;
     VedRect fit;
-    return GateOf(picture, aspect, request, &to, fit) == ResizeGate::Scales &&
-           bytes <= int64_t(to.stride) * request.height;
+    if (GateOf(picture, aspect, request, &to, fit) != ResizeGate::Scales) return 0;
+    // The paint's planes: the second chroma plane starts a quarter of the
+    // luma behind the first, which an odd stride leaves a few bytes short.
+    const int64_t luma = int64_t(to.stride) * request.height;
+    const int64_t chroma = (int64_t(to.stride / 2) * request.height) / 2;
+    return luma / 4 <= chroma ? luma + luma / 4 + chroma : luma + chroma;
 }
 
 VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& request,

@@ -27,12 +27,13 @@ struct ResizeRequest {
 VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& request,
                         const Destination* to, PendingPixels& made);
 
-// Whether ResizePicture, sent to `to`, is sure to write every one of the
-// first `bytes` bytes of the caller's buffer: it gets past its checks to the
-// black paint, and those bytes lie in the luma block, which the paint and the
-// packed rows stored after it cover whole. Only packed pictures are answered;
-// anything else is false.
-bool DirectResizeCovers(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
-                        const Destination& to, int64_t bytes);
+// How many bytes from the start of the caller's buffer ResizePicture, sent
+// to `to`, is sure to write over whatever lay there: where it gets past its
+// checks to the black paint, the luma block (which the paint and the packed
+// rows stored after it cover whole) and the chroma planes behind it as far
+// as the paint covers them without a gap. Only packed pictures with a
+// positive stride are answered; anything else is 0.
+int64_t DirectResizeCovered(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
+                            const Destination& to);
 
 }  // namespace tarn

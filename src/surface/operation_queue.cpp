@@ -38,19 +38,9 @@ VedResult CTarnSurface::RunRecordOnce(const OperationRecord& record, const Desti
         // Packed pictures are resized by way of the planar format. Sent to a
         // destination, the first step writes the caller's buffer and leaves
         // the surface packed, so the resize then scales the packed picture
-        // over it.
-        // Where the resize paints over every byte the first step would write
-        // (at most 3/2 x stride x the source's height: an enlargement by half
-        // or more in height), that step is left out; only its refusal of a
-        // stride shorter than a row stays.
-        VedResult r = VED_S_OK;
-        const int64_t planar = (int64_t(to ? to->stride : 0) * int64_t(info.height) * 3 + 1) / 2;
-        if (to && to->stride > 0 && ResizeCovers(request, *to, planar)) {
-            if (to->stride < int32_t(info.width)) return VED_E_INVALIDARG;
-        } else {
-            r = RunSetFormat(SURFACE_FORMAT_YUV420, to);
-            if (r < 0) return r;
-        }
+        // over it; of that step, what the resize writes over is left out.
+        VedResult r = to ? RunPlanarStepBefore(request, *to) : RunSetFormat(SURFACE_FORMAT_YUV420, to);
+        if (r < 0) return r;
         r = RunResize(request, to);
         if (r < 0) return r;
         // Then the surface is still packed and the caller's buffer already

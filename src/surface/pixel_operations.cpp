@@ -3,12 +3,16 @@
 // function in src/operations, and installs what it made. The surface's own
 // concerns stay here: its mask, which follows a resize and a rotation, and
 // the mask a 32-bit picture leaves from its alpha bytes.
+#include <algorithm>
+
+#include "operations/convert_functions.h"
 #include "operations/draw.h"
 #include "operations/fill.h"
 #include "operations/resize.h"
 #include "operations/rotate.h"
 #include "operations/set_format.h"
 #include "operations/transform.h"
+#include "platform/byte_span.h"
 #include "surface/tarn_surface_buffer.h"
 
 namespace tarn {
@@ -71,8 +75,20 @@ VedResult CTarnSurfaceBuffer::RunResize(const ResizeRequest& request, const Dest
     return r;
 }
 
-bool CTarnSurfaceBuffer::ResizeCovers(const ResizeRequest& request, const Destination& to, int64_t bytes) const {
-    return DirectResizeCovers(PictureOf(info, pixels), Aspect{aspectX, aspectY}, request, to, bytes);
+VedResult CTarnSurfaceBuffer::RunPlanarStepBefore(const ResizeRequest& request, const Destination& to) {
+    const Picture picture = PictureOf(info, pixels);
+    const int64_t covered = DirectResizeCovered(picture, Aspect{aspectX, aspectY}, request, to);
+    // A source that shares bytes with what the step or the resize writes
+    // would see the step's writes: there the step runs whole.
+    const int64_t reach = std::max(int64_t(to.stride) * picture.height * 3 / 2 + to.stride, covered);
+    const ByteSpan read = ByteSpan::OfRows(picture.pixels, picture.stride, picture.height, 2 * size_t(picture.width));
+    if (covered == 0 || !read.ApartFrom(ByteSpan::OfBytes(to.buffer, size_t(reach))))
+        return RunSetFormat(SURFACE_FORMAT_YUV420, &to);
+    // The step's refusal of a stride shorter than a luma row stays.
+    if (to.stride < picture.width) return VED_E_INVALIDARG;
+    ConvertPackedToPlanarOver(picture.pixels, picture.stride, to.buffer, to.stride, picture.width, picture.height,
+                              covered);
+    return VED_S_OK;
 }
 
 VedResult CTarnSurfaceBuffer::RunSetFormat(SurfaceFormat format, const Destination* to) {

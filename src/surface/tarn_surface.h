@@ -88,9 +88,10 @@ public:
     // surface otherwise (operations in CTarnSurfaceBuffer).
     virtual VedResult RunResize(const ResizeRequest& request, const Destination* to) = 0;
     virtual VedResult RunSetFormat(SurfaceFormat format, const Destination* to) = 0;
-    // Whether a resize sent to `to` is sure to write the first `bytes` bytes
-    // there, so that what a step before it writes in them is lost.
-    virtual bool ResizeCovers(const ResizeRequest& request, const Destination& to, int64_t bytes) const = 0;
+    // The planar first step of a packed resize sent to `to`: the conversion
+    // to YUV420 there, of which the bytes the resize is sure to write over
+    // (DirectResizeCovered) are left out as far as they can be.
+    virtual VedResult RunPlanarStepBefore(const ResizeRequest& request, const Destination& to) = 0;
 
     // Where resizes and format changes write while the surface is directed at
     // a caller's memory, or null.

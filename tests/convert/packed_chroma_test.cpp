@@ -1,0 +1,140 @@
+// The packed-to-planar conversion with a destination partly written over
+// afterwards: the chroma-alone row forms against the chroma of the whole
+// row-pair forms, and the conversion against the whole one from the
+// written-over point on, in every body and form this machine runs.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "convert/catalogue_kernels.h"
+#include "convert/packed_chroma.h"
+#include "kernel_harness.h"
+
+namespace tarn::test {
+namespace {
+
+std::vector<uint8_t> RandomBytes(size_t n, uint32_t seed) {
+    std::vector<uint8_t> v(n);
+    std::mt19937 gen(seed);
+    for (auto& b : v) b = static_cast<uint8_t>(gen());
+    return v;
+}
+
+TEST(PackedChroma, OneBlockWorkedByHand) {
+    // F0 = s(a) of byte 1: r(10, 30) = 20, then r(20, 101) = 61; F1 of byte
+    // 1: r(r(0, 255), 9) = r(128, 9) = 69; u = r(61, 69) = 65. Byte 3: F0 =
+    // r(r(1, 2), 3) = r(2, 3) = 3, F1 = r(r(200, 201), 202) = r(201, 202) =
+    // 202, v = r(3, 202) = 103.
+    const uint8_t a0[4] = {0, 10, 0, 1}, a1[4] = {0, 30, 0, 2}, ac[4] = {0, 101, 0, 3};
+    const uint8_t b0[4] = {0, 0, 0, 200}, b1[4] = {0, 255, 0, 201}, bc[4] = {0, 9, 0, 202};
+    uint8_t u = 0, v = 0;
+    PackedChromaPlain(&u, &v, Rows3{a0, a1, ac}, Rows3{b0, b1, bc}, 1);
+    EXPECT_EQ(u, 65);
+    EXPECT_EQ(v, 103);
+}
+
+// Rows starting at every alignment the vector forms care about, of every
+// length around their blocks of 32 pairs: the chroma-alone forms against
+// the chroma of the plain row-pair form, and each row-pair form against the
+// plain one, canaries after each output.
+TEST(PackedChroma, EveryFormGivesTheChromaOfTheRowPairForm) {
+    std::vector<PackedChromaFn> forms{PackedChromaPlain};
+    std::vector<const YuvRowForms*> pairForms;
+#if defined(TARN_HAVE_X86_SIMD)
+    if (HostSimdForm() >= SimdForm::Sse2) pairForms.push_back(&kYuvRowsSse2);
+    if (HostSimdForm() >= SimdForm::Avx2) {
+        forms.push_back(PackedChromaAvx2);
+        pairForms.push_back(&kYuvRowsAvx2);
+    }
+#endif
+    uint32_t seed = 7;
+    for (size_t lead : {0, 1, 4, 12, 16, 28, 31}) {
+        for (size_t pairs = 0; pairs <= 200; pairs += pairs < 70 ? 1 : 37) {
+            const size_t n = 4 * pairs + 64 + lead;
+            std::vector<uint8_t> r[4];
+            for (auto& row : r) row = RandomBytes(n, ++seed);
+            const auto at = [&](int i) { return r[i].data() + lead; };
+            // A middle pair (the rows share centre and neighbour), the first
+            // and last pairs (a row given three times) and six rows of their
+            // own.
+            const Rows3 shapes[][2] = {
+                {{at(0), at(2), at(1)}, {at(1), at(3), at(2)}},
+                {{at(1), at(1), at(1)}, {at(1), at(3), at(2)}},
+                {{at(0), at(2), at(1)}, {at(2), at(2), at(2)}},
+                {{at(0), at(1), at(2)}, {at(3), at(2), at(0)}},
+            };
+            for (const auto& shape : shapes) {
+                std::vector<uint8_t> y0(2 * pairs + 1, 0xCD), y1 = y0, u(pairs + 1, 0xCD), v = u;
+                kYuvRowsPlain.smoothPairFromYuy2(y0.data(), y1.data(), u.data(), v.data(), shape[0], shape[1], pairs);
+                const std::string what = std::to_string(pairs) + " pairs from byte " + std::to_string(lead);
+                for (PackedChromaFn form : forms) {
+                    std::vector<uint8_t> gu(pairs + 1, 0xCD), gv = gu;
+                    form(gu.data(), gv.data(), shape[0], shape[1], pairs);
+                    ASSERT_EQ(gu, u) << what;
+                    ASSERT_EQ(gv, v) << what;
+                }
+                for (const YuvRowForms* f : pairForms) {
+                    std::vector<uint8_t> g0(2 * pairs + 1, 0xCD), g1 = g0, gu(pairs + 1, 0xCD), gv = gu;
+                    f->smoothPairFromYuy2(g0.data(), g1.data(), gu.data(), gv.data(), shape[0], shape[1], pairs);
+                    ASSERT_EQ(g0, y0) << what;
+                    ASSERT_EQ(g1, y1) << what;
+                    ASSERT_EQ(gu, u) << what;
+                    ASSERT_EQ(gv, v) << what;
+                }
+            }
+        }
+    }
+}
+
+// Each body's conversion with part of its destination written over later:
+// from that point on the bytes of the whole conversion, margins included;
+// before it, each byte either the whole conversion's or left as it was.
+TEST(PackedChroma, ConversionOverWrittenPartMatchesTheWholeFromThere) {
+    const TierBody bodies[] = {TierBody::Plain, TierBody::Mmx, TierBody::Sse2, TierBody::Pavg};
+    const int32_t widths[] = {2, 3, 17, 33, 64, 65, 97, 130};
+    const int32_t heights[] = {4, 5, 9, 12, -6, -13};
+    uint32_t seed = 11;
+    for (SimdForm form : FormsHere()) {
+        ScopedKernelChoice choice(kCpuSse2 | kCpuMmx, form);
+        for (int32_t w : widths) {
+            for (int32_t h : heights) {
+                const int32_t rows = h < 0 ? -h : h;
+                const PlanarLayout l = PlanarOf(w, rows, w % 3);
+                const int32_t srcStride = 2 * w + 4 * (w % 2);
+                Buffer src(size_t(srcStride) * rows, ++seed);
+                const uint8_t* s = src.At(kMargin);
+                const ptrdiff_t total = ptrdiff_t(l.bytes);
+                // Written over from: nothing, inside luma, the chroma's start,
+                // inside chroma, everything.
+                const ptrdiff_t overs[] = {0, l.yStride * rows / 3 + 1, l.yStride * rows, l.yStride * rows + 5,
+                                           total - 1, total + kMargin};
+                for (TierBody body : bodies) {
+                    for (bool smooth : {true, false}) {
+                        Buffer whole(l.bytes, 0);
+                        PackedToPlanar(body, smooth, PackedOrder::Yuy2, whole.At(l.planes.y), whole.At(l.planes.u),
+                                       whole.At(l.planes.v), l.yStride, l.uvStride, s, srcStride, w, h);
+                        for (ptrdiff_t over : overs) {
+                            Buffer part(l.bytes, 0);
+                            PackedToPlanar(body, smooth, PackedOrder::Yuy2, part.At(l.planes.y), part.At(l.planes.u),
+                                           part.At(l.planes.v), l.yStride, l.uvStride, s, srcStride, w, h,
+                                           part.At(kMargin + over));
+                            const std::string what = Case(w, h, form) + " body " +
+                                                     std::to_string(int(body)) + " smooth " +
+                                                     std::to_string(smooth) + " over " + std::to_string(over);
+                            for (size_t i = 0; i < part.data.size(); ++i) {
+                                const bool kept = ptrdiff_t(i) >= kMargin + over;
+                                if (kept || part.data[i] != whole.data[i]) {
+                                    ASSERT_EQ(part.data[i], kept ? whole.data[i] : uint8_t(0xCD))
+                                        << what << " byte " << i;
+                                }
+                            }
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tarn::test
