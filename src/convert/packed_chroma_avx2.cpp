@@ -24,6 +24,7 @@ inline void ChromaBlock(uint8_t* u, uint8_t* v, const Rows3& a, const Rows3& b, 
     // The dwords then hold pairs 0-3, 8-11, 16-19, 24-27 | 4-7, 12-15, ...
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     __m256i c[4];
+    if (Shared) HintNextPairRows(a, b, 4 * i);
     for (int k = 0; k < 4; ++k) {
         const size_t at = 4 * i + 32 * size_t(k);
         const __m256i ac = Load32(a.c + at), ab = Load32(a.b + at);

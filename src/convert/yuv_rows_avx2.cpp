@@ -291,6 +291,7 @@ inline void PairBlock(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const Ro
     };
     const size_t o = 4 * i;
     __m256i f0[4], f1[4], c[4];
+    if (Shared) HintNextPairRows(a, b, o);
     for (int k = 0; k < 4; ++k) {
         const size_t at = o + 32 * size_t(k);
         const __m256i ac = Load32(a.c + at), ab = Load32(a.b + at);
