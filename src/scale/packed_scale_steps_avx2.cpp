@@ -58,12 +58,15 @@ struct Columns {
     bool halving;                    // target rows half as wide as the source's
 };
 
-bool PlanColumns(int32_t srcWidth, int32_t dstWidth, Columns& c) {
+// With `gatherOnly` (no row blends, every row gathered) halving across
+// needs no windows.
+bool PlanColumns(int32_t srcWidth, int32_t dstWidth, bool gatherOnly, Columns& c) {
     c.taps = PlanPackedColumns(srcWidth, dstWidth);
     c.doubling = dstWidth == 2 * srcWidth;
     c.halving = srcWidth == 2 * dstWidth;
     c.places = PlacesOfAll(c.taps.dx);
     if (c.places < 0) return false;
+    if (gatherOnly && c.places == 0 && c.halving) return true;
     const size_t n = c.taps.dx.size();
     c.dx.resize(n);
     for (size_t i = 0; i < n; ++i) c.dx[i] = int16_t(c.taps.dx[i] * float(1 << c.places));
@@ -223,12 +226,16 @@ void MixRow(uint8_t* d, const int16_t* top, const int16_t* bottom, int32_t dy, i
 bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) {
     const int32_t lastRow = int32_t(source.height) - 1, rows = int32_t(target.height);
     const float sy = PackedStep(source.height, target.height);
+    std::vector<PackedRow> rowsAt(static_cast<size_t>(rows));
     std::vector<float> fractions(size_t(rows), 0.0f);
-    for (int32_t y = 0; y < rows; ++y) fractions[size_t(y)] = PackedRowAt(y, sy, lastRow).dy;
+    for (int32_t y = 0; y < rows; ++y) {
+        rowsAt[size_t(y)] = PackedRowAt(y, sy, lastRow);
+        fractions[size_t(y)] = rowsAt[size_t(y)].dy;
+    }
     const int32_t ky = PlacesOfAll(fractions);
     if (ky < 0) return false;
     Columns c;
-    if (!PlanColumns(int32_t(source.width), int32_t(target.width), c)) return false;
+    if (!PlanColumns(int32_t(source.width), int32_t(target.width), ky == 0, c)) return false;
     const size_t n = 2 * size_t(target.width);
     const bool around = WriteAroundCaches(n * size_t(rows));
     KeptRows<std::vector<int16_t>> kept{std::vector<int16_t>(n)};
@@ -236,7 +243,7 @@ bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source) 
         (c.doubling ? DoubleRow : BlendRow)(out.data(), source.pixels + intptr_t(y) * source.stride, c, n);
     };
     for (int32_t y = 0; y < rows; ++y) {
-        const PackedRow r = PackedRowAt(y, sy, lastRow);
+        const PackedRow& r = rowsAt[size_t(y)];
         const int32_t dy = int32_t(r.dy * float(1 << ky));
         uint8_t* d = target.pixels + intptr_t(y) * target.stride;
         if (c.places == 0 && dy == 0) {
