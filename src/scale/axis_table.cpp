@@ -3,6 +3,8 @@
 #include "scale/axis_table.h"
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
 
 namespace tarn {
 namespace {
@@ -174,6 +176,82 @@ void AreaWord(uint32_t m, int64_t n, uint32_t* w, uint32_t* o, int64_t b, double
     }
 }
 
+// Whether start + i * step is a double, exactly, for every i up to `count`:
+// both are whole multiples of the finer of their lowest set bits, and the
+// largest sum stays well within the 53 bits of a double at that grain. Then
+// each sum of the running addition p += step the loops make is exact, so it
+// equals start + double(i) * step (whose product and sum are exact too), and
+// an index's position needs no chain of dependent additions.
+bool SumsExact(double start, double step, uint32_t count) {
+    if (!std::isfinite(start) || !std::isfinite(step)) return false;
+    // The exponent of the lowest set bit of x (x = 0 has no bits: any grain).
+    auto grain = [](double x) {
+        int e = 0;
+        const double f = std::frexp(std::fabs(x), &e);  // |x| = f * 2^e, f in [0.5, 1)
+        return e - 53 + std::countr_zero(static_cast<uint64_t>(std::ldexp(f, 53)));
+    };
+    if (start == 0 && step == 0) return true;
+    const int g = start == 0 ? grain(step) : step == 0 ? grain(start) : std::min(grain(start), grain(step));
+    return std::ldexp(std::fabs(start) + double(count) * std::fabs(step), -g) < 0x1p52;
+}
+
+// The indices [lo, hi) of a single-channel table between its two bands,
+// where the table's positions are exact (above) and rise: then the leading
+// band (p < 0) is a prefix, the trailing one (p > n - 1, or from n - 1 on
+// where `endIncluded`) a suffix, each found by walking in from its end, and
+// the interior is one pass without branches that the compiler vectorizes.
+// False where the positions do not qualify; the caller then walks the
+// running sum.
+struct Interior {
+    uint32_t lo = 0, hi = 0;
+    bool Find(uint32_t m, int64_t n, double start, double step, bool endIncluded) {
+        constexpr uint32_t kIntMax = 0x7FFFFFFF;  // indices and offsets as 32-bit signed numbers
+        if (!(step > 0) || m > kIntMax || n > kIntMax || !SumsExact(start, step, m)) return false;
+        auto at = [&](uint32_t i) { return start + double(i) * step; };
+        const double end = double(n - 1);
+        lo = 0;
+        while (lo < m && at(lo) < 0) ++lo;
+        hi = m;
+        while (hi > lo && (at(hi - 1) > end || (endIncluded && at(hi - 1) == end))) --hi;
+        return true;
+    }
+    void Mark(uint32_t m, Marks& mk) const {
+        if (lo > 0) mk.first = lo;
+        if (hi < m) mk.last = hi;
+    }
+    // The band entries of one array: `before` up to lo, `after` from hi.
+    template <class T>
+    void Bands(T* values, uint32_t m, T before, T after) const {
+        std::fill(values, values + lo, before);
+        std::fill(values + hi, values + m, after);
+    }
+};
+
+// Interior entries of single-channel tables. Positions there lie in
+// [0, n - 1], so 32-bit truncations give what the 64-bit ones give; offsets
+// multiply in 32 bits, which wrap as Off's 64-bit products do.
+void NearestInterior(uint32_t* offsets, const Interior& in, double start, double step, uint32_t pitch) {
+    for (uint32_t i = in.lo; i < in.hi; ++i) {
+        const double p = start + double(int32_t(i)) * step;
+        offsets[i] = uint32_t(int32_t(p + kE)) * pitch;
+    }
+}
+
+// A weight byte, or (for 4-byte words) the byte in each byte of the word.
+template <class Weight>
+void BilinearInterior(Weight* weights, uint32_t* offsets, const Interior& in, double start, double step,
+                      uint32_t pitch) {
+    for (uint32_t i = in.lo; i < in.hi; ++i) {
+        const double p = start + double(int32_t(i)) * step;
+        const int32_t k = int32_t(p);
+        // f is never below 0 here, and a fraction of 0 gives weight 0 either way.
+        const double f = p - double(k);
+        const uint32_t w = uint32_t(int32_t(f * 255 + 0.5));
+        offsets[i] = uint32_t(k) * pitch;
+        weights[i] = static_cast<Weight>(sizeof(Weight) == 4 ? w | w << 8 | w << 16 | w << 24 : w);
+    }
+}
+
 }  // namespace
 
 void BuildAxisTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights, uint32_t* offsets,
@@ -202,21 +280,35 @@ void BuildGrayColumnTable(uint32_t targetCount, uint32_t sourceCount, uint8_t* w
                           double start, double step, uint32_t* first, uint32_t* last, AxisFilter filter) {
     Marks mk{0, targetCount};
     const int64_t n = sourceCount;
-    double p = start + step * 0.5 - 0.5;
-    for (uint32_t i = 0; i < targetCount; ++i, p += step) {
-        if (filter == AxisFilter::Nearest) {
-            if (p < 0) offsets[i] = 0, mk.Before(i);
-            else if (p > n - 1) offsets[i] = static_cast<uint32_t>(n - 1), mk.After(i);
-            else offsets[i] = static_cast<uint32_t>(Trunc(p + kE));
+    const bool nearest = filter == AxisFilter::Nearest;
+    const double p0 = start + step * 0.5 - 0.5;
+    Interior in;
+    if (in.Find(targetCount, n, p0, step, !nearest)) {
+        in.Mark(targetCount, mk);
+        in.Bands(offsets, targetCount, 0u, static_cast<uint32_t>(n - 1));
+        if (nearest) {
+            NearestInterior(offsets, in, p0, step, 1);
         } else {
-            if (p < 0) {
-                offsets[i] = 0, weights[i] = 0, mk.Before(i);
-            } else if (p >= n - 1) {
-                offsets[i] = static_cast<uint32_t>(n - 1), weights[i] = 0, mk.After(i);
+            in.Bands(weights, targetCount, uint8_t(0), uint8_t(0));
+            BilinearInterior(weights, offsets, in, p0, step, 1);
+        }
+    } else {
+        double p = p0;
+        for (uint32_t i = 0; i < targetCount; ++i, p += step) {
+            if (nearest) {
+                if (p < 0) offsets[i] = 0, mk.Before(i);
+                else if (p > n - 1) offsets[i] = static_cast<uint32_t>(n - 1), mk.After(i);
+                else offsets[i] = static_cast<uint32_t>(Trunc(p + kE));
             } else {
-                const int64_t k = Trunc(p);
-                offsets[i] = static_cast<uint32_t>(k);
-                weights[i] = static_cast<uint8_t>(Interp8(p - k));
+                if (p < 0) {
+                    offsets[i] = 0, weights[i] = 0, mk.Before(i);
+                } else if (p >= n - 1) {
+                    offsets[i] = static_cast<uint32_t>(n - 1), weights[i] = 0, mk.After(i);
+                } else {
+                    const int64_t k = Trunc(p);
+                    offsets[i] = static_cast<uint32_t>(k);
+                    weights[i] = static_cast<uint8_t>(Interp8(p - k));
+                }
             }
         }
     }
@@ -231,7 +323,25 @@ void BuildGrayRowTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* wei
                        AxisFilter filter) {
     Marks mk{0, targetCount};
     const int64_t n = sourceCount, b = pitch;
-    if (filter == AxisFilter::Nearest) {
+    const bool nearest = filter == AxisFilter::Nearest;
+    Interior in;
+    if (filter != AxisFilter::FieldPairs) {
+        const double p0 = nearest ? start + step * 0.5 - 0.5 : start;
+        if (in.Find(targetCount, n, p0, step, !nearest)) {
+            in.Mark(targetCount, mk);
+            in.Bands(offsets, targetCount, 0u, Off(n - 1, b));
+            if (nearest) {
+                NearestInterior(offsets, in, p0, step, static_cast<uint32_t>(pitch));
+            } else {
+                in.Bands(weights, targetCount, 0u, 0u);
+                BilinearInterior(weights, offsets, in, p0, step, static_cast<uint32_t>(pitch));
+            }
+            *first = mk.first;
+            *last = mk.last;
+            return;
+        }
+    }
+    if (nearest) {
         double p = start + step * 0.5 - 0.5;
         for (uint32_t i = 0; i < targetCount; ++i, p += step) {
             if (p < 0) offsets[i] = 0, mk.Before(i);

@@ -12,7 +12,9 @@ namespace tarn {
 // Each works the first whole blocks of 16 (or 32) of `count` target bytes
 // whose loads stay within the `reach` source bytes from `s` and answers how
 // many bytes that was; the caller does the rest. A load reads step * 16
-// bytes from the block's first sample on. `ahead`, when set, is fetched
+// bytes from the block's first sample on. The picks and means also work the
+// whole block of 16 after those whose samples (not loads) lie within reach,
+// from a copy: a shrink's last block ends a sample or two short of its load. `ahead`, when set, is fetched
 // into the cache at the same places (the next row the caller will read).
 uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach);
 uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,

@@ -9,6 +9,7 @@
 #include <immintrin.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "scale/gray_strided.h"
 
@@ -43,20 +44,32 @@ uint32_t Strided(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t reach,
     const __m256i pairs = Load(reinterpret_cast<const uint8_t*>(kMasks.pairs));
     __m256i place[kLoads];
     for (uint32_t l = 0; l < kLoads; ++l) place[l] = Load(kMasks.place[l]);
-    const uint32_t blocks = std::min(count / 16, reach / (16 * Q));
-    for (uint32_t b = 0; b < blocks; ++b) {
-        const uint8_t* p = s + size_t(b) * 16 * Q;
+    auto block = [&](const uint8_t* p, uint8_t* to, const uint8_t* fetch) {
         __m256i all = _mm256_setzero_si256();
         for (uint32_t l = 0; l < kLoads; ++l) {
             __m256i v = Load(p + 32 * l);
             if constexpr (Means) {
-                if (l % 2 == 0) Fetch(ahead, size_t(b) * 16 * Q + 32 * l);
+                if (l % 2 == 0 && fetch) _mm_prefetch(reinterpret_cast<const char*>(fetch + 32 * l), _MM_HINT_T0);
                 v = _mm256_srli_epi16(_mm256_maddubs_epi16(v, pairs), 1);
             }
             all = _mm256_or_si256(all, _mm256_shuffle_epi8(v, place[l]));
         }
         const __m128i lined = _mm_or_si128(_mm256_castsi256_si128(all), _mm256_extracti128_si256(all, 1));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16 * size_t(b)), lined);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), lined);
+    };
+    uint32_t blocks = std::min(count / 16, reach / (16 * Q));
+    for (uint32_t b = 0; b < blocks; ++b)
+        block(s + size_t(b) * 16 * Q, out + 16 * size_t(b), ahead ? ahead + size_t(b) * 16 * Q : nullptr);
+    // The block after them, where the load would pass `reach` but the samples
+    // it takes do not (the last sample of a row ends a shrink's last block
+    // short of the load's end): from a copy of the bytes up to reach.
+    const uint32_t lastSample = Q * (16 * blocks + 15) + (Means ? 1 : 0);
+    if (blocks < count / 16 && lastSample < reach) {
+        alignas(32) uint8_t near[16 * Q] = {};
+        const size_t from = size_t(blocks) * 16 * Q;
+        std::memcpy(near, s + from, std::min<size_t>(16 * Q, reach - from));
+        block(near, out + 16 * size_t(blocks), nullptr);
+        ++blocks;
     }
     return 16 * blocks;
 }

@@ -1,6 +1,7 @@
 // Axis tables against values worked by hand from the table rules.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "scale/axis_table.h"
@@ -202,6 +203,81 @@ TEST(GrayTables, RowsAreNotCentredAndPairMarksCountPairs) {
     BuildGrayRowTable(2, 4, w, o, 10, 0.0, 2.0, &f, &l, F(0));
     EXPECT_EQ(o[0], 0u);
     EXPECT_EQ(o[1], 20u);
+}
+
+// The single-channel rules as loops over a running position p += step, the
+// bytes every way of building the tables must give: where the positions are
+// exact multiples of a binary grain the tables work them out directly, and
+// elsewhere (0.1, a third) the rounding of the running sum decides.
+struct GrayRef {
+    std::vector<uint32_t> o, w;
+    uint32_t first = 0, last = 0;
+};
+
+GrayRef RefGray(uint32_t m, uint32_t n, int64_t pitch, double start, double step, bool nearest, bool centred) {
+    GrayRef r;
+    r.last = m;
+    double p = centred ? start + step * 0.5 - 0.5 : start;
+    for (uint32_t i = 0; i < m; ++i, p += step) {
+        uint32_t o, w = 0;
+        if (p < 0) {
+            o = 0, r.first = i + 1;
+        } else if (nearest ? p > double(n) - 1 : p >= double(n) - 1) {
+            o = uint32_t(int64_t(n - 1) * pitch), r.last = std::min(r.last, i);
+        } else {
+            const int64_t k = nearest ? int64_t(p + 1e-9) : int64_t(p);
+            const double f = p - double(k);
+            o = uint32_t(k * pitch);
+            w = nearest || f <= 0 ? 0 : uint32_t(int64_t(f * 255 + 0.5));
+        }
+        r.o.push_back(o);
+        r.w.push_back(w);
+    }
+    return r;
+}
+
+TEST(GrayTables, EveryWayOfWorkingPositionsGivesTheRunningSum) {
+    const double steps[] = {2.0,  4.0,       8.0,        0.5,       0.25,       1.5,  1080.0 / 720, 2.0 / 3,
+                            0.1,  1.0 / 3,   0.75,       1.0,       1919.0 / 3, 3.0,  1.0 / 1024,   6.5};
+    const double starts[] = {0.0, -2.0, 0.25, 1.0 - 1e-10, 3.5};
+    const int64_t pitches[] = {7, -1920, 70001};
+    for (double step : steps)
+        for (double start : starts)
+            for (uint32_t m : {1u, 7u, 33u, 480u, 1001u})
+                for (uint32_t n : {1u, 2u, 97u, 1920u})
+                    for (AxisFilter f : {AxisFilter::Nearest, AxisFilter::Bilinear}) {
+                        const bool nearest = f == AxisFilter::Nearest;
+                        std::vector<uint8_t> cw(m + 1, 0xA5);
+                        std::vector<uint32_t> co(m + 1, 0xDEADBEEF);
+                        uint32_t first = 99, last = 99;
+                        BuildGrayColumnTable(m, n, cw.data(), co.data(), start, step, &first, &last, f);
+                        const GrayRef c = RefGray(m, n, 1, start, step, nearest, true);
+                        for (uint32_t i = 0; i < m; ++i) {
+                            ASSERT_EQ(co[i], c.o[i]) << step << " " << start << " " << m << " " << n << " " << i;
+                            if (!nearest) {
+                                ASSERT_EQ(cw[i], c.w[i]) << step << " " << start << " " << m << " " << i;
+                            }
+                        }
+                        ASSERT_EQ(co[m], 0xDEADBEEF);
+                        ASSERT_EQ(cw[m], 0xA5);
+                        ASSERT_EQ(first, c.first) << step << " " << start << " " << m << " " << n;
+                        ASSERT_EQ(last, c.last) << step << " " << start << " " << m << " " << n;
+                        for (int64_t pitch : pitches) {
+                            std::vector<uint32_t> rw(m + 1, 0xDEADBEEF), ro(m + 1, 0xDEADBEEF);
+                            BuildGrayRowTable(m, n, rw.data(), ro.data(), int32_t(pitch), start, step, &first, &last,
+                                              f);
+                            const GrayRef r = RefGray(m, n, pitch, start, step, nearest, nearest);
+                            for (uint32_t i = 0; i < m; ++i) {
+                                ASSERT_EQ(ro[i], r.o[i]) << step << " " << start << " " << pitch << " " << i;
+                                if (!nearest) {
+                                    ASSERT_EQ(rw[i], W(r.w[i])) << step << " " << start << " " << i;
+                                }
+                            }
+                            ASSERT_EQ(ro[m], 0xDEADBEEF);
+                            ASSERT_EQ(first, r.first);
+                            ASSERT_EQ(last, r.last);
+                        }
+                    }
 }
 
 }  // namespace

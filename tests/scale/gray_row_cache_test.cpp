@@ -13,6 +13,7 @@
 #include "platform/form_table.h"
 #include "scale/axis_table.h"
 #include "scale/gray_row_cache.h"
+#include "scale/gray_strided.h"
 #include "scale/inner_rows.h"
 #include "scale/scale.h"
 
@@ -77,6 +78,8 @@ TEST(GrayRowCache, EachWayOfBlendingMatchesThePlainRow) {
     };
     const Case cases[] = {{1920, 960, Run::Halves},  {242, 121, Run::Halves},  {484, 121, Run::Halves},
                           {968, 121, Run::Halves},   {1032, 129, Run::Halves}, {66, 33, Run::Halves},
+                          // The last block's load would pass the row's end, its samples do not.
+                          {1920, 480, Run::Halves},  {1920, 240, Run::Halves}, {964, 241, Run::Halves},
                           {61, 122, Run::Doubled},   {960, 1920, Run::Doubled}, {17, 34, Run::Doubled},
                           {100, 67, Run::Shuffled},  {97, 301, Run::Shuffled}, {1920, 1280, Run::Shuffled}, {243, 121, Run::Shuffled}};
     std::mt19937 rng(33);
@@ -106,6 +109,31 @@ TEST(GrayRowCache, EachWayOfBlendingMatchesThePlainRow) {
             }
         EXPECT_EQ(cache.run, c.run) << c.sw << "->" << c.dw;
     }
+}
+
+// Picks s[Q j] and means (s[Q j] + s[Q j + 1]) >> 1 over a source that ends
+// at the last sample: every whole block is worked, the last from the bytes
+// within reach, and nothing is read past them (the address sanitizer would
+// show it) or written past the blocks.
+TEST(GrayStrided, TheLastBlockTakesOnlySamplesWithinReach) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::mt19937 rng(35);
+    for (uint32_t q : {2u, 4u, 8u})
+        for (uint32_t count : {16u, 31u, 32u, 48u, 63u, 64u, 100u, 480u})
+            for (bool means : {false, true}) {
+                const uint32_t reach = q * (count - 1) + (means ? 2 : 1);
+                std::vector<uint8_t> s(reach);
+                for (auto& b : s) b = uint8_t(rng());
+                std::vector<uint8_t> out(count + 16, 0x77);
+                const uint32_t done = means ? StridedMeansAvx2(out.data(), s.data(), count, q, reach, nullptr)
+                                            : StridedPicksAvx2(out.data(), s.data(), count, q, reach);
+                ASSERT_EQ(done, count / 16 * 16) << q << " " << count << " " << means;
+                for (uint32_t j = 0; j < done; ++j) {
+                    const uint32_t want = means ? (s[q * j] + s[q * j + 1]) >> 1 : s[q * j];
+                    ASSERT_EQ(out[j], want) << q << " " << count << " " << means << " " << j;
+                }
+                for (uint32_t j = done; j < out.size(); ++j) ASSERT_EQ(out[j], 0x77);
+            }
 }
 #endif
 
