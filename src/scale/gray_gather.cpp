@@ -91,7 +91,7 @@ void GrayGatherRow(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, ui
 namespace {
 
 void GrayPlannedGatherPlain(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
-                            const GrayGatherPlan&) {
+                            const GrayGatherPlan&, const uint8_t*) {
     GrayGatherRow(dst, row, offsets, len);
 }
 
@@ -155,9 +155,10 @@ void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, co
     for (uint32_t y = 0; y < dstHeight; ++y) {
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
         const uint8_t* r = src + RowDelta(rowOffsets[y]);
+        const uint8_t* next = y + 1 < dstHeight ? src + RowDelta(rowOffsets[y + 1]) : nullptr;
         if (y > 0 && rowOffsets[y] == rowOffsets[y - 1]) std::memcpy(d, d - dstStride, w);
         else if (equalWidths) std::memcpy(d, r, w);
-        else gather(d, r, colOffsets, dstWidth, plan);
+        else gather(d, r, colOffsets, dstWidth, plan, next);
     }
 }
 

@@ -49,8 +49,11 @@ public:
 };
 
 // dst[j] = row[offsets[j]] for j < len, using the plan where a fast form runs.
+// `ahead`, where given, is the row the caller gathers next: a form may ask
+// for its bytes at the same places while it works, as a shrink skips rows,
+// which the processor does not fetch ahead by itself.
 using GrayPlannedGatherFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
-                                     const GrayGatherPlan& plan);
+                                     const GrayGatherPlan& plan, const uint8_t* ahead);
 GrayPlannedGatherFn PickGrayPlannedGather();
 
 // Whether the form PickGrayPlannedGather gives works a plan's strided lead
@@ -59,9 +62,9 @@ bool GrayGatherLeadsOnItsOwn();
 
 #if defined(TARN_HAVE_X86_SIMD)
 void GrayPlannedGatherSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
-                           const GrayGatherPlan& plan);
+                           const GrayGatherPlan& plan, const uint8_t* ahead);
 void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
-                           const GrayGatherPlan& plan);
+                           const GrayGatherPlan& plan, const uint8_t* ahead);
 #endif
 
 // The nearest plan of ScaleGray over the whole image from its tables

@@ -11,13 +11,14 @@
 namespace tarn {
 
 void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
-                           const GrayGatherPlan& plan) {
+                           const GrayGatherPlan& plan, const uint8_t* ahead) {
     constexpr uint32_t kB = GrayGatherPlan::kBlock;
     const uint32_t blocks = len / kB < plan.blocks ? len / kB : plan.blocks;
     // A strided lead first, its loads bounded as the plan's are.
     const uint32_t lead = len < plan.stridedColumns ? 0 : plan.stridedColumns;
-    const uint32_t strided =
-        lead ? StridedPicksAvx2(dst, row + plan.strideFirst, lead, plan.stride, plan.stride * lead) : 0;
+    const uint32_t strided = lead ? StridedPicksAvx2(dst, row + plan.strideFirst, lead, plan.stride, plan.stride * lead,
+                                                     ahead ? ahead + plan.strideFirst : nullptr)
+                                  : 0;
     // The plan's arrays are read through locals: a store to `dst` may alias
     // the plan object, which would otherwise reload its pointers every block
     // and lengthen a loop that runs a few cycles per block.

@@ -10,7 +10,7 @@
 namespace tarn {
 
 void GrayPlannedGatherSse2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, uint32_t len,
-                           const GrayGatherPlan& plan) {
+                           const GrayGatherPlan& plan, const uint8_t*) {
     constexpr uint32_t kB = GrayGatherPlan::kBlock;
     const uint32_t blocks = len / kB < plan.blocks ? len / kB : plan.blocks;
     for (uint32_t b = 0; b < blocks; ++b) {

@@ -16,7 +16,8 @@ namespace tarn {
 // whole block of 16 after those whose samples (not loads) lie within reach,
 // from a copy: a shrink's last block ends a sample or two short of its load. `ahead`, when set, is fetched
 // into the cache at the same places (the next row the caller will read).
-uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach);
+uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,
+                          const uint8_t* ahead);
 uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,
                           const uint8_t* ahead);
 // Means at a step of 2 of two rows, `top` and `bottom`, and the target

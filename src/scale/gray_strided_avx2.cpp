@@ -48,10 +48,8 @@ uint32_t Strided(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t reach,
         __m256i all = _mm256_setzero_si256();
         for (uint32_t l = 0; l < kLoads; ++l) {
             __m256i v = Load(p + 32 * l);
-            if constexpr (Means) {
-                if (l % 2 == 0 && fetch) _mm_prefetch(reinterpret_cast<const char*>(fetch + 32 * l), _MM_HINT_T0);
-                v = _mm256_srli_epi16(_mm256_maddubs_epi16(v, pairs), 1);
-            }
+            if (l % 2 == 0 && fetch) _mm_prefetch(reinterpret_cast<const char*>(fetch + 32 * l), _MM_HINT_T0);
+            if constexpr (Means) v = _mm256_srli_epi16(_mm256_maddubs_epi16(v, pairs), 1);
             all = _mm256_or_si256(all, _mm256_shuffle_epi8(v, place[l]));
         }
         const __m128i lined = _mm_or_si128(_mm256_castsi256_si128(all), _mm256_extracti128_si256(all, 1));
@@ -88,8 +86,8 @@ uint32_t StridedByTwo(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t r
     for (uint32_t b = 0; b < blocks; ++b) {
         const uint8_t* p = s + 64 * size_t(b);
         __m256i picked;
+        Fetch(ahead, 64 * size_t(b));
         if constexpr (Means) {
-            Fetch(ahead, 64 * size_t(b));
             picked = MeansOf64(p, ones);
         } else {
             picked = _mm256_permute4x64_epi64(
@@ -116,8 +114,9 @@ uint32_t ByStep(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, u
 
 }  // namespace
 
-uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach) {
-    return ByStep<false>(out, s, count, step, reach, nullptr);
+uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,
+                          const uint8_t* ahead) {
+    return ByStep<false>(out, s, count, step, reach, ahead);
 }
 
 uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,

@@ -59,7 +59,7 @@ void BandRow(uint8_t* d, uint32_t y, const uint32_t* colOffsets, const uint32_t*
             return;
         }
     }
-    planned(d, request.source.pixels + RowDelta(rowOffsets[y]), colOffsets, request.target.width, plan);
+    planned(d, request.source.pixels + RowDelta(rowOffsets[y]), colOffsets, request.target.width, plan, nullptr);
 }
 
 // The axis tables of a plane. Planes of one geometry share them.

@@ -44,7 +44,7 @@ TEST(GrayGather, PlannedGatherPicksEachOffset) {
                 if (HostSimdForm() < form) continue;
                 ScopedKernelChoice choice(g_cpuFeatures, form);
                 std::vector<uint8_t> out(len + 16, 0x5A);
-                PickGrayPlannedGather()(out.data(), row.data(), offsets.data(), len, plan);
+                PickGrayPlannedGather()(out.data(), row.data(), offsets.data(), len, plan, len % 2 ? row.data() : nullptr);
                 for (uint32_t j = 0; j < len; ++j)
                     ASSERT_EQ(out[j], row[offsets[j]]) << step << " " << len << " " << j << " " << FormName(form);
                 ASSERT_EQ(out[len], 0x5A) << "nothing past the run";
@@ -78,7 +78,7 @@ TEST(GrayGather, StridedLeadsEndWhereTheStepBreaks) {
                                 EXPECT_EQ(plan.stridedColumns, run / 16 * 16);
                             }
                             std::vector<uint8_t> out(len + 16, 0x5A);
-                            PickGrayPlannedGather()(out.data(), row.data(), offsets.data(), len, plan);
+                            PickGrayPlannedGather()(out.data(), row.data(), offsets.data(), len, plan, nullptr);
                             for (uint32_t j = 0; j < len; ++j)
                                 ASSERT_EQ(out[j], row[offsets[j]])
                                     << step << " " << first << " " << run << " " << len << " " << j << " " << FormName(form);

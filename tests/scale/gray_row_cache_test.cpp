@@ -126,7 +126,7 @@ TEST(GrayStrided, TheLastBlockTakesOnlySamplesWithinReach) {
                 for (auto& b : s) b = uint8_t(rng());
                 std::vector<uint8_t> out(count + 16, 0x77);
                 const uint32_t done = means ? StridedMeansAvx2(out.data(), s.data(), count, q, reach, nullptr)
-                                            : StridedPicksAvx2(out.data(), s.data(), count, q, reach);
+                                            : StridedPicksAvx2(out.data(), s.data(), count, q, reach, s.data());
                 ASSERT_EQ(done, count / 16 * 16) << q << " " << count << " " << means;
                 for (uint32_t j = 0; j < done; ++j) {
                     const uint32_t want = means ? (s[q * j] + s[q * j + 1]) >> 1 : s[q * j];
