@@ -167,23 +167,40 @@ inline void FetchAhead(const uint8_t* p) {
 // Eight boxes of K fours each (K = 1: a register holds two boxes; K = 2: one).
 // The rows' pair sums add up in place; joining the halves that belong to
 // one box and the two words of each channel gives its four lane sums.
-template <uint32_t SP, uint32_t DP, uint32_t K>
+// R rows known while compiling (R = 0: q.rows): each register then takes
+// all its rows at once, every load of the block free to go ahead, which
+// streams the rows fastest; a count known only at run time walks the rows
+// one after another and fetches each ahead by hand.
+template <uint32_t SP, uint32_t DP, uint32_t K, uint32_t R>
 void Blocks(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
     constexpr uint32_t regs = 4 * K;
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     const __m256i squeeze = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128,
                                              0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -128, -128, -128, -128);
-    const __m256i half = _mm256_set1_epi16(q.end == QuadBoxes::Round ? int16_t(1 << (q.shift - 1)) : 0);
-    const __m128i shift = _mm_cvtsi32_si128(int(q.shift));
+    // Rounding is a chain without steps after adding half the divisor: one
+    // way to a byte for both ends keeps the loop free of a branch.
+    const bool round = q.end == QuadBoxes::Round;
+    const __m256i half = _mm256_set1_epi16(round ? int16_t(1 << (q.shift - 1)) : 0);
+    const BoxChain chain = round ? BoxChain{0, uint8_t(q.shift), 0, {}} : q.chain;
+    const intptr_t stride = q.stride;
     for (uint32_t b = 0; b < blocks; ++b, src += 8 * 4 * K * SP, dst += 8 * DP) {
         __m256i acc[regs];
-        for (uint32_t i = 0; i < regs; ++i) acc[i] = PairSums<SP>(src + 8 * SP * i);
-        const uint8_t* p = src;
-        FetchAhead<32 * K * SP>(src);
-        for (uint32_t r = 1; r < q.rows; ++r) {
-            p += q.stride;
-            FetchAhead<32 * K * SP>(p);
-            for (uint32_t i = 0; i < regs; ++i) acc[i] = _mm256_add_epi16(acc[i], PairSums<SP>(p + 8 * SP * i));
+        if constexpr (R != 0) {
+            for (uint32_t i = 0; i < regs; ++i) {
+                const uint8_t* p = src + 8 * SP * i;
+                __m256i v = PairSums<SP>(p);
+                for (uint32_t r = 1; r < R; ++r) v = _mm256_add_epi16(v, PairSums<SP>(p + intptr_t(r) * stride));
+                acc[i] = v;
+            }
+        } else {
+            for (uint32_t i = 0; i < regs; ++i) acc[i] = PairSums<SP>(src + 8 * SP * i);
+            const uint8_t* p = src;
+            FetchAhead<32 * K * SP>(src);
+            for (uint32_t r = 1; r < q.rows; ++r) {
+                p += stride;
+                FetchAhead<32 * K * SP>(p);
+                for (uint32_t i = 0; i < regs; ++i) acc[i] = _mm256_add_epi16(acc[i], PairSums<SP>(p + 8 * SP * i));
+            }
         }
         // x[m]: box 2m in the low half, box 2m + 1 in the high half.
         __m256i x[4];
@@ -200,8 +217,7 @@ void Blocks(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& 
         for (uint32_t h = 0; h < 2; ++h) {
             const __m256i a = x[2 * h], c = x[2 * h + 1];
             const __m256i sum = _mm256_add_epi16(_mm256_unpacklo_epi64(a, c), _mm256_unpackhi_epi64(a, c));
-            s[h] = q.end == QuadBoxes::Round ? _mm256_srl_epi16(_mm256_add_epi16(sum, half), shift)
-                                             : Divide(sum, q.chain);
+            s[h] = Divide(_mm256_add_epi16(sum, half), chain);
         }
         const __m256i px = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(s[0], s[1]), order);
         if constexpr (DP == 4) {
@@ -217,10 +233,12 @@ void Blocks(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& 
     }
 }
 
+// Boxes as tall as they are wide (a shrink by 4 or 8 on both axes) get
+// their row count fixed while compiling.
 template <uint32_t SP, uint32_t DP>
 void BlocksOf(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
-    if (q.width == 4) Blocks<SP, DP, 1>(dst, src, blocks, q);
-    else Blocks<SP, DP, 2>(dst, src, blocks, q);
+    if (q.width == 4) (q.rows == 4 ? Blocks<SP, DP, 1, 4> : Blocks<SP, DP, 1, 0>)(dst, src, blocks, q);
+    else (q.rows == 8 ? Blocks<SP, DP, 2, 8> : Blocks<SP, DP, 2, 0>)(dst, src, blocks, q);
 }
 
 }  // namespace
@@ -232,9 +250,13 @@ void QuadBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t blocks, const 
 }
 
 // A row of a run whose boxes are all 4 or 8 samples wide and follow one
-// another. Pixels past the whole blocks go to the plain kernels; so does
-// the last pixel of a 3-byte source or target, whose reads and spilled
-// fourth byte the blocks do not reproduce.
+// another. The pixels past the whole blocks come from one more block, the
+// last eight the blocks may cover, worked into a scratch and copied out for
+// the pixels not yet stored (the others it gives again, with the same
+// bytes, so they stay as they are). The last pixel of a 3-byte source or
+// target goes to the plain kernels: a block reads past its last sample and
+// does not reproduce the spilled fourth byte. Rows of fewer than eight such
+// pixels go to the plain kernels whole.
 template <BoxFamily F>
 void BoxQuadRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                     uint32_t len, int32_t stride, uint32_t rowCount) {
@@ -242,14 +264,21 @@ void BoxQuadRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, c
     constexpr uint32_t sp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34 ? 3 : 4;
     constexpr uint32_t dp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4;
     const uint32_t width = counts[0];
-    const uint32_t blocks = sp == 4 && dp == 4 ? len / 8 : (len >= 9 ? (len - 1) / 8 : 0);
+    const uint32_t covered = sp == 4 && dp == 4 ? len : len - 1;  // pixels the blocks may give
+    const uint32_t blocks = covered / 8;
     QuadBoxes q{sp, dp, width, rowCount, stride, QuadBoxes::Chain, ChainOf(F, rowCount, width), 0};
     QuadBoxBlocksAvx2(dst, row + offsets[0], blocks, q);
-    const uint32_t done = 8 * blocks;
+    uint32_t done = 8 * blocks;
+    if (blocks > 0 && done < covered) {
+        uint8_t last[8 * dp];
+        const uint32_t from = covered - 8;
+        QuadBoxBlocksAvx2(last, row + offsets[from], 1, q);
+        std::memcpy(dst + size_t(done) * dp, last + size_t(done - from) * dp, size_t(covered - done) * dp);
+        done = covered;
+    }
     if (done < len)
         BoxShrinkRowPlain<F>(dst + size_t(done) * dp, row, offsets + done, counts + done, len - done, stride, rowCount);
 }
-
 
 template <BoxFamily F>
 void BoxShrinkRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,

@@ -57,8 +57,8 @@ TEST(BoxQuads, RowsMatchPlain) {
     std::mt19937 rng(404);
     for (const Family& fam : kFamilies)
         for (uint32_t width : {4u, 8u})
-            for (uint32_t len : {1u, 7u, 8u, 9u, 16u, 17u, 25u, 40u})
-                for (uint32_t rows : {0u, 1u, 2u, 3u, 5u, 7u, 8u, 12u, 16u, 17u})
+            for (uint32_t len : {1u, 7u, 8u, 9u, 10u, 15u, 16u, 17u, 23u, 25u, 31u, 40u})
+                for (uint32_t rows : {0u, 1u, 2u, 3u, 4u, 5u, 7u, 8u, 12u, 16u, 17u})
                     for (int sign : {1, -1}) {
                         const uint32_t start = 5 * fam.sp;  // the run begins inside the row
                         std::vector<uint32_t> offsets(len), counts(len, width);
@@ -187,6 +187,30 @@ TEST(BoxExact, WholeBoxesAndCutBoxesSumAlike) {
         }
 }
 
+TEST(BoxExact, BoxesOfMoreThan256SamplesSumWithoutCarrying) {
+    // 17 rows of 19 samples, bytes near 255, at pitches 3 and 4 and both
+    // stride signs: the exact mean of each channel, summed here byte by byte.
+    std::mt19937 rng(67);
+    for (uint32_t pitch : {3u, 4u})
+        for (int sign : {1, -1}) {
+            const uint32_t rows = 17, cols = 19, rowBytes = cols * pitch + 1;
+            std::vector<uint8_t> src(size_t(rowBytes) * rows);
+            for (auto& b : src) b = uint8_t(240 + rng() % 16);
+            const int32_t stride = sign * int32_t(rowBytes);
+            const uint8_t* row = src.data() + (sign < 0 ? size_t(rowBytes) * (rows - 1) : 0);
+            const uint32_t offsets[] = {0}, counts[] = {cols};
+            uint8_t out[4] = {kFill, kFill, kFill, kFill};
+            BoxRowExact(out, row, offsets, counts, 1, stride, rows, 4, pitch, ScaleBounds::Unchecked());
+            for (uint32_t ch = 0; ch < 3; ++ch) {
+                uint32_t sum = 0;
+                for (uint32_t i = 0; i < rows; ++i)
+                    for (uint32_t k = 0; k < cols; ++k) sum += row[intptr_t(i) * stride + k * pitch + ch];
+                EXPECT_EQ(out[ch], sum / (rows * cols)) << pitch << " " << sign << " channel " << ch;
+            }
+            EXPECT_EQ(out[3], kFill);
+        }
+}
+
 // Whole images through ScaleImage with every form the machine runs, both
 // strides bottom-up, against the plain form; the target sits between
 // canaries and its rows have padding.
@@ -232,7 +256,8 @@ TEST(BoxQuads, AreaByFourAndEightAgreesWithTheFloatSweep) {
     // pixel): the plain form's float sweep against the box sums.
     const struct {
         uint32_t sw, sh, dw, dh;
-    } sizes[] = {{4 * 37, 8, 37, 4}, {8 * 19, 32, 19, 4}, {4 * 9, 128, 9, 2}, {8 * 17, 64, 17, 2}, {8 * 12, 16, 12, 2}};
+    } sizes[] = {{4 * 37, 8, 37, 4},  {8 * 19, 32, 19, 4}, {4 * 9, 128, 9, 2},
+                 {8 * 17, 64, 17, 2}, {8 * 12, 16, 12, 2}, {4 * 37, 4 * 5, 37, 5}, {8 * 21, 8 * 3, 21, 3}};
     for (uint32_t c : {3u, 4u})
         for (const auto& s : sizes) CheckImagesAgree(SCALE_AREA, c, c, s.sw, s.sh, s.dw, s.dh);
 }
