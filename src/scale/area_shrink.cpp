@@ -189,6 +189,42 @@ AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint3
     return plan;
 }
 
+void FindAreaSweepPeriod(AreaSweepPlan& plan, const float* weight, uint32_t perColumn, uint32_t width) {
+    const uint32_t blocks = uint32_t(plan.kind.size());
+    // Block b repeats block b - p when both are planned alike, their
+    // shuffles and weights are the same bytes, and their windows lie the
+    // same distance apart as those of blocks p and 0.
+    auto maskBytes = [&](uint32_t b) {
+        return size_t(perColumn) * (plan.kind[b] == AreaSweepPlan::Narrow ? 32 : 64);
+    };
+    auto repeats = [&](uint32_t b, uint32_t p, int32_t advance) {
+        const uint32_t a = b - p;
+        if (plan.kind[b] != plan.kind[a] || plan.kind[b] == AreaSweepPlan::Gather) return false;
+        for (uint32_t h = 0; h < 2; ++h)
+            if (plan.base[2 * b + h] != plan.base[2 * a + h] + advance) return false;
+        if (std::memcmp(plan.masks.data() + plan.maskAt[b], plan.masks.data() + plan.maskAt[a], maskBytes(b)) != 0)
+            return false;
+        for (uint32_t r = 0; r < perColumn; ++r)
+            if (std::memcmp(weight + size_t(r) * width + 8 * b, weight + size_t(r) * width + 8 * a, 8 * sizeof(float)))
+                return false;
+        return true;
+    };
+    plan.period = plan.repeats = 0;
+    for (uint32_t p = 1; p <= kAreaMaxPeriod && 2 * p <= blocks; ++p) {
+        if (plan.kind[p - 1] == AreaSweepPlan::Gather) break;  // longer periods hold it too
+        const int32_t advance = plan.base[2 * p] - plan.base[0];
+        uint32_t b = p;
+        while (b < blocks && repeats(b, p, advance)) ++b;
+        if (b >= 2 * p && b > plan.repeats) plan.period = p, plan.repeats = b, plan.advance = advance;
+        if (b == blocks) break;
+    }
+    if (!plan.period) return;
+    const uint32_t p = plan.period;
+    plan.weights.resize(size_t(perColumn) * 8 * p);
+    for (uint32_t r = 0; r < perColumn; ++r)
+        std::memcpy(plan.weights.data() + size_t(r) * 8 * p, weight + size_t(r) * width, 8 * p * sizeof(float));
+}
+
 void AreaGrayRowPlain(const uint8_t* row, const int32_t* index, const float* weight, uint32_t perColumn,
                       uint32_t width, float* current) {
     for (uint32_t x = 0; x < width; ++x) {
@@ -222,8 +258,9 @@ void AreaAccumulate(const ScaleTarget& target, const ScaleSource& source, const 
                                      : Densify(ByteRecords(list, count, c).data(), count * c, total);
     const uint32_t rowBytes = srcWidth * c;
     std::vector<float> scratch(dense ? rowBytes + 16 : 0, 0.0f);
-    const AreaSweepPlan plan =
+    AreaSweepPlan plan =
         endRow ? BuildAreaSweepPlan(table.index.data(), table.perColumn, total, rowBytes) : AreaSweepPlan{};
+    if (endRow) FindAreaSweepPeriod(plan, table.weight.data(), table.perColumn, total);
     uint32_t t = 1;
     for (uint32_t y = 0; y < srcHeight; ++y) {
         const uint8_t* row = src + intptr_t(y) * srcStride;

@@ -33,8 +33,20 @@ struct AreaSweepPlan {
     std::vector<uint32_t> maskAt;  // [block]: offset of the block's shuffles in `masks`
     std::vector<uint8_t> masks;    // Narrow: [record][32]; Wide: [record][part][32]
     bool gathers = false;          // some block gathers
+    // Blocks that repeat: from the start of the row up to `repeats` blocks,
+    // block b has the kind, shuffles and weights of block b % period and
+    // its windows `advance` bytes on per period (0 blocks: none repeat).
+    // Their weights, [record][8 * period]: a few hundred bytes a sweep loads
+    // once a row.
+    uint32_t period = 0, repeats = 0;
+    int32_t advance = 0;
+    std::vector<float> weights;
 };
 AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint32_t width, uint32_t srcWidth);
+// Marks the blocks of `plan` that repeat with the shortest period up to
+// kAreaMaxPeriod blocks, over the most blocks.
+inline constexpr uint32_t kAreaMaxPeriod = 4;
+void FindAreaSweepPeriod(AreaSweepPlan& plan, const float* weight, uint32_t perColumn, uint32_t width);
 
 // The sweep of one source row and its row end in one pass, over a dense
 // table whose columns are the target row's bytes and whose samples are the

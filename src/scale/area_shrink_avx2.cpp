@@ -87,6 +87,57 @@ inline __m256 BlockSum(uint32_t perColumn, const float* weight, uint32_t width, 
     return v;
 }
 
+// The blocks that repeat (AreaSweepPlan::period), from the row's start,
+// when every block of the period is narrow: the period's shuffles and
+// weights are loaded once for the whole row, and the windows are found from
+// the first period's. (The stores of the row end may alias any byte, so
+// whatever a block read through the plan would be read again after each.)
+template <End E, uint32_t P, uint32_t Period>
+uint32_t RepeatingBlocks(const uint8_t* row, const AreaSweepPlan& plan, const Sink& sink) {
+    const Sink local = sink;
+    __m256i m[Period][P];
+    __m256 w[Period][P];
+    int32_t lo[Period], hi[Period];
+    for (uint32_t q = 0; q < Period; ++q) {
+        lo[q] = plan.base[2 * q], hi[q] = plan.base[2 * q + 1];
+        for (uint32_t r = 0; r < P; ++r) {
+            m[q][r] = Shuffles(plan.masks.data() + plan.maskAt[q] + 32 * r);
+            w[q][r] = _mm256_loadu_ps(plan.weights.data() + size_t(r) * 8 * Period + 8 * q);
+        }
+    }
+    const uint32_t blocks = plan.repeats;
+    const intptr_t advance = plan.advance;
+    uint32_t b = 0;
+    for (intptr_t shift = 0; b < blocks; shift += advance)
+        for (uint32_t q = 0; q < Period && b < blocks; ++q, ++b) {
+            const __m256i window = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(row + hi[q] + shift),
+                                                       reinterpret_cast<const __m128i*>(row + lo[q] + shift));
+            __m256 v = _mm256_setzero_ps();
+            for (uint32_t r = 0; r < P; ++r)
+                v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_shuffle_epi8(window, m[q][r])), w[q][r])));
+            local.template Put8<E>(8 * b, v);
+        }
+    return 8 * blocks;
+}
+
+template <End E, uint32_t P>
+uint32_t Repeating(const uint8_t* row, const AreaSweepPlan& plan, const Sink& sink) {
+    if constexpr (P != 0) {
+        for (uint32_t q = 0; q < plan.period; ++q)
+            if (plan.kind[q] != AreaSweepPlan::Narrow) return 0;
+        switch (plan.period) {
+            case 1: return RepeatingBlocks<E, P, 1>(row, plan, sink);
+            case 2: return RepeatingBlocks<E, P, 2>(row, plan, sink);
+            case 3: return RepeatingBlocks<E, P, 3>(row, plan, sink);
+            case 4: return RepeatingBlocks<E, P, 4>(row, plan, sink);
+            default: return 0;
+        }
+    } else {
+        (void)row, (void)plan, (void)sink;
+        return 0;
+    }
+}
+
 template <End E, uint32_t P>
 void SweepOf(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const float* weight, uint32_t perColumn,
              uint32_t width, float* scratch, const Sink& sink, const AreaSweepPlan* plan) {
@@ -100,7 +151,9 @@ void SweepOf(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const 
     }
     const uint32_t fast = width & ~7u;
     const Sink local = sink;
-    for (uint32_t x = 0; x < fast; x += 8) {
+    uint32_t x = 0;
+    if (plan && plan->period) x = Repeating<E, P>(row, *plan, local);
+    for (; x < fast; x += 8) {
         const uint32_t b = x / 8;
         const float* w = weight + x;
         const uint8_t kind = plan ? plan->kind[b] : uint8_t(AreaSweepPlan::Gather);

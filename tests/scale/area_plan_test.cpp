@@ -4,6 +4,7 @@
 // the last row ends.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -101,6 +102,51 @@ TEST(AreaPlan, WindowsStayInsideTheRowAndHoldTheirSamples) {
     }
 }
 
+TEST(AreaPlan, RepeatingBlocksAreWhatTheyClaim) {
+    // Columns 1.5 samples apart (a period of one block at 4 bytes a pixel,
+    // of three at 3): every block the plan calls repeating has the kind,
+    // shuffles and weights of its place in the first period and windows
+    // moved on by whole periods; a weight changed in block 7 ends the run
+    // there, and a table with no pattern repeats nothing.
+    for (uint32_t c : {1u, 3u, 4u}) {
+        const uint32_t pixels = 48 / c * 2, width = pixels * c, per = 2, srcWidth = (pixels * 3 / 2 + 2) * c;
+        std::vector<int32_t> index(size_t(per) * width);
+        std::vector<float> weight(size_t(per) * width);
+        for (uint32_t x = 0; x < pixels; ++x)
+            for (uint32_t r = 0; r < per; ++r)
+                for (uint32_t ch = 0; ch < c; ++ch) {
+                    index[size_t(r) * width + x * c + ch] = int32_t((x * 3 / 2 + r) * c + ch);
+                    weight[size_t(r) * width + x * c + ch] = (x % 2 == r) ? 0.25f : 0.5f;
+                }
+        AreaSweepPlan plan = BuildAreaSweepPlan(index.data(), per, width, srcWidth);
+        FindAreaSweepPeriod(plan, weight.data(), per, width);
+        const uint32_t blocks = width / 8;
+        const uint32_t wantPeriod = c == 3 ? 3 : c == 4 ? 1 : 1;
+        ASSERT_EQ(plan.period, wantPeriod) << c;
+        EXPECT_GE(plan.repeats, blocks - 2) << c;  // the last windows may be pulled back inside the row
+        const uint32_t p = plan.period;
+        for (uint32_t b = 0; b < plan.repeats; ++b) {
+            const uint32_t q = b % p, g = b / p;
+            ASSERT_NE(plan.kind[b], AreaSweepPlan::Gather);
+            EXPECT_EQ(plan.kind[b], plan.kind[q]);
+            for (uint32_t h = 0; h < 2; ++h)
+                EXPECT_EQ(plan.base[2 * b + h], plan.base[2 * q + h] + int32_t(g) * plan.advance) << c << " " << b;
+            const size_t bytes = size_t(per) * (plan.kind[b] == AreaSweepPlan::Narrow ? 32 : 64);
+            EXPECT_TRUE(std::equal(plan.masks.begin() + plan.maskAt[b], plan.masks.begin() + plan.maskAt[b] + bytes,
+                                   plan.masks.begin() + plan.maskAt[q]));
+            for (uint32_t r = 0; r < per; ++r)
+                for (uint32_t j = 0; j < 8; ++j)
+                    EXPECT_EQ(weight[size_t(r) * width + 8 * b + j], plan.weights[size_t(r) * 8 * p + 8 * q + j]);
+        }
+        weight[8 * 7 + 3] = 0.75f;
+        FindAreaSweepPeriod(plan, weight.data(), per, width);
+        EXPECT_EQ(plan.repeats, 7u) << c;
+        for (auto& w : weight) w = float(&w - weight.data());
+        FindAreaSweepPeriod(plan, weight.data(), per, width);
+        EXPECT_EQ(plan.period, 0u) << c;
+    }
+}
+
 TEST(AreaPlan, PixelsOfThreeAndFourBytesAgreeAcrossForms) {
     // Whole images of 3- and 4-byte pixels at the usual factors and awkward
     // ones, bottom-up sources, canaries around the target.
@@ -109,7 +155,10 @@ TEST(AreaPlan, PixelsOfThreeAndFourBytesAgreeAcrossForms) {
     };
     const Size sizes[] = {{97, 31, 64, 20}, {96, 40, 48, 20}, {101, 33, 25, 8}, {160, 24, 20, 3},
                           {203, 19, 41, 13}, {333, 17, 16, 3}, {640, 9, 71, 2}, {17, 5, 16, 4},
-                          {64, 32, 16, 8},   {256, 16, 32, 2}, {40, 8, 20, 2},   {222, 12, 111, 3}};
+                          {64, 32, 16, 8},   {256, 16, 32, 2}, {40, 8, 20, 2},   {222, 12, 111, 3},
+                          // blocks that repeat with periods of 1 to 4 and stop repeating near the end
+                          {99, 33, 66, 22},  {201, 15, 134, 10}, {160, 20, 120, 15}, {250, 10, 200, 8},
+                          {135, 9, 120, 8},  {121, 11, 55, 5},   {97, 21, 65, 14}};
     std::mt19937 rng(7);
     for (uint32_t c : {3u, 4u})
         for (const Size& s : sizes) {
