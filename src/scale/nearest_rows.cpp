@@ -14,17 +14,42 @@ void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uin
 
 void StreamRowPlain(uint8_t* dst, const uint8_t* src, size_t bytes) { std::memcpy(dst, src, bytes); }
 
-NearestRow44Fn PickNearestRow44(bool stream) {
+uint32_t UniformStep(const uint32_t* co, uint32_t len) {
+    if (len < 2) return 0;
+    const uint32_t step = co[1] - co[0];
+    for (uint32_t x = 2; x < len; ++x)
+        if (co[x] - co[x - 1] != step) return 0;
+    return step;
+}
+
+NearestRow44Fn PickNearestRow44(bool stream, uint32_t step) {
 #if defined(TARN_HAVE_X86_SIMD)
     static constexpr FormEntry<NearestRow44Fn> t[] = {{SimdForm::Avx2, NearestRow44Avx2},
                                                       {SimdForm::Plain, NearestRow44Plain}};
     static constexpr FormEntry<NearestRow44Fn> streamed[] = {{SimdForm::Avx2, NearestRow44StreamAvx2},
                                                              {SimdForm::Plain, NearestRow44Plain}};
-    static_assert(EndsInPlainForm(t) && EndsInPlainForm(streamed));
-    return stream ? PickForm(streamed) : PickForm(t);
+    static constexpr FormEntry<NearestRow44Fn> halves[] = {{SimdForm::Avx2, NearestRow44HalvesAvx2},
+                                                           {SimdForm::Plain, NearestRow44Plain}};
+    static constexpr FormEntry<NearestRow44Fn> quarters[] = {{SimdForm::Avx2, NearestRow44QuartersAvx2},
+                                                             {SimdForm::Plain, NearestRow44Plain}};
+    static_assert(EndsInPlainForm(t) && EndsInPlainForm(streamed) && EndsInPlainForm(halves) &&
+                  EndsInPlainForm(quarters));
+    if (stream) return PickForm(streamed);
+    switch (step) {
+        case 8: return PickForm(halves);
+        case 16: return PickForm(quarters);
+        default: return PickForm(t);
+    }
 #else
-    (void)stream;
+    (void)stream, (void)step;
     return NearestRow44Plain;
+#endif
+}
+
+void FinishStreamedRows() {
+#if defined(TARN_HAVE_X86_SIMD)
+    // Plain stores need no fence; one costs nothing worth a table here.
+    if (ActiveSimdForm() >= SimdForm::Sse2) StreamFenceSse2();
 #endif
 }
 

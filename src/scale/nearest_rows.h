@@ -13,8 +13,16 @@ using NearestRow44Fn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t
                                 uint32_t readable);
 void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
 // `stream`: a form for targets written through the streaming store (the same
-// bytes, stored around the caches).
-NearestRow44Fn PickNearestRow44(bool stream);
+// bytes, stored around the caches). Its rows are ordered with what follows
+// by one FinishStreamedRows once the last is written.
+// `step`: the distance in bytes between the samples of successive pixels
+// when every pair of the column table keeps it (UniformStep), for forms that
+// serve whole-factor shrinks; 0 otherwise.
+NearestRow44Fn PickNearestRow44(bool stream, uint32_t step = 0);
+// The one distance between successive offsets of the table, 0 when they
+// differ (or the table has fewer than two).
+uint32_t UniformStep(const uint32_t* co, uint32_t len);
+void FinishStreamedRows();
 
 // Copies a finished row into a target too large to stay in the caches:
 // stores that bypass them save reading each target line in before it is
@@ -30,7 +38,11 @@ inline bool StreamsTarget(size_t targetBytes) { return targetBytes >= (size_t(12
 #if defined(TARN_HAVE_X86_SIMD)
 void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
 void NearestRow44StreamAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
+// Tables of one step of 2 or 4 pixels only.
+void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
+void NearestRow44QuartersAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
 void StreamRowSse2(uint8_t* dst, const uint8_t* src, size_t bytes);
+void StreamFenceSse2();
 #endif
 
 }  // namespace tarn

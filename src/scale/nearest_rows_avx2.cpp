@@ -1,9 +1,12 @@
 // Nearest row of 4-byte pixels, AVX2 form. Eight target pixels whose
-// samples lie within 64 bytes from the first one's (every enlargement, and
-// shrinks down to one half) come from two 32-byte loads and two permutes;
-// others, and groups whose window would pass the end of the source row, are
-// copied one by one. (Gathers are slower than this here.) The streamed form
-// gives the same bytes with stores that bypass the caches.
+// samples lie within 32 bytes from the first one's (enlargements) come from
+// one 32-byte load and a permute; within 64 bytes (shrinks down to one half),
+// from two loads, two permutes and a blend; others, and groups whose window
+// would pass the end of the source row, are loaded one by one. (Gathers are
+// slower than this here, and so are 4-byte stores pixel by pixel.)
+// The streamed form gives the same bytes with stores that bypass the caches
+// and leaves the fence to its caller, once the whole target is written: a
+// fence per row waits for each row to reach memory before the next begins.
 #include <immintrin.h>
 
 #include <cstring>
@@ -14,43 +17,119 @@ namespace tarn {
 
 namespace {
 
+inline void CopyPixel(uint8_t* d, const uint8_t* s) {
+    uint32_t v;
+    std::memcpy(&v, s, 4);
+    std::memcpy(d, &v, 4);
+}
+
+// Whether the samples of the row lie within one 32-byte window per eight
+// pixels on average, as in every enlargement, so that the single window is
+// worth trying first.
+bool OneWindow(const uint32_t* co, uint32_t len) {
+    if (len < 16 || co[len - 1] < co[0]) return false;
+    return uint64_t(co[len - 1] - co[0]) * 7 <= uint64_t(len - 1) * 24;
+}
+
+// Eight pixels one by one, for a group that fits no window.
+inline __m256i Scattered(const uint8_t* row, const uint32_t* co) {
+    const auto word = [&](int i) {
+        int32_t v;
+        std::memcpy(&v, row + co[i], 4);
+        return v;
+    };
+    return _mm256_setr_epi32(word(0), word(1), word(2), word(3), word(4), word(5), word(6), word(7));
+}
+
+// Eight pixels of the group at `co`, from two windows where they fit; with
+// kOne, a single window is tried first.
+template <bool kOne>
+inline __m256i Group(const uint8_t* row, const uint32_t* co, uint32_t readable) {
+    const uint32_t base = co[0];
+    const __m256i at = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(co));
+    const __m256i distance = _mm256_sub_epi32(at, _mm256_set1_epi32(static_cast<int32_t>(base)));
+    const __m256i piece = _mm256_srli_epi32(distance, 2);
+    const uint8_t* s = row + base;
+    // Distances other than 0, 4, ... 28 (one window) or ... 60 (two).
+    if (kOne && uint64_t(base) + 32 <= readable && _mm256_testz_si256(distance, _mm256_set1_epi32(~0x1C)))
+        return _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)), piece);
+    if (uint64_t(base) + 64 <= readable && _mm256_testz_si256(distance, _mm256_set1_epi32(~0x3C))) {
+        const __m256i lo = _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)), piece);
+        const __m256i hi =
+            _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + 32)), piece);
+        return _mm256_blendv_epi8(lo, hi, _mm256_cmpgt_epi32(piece, _mm256_set1_epi32(7)));
+    }
+    return Scattered(row, co);
+}
+
+template <bool kOne, bool kStream>
+uint32_t Groups(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x, uint32_t len, uint32_t readable) {
+    for (; x + 8 <= len; x += 8) {
+        __m256i* d = reinterpret_cast<__m256i*>(dst + 4 * size_t(x));
+        const __m256i v = Group<kOne>(row, co + x, readable);
+        if (kStream) _mm256_stream_si256(d, v);
+        else _mm256_storeu_si256(d, v);
+    }
+    return x;
+}
+
 // kStream: stores that bypass the caches, from the first 32-byte boundary of
 // the row on (a row not on a 4-byte boundary keeps plain stores throughout).
 template <bool kStream>
 void Row(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
-    const __m256i outside = _mm256_set1_epi32(~0x3C);  // a distance other than 0, 4, ... 60
-    const __m256i seven = _mm256_set1_epi32(7);
     uint32_t x = 0;
+    const bool one = OneWindow(co, len);
     const bool stream = kStream && reinterpret_cast<uintptr_t>(dst) % 4 == 0;
-    if (stream)
+    if (stream) {
         for (; x < len && reinterpret_cast<uintptr_t>(dst + 4 * size_t(x)) % 32; ++x)
-            std::memcpy(dst + 4 * size_t(x), row + co[x], 4);
-    for (; x + 8 <= len; x += 8) {
-        uint8_t* d = dst + 4 * size_t(x);
-        const uint32_t base = co[x];
-        const __m256i at = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(co + x));
-        const __m256i distance = _mm256_sub_epi32(at, _mm256_set1_epi32(static_cast<int32_t>(base)));
-        __m256i v;
-        if (uint64_t(base) + 64 <= readable && _mm256_testz_si256(distance, outside)) {
-            const __m256i piece = _mm256_srli_epi32(distance, 2);
-            const uint8_t* s = row + base;
-            const __m256i lo = _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)), piece);
-            const __m256i hi =
-                _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + 32)), piece);
-            v = _mm256_blendv_epi8(lo, hi, _mm256_cmpgt_epi32(piece, seven));
-        } else {
-            alignas(32) uint32_t px[8];
-            for (int i = 0; i < 8; ++i) std::memcpy(&px[i], row + co[x + i], 4);
-            v = _mm256_load_si256(reinterpret_cast<const __m256i*>(px));
-        }
-        if (stream) _mm256_stream_si256(reinterpret_cast<__m256i*>(d), v);
-        else _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), v);
+            CopyPixel(dst + 4 * size_t(x), row + co[x]);
+        x = one ? Groups<true, true>(dst, row, co, x, len, readable)
+                : Groups<false, true>(dst, row, co, x, len, readable);
+    } else {
+        x = one ? Groups<true, false>(dst, row, co, x, len, readable)
+                : Groups<false, false>(dst, row, co, x, len, readable);
     }
-    for (; x < len; ++x) std::memcpy(dst + 4 * size_t(x), row + co[x], 4);
-    if (stream) _mm_sfence();
+    for (; x < len; ++x) CopyPixel(dst + 4 * size_t(x), row + co[x]);
+}
+
+// Every second pixel from `s` on: two 32-byte loads give eight pixels.
+inline __m256i Halves(const uint8_t* s) {
+    const __m256 a = _mm256_loadu_ps(reinterpret_cast<const float*>(s));
+    const __m256 b = _mm256_loadu_ps(reinterpret_cast<const float*>(s + 32));
+    const __m256i even = _mm256_castps_si256(_mm256_shuffle_ps(a, b, 0x88));  // a0 a2 b0 b2 | a4 a6 b4 b6
+    return _mm256_permute4x64_epi64(even, 0xD8);
+}
+
+// Every fourth pixel from `s` on: four 32-byte loads give eight pixels.
+inline __m256i Quarters(const uint8_t* s) {
+    const auto load = [s](int i) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + 32 * i)); };
+    const __m256i ab = _mm256_unpacklo_epi32(load(0), load(1));  // a0 b0 a1 b1 | a4 b4 a5 b5
+    const __m256i cd = _mm256_unpacklo_epi32(load(2), load(3));
+    const __m256i mixed = _mm256_unpacklo_epi64(ab, cd);  // a0 b0 c0 d0 | a4 b4 c4 d4
+    return _mm256_permutevar8x32_epi32(mixed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+// A row whose samples lie kStep pixels apart throughout; groups whose loads
+// would pass the end of the source row are copied one by one.
+template <uint32_t kStep>
+void StepRow(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
+    uint32_t x = 0;
+    for (; x + 8 <= len && uint64_t(co[x]) + 32 * kStep <= readable; x += 8) {
+        const __m256i v = kStep == 2 ? Halves(row + co[x]) : Quarters(row + co[x]);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 4 * size_t(x)), v);
+    }
+    for (; x < len; ++x) CopyPixel(dst + 4 * size_t(x), row + co[x]);
 }
 
 }  // namespace
+
+void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
+    StepRow<2>(dst, row, co, len, readable);
+}
+
+void NearestRow44QuartersAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
+    StepRow<4>(dst, row, co, len, readable);
+}
 
 void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
     Row<false>(dst, row, co, len, readable);

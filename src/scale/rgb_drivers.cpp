@@ -44,7 +44,7 @@ void NearestRows44(const ScaleRequest& r, const DriverTables& t, bool reuse) {
     const uint32_t w = r.target.width, h = r.target.height;
     const size_t rowBytes = size_t(w) * 4;
     const bool stream = reuse && StreamsTarget(rowBytes * h);
-    const NearestRow44Fn gather = PickNearestRow44(stream);
+    const NearestRow44Fn gather = PickNearestRow44(stream, UniformStep(t.cols.offsets, w));
     const StreamRowFn copy = stream ? PickStreamRow() : StreamRowPlain;
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(r.target.pixels, r.target.stride, y);
@@ -56,6 +56,7 @@ void NearestRows44(const ScaleRequest& r, const DriverTables& t, bool reuse) {
         else
             gather(d, s, t.cols.offsets, w, r.source.width * 4);
     }
+    if (stream) FinishStreamedRows();
 }
 
 template <uint32_t SB, uint32_t DB>

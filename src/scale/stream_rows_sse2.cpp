@@ -25,4 +25,6 @@ void StreamRowSse2(uint8_t* dst, const uint8_t* src, size_t bytes) {
     _mm_sfence();
 }
 
+void StreamFenceSse2() { _mm_sfence(); }
+
 }  // namespace tarn

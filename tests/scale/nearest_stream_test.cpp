@@ -22,18 +22,30 @@ constexpr uint8_t kCanary = 0xA7;
 TEST(NearestRows, WindowsMatchPlain) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     std::mt19937 rng(7);
-    const uint32_t width = 70;
-    std::vector<uint8_t> src(width * 4);  // no slack: a read past the row shows under ASan
-    for (auto& b : src) b = uint8_t(rng());
-    // Offsets at random (any order, repeats), and rising by steps of 0 to 3
-    // pixels, most of which fit the fast form's windows, up to the row's end.
+    // Offsets at random (any order, repeats), and rising by steps of `least`
+    // to `most` pixels up to the row's end: repeats and single steps (an
+    // enlargement, one window per eight pixels), the same with a jump of 9
+    // every 29 steps (rows that try one window first, with groups that need
+    // two or none), steps up to 3 (mostly two windows), exact halving, and
+    // steps of 4 to 9 (no window).
+    struct Steps {
+        uint32_t least, most, jumpEvery;
+    };
+    const Steps kRandom{0, 0, 0};
+    // A narrow source row, whose end most rising rows reach, and a wide one.
+    for (const uint32_t width : {70u, 700u})
     for (uint32_t len : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 63u, 64u})
-        for (int rising : {0, 1}) {
+        for (const Steps steps :
+             {kRandom, Steps{0, 1, 0}, Steps{0, 1, 29}, Steps{0, 3, 0}, Steps{2, 2, 0}, Steps{4, 9, 0}}) {
+            std::vector<uint8_t> src(width * 4);  // no slack: a read past the row shows under ASan
+            for (auto& b : src) b = uint8_t(rng());
+            const bool rising = steps.most > 0;
             std::vector<uint32_t> co(len + 8);
             uint32_t sample = rng() % 8;
-            for (auto& o : co) {
-                o = rising ? std::min(sample, width - 1) * 4 : rng() % width * 4;
-                sample += rng() % 4;
+            for (size_t i = 0; i < co.size(); ++i) {
+                co[i] = rising ? std::min(sample, width - 1) * 4 : rng() % width * 4;
+                if (rising) sample += steps.least + rng() % (steps.most - steps.least + 1);
+                if (steps.jumpEvery && i % steps.jumpEvery == steps.jumpEvery - 1) sample += 9;
             }
             // Targets at every 4-byte phase of a 32-byte line (the streamed form
             // stores plainly up to the line), and off the 4-byte grid.
@@ -44,7 +56,9 @@ TEST(NearestRows, WindowsMatchPlain) {
                     std::memset(b, kCanary, sizeof b);
                     NearestRow44Plain(a + at, src.data(), co.data(), len, width * 4);
                     fast(b + at, src.data(), co.data(), len, width * 4);
-                    ASSERT_EQ(0, std::memcmp(a, b, sizeof a)) << len << " " << rising << " at " << at;
+                    ASSERT_EQ(0, std::memcmp(a, b, sizeof a))
+                        << width << " wide, " << len << " long, steps " << steps.least << "-" << steps.most << "/"
+                        << steps.jumpEvery << " at " << at;
                     for (uint32_t x = 0; x < len; ++x) ASSERT_EQ(0, std::memcmp(&a[at + 4 * x], &src[co[x]], 4)) << x;
                     ASSERT_EQ(a[at - 1], kCanary);
                     ASSERT_EQ(a[at + 4 * len], kCanary);
@@ -52,6 +66,43 @@ TEST(NearestRows, WindowsMatchPlain) {
         }
 }
 
+// Forms for tables of one step: rows that end at their last sample (the last
+// groups' loads would pass the end) or a little beyond it, from either phase.
+TEST(NearestRows, UniformStepFormsMatchPlain) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::mt19937 rng(11);
+    const struct {
+        uint32_t pixels;
+        NearestRow44Fn fast;
+    } kForms[] = {{2, NearestRow44HalvesAvx2}, {4, NearestRow44QuartersAvx2}};
+    for (const auto& form : kForms)
+        for (uint32_t len : {1u, 7u, 8u, 9u, 16u, 17u, 40u})
+            for (uint32_t first : {0u, 3u})
+                for (uint32_t beyond : {0u, 1u, 5u, 40u}) {
+                    const uint32_t width = first + (len - 1) * form.pixels + 1 + beyond;
+                    std::vector<uint8_t> src(width * 4);  // no slack
+                    for (auto& b : src) b = uint8_t(rng());
+                    std::vector<uint32_t> co(len);
+                    for (uint32_t x = 0; x < len; ++x) co[x] = (first + x * form.pixels) * 4;
+                    ASSERT_EQ(len > 1 ? form.pixels * 4 : 0u, UniformStep(co.data(), len));
+                    std::vector<uint8_t> a(4 * len + 8, kCanary), b(4 * len + 8, kCanary);
+                    NearestRow44Plain(a.data() + 4, src.data(), co.data(), len, width * 4);
+                    form.fast(b.data() + 4, src.data(), co.data(), len, width * 4);
+                    ASSERT_EQ(a, b) << form.pixels << " " << len << " " << first << " " << beyond;
+                }
+}
+#endif
+
+TEST(NearestRows, UniformStepIsTheOneDistanceOrNone) {
+    const uint32_t even[] = {8, 16, 24, 32}, uneven[] = {8, 16, 24, 36}, flat[] = {12, 12, 12};
+    EXPECT_EQ(8u, UniformStep(even, 4));
+    EXPECT_EQ(0u, UniformStep(uneven, 4));
+    EXPECT_EQ(8u, UniformStep(uneven, 3));
+    EXPECT_EQ(0u, UniformStep(flat, 3));
+    EXPECT_EQ(0u, UniformStep(even, 1));
+}
+
+#if defined(TARN_HAVE_X86_SIMD)
 TEST(NearestRows, StreamStoreCopiesExactlyTheRow) {
     std::mt19937 rng(8);
     std::vector<uint8_t> src(400);
@@ -130,6 +181,13 @@ TEST(NearestRows, StreamedTargetsEqualTargetsWrittenInPlace) {
     ASSERT_TRUE(StreamsTarget(size_t(1990) * 4 * 1600));
     ExpectApartEqualsShared(4, 1001, 801, 1990, 1600);
     ExpectApartEqualsShared(4, 1990, 700, 1990, 1600);  // equal widths: whole rows
+}
+
+// Shrinks by whole factors, whose column tables keep one step.
+TEST(NearestRows, WholeFactorShrinksEqualTargetsWrittenInPlace) {
+    ExpectApartEqualsShared(4, 402, 41, 201, 20);
+    ExpectApartEqualsShared(4, 404, 41, 101, 13);
+    ExpectApartEqualsShared(4, 408, 17, 51, 9);
 }
 
 TEST(NearestRows, WideCopiesOfThreeBytePixelsEqualCopiesInPlace) {
