@@ -8,7 +8,7 @@
 
 #include "convert/catalogue_kernels.h"
 #include "convert/conversion_kernels.h"
-#include "convert/packed_chroma.h"
+#include "convert/packed_pair_rows.h"
 #include "convert/reorder_rows.h"
 #include "convert/scratch.h"
 #include "convert/smoothing.h"
@@ -68,18 +68,61 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
     const size_t cap = n + 64;
     Scratch work(cap * 16);
     const auto row = [&](int i) { return work.data() + cap * size_t(i); };
-    for (int32_t k = 0; k <= lastPair; ++k) {
+    // Where row pair k writes, and how much of that is written over later.
+    struct Place {
+        Addr y0, y1, u, v;
+        bool lumaLost, allLost;
+    };
+    const auto placeOf = [&](int32_t k) {
         // An odd width makes each later pair start one pixel further left in
         // source and luma; chroma rows do not move.
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
+        Place p;
+        p.y0 = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
+        p.y1 = Offset(p.y0, yStride);
+        p.u = Offset(AddrOf(dstU), ptrdiff_t(k) * uvStride);
+        p.v = Offset(AddrOf(dstV), ptrdiff_t(k) * uvStride);
+        p.lumaLost = std::max(p.y0, p.y1) + 2 * pairs <= lost;
+        p.allLost = p.lumaLost && std::max(p.u, p.v) + pairs <= lost;
+        return p;
+    };
+    // The chroma alone of two middle row pairs at once where the vector rows
+    // serve every column and each pair starts where the last did (an even
+    // width), with every row they touch in the frames.
+    const auto twoAt = [&](int32_t k, const Place& p, const Place& q) {
+#if defined(TARN_HAVE_X86_SIMD)
+        if (&f != &kYuvRowsAvx2 || trunc || !smooth || order != PackedOrder::Yuy2 || (width & 1) ||
+            nb / 4 != pairs || !p.lumaLost || !q.lumaLost || q.allLost)
+            return false;
+        const uint8_t* rows6[6];
+        for (int j = 0; j < 6; ++j) {
+            const Addr at = Offset(walk.base, (2 * k - 1 + j) * walk.step);
+            if (!srcSpan.Holds(at, n)) return false;
+            rows6[j] = reinterpret_cast<const uint8_t*>(at);
+        }
+        const Addr cs[4] = {p.u, q.u, p.v, q.v};
+        for (Addr c : cs)
+            if (!dstSpan.Holds(c, pairs)) return false;
+        const auto at = [](Addr a) { return reinterpret_cast<uint8_t*>(a); };
+        TwoChromaAvx2({{at(p.u), at(q.u)}, {at(p.v), at(q.v)}}, rows6, pairs);
+        return true;
+#else
+        (void)k, (void)p, (void)q;
+        return false;
+#endif
+    };
+    for (int32_t k = 0; k <= lastPair; ++k) {
+        const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
         const bool first = k == 0, last = k == lastPair;
-        const Addr y0At = Offset(AddrOf(dstY), ptrdiff_t(2 * k) * yStride + shift);
-        const Addr y1At = Offset(y0At, yStride);
-        const Addr uAt = Offset(AddrOf(dstU), ptrdiff_t(k) * uvStride);
-        const Addr vAt = Offset(AddrOf(dstV), ptrdiff_t(k) * uvStride);
+        const Place place = placeOf(k);
+        const Addr y0At = place.y0, y1At = place.y1, uAt = place.u, vAt = place.v;
         // What is written over afterwards need not be written now.
-        const bool lumaLost = std::max(y0At, y1At) + 2 * pairs <= lost;
-        if (lumaLost && std::max(uAt, vAt) + pairs <= lost) continue;
+        const bool lumaLost = place.lumaLost;
+        if (place.allLost) continue;
+        if (k > 0 && k + 1 < lastPair && twoAt(k, place, placeOf(k + 1))) {
+            ++k;
+            continue;
+        }
         const uint8_t* s[4] = {};  // source rows 2k - 1 .. 2k + 2
         for (int i = 0; i < 4; ++i) {
             const int32_t r = 2 * k - 1 + i;

@@ -4,7 +4,7 @@
 // the plain forms.
 #include <immintrin.h>
 
-#include "convert/packed_chroma.h"
+#include "convert/packed_pair_rows.h"
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
 #include "convert/yuv_rows_sse2.h"
@@ -277,56 +277,6 @@ void SmoothToYuy2Avx2(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs) {
     const uint8_t* us[3] = {u.a, u.b, u.c};
     const uint8_t* vs[3] = {v.a, v.b, v.c};
     SmoothToYuy2Simd(dst, ys, us, vs, i, pairs);
-}
-
-// 32 pairs (128 packed bytes) from pair i; each luma pack is put in order by
-// a 64-bit permute. Between the first and last pairs of a picture the two
-// rows share their centre and a neighbour: four loads then serve both.
-template <bool Shared>
-inline void PairBlock(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const Rows3& a, const Rows3& b, size_t i) {
-    const __m256i low = _mm256_set1_epi16(0x00FF);
-    const auto lowBytes = [&](__m256i p, __m256i q) {
-        return _mm256_permute4x64_epi64(_mm256_packus_epi16(_mm256_and_si256(p, low), _mm256_and_si256(q, low)),
-                                        _MM_SHUFFLE(3, 1, 2, 0));
-    };
-    const size_t o = 4 * i;
-    __m256i f0[4], f1[4], c[4];
-    if (Shared) HintNextPairRows(a, b, o);
-    for (int k = 0; k < 4; ++k) {
-        const size_t at = o + 32 * size_t(k);
-        const __m256i ac = Load32(a.c + at), ab = Load32(a.b + at);
-        const __m256i ba = Shared ? ac : Load32(b.a + at), bc = Shared ? ab : Load32(b.c + at);
-        f0[k] = _mm256_avg_epu8(_mm256_avg_epu8(Load32(a.a + at), ab), ac);
-        f1[k] = _mm256_avg_epu8(_mm256_avg_epu8(ba, Load32(b.b + at)), bc);
-        c[k] = _mm256_srli_epi16(_mm256_avg_epu8(f0[k], f1[k]), 8);
-    }
-    Store32(y0 + 2 * i, lowBytes(f0[0], f0[1]));
-    Store32(y0 + 2 * i + 32, lowBytes(f0[2], f0[3]));
-    Store32(y1 + 2 * i, lowBytes(f1[0], f1[1]));
-    Store32(y1 + 2 * i + 32, lowBytes(f1[2], f1[3]));
-    // u v u v ... of pairs 0-3, 8-11 | 4-7, 12-15 and 16-19, 24-27 |
-    // 20-23, 28-31; the planes come out as dwords 0, 2, 4, 6 | 1, 3, 5, 7
-    // and one dword permute puts them in order.
-    const __m256i c01 = _mm256_packus_epi16(c[0], c[1]), c23 = _mm256_packus_epi16(c[2], c[3]);
-    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    Store32(u + i, _mm256_permutevar8x32_epi32(
-                       _mm256_packus_epi16(_mm256_and_si256(c01, low), _mm256_and_si256(c23, low)), order));
-    Store32(v + i, _mm256_permutevar8x32_epi32(
-                       _mm256_packus_epi16(_mm256_srli_epi16(c01, 8), _mm256_srli_epi16(c23, 8)), order));
-}
-
-void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
-                            size_t pairs) {
-    // Blocks may overlap (to keep the loads off cache-line boundaries) where
-    // no output meets the rows read.
-    const bool overlap = ApartFromRows(y0, 2 * pairs, a, b, pairs) && ApartFromRows(y1, 2 * pairs, a, b, pairs) &&
-                         ApartFromRows(u, pairs, a, b, pairs) && ApartFromRows(v, pairs, a, b, pairs);
-    const size_t i = b.a == a.c && b.c == a.b
-                         ? PairBlocks(a.c, pairs, overlap, [&](size_t at) { PairBlock<true>(y0, y1, u, v, a, b, at); })
-                         : PairBlocks(a.c, pairs, overlap, [&](size_t at) { PairBlock<false>(y0, y1, u, v, a, b, at); });
-    const uint8_t* ra[3] = {a.a, a.b, a.c};
-    const uint8_t* rb[3] = {b.a, b.b, b.c};
-    SmoothPairFromYuy2Simd(y0, y1, u, v, ra, rb, i, pairs);
 }
 
 }  // namespace

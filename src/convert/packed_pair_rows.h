@@ -1,7 +1,9 @@
-// The chroma of a row pair of packed 4:2:2 going to planar 4:2:0, without
-// its luma: for row pairs whose luma rows are written over afterwards, as
-// the planar first step of a packed resize into the caller's memory leaves
-// them under the resize's paint.
+// Row-pair forms of packed 4:2:2 going to planar 4:2:0 beyond the row forms
+// of yuv_rows.h: the chroma of a row pair without its luma, for row pairs
+// whose luma rows are written over afterwards (as the planar first step of
+// a packed resize into the caller's memory leaves them under the resize's
+// paint), also for two neighbouring row pairs at once, which read the rows
+// they share once; with the helpers their vector forms share.
 #pragma once
 
 #include <algorithm>
@@ -18,8 +20,21 @@ namespace tarn {
 using PackedChromaFn = void (*)(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 
 void PackedChromaPlain(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
+// The chroma of row pairs k and k + 1, neither the first nor the last of a
+// picture, from source rows 2k - 1 .. 2k + 4: the bytes of the chroma-alone
+// form for each pair, the rows they share read once. (Two pairs with their
+// luma kept more vectors than there are registers and ran slower than one
+// by one.)
+struct TwoChroma {
+    uint8_t* u[2];
+    uint8_t* v[2];
+};
+
 #if defined(TARN_HAVE_X86_SIMD)
+// The row-pair form of kYuvRowsAvx2.
+void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 void PackedChromaAvx2(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
+void TwoChromaAvx2(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
 #endif
 
 // The pairs of four bytes from `row` to its next 32-byte boundary, where
@@ -40,23 +55,30 @@ inline bool ApartFromRows(const uint8_t* out, size_t n, const Rows3& a, const Ro
     return read.ApartFrom(ByteSpan::OfBytes(out, n));
 }
 
-// Between the first and last row pairs of a picture, the rows the next pair
-// reads anew lie two rows below the lower two of this one (a.b and b.b; b.b
-// is a.c two rows on). Asked for block by block, the 128 bytes from `at`,
-// they come in while this pair is worked, where the processor's own
-// prefetcher, with four rows streaming, is late: the conversion of a frame
-// not in cache ran a tenth faster. A hint never faults, so its address may
-// lie past the picture.
-inline void HintNextPairRows(const Rows3& a, const Rows3& b, size_t at) {
+// Asks for the 128 bytes from `at` of each of `count` rows after `row`,
+// `step` bytes apart (unsigned arithmetic: a negative stride wraps). Asked
+// for block by block while the present rows are worked, the rows a kernel
+// reads next come in where the processor's own prefetcher, with four or six
+// rows streaming, is late: the conversion of a frame not in cache ran a
+// tenth faster. A hint never faults, so its address may lie past the
+// picture.
+inline void HintRowsAfter(const uint8_t* row, uintptr_t step, int count, size_t at) {
 #if defined(__GNUC__) || defined(__clang__)
-    const uintptr_t step = reinterpret_cast<uintptr_t>(b.b) - reinterpret_cast<uintptr_t>(a.c);
-    for (size_t k = 0; k < 128; k += 64) {
-        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(a.b + at + k) + step), 0, 3);
-        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(b.b + at + k) + step), 0, 3);
+    uintptr_t p = reinterpret_cast<uintptr_t>(row + at);
+    for (int j = 0; j < count; ++j) {
+        p += step;
+        __builtin_prefetch(reinterpret_cast<const void*>(p), 0, 3);
+        __builtin_prefetch(reinterpret_cast<const void*>(p + 64), 0, 3);
     }
 #else
-    (void)a, (void)b, (void)at;
+    (void)row, (void)step, (void)count, (void)at;
 #endif
+}
+
+// Between the first and last row pairs of a picture a.b is row 2k + 1 and
+// b.b row 2k + 2; the next pair reads rows 2k + 3 and 2k + 4 anew.
+inline void HintNextPairRows(const Rows3& a, const Rows3& b, size_t at) {
+    HintRowsAfter(b.b, reinterpret_cast<uintptr_t>(b.b) - reinterpret_cast<uintptr_t>(a.b), 2, at);
 }
 
 // Runs block(i) for blocks of 32 pairs from i on and answers where they

@@ -1,13 +1,14 @@
-// The packed-to-planar conversion with a destination partly written over
-// afterwards: the chroma-alone row forms against the chroma of the whole
-// row-pair forms, and the conversion against the whole one from the
-// written-over point on, in every body and form this machine runs.
+// The row-pair forms of packed to planar and the conversion with a
+// destination partly written over afterwards: the chroma-alone forms (one
+// pair and two at once) and the row-pair forms against the plain row-pair
+// form, and the conversion against the whole one from the written-over
+// point on, in every body and form this machine runs.
 #include <gtest/gtest.h>
 
 #include <random>
 
 #include "convert/catalogue_kernels.h"
-#include "convert/packed_chroma.h"
+#include "convert/packed_pair_rows.h"
 #include "kernel_harness.h"
 
 namespace tarn::test {
@@ -86,13 +87,44 @@ TEST(PackedChroma, EveryFormGivesTheChromaOfTheRowPairForm) {
     }
 }
 
+#if defined(TARN_HAVE_X86_SIMD)
+// The chroma of two middle row pairs at once against the plain chroma-alone
+// form pair by pair, at every alignment and around the blocks of 32.
+TEST(PackedChroma, TwoPairsGiveTheChromaOfEachPair) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    uint32_t seed = 99;
+    for (size_t lead : {0, 4, 16, 20}) {
+        for (size_t pairs : {1, 31, 32, 33, 36, 64, 95, 100}) {
+            const size_t n = 4 * pairs + 64 + lead;
+            std::vector<uint8_t> r[6];
+            const uint8_t* rows[6];
+            for (int j = 0; j < 6; ++j) {
+                r[j] = RandomBytes(n, ++seed);
+                rows[j] = r[j].data() + lead;
+            }
+            std::vector<uint8_t> want[4], got[4];
+            for (auto& w : want) w.assign(pairs + 1, 0xCD);
+            for (int j = 0; j < 4; ++j) got[j] = want[j];
+            for (int p = 0; p < 2; ++p) {
+                const Rows3 a{rows[2 * p], rows[2 * p + 2], rows[2 * p + 1]};
+                const Rows3 b{rows[2 * p + 1], rows[2 * p + 3], rows[2 * p + 2]};
+                PackedChromaPlain(want[p].data(), want[2 + p].data(), a, b, pairs);
+            }
+            TwoChromaAvx2({{got[0].data(), got[1].data()}, {got[2].data(), got[3].data()}}, rows, pairs);
+            for (int j = 0; j < 4; ++j)
+                ASSERT_EQ(got[j], want[j]) << pairs << " pairs from byte " << lead << " out " << j;
+        }
+    }
+}
+#endif
+
 // Each body's conversion with part of its destination written over later:
 // from that point on the bytes of the whole conversion, margins included;
 // before it, each byte either the whole conversion's or left as it was.
 TEST(PackedChroma, ConversionOverWrittenPartMatchesTheWholeFromThere) {
     const TierBody bodies[] = {TierBody::Plain, TierBody::Mmx, TierBody::Sse2, TierBody::Pavg};
-    const int32_t widths[] = {2, 3, 17, 33, 64, 65, 97, 130};
-    const int32_t heights[] = {4, 5, 9, 12, -6, -13};
+    const int32_t widths[] = {2, 3, 17, 33, 64, 65, 97, 130, 144, 160};
+    const int32_t heights[] = {4, 5, 9, 12, 16, -6, -13};
     uint32_t seed = 11;
     for (SimdForm form : FormsHere()) {
         ScopedKernelChoice choice(kCpuSse2 | kCpuMmx, form);
