@@ -8,7 +8,7 @@
 
 namespace tarn {
 
-void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t) {
+void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t, const uint8_t*) {
     for (uint32_t x = 0; x < len; ++x) std::memcpy(dst + 4 * size_t(x), row + co[x], 4);
 }
 

@@ -9,9 +9,13 @@ namespace tarn {
 
 // Each of `len` target pixels is the four bytes at `row` + co[x]; a fast
 // form reads no further than `readable` bytes from `row` (the source row).
+// `ahead`, where given, is the source row the caller gathers next, when a
+// shrink skips rows, which the processor does not fetch ahead by itself: a
+// shrinking form asks for its bytes at the same places while it works.
 using NearestRow44Fn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len,
-                                uint32_t readable);
-void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
+                                uint32_t readable, const uint8_t* ahead);
+void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                       const uint8_t* ahead);
 // `stream`: a form for targets written through the streaming store (the same
 // bytes, stored around the caches). Its rows are ordered with what follows
 // by one FinishStreamedRows once the last is written.
@@ -36,11 +40,15 @@ StreamRowFn PickStreamRow();
 inline bool StreamsTarget(size_t targetBytes) { return targetBytes >= (size_t(12) << 20); }
 
 #if defined(TARN_HAVE_X86_SIMD)
-void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
-void NearestRow44StreamAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
+void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                      const uint8_t* ahead);
+void NearestRow44StreamAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                            const uint8_t* ahead);
 // Tables of one step of 2 or 4 pixels only.
-void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
-void NearestRow44QuartersAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable);
+void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                            const uint8_t* ahead);
+void NearestRow44QuartersAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                              const uint8_t* ahead);
 void StreamRowSse2(uint8_t* dst, const uint8_t* src, size_t bytes);
 void StreamFenceSse2();
 #endif

@@ -23,12 +23,13 @@ inline void CopyPixel(uint8_t* d, const uint8_t* s) {
     std::memcpy(d, &v, 4);
 }
 
-// Whether the samples of the row lie within one 32-byte window per eight
-// pixels on average, as in every enlargement, so that the single window is
-// worth trying first.
-bool OneWindow(const uint32_t* co, uint32_t len) {
-    if (len < 16 || co[len - 1] < co[0]) return false;
-    return uint64_t(co[len - 1] - co[0]) * 7 <= uint64_t(len - 1) * 24;
+// How far apart the samples of the row lie on average per eight pixels:
+// within one 32-byte window, as in every enlargement, so that the single
+// window is worth trying first (1); within two (2); further (0).
+int Windows(const uint32_t* co, uint32_t len) {
+    if (len < 16 || co[len - 1] < co[0]) return 2;
+    const uint64_t span = uint64_t(co[len - 1] - co[0]) * 7, gaps = len - 1;
+    return span <= gaps * 24 ? 1 : span <= gaps * 60 ? 2 : 0;
 }
 
 // Eight pixels one by one, for a group that fits no window.
@@ -62,9 +63,16 @@ inline __m256i Group(const uint8_t* row, const uint32_t* co, uint32_t readable) 
     return Scattered(row, co);
 }
 
-template <bool kOne, bool kStream>
-uint32_t Groups(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x, uint32_t len, uint32_t readable) {
+inline void Fetch(const uint8_t* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
+
+// kFetch: the group's pixels at which the row ahead is asked for, every
+// kFetch-th one (0: none).
+template <bool kOne, bool kStream, uint32_t kFetch>
+uint32_t Groups(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x, uint32_t len, uint32_t readable,
+                const uint8_t* ahead) {
     for (; x + 8 <= len; x += 8) {
+        if constexpr (kFetch != 0)
+            for (uint32_t i = 0; i < 8; i += kFetch) Fetch(ahead + co[x + i]);
         __m256i* d = reinterpret_cast<__m256i*>(dst + 4 * size_t(x));
         const __m256i v = Group<kOne>(row, co + x, readable);
         if (kStream) _mm256_stream_si256(d, v);
@@ -76,18 +84,24 @@ uint32_t Groups(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x
 // kStream: stores that bypass the caches, from the first 32-byte boundary of
 // the row on (a row not on a 4-byte boundary keeps plain stores throughout).
 template <bool kStream>
-void Row(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
+void Row(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+         const uint8_t* ahead) {
     uint32_t x = 0;
-    const bool one = OneWindow(co, len);
+    const int windows = Windows(co, len);
     const bool stream = kStream && reinterpret_cast<uintptr_t>(dst) % 4 == 0;
     if (stream) {
         for (; x < len && reinterpret_cast<uintptr_t>(dst + 4 * size_t(x)) % 32; ++x)
             CopyPixel(dst + 4 * size_t(x), row + co[x]);
-        x = one ? Groups<true, true>(dst, row, co, x, len, readable)
-                : Groups<false, true>(dst, row, co, x, len, readable);
+        x = windows == 1 ? Groups<true, true, 0>(dst, row, co, x, len, readable, ahead)
+                         : Groups<false, true, 0>(dst, row, co, x, len, readable, ahead);
+    } else if (windows == 1 || !ahead) {
+        x = windows == 1 ? Groups<true, false, 0>(dst, row, co, x, len, readable, ahead)
+                         : Groups<false, false, 0>(dst, row, co, x, len, readable, ahead);
     } else {
-        x = one ? Groups<true, false>(dst, row, co, x, len, readable)
-                : Groups<false, false>(dst, row, co, x, len, readable);
+        // A group within two windows spans a cache line or two; a wider one
+        // up to four, the samples of every second pixel one each.
+        x = windows == 2 ? Groups<false, false, 8>(dst, row, co, x, len, readable, ahead)
+                         : Groups<false, false, 2>(dst, row, co, x, len, readable, ahead);
     }
     for (; x < len; ++x) CopyPixel(dst + 4 * size_t(x), row + co[x]);
 }
@@ -111,10 +125,14 @@ inline __m256i Quarters(const uint8_t* s) {
 
 // A row whose samples lie kStep pixels apart throughout; groups whose loads
 // would pass the end of the source row are copied one by one.
+// The row ahead is asked for at each 64 bytes the group spans.
 template <uint32_t kStep>
-void StepRow(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
+void StepRow(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+             const uint8_t* ahead) {
     uint32_t x = 0;
     for (; x + 8 <= len && uint64_t(co[x]) + 32 * kStep <= readable; x += 8) {
+        if (ahead)
+            for (uint32_t at = 0; at < 32 * kStep; at += 64) Fetch(ahead + co[x] + at);
         const __m256i v = kStep == 2 ? Halves(row + co[x]) : Quarters(row + co[x]);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 4 * size_t(x)), v);
     }
@@ -123,20 +141,24 @@ void StepRow(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len,
 
 }  // namespace
 
-void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
-    StepRow<2>(dst, row, co, len, readable);
+void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                            const uint8_t* ahead) {
+    StepRow<2>(dst, row, co, len, readable, ahead);
 }
 
-void NearestRow44QuartersAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
-    StepRow<4>(dst, row, co, len, readable);
+void NearestRow44QuartersAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                              const uint8_t* ahead) {
+    StepRow<4>(dst, row, co, len, readable, ahead);
 }
 
-void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
-    Row<false>(dst, row, co, len, readable);
+void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                      const uint8_t* ahead) {
+    Row<false>(dst, row, co, len, readable, ahead);
 }
 
-void NearestRow44StreamAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable) {
-    Row<true>(dst, row, co, len, readable);
+void NearestRow44StreamAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
+                            const uint8_t* ahead) {
+    Row<true>(dst, row, co, len, readable, ahead);
 }
 
 }  // namespace tarn

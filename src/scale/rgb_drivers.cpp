@@ -36,6 +36,15 @@ struct StreamedRow {
     explicit operator bool() const { return row != nullptr; }
 };
 
+// The source row of target row y + 1 where it lies beyond the rows next to
+// that of row y (a shrink skipping rows), for the row kernel to fetch ahead.
+const uint8_t* SkippedAhead(const ScaleRequest& r, const AxisTable& rows, uint32_t y) {
+    if (y + 1 >= r.target.height) return nullptr;
+    const intptr_t step = RowDelta(rows.offsets[y + 1]) - RowDelta(rows.offsets[y]);
+    const intptr_t stride = r.source.stride;
+    return step == 0 || step == stride || step == -stride ? nullptr : SourceRow(r.source.pixels, rows, y + 1);
+}
+
 // Nearest rows of 4-byte pixels through the row kernel's fast form. A row
 // that repeats the one above is a copy of it; in a large target apart from
 // its source it is gathered again and stored around the caches instead,
@@ -54,7 +63,7 @@ void NearestRows44(const ScaleRequest& r, const DriverTables& t, bool reuse) {
         else if (w == r.source.width)  // whole rows; the column table is ignored
             copy(d, s, rowBytes);
         else
-            gather(d, s, t.cols.offsets, w, r.source.width * 4);
+            gather(d, s, t.cols.offsets, w, r.source.width * 4, SkippedAhead(r, t.rows, y));
     }
     if (stream) FinishStreamedRows();
 }
