@@ -2,6 +2,7 @@
 // the single-channel gather) and the tables that pick a fast form.
 #include "scale/inner_rows.h"
 
+#include <algorithm>
 #include <new>
 
 #include "platform/form_table.h"
@@ -71,6 +72,33 @@ InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
 #else
     static const InnerRowFn plain[] = {InnerRow33Plain, InnerRow34Plain, InnerRow43Plain, InnerRow44Plain};
     return plain[k];
+#endif
+}
+
+InnerRowFn PickHalvesInnerRow(uint32_t pixelBytes, const uint32_t* cw, const uint32_t* co, uint32_t len) {
+#if defined(TARN_HAVE_X86_SIMD)
+    if (len < 2 || (pixelBytes != 3 && pixelBytes != 4)) return nullptr;
+    uint32_t least = ~0u, most = 0;
+    for (uint32_t j = 0; j < len; ++j) {
+        if (cw[j] != kHalfWord) return nullptr;
+        if (j == 0) continue;
+        const uint32_t step = co[j] - co[j - 1];  // wraps to a huge step where offsets fall
+        least = std::min(least, step), most = std::max(most, step);
+    }
+    enum Loads : unsigned { Adjacent3, Adjacent4, Spread4, None };
+    Loads loads = None;
+    if (pixelBytes == 3 && least == 3 * 2 && most == 3 * 2) loads = Adjacent3;
+    else if (pixelBytes == 4 && least == 4 * 2 && most == 4 * 2) loads = Adjacent4;
+    else if (pixelBytes == 4 && least >= 4 * 2 && most < 0x80000000u) loads = Spread4;
+    if (loads == None) return nullptr;
+    static const FormEntry<InnerRowFn> t[3][2] = {
+        {{SimdForm::Avx2, InnerRow33AdjacentHalvesAvx2}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, InnerRow44AdjacentHalvesAvx2}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, InnerRow44SpreadHalvesAvx2}, {SimdForm::Plain, nullptr}}};
+    return PickForm(t[loads]);
+#else
+    (void)pixelBytes, (void)cw, (void)co, (void)len;
+    return nullptr;
 #endif
 }
 

@@ -169,6 +169,18 @@ struct CachedMiddle {
     }
 };
 
+// The middle band's Inner for rows whose word is kHalfWord, where a fast
+// form works such rows on the band's column table and the target lies apart
+// from every source row read (`apart`).
+struct HalvesMiddle {
+    InnerRowFn fn = nullptr;
+    HalvesMiddle(const DriverTables& t, const Bands& b, bool apart, uint32_t pixelBytes) {
+        if (apart && b.middle)
+            fn = PickHalvesInnerRow(pixelBytes, t.cols.weights + b.colFirst, t.cols.offsets + b.colFirst, b.middle);
+    }
+    InnerRowFn For(uint32_t rw) const { return rw == kHalfWord ? fn : nullptr; }
+};
+
 // Bilinear, field pairs and the area word in the 3-to-3, 3-to-4 and 4-to-3
 // drivers.
 template <uint32_t SB, uint32_t DB>
@@ -182,7 +194,9 @@ void BilinearRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) 
     const AxisTable& c = t.cols;
     auto copy = [](const uint8_t* s, uint32_t) { return Load4(s); };
     auto horizontal = [](const uint8_t* s, uint32_t cw) { return Lerp(Load4(s), Load4(s + SB), cw); };
-    CachedMiddle middle(r, b, SB == DB && SourceApart(r, t.rows, stride), SB);
+    const bool apart = SB == DB && SourceApart(r, t.rows, stride);
+    const HalvesMiddle halves(t, b, apart && SB == 3, SB);
+    CachedMiddle middle(r, b, apart && !halves.fn, SB);
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(dst, dstStride, y);
         const uint8_t* row = SourceRow(src, t.rows, y);
@@ -196,7 +210,9 @@ void BilinearRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) 
                 else return Lerp(Load4(s), Load4(s + stride), rw);
             };
             RunBand<DB, k3>(d, row, c.weights, c.offsets, b.left, vertical);
-            if (middle.Ready())
+            if (const InnerRowFn half = halves.For(rw))
+                half(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw);
+            else if (middle.Ready())
                 middle.fn(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw, middle.cache);
             else if (b.middle)
                 inner(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw);
@@ -224,7 +240,8 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
     // The 4-to-4 driver copies or blends whole rows at equal widths.
     const bool wholeRows = SB == 4 && w == srcWidth;
     const bool apart = SourceApart(r, t.rows, stride);
-    CachedMiddle middle(r, b, apart && !wholeRows, SB);
+    const HalvesMiddle halves(t, b, apart && !wholeRows, SB);
+    CachedMiddle middle(r, b, apart && !wholeRows && !halves.fn, SB);
     // Row y into `d`.
     auto buildRow = [&](uint8_t* d, uint32_t y) {
         const uint8_t* row = SourceRow(src, t.rows, y);
@@ -252,6 +269,8 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
                 RunBand<DB, false>(dm, row, cwm, com, b.middle, horizontal);
             } else if (SB == 4 && rw == 0xFFFFFFFFu) {
                 RunBand<DB, false>(dm, row + stride, cwm, com, b.middle, horizontal);
+            } else if (const InnerRowFn half = halves.For(rw)) {
+                half(dm, row, cwm, com, b.middle, stride, rw);
             } else if (middle.Ready()) {
                 middle.fn(dm, row, cwm, com, b.middle, stride, rw, middle.cache);
             } else if (b.middle) {

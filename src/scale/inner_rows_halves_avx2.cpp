@@ -1,0 +1,121 @@
+// Bilinear Inner of a run whose column words and row word are all 0x80808080,
+// AVX2 form. Every shrink by a power of two lands there: each blend is then
+// (a * 128 + b * 128) >> 8, the floor of the mean of two bytes, so a pixel is
+// floor((floor((S + S+) / 2) + floor((B + B+) / 2)) / 2) per lane, worked on
+// 32 bytes at a time without widening to 16-bit lanes. Eight pixels per step;
+// the last ones of the run go to the general AVX2 form, so no load reads past
+// the bytes the plain form reads and every store lands on bytes it writes.
+#include <immintrin.h>
+
+#include <type_traits>
+
+#include "scale/inner_lanes_avx2.h"
+#include "scale/inner_rows.h"
+
+namespace tarn {
+namespace {
+
+// floor((a + b) / 2) per byte: the rounded-up mean less one where the sum is odd.
+inline __m256i Half(__m256i a, __m256i b) {
+    const __m256i odd = _mm256_and_si256(_mm256_xor_si256(a, b), _mm256_set1_epi8(1));
+    return _mm256_sub_epi8(_mm256_avg_epu8(a, b), odd);
+}
+
+inline __m256i Load16Pair(const uint8_t* lo, const uint8_t* hi) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lo));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(a), _mm_loadu_si128(reinterpret_cast<const __m128i*>(hi)), 1);
+}
+
+inline __m256i Load32(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+
+// Each way of loading gives S (`e`) and S+ (`o`) of eight pixels in one lane
+// order, which Order puts back as pixels 0 to 7.
+
+// 4-byte pixels whose samples follow each other (a shrink by two): 64 bytes
+// hold the eight pairs.
+struct Adjacent4 {
+    static constexpr uint32_t kPixelBytes = 4;
+    static void Load(const uint8_t* s, const uint32_t* co, __m256i& e, __m256i& o) {
+        const __m256 a = _mm256_castsi256_ps(Load32(s + co[0]));
+        const __m256 b = _mm256_castsi256_ps(Load32(s + co[0] + 32));
+        // [0 1 4 5 | 2 3 6 7]
+        e = _mm256_castps_si256(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0)));
+        o = _mm256_castps_si256(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1)));
+    }
+    static __m256i Order(__m256i v) { return _mm256_permute4x64_epi64(v, _MM_SHUFFLE(3, 1, 2, 0)); }
+};
+
+// 4-byte pixels at least two apart: 16 bytes from each sample.
+struct Spread4 {
+    static constexpr uint32_t kPixelBytes = 4;
+    static void Load(const uint8_t* s, const uint32_t* co, __m256i& e, __m256i& o) {
+        const __m256 p01 = _mm256_castsi256_ps(Load16Pair(s + co[0], s + co[1]));
+        const __m256 p23 = _mm256_castsi256_ps(Load16Pair(s + co[2], s + co[3]));
+        const __m256 p45 = _mm256_castsi256_ps(Load16Pair(s + co[4], s + co[5]));
+        const __m256 p67 = _mm256_castsi256_ps(Load16Pair(s + co[6], s + co[7]));
+        // [S0 S0+ S2 S2+ | S1 S1+ S3 S3+], then pixels [0 2 4 6 | 1 3 5 7]
+        const __m256 lo = _mm256_shuffle_ps(p01, p23, _MM_SHUFFLE(1, 0, 1, 0));
+        const __m256 hi = _mm256_shuffle_ps(p45, p67, _MM_SHUFFLE(1, 0, 1, 0));
+        e = _mm256_castps_si256(_mm256_shuffle_ps(lo, hi, _MM_SHUFFLE(2, 0, 2, 0)));
+        o = _mm256_castps_si256(_mm256_shuffle_ps(lo, hi, _MM_SHUFFLE(3, 1, 3, 1)));
+    }
+    static __m256i Order(__m256i v) {
+        return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    }
+};
+
+// 3-byte pixels whose samples follow each other: 16 bytes from every other
+// sample hold two pairs, S as the 4 bytes at 0 and 6, S+ at 3 and 9.
+struct Adjacent3 {
+    static constexpr uint32_t kPixelBytes = 3;
+    static void Load(const uint8_t* s, const uint32_t* co, __m256i& e, __m256i& o) {
+        const __m256i order = _mm256_setr_epi8(0, 1, 2, 3, 6, 7, 8, 9, 3, 4, 5, 6, 9, 10, 11, 12,  //
+                                               0, 1, 2, 3, 6, 7, 8, 9, 3, 4, 5, 6, 9, 10, 11, 12);
+        // [S0 S1 S0+ S1+ | S2 S3 S2+ S3+] and the same of pixels 4 to 7
+        const __m256i a = _mm256_shuffle_epi8(Load16Pair(s + co[0], s + co[2]), order);
+        const __m256i b = _mm256_shuffle_epi8(Load16Pair(s + co[4], s + co[6]), order);
+        // [0 1 4 5 | 2 3 6 7]
+        e = _mm256_unpacklo_epi64(a, b);
+        o = _mm256_unpackhi_epi64(a, b);
+    }
+    static __m256i Order(__m256i v) { return _mm256_permute4x64_epi64(v, _MM_SHUFFLE(3, 1, 2, 0)); }
+};
+
+template <class L>
+void Halves(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len, int32_t below,
+            uint32_t rw) {
+    constexpr uint32_t DB = L::kPixelBytes;
+    // A step leaves the run's last pixel to the rest where its 16-byte loads
+    // reach past that pixel's S+ (which may end the source), or where its
+    // pitch-3 stores write three bytes after the eighth pixel's spill.
+    constexpr uint32_t after = DB == 3 || std::is_same_v<L, Spread4> ? 1 : 0;
+    const uint8_t* bottom = row + below;
+    uint32_t j = 0;
+    for (; j + 8 + after <= len; j += 8) {
+        __m256i te, to, be, bo;
+        L::Load(row, co + j, te, to);
+        L::Load(bottom, co + j, be, bo);
+        const __m256i px = L::Order(Half(Half(te, to), Half(be, bo)));
+        uint8_t* d = dst + size_t(j) * DB;
+        if constexpr (DB == 4) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), px);
+        } else {
+            // Four pixels at pitch 3 per lane; the next pixel, still to come,
+            // covers the three bytes after the spill of the eighth.
+            inner_lanes::StorePitch3(d, _mm256_castsi256_si128(px), true);
+            inner_lanes::StorePitch3(d + 12, _mm256_extracti128_si256(px, 1), true);
+        }
+    }
+    if (j < len) {
+        constexpr InnerRowFn rest = DB == 3 ? InnerRow33Avx2 : InnerRow44Avx2;
+        rest(dst + size_t(j) * DB, row, cw + j, co + j, len - j, below, rw);
+    }
+}
+
+}  // namespace
+
+void InnerRow44AdjacentHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Halves<Adjacent4>(d, r, cw, co, n, b, rw); }
+void InnerRow44SpreadHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Halves<Spread4>(d, r, cw, co, n, b, rw); }
+void InnerRow33AdjacentHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Halves<Adjacent3>(d, r, cw, co, n, b, rw); }
+
+}  // namespace tarn
