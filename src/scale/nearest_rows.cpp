@@ -12,6 +12,27 @@ void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uin
     for (uint32_t x = 0; x < len; ++x) std::memcpy(dst + 4 * size_t(x), row + co[x], 4);
 }
 
+void NearestRow33Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t lastSample,
+                       const uint8_t*) {
+    uint32_t x = 0;
+    for (; x + 1 < len; ++x) {
+        if (co[x] < lastSample) std::memcpy(dst + 3 * size_t(x), row + co[x], 4);
+        else std::memcpy(dst + 3 * size_t(x), row + co[x], 3);
+    }
+    std::memcpy(dst + 3 * size_t(x), row + co[x], 3);
+}
+
+NearestRow33Fn PickNearestRow33() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static constexpr FormEntry<NearestRow33Fn> t[] = {{SimdForm::Avx2, NearestRow33Avx2},
+                                                      {SimdForm::Plain, NearestRow33Plain}};
+    static_assert(EndsInPlainForm(t));
+    return PickForm(t);
+#else
+    return NearestRow33Plain;
+#endif
+}
+
 void StreamRowPlain(uint8_t* dst, const uint8_t* src, size_t bytes) { std::memcpy(dst, src, bytes); }
 
 uint32_t UniformStep(const uint32_t* co, uint32_t len) {

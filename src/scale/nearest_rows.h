@@ -28,6 +28,17 @@ NearestRow44Fn PickNearestRow44(bool stream, uint32_t step = 0);
 uint32_t UniformStep(const uint32_t* co, uint32_t len);
 void FinishStreamedRows();
 
+// The nearest row of 3-byte pixels into a target apart from its source:
+// each pixel but the last is copied with a 4-byte load and store whose spare
+// byte the next pixel overwrites, except where its sample is the last of the
+// source row (at `lastSample`), which is copied as 3 bytes, as is the last
+// pixel. `len` is at least 1; `ahead` as for the 4-byte row.
+using NearestRow33Fn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len,
+                                uint32_t lastSample, const uint8_t* ahead);
+void NearestRow33Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t lastSample,
+                       const uint8_t* ahead);
+NearestRow33Fn PickNearestRow33();
+
 // Copies a finished row into a target too large to stay in the caches:
 // stores that bypass them save reading each target line in before it is
 // overwritten. Same bytes as a memcpy; the regions must not overlap.
@@ -49,6 +60,8 @@ void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co
                             const uint8_t* ahead);
 void NearestRow44QuartersAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
                               const uint8_t* ahead);
+void NearestRow33Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t lastSample,
+                      const uint8_t* ahead);
 void StreamRowSse2(uint8_t* dst, const uint8_t* src, size_t bytes);
 void StreamFenceSse2();
 #endif

@@ -78,6 +78,7 @@ void NearestRows(const ScaleRequest& r, const DriverTables& t, bool reuse) {
     const uint8_t* src = r.source.pixels;
     const uint32_t w = r.target.width, h = r.target.height, srcWidth = r.source.width;
     const int32_t dstStride = r.target.stride;
+    [[maybe_unused]] const NearestRow33Fn row33 = PickNearestRow33();
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(dst, dstStride, y);
         if (reuse && y > 0 && t.rows.offsets[y] == t.rows.offsets[y - 1]) {
@@ -104,11 +105,8 @@ void NearestRows(const ScaleRequest& r, const DriverTables& t, bool reuse) {
             // and store while another pixel follows to overwrite the spare
             // byte, and its sample is not the last of the row.
             if (reuse) {
-                const uint32_t lastSample = (srcWidth - 1) * 3;
-                for (; x + 1 < w; ++x, d += 3) {
-                    if (co[x] < lastSample) Store4(d, Load4(s + co[x]));
-                    else std::memcpy(d, s + co[x], 3);
-                }
+                row33(d, s, co, w, (srcWidth - 1) * 3, SkippedAhead(r, t.rows, y));
+                continue;
             }
         }
         for (; x < w; ++x, d += DB) {

@@ -96,6 +96,37 @@ TEST(NearestRows, UniformStepFormsMatchPlain) {
 }
 #endif
 
+// 3-byte rows: each pixel's three bytes are its sample's, nothing is written
+// past the row, and no byte is read past the source row (no slack), whether
+// a row to fetch ahead is given or not.
+TEST(NearestRows, ThreeByteRowsHoldTheirSamplesOnly) {
+    std::mt19937 rng(12);
+    const NearestRow33Fn forms[] = {NearestRow33Plain, PickNearestRow33()};
+    for (uint32_t width : {1u, 5u, 64u})
+        for (uint32_t len : {1u, 2u, 5u, 9u, 40u})
+            for (uint32_t most : {1u, 3u, 9u}) {
+                std::vector<uint8_t> src(width * 3);
+                for (auto& b : src) b = uint8_t(rng());
+                std::vector<uint32_t> co(len);
+                uint32_t sample = 0;
+                for (auto& o : co) {
+                    o = std::min(sample, width - 1) * 3;
+                    sample += rng() % (most + 1);
+                }
+                co.back() = (width - 1) * 3;  // the last sample, read as 3 bytes
+                const uint8_t* const aheads[] = {nullptr, src.data()};
+                for (const NearestRow33Fn form : forms)
+                    for (const uint8_t* ahead : aheads) {
+                        std::vector<uint8_t> out(3 * len + 6, kCanary);
+                        form(out.data() + 3, src.data(), co.data(), len, (width - 1) * 3, ahead);
+                        for (uint32_t x = 0; x < len; ++x)
+                            ASSERT_EQ(0, std::memcmp(&out[3 + 3 * x], &src[co[x]], 3)) << width << " " << len << " " << x;
+                        for (size_t i : {size_t(0), size_t(2), 3 * size_t(len) + 3, out.size() - 1})
+                            ASSERT_EQ(out[i], kCanary) << i;
+                    }
+            }
+}
+
 TEST(NearestRows, UniformStepIsTheOneDistanceOrNone) {
     const uint32_t even[] = {8, 16, 24, 32}, uneven[] = {8, 16, 24, 36}, flat[] = {12, 12, 12};
     EXPECT_EQ(8u, UniformStep(even, 4));
@@ -196,6 +227,7 @@ TEST(NearestRows, WholeFactorShrinksEqualTargetsWrittenInPlace) {
 TEST(NearestRows, WideCopiesOfThreeBytePixelsEqualCopiesInPlace) {
     ExpectApartEqualsShared(3, 301, 201, 517, 333);
     ExpectApartEqualsShared(3, 301, 201, 150, 101);
+    ExpectApartEqualsShared(3, 300, 91, 100, 30);  // every third row: fetched ahead
     ExpectApartEqualsShared(3, 64, 40, 64, 80);  // equal widths
 }
 
