@@ -115,6 +115,11 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
 
     // Pixels built in place when they are stored as they are made.
     const bool direct = !trunc && !packed16;
+    // Plain 32-bit output of the SSE2 body: the block columns of both rows
+    // are made in one pass from the source rows, and the working rows hold
+    // only the columns after the blocks.
+    const bool pairPass = Bpp == 4 && body == TierBody::Sse2 && o.out == RgbKind::Rgb32;
+    const auto stored = [](const uint8_t* r) { return Rows3{r, r, r}; };
     PairRows w(static_cast<size_t>(width + 16) * 4);
     for (int32_t k = 0; k <= lastPair; ++k) {
         const PairLayout g = LayoutOf(body, smooth, width, k);
@@ -155,7 +160,7 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
                 continue;
             }
             uint8_t* out = w.Row(4 + i);
-            const size_t from = trunc ? nb : 0;
+            const size_t from = trunc || pairPass ? nb : 0;
             if (trunc) SmoothTruncRow(out, y[i], y[i + 2], y[i + 1], nb);
             f.smooth(out + from, y[i] + from, y[i + 2] + from, y[i + 1] + from, n - from);
             luma[i] = out;
@@ -179,11 +184,11 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
                 }
                 if (trunc)
                     TruncAvgRow(out, a, b, nbc);
-                else
+                else if (!pairPass)
                     f.average(out, a, b, nbc);
                 std::memcpy(out + nbc, a + nbc, nc - nbc);
             } else {
-                const size_t from = trunc ? nbc : 0;
+                const size_t from = trunc || pairPass ? nbc : 0;
                 if (trunc) SmoothTruncRow(out, c[p][0], c[p][2], c[p][1], nbc);
                 f.smooth(out + from, c[p][0] + from, c[p][2] + from, c[p][1] + from, nc - from);
             }
@@ -203,8 +208,15 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
                                : w.Row(14 + 2 * i);
             outs[i] = packed16 ? w.Row(18 + i) : finals[i];
         }
+        if (pairPass) {
+            RowPair pair{{outs[0], outs[1]}, {}, {}, {}};
+            for (int i = 0; i < 2; ++i) pair.y[i] = smooth ? PairLuma(y, i, i == 0 ? first : last) : stored(y[1 + i]);
+            pair.u = smooth ? PairChroma(c[0], first, last) : stored(c[0][1]);
+            pair.v = smooth ? PairChroma(c[1], first, last) : stored(c[1][1]);
+            f.smoothPairToBgra(pair, nb);
+        }
         for (int i = 0; i < 2; ++i) {
-            VectorRow<Bpp>(f, outs[i], luma[i], chroma[0], chroma[1], nb);
+            if (!pairPass) VectorRow<Bpp>(f, outs[i], luma[i], chroma[0], chroma[1], nb);
             TableRow<Bpp>(outs[i], luma[i], chroma[0], chroma[1], g.blockPixels, g.pixels);
             if (o.out == RgbKind::Rgb32Luma) {
                 for (size_t x = 0; x < n; ++x) outs[i][4 * x + 3] = luma[i][x];

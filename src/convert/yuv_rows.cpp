@@ -63,10 +63,24 @@ void PackedVectorPlain(uint8_t* dst, const uint8_t* src, size_t pixels) {
 
 uint8_t S(const Rows3& r, size_t i) { return static_cast<uint8_t>(Smooth(r.a[i], r.b[i], r.c[i])); }
 
-void SmoothToYuy2Plain(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs) {
-    for (size_t i = 0; i < pairs; ++i) {
-        const uint8_t p[4] = {S(y, 2 * i), S(u, i), S(y, 2 * i + 1), S(v, i)};
-        std::memcpy(dst + 4 * i, p, 4);
+void SmoothPairToYuy2Plain(const RowPair& rows, size_t pairs) {
+    for (int r = 0; r < 2; ++r) {
+        const Rows3 y = rows.y[r];
+        for (size_t i = 0; i < pairs; ++i) {
+            const uint8_t p[4] = {S(y, 2 * i), S(rows.u, i), S(y, 2 * i + 1), S(rows.v, i)};
+            std::memcpy(rows.out[r] + 4 * i, p, 4);
+        }
+    }
+}
+
+void SmoothPairToBgraPlain(const RowPair& rows, size_t pixels) {
+    for (int r = 0; r < 2; ++r) {
+        uint8_t* dst = rows.out[r];
+        for (size_t i = 0; i < pixels; ++i, dst += 4) {
+            const Bgr c = VectorForm(S(rows.y[r], i), S(rows.u, i / 2), S(rows.v, i / 2));
+            const uint8_t p[4] = {c.b, c.g, c.r, 0};
+            std::memcpy(dst, p, 4);
+        }
     }
 }
 
@@ -89,9 +103,10 @@ void SmoothPairFromYuy2Plain(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, R
 
 }  // namespace
 
-const YuvRowForms kYuvRowsPlain = {SmoothPlain, AveragePlain, VectorPlain<4>,         VectorPlain<3>,
-                                   PackPlain,   UnpackPlain,  PackedVectorPlain<4>, PackedVectorPlain<3>,
-                                   SmoothToYuy2Plain, SmoothPairFromYuy2Plain};
+const YuvRowForms kYuvRowsPlain = {SmoothPlain,           AveragePlain,           VectorPlain<4>,
+                                   VectorPlain<3>,        PackPlain,              UnpackPlain,
+                                   PackedVectorPlain<4>,  PackedVectorPlain<3>,   SmoothPairToYuy2Plain,
+                                   SmoothPairToBgraPlain, SmoothPairFromYuy2Plain};
 
 namespace {
 constexpr FormEntry<const YuvRowForms*> kYuvRowsForms[] = {

@@ -24,6 +24,23 @@ struct Rows3 {
     const uint8_t* c;
 };
 
+// The two output rows of a row pair and what they are made of: the luma of
+// each row, and the chroma both share. In the middle of a frame the rows'
+// luma overlap (y[1].a is y[0].c and y[1].c is y[0].b), and the forms then
+// read each of the four luma rows once.
+//
+// Made in one pass, both rows come from one read of the source and one
+// smoothing of the chroma; measured on a 1080p frame, in and out of cache,
+// this ran a fifth to a quarter faster than making the rows one after the
+// other from smoothed working rows.
+struct RowPair {
+    uint8_t* out[2];
+    Rows3 y[2];
+    Rows3 u, v;
+    // Whether the luma of the two rows overlaps as in the middle of a frame.
+    bool SharedLuma() const { return y[1].a == y[0].c && y[1].c == y[0].b; }
+};
+
 struct YuvRowForms {
     // out[i] = s(a[i], b[i], c[i]): neighbours a and b, centre c.
     void (*smooth)(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n);
@@ -42,12 +59,12 @@ struct YuvRowForms {
     // Vector form straight from a packed row, `pixels` a multiple of 16.
     void (*yuy2ToBgra)(uint8_t* dst, const uint8_t* yuy2, size_t pixels);
     void (*yuy2ToBgr)(uint8_t* dst, const uint8_t* yuy2, size_t pixels);
-    // One packed output row in one pass: its luma and the chroma smoothed,
-    // then packed. The two rows of a pair are made one after the other, each
-    // smoothing the pair's chroma again: the destination then fills in one
-    // rising stream, where rows made side by side ran half as long again on
-    // a frame not in cache.
-    void (*smoothToYuy2)(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs);
+    // Both packed rows of a row pair in one pass: the luma of each smoothed,
+    // the pair's chroma smoothed once for both, then packed.
+    void (*smoothPairToYuy2)(const RowPair& rows, size_t pairs);
+    // The same into blue, green, red, 0 by the vector form, `pixels` a
+    // multiple of 16.
+    void (*smoothPairToBgra)(const RowPair& rows, size_t pixels);
     // Packed rows F0 = s(a), F1 = s(b): luma of each, chroma r(F0, F1).
     void (*smoothPairFromYuy2)(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
                                size_t pairs);

@@ -255,34 +255,92 @@ inline __m256i Smooth32(const uint8_t* a, const uint8_t* b, const uint8_t* c) {
     return _mm256_avg_epu8(_mm256_avg_epu8(Load32(a), Load32(b)), Load32(c));
 }
 
-// 32 pairs a step. One 64-bit permute puts the chroma as pairs 0-7 | 8-15 of
-// each 16; the in-lane unpacks with luma then give pairs 0-3 | 8-11 and 4-7 |
-// 12-15, and one lane permute each puts them in order.
-void SmoothToYuy2Avx2(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs) {
+// The smoothed luma of both rows of a pair at offset j. With Shared the
+// second row's neighbour and centre are the first row's centre and
+// neighbour, and four loads serve both.
+template <bool Shared>
+inline void PairLuma32(const RowPair& p, size_t j, __m256i* s0, __m256i* s1) {
+    const __m256i a0 = Load32(p.y[0].a + j), b0 = Load32(p.y[0].b + j), c0 = Load32(p.y[0].c + j);
+    const __m256i a1 = Shared ? c0 : Load32(p.y[1].a + j), c1 = Shared ? b0 : Load32(p.y[1].c + j);
+    *s0 = _mm256_avg_epu8(_mm256_avg_epu8(a0, b0), c0);
+    *s1 = _mm256_avg_epu8(_mm256_avg_epu8(a1, Load32(p.y[1].b + j)), c1);
+}
+
+// 32 pairs a step. A packed register of 16 pairs is the in-lane byte unpack
+// of luma and chroma, so each takes the qwords of its lanes in the order
+// 0, 2 | 1, 3: one 64-bit permute for each luma register, and for the chroma
+// of both rows one lane permute and one 64-bit permute per 16 pairs.
+template <bool Shared>
+size_t PairToYuy2Steps(const RowPair& rows, size_t pairs) {
+    const RowPair p = rows;  // kept in registers: the stores may alias `rows`
     size_t i = 0;
     for (; i + 32 <= pairs; i += 32) {
-        const __m256i uu = _mm256_permute4x64_epi64(Smooth32(u.a + i, u.b + i, u.c + i), _MM_SHUFFLE(3, 1, 2, 0));
-        const __m256i vv = _mm256_permute4x64_epi64(Smooth32(v.a + i, v.b + i, v.c + i), _MM_SHUFFLE(3, 1, 2, 0));
-        const __m256i uv[2] = {_mm256_unpacklo_epi8(uu, vv), _mm256_unpackhi_epi8(uu, vv)};
+        const __m256i uu = Smooth32(p.u.a + i, p.u.b + i, p.u.c + i);
+        const __m256i vv = Smooth32(p.v.a + i, p.v.b + i, p.v.c + i);
+        // Pairs 0-7 | 16-23 and 8-15 | 24-31.
+        const __m256i lo = _mm256_unpacklo_epi8(uu, vv), hi = _mm256_unpackhi_epi8(uu, vv);
+        const __m256i uv[2] = {
+            _mm256_permute4x64_epi64(_mm256_permute2x128_si256(lo, hi, 0x20), _MM_SHUFFLE(3, 1, 2, 0)),
+            _mm256_permute4x64_epi64(_mm256_permute2x128_si256(lo, hi, 0x31), _MM_SHUFFLE(3, 1, 2, 0))};
         for (int h = 0; h < 2; ++h) {
-            const size_t j = 2 * i + 32 * h;
-            const __m256i ys = Smooth32(y.a + j, y.b + j, y.c + j);
-            const __m256i lo = _mm256_unpacklo_epi8(ys, uv[h]), hi = _mm256_unpackhi_epi8(ys, uv[h]);
-            uint8_t* out = dst + 4 * i + 64 * h;
-            Store32(out, _mm256_permute2x128_si256(lo, hi, 0x20));
-            Store32(out + 32, _mm256_permute2x128_si256(lo, hi, 0x31));
+            __m256i s[2];
+            PairLuma32<Shared>(p, 2 * i + 32 * h, &s[0], &s[1]);
+            for (int r = 0; r < 2; ++r) {
+                const __m256i y = _mm256_permute4x64_epi64(s[r], _MM_SHUFFLE(3, 1, 2, 0));
+                uint8_t* out = p.out[r] + 4 * i + 64 * h;
+                Store32(out, _mm256_unpacklo_epi8(y, uv[h]));
+                Store32(out + 32, _mm256_unpackhi_epi8(y, uv[h]));
+            }
         }
     }
-    const uint8_t* ys[3] = {y.a, y.b, y.c};
-    const uint8_t* us[3] = {u.a, u.b, u.c};
-    const uint8_t* vs[3] = {v.a, v.b, v.c};
-    SmoothToYuy2Simd(dst, ys, us, vs, i, pairs);
+    return i;
+}
+
+void SmoothPairToYuy2Avx2(const RowPair& rows, size_t pairs) {
+    const size_t done = rows.SharedLuma() ? PairToYuy2Steps<true>(rows, pairs) : PairToYuy2Steps<false>(rows, pairs);
+    const uint8_t* us[3] = {rows.u.a, rows.u.b, rows.u.c};
+    const uint8_t* vs[3] = {rows.v.a, rows.v.b, rows.v.c};
+    for (int r = 0; r < 2; ++r) {
+        const uint8_t* ys[3] = {rows.y[r].a, rows.y[r].b, rows.y[r].c};
+        SmoothToYuy2Simd(rows.out[r], ys, us, vs, done, pairs);
+    }
+}
+
+inline __m128i Smooth16(const Rows3& r, size_t i) { return Smooth16(r.a + i, r.b + i, r.c + i); }
+
+// 32 pixels of both rows a step, the chroma products made once for both;
+// a last 16 pixels each row by itself.
+template <bool Shared>
+void PairToBgraSteps(const RowPair& rows, size_t pixels) {
+    const RowPair p = rows;  // kept in registers: the stores may alias `rows`
+    size_t i = 0;
+    for (; i + 32 <= pixels; i += 32) {
+        const Doubled c = ChromaFor32(Smooth16(p.u, i / 2), Smooth16(p.v, i / 2));
+        __m256i s[2];
+        PairLuma32<Shared>(p, i, &s[0], &s[1]);
+        for (int r = 0; r < 2; ++r) StorePlanarBgra32(p.out[r] + 4 * i, s[r], c);
+    }
+    if (i < pixels) {
+        const size_t h = i / 2;
+        for (int r = 0; r < 2; ++r)
+            StoreBgraLanes(p.out[r] + 4 * i, p.out[r] + 4 * i + 32,
+                           PlanarWords16(Smooth16(p.y[r], i), Smooth8(p.u.a + h, p.u.b + h, p.u.c + h),
+                                         Smooth8(p.v.a + h, p.v.b + h, p.v.c + h)));
+    }
+}
+
+void SmoothPairToBgraAvx2(const RowPair& rows, size_t pixels) {
+    if (rows.SharedLuma())
+        PairToBgraSteps<true>(rows, pixels);
+    else
+        PairToBgraSteps<false>(rows, pixels);
 }
 
 }  // namespace
 
-const YuvRowForms kYuvRowsAvx2 = {SmoothAvx2,   AverageAvx2,    ToBgraAvx2,     ToBgrAvx2,
-                                  PackYuy2Simd, UnpackYuy2Simd, Yuy2ToBgraAvx2, Yuy2ToBgrAvx2,
-                                  SmoothToYuy2Avx2, SmoothPairFromYuy2Avx2};
+const YuvRowForms kYuvRowsAvx2 = {SmoothAvx2,           AverageAvx2,           ToBgraAvx2,
+                                  ToBgrAvx2,            PackYuy2Simd,          UnpackYuy2Simd,
+                                  Yuy2ToBgraAvx2,       Yuy2ToBgrAvx2,         SmoothPairToYuy2Avx2,
+                                  SmoothPairToBgraAvx2, SmoothPairFromYuy2Avx2};
 
 }  // namespace tarn

@@ -58,11 +58,29 @@ void PackedSse2(uint8_t* dst, const uint8_t* src, size_t pixels) {
     }
 }
 
-void SmoothToYuy2Sse2(uint8_t* dst, Rows3 y, Rows3 u, Rows3 v, size_t pairs) {
-    const uint8_t* ys[3] = {y.a, y.b, y.c};
-    const uint8_t* us[3] = {u.a, u.b, u.c};
-    const uint8_t* vs[3] = {v.a, v.b, v.c};
-    SmoothToYuy2Simd(dst, ys, us, vs, 0, pairs);
+void SmoothPairToYuy2Sse2(const RowPair& rows, size_t pairs) {
+    const uint8_t* us[3] = {rows.u.a, rows.u.b, rows.u.c};
+    const uint8_t* vs[3] = {rows.v.a, rows.v.b, rows.v.c};
+    for (int r = 0; r < 2; ++r) {
+        const uint8_t* ys[3] = {rows.y[r].a, rows.y[r].b, rows.y[r].c};
+        SmoothToYuy2Simd(rows.out[r], ys, us, vs, 0, pairs);
+    }
+}
+
+void SmoothPairToBgraSse2(const RowPair& rows, size_t pixels) {
+    const Rows3 u = rows.u, v = rows.v;
+    for (int r = 0; r < 2; ++r) {
+        const Rows3 y = rows.y[r];
+        uint8_t* dst = rows.out[r];
+        for (size_t i = 0; i < pixels; i += 16, dst += 64) {
+            const size_t c = i / 2;
+            __m128i px[4];
+            Interleave(VectorForm16(Smooth16(y.a + i, y.b + i, y.c + i), Smooth8(u.a + c, u.b + c, u.c + c),
+                                    Smooth8(v.a + c, v.b + c, v.c + c)),
+                       px);
+            for (int k = 0; k < 4; ++k) Store(dst + 16 * k, px[k]);
+        }
+    }
 }
 
 void SmoothPairFromYuy2Sse2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b,
@@ -74,8 +92,9 @@ void SmoothPairFromYuy2Sse2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Ro
 
 }  // namespace
 
-const YuvRowForms kYuvRowsSse2 = {SmoothSse2,   AverageSse2,    ToBgraSse2,        ToBgrSse2,
-                                  PackYuy2Simd, UnpackYuy2Simd, PackedSse2<true>, PackedSse2<false>,
-                                  SmoothToYuy2Sse2, SmoothPairFromYuy2Sse2};
+const YuvRowForms kYuvRowsSse2 = {SmoothSse2,           AverageSse2,           ToBgraSse2,
+                                  ToBgrSse2,            PackYuy2Simd,          UnpackYuy2Simd,
+                                  PackedSse2<true>,     PackedSse2<false>,     SmoothPairToYuy2Sse2,
+                                  SmoothPairToBgraSse2, SmoothPairFromYuy2Sse2};
 
 }  // namespace tarn
