@@ -34,6 +34,7 @@ void PlanarToPacked(TierBody body, bool smooth, PackedOrder order, uint8_t* dst,
     const size_t n = 2 * pairs;
     const size_t nb = trunc ? size_t((width >> 4) << 4) : 0, nbc = nb / 2;
 
+    const bool stream = size_t(rows) * 2 * n >= kStreamedFrameBytes;
     const size_t cap = 2 * n + 64;
     Scratch work(cap * 16);
     const auto row = [&](int i) { return work.data() + cap * size_t(i); };
@@ -71,6 +72,7 @@ void PlanarToPacked(TierBody body, bool smooth, PackedOrder order, uint8_t* dst,
             for (int i = 0; i < 2; ++i) pair.y[i] = smooth ? PairLuma(y, i, i == 0 ? first : last) : stored(y[1 + i]);
             pair.u = smooth ? PairChroma(c[0], first, last) : stored(c[0][1]);
             pair.v = smooth ? PairChroma(c[1], first, last) : stored(c[1][1]);
+            pair.stream = stream;
             f.smoothPairToYuy2(pair, pairs);
         } else {
             const uint8_t* luma[2];
@@ -105,6 +107,7 @@ void PlanarToPacked(TierBody body, bool smooth, PackedOrder order, uint8_t* dst,
             dstSpan.Store(at[i], outs[i], 2 * n);
         }
     }
+    if (stream && !trunc) f.endStreams();
 }
 
 void ConvPlanarToYuy2SmoothPlain(uint8_t* dst, int32_t dstStride, const uint8_t* srcY,

@@ -120,6 +120,7 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
     // only the columns after the blocks.
     const bool pairPass = Bpp == 4 && body == TierBody::Sse2 && o.out == RgbKind::Rgb32;
     const auto stored = [](const uint8_t* r) { return Rows3{r, r, r}; };
+    const bool stream = pairPass && size_t(rows) * size_t(width) * 4 >= kStreamedFrameBytes;
     PairRows w(static_cast<size_t>(width + 16) * 4);
     for (int32_t k = 0; k <= lastPair; ++k) {
         const PairLayout g = LayoutOf(body, smooth, width, k);
@@ -213,6 +214,7 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
             for (int i = 0; i < 2; ++i) pair.y[i] = smooth ? PairLuma(y, i, i == 0 ? first : last) : stored(y[1 + i]);
             pair.u = smooth ? PairChroma(c[0], first, last) : stored(c[0][1]);
             pair.v = smooth ? PairChroma(c[1], first, last) : stored(c[1][1]);
+            pair.stream = stream;
             f.smoothPairToBgra(pair, nb);
         }
         for (int i = 0; i < 2; ++i) {
@@ -236,6 +238,7 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
             }
         }
     }
+    if (stream) f.endStreams();
 }
 
 }  // namespace

@@ -101,12 +101,14 @@ void SmoothPairFromYuy2Plain(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, R
     }
 }
 
+void NoStreams() {}
+
 }  // namespace
 
 const YuvRowForms kYuvRowsPlain = {SmoothPlain,           AveragePlain,           VectorPlain<4>,
                                    VectorPlain<3>,        PackPlain,              UnpackPlain,
                                    PackedVectorPlain<4>,  PackedVectorPlain<3>,   SmoothPairToYuy2Plain,
-                                   SmoothPairToBgraPlain, SmoothPairFromYuy2Plain};
+                                   SmoothPairToBgraPlain, NoStreams,              SmoothPairFromYuy2Plain};
 
 namespace {
 constexpr FormEntry<const YuvRowForms*> kYuvRowsForms[] = {

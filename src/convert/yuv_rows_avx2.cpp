@@ -16,6 +16,24 @@ namespace {
 inline __m256i Load32(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 inline void Store32(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
 
+// 32 bytes to p; with Stream as two streaming 16-byte stores, p 16-byte
+// aligned (pixel buffers are aligned to 16, seldom to 32).
+template <bool Stream>
+inline void Put32(uint8_t* p, __m256i v) {
+    if constexpr (Stream) {
+        _mm_stream_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(v));
+        _mm_stream_si128(reinterpret_cast<__m128i*>(p + 16), _mm256_extracti128_si256(v, 1));
+    } else {
+        Store32(p, v);
+    }
+}
+
+// Whether a pair's rows are written with streaming stores: asked for, and
+// both rows aligned as Put32 needs.
+inline bool Streamed(const RowPair& p) {
+    return p.stream && ((reinterpret_cast<uintptr_t>(p.out[0]) | reinterpret_cast<uintptr_t>(p.out[1])) & 15) == 0;
+}
+
 void SmoothAvx2(uint8_t* out, const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t n) {
     size_t i = 0;
     for (; i + 32 <= n; i += 32)
@@ -146,14 +164,15 @@ inline Bytes32 Packed32(const uint8_t* src) {
 // packed with saturation and interleaved by one shuffle; red is clamped to
 // 0..255 in its 16-bit lanes, which is the same saturation and already the
 // red-and-0 half of each pixel.
+template <bool Stream = false>
 inline void StoreBgraLanes(uint8_t* lo, uint8_t* hi, const Words16& c) {
     const __m256i interleave = _mm256_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15,
                                                 0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15);
     const __m256i bg = _mm256_shuffle_epi8(_mm256_packus_epi16(c.b, c.g), interleave);
     const __m256i r0 = _mm256_min_epi16(_mm256_max_epi16(c.r, _mm256_setzero_si256()), _mm256_set1_epi16(255));
     const __m256i q0 = _mm256_unpacklo_epi16(bg, r0), q1 = _mm256_unpackhi_epi16(bg, r0);
-    Store32(lo, _mm256_permute2x128_si256(q0, q1, 0x20));
-    Store32(hi, _mm256_permute2x128_si256(q0, q1, 0x31));
+    Put32<Stream>(lo, _mm256_permute2x128_si256(q0, q1, 0x20));
+    Put32<Stream>(hi, _mm256_permute2x128_si256(q0, q1, 0x31));
 }
 
 // y8: 32 luma bytes with the chroma of ChromaFor32 (luma as stored); w[0]
@@ -172,11 +191,12 @@ inline Bytes32 Planar32(__m256i y8, const Doubled& c) {
 }
 
 // 32 pixels of PlanarWords as blue, green, red, 0.
+template <bool Stream = false>
 inline void StorePlanarBgra32(uint8_t* dst, __m256i y8, const Doubled& c) {
     Words16 w[2];
     PlanarWords(y8, c, w);
-    StoreBgraLanes(dst, dst + 64, w[0]);
-    StoreBgraLanes(dst + 32, dst + 96, w[1]);
+    StoreBgraLanes<Stream>(dst, dst + 64, w[0]);
+    StoreBgraLanes<Stream>(dst + 32, dst + 96, w[1]);
 }
 
 inline Bytes32 Planar32(const uint8_t* y, const uint8_t* u, const uint8_t* v) {
@@ -270,7 +290,7 @@ inline void PairLuma32(const RowPair& p, size_t j, __m256i* s0, __m256i* s1) {
 // of luma and chroma, so each takes the qwords of its lanes in the order
 // 0, 2 | 1, 3: one 64-bit permute for each luma register, and for the chroma
 // of both rows one lane permute and one 64-bit permute per 16 pairs.
-template <bool Shared>
+template <bool Shared, bool Stream>
 size_t PairToYuy2Steps(const RowPair& rows, size_t pairs) {
     const RowPair p = rows;  // kept in registers: the stores may alias `rows`
     size_t i = 0;
@@ -288,16 +308,23 @@ size_t PairToYuy2Steps(const RowPair& rows, size_t pairs) {
             for (int r = 0; r < 2; ++r) {
                 const __m256i y = _mm256_permute4x64_epi64(s[r], _MM_SHUFFLE(3, 1, 2, 0));
                 uint8_t* out = p.out[r] + 4 * i + 64 * h;
-                Store32(out, _mm256_unpacklo_epi8(y, uv[h]));
-                Store32(out + 32, _mm256_unpackhi_epi8(y, uv[h]));
+                Put32<Stream>(out, _mm256_unpacklo_epi8(y, uv[h]));
+                Put32<Stream>(out + 32, _mm256_unpackhi_epi8(y, uv[h]));
             }
         }
     }
     return i;
 }
 
+// The step loops of a pair form by [shared luma][streamed stores].
+template <class Fn>
+using StepTable = const Fn[2][2];
+constexpr StepTable<size_t (*)(const RowPair&, size_t)> kYuy2Steps = {
+    {PairToYuy2Steps<false, false>, PairToYuy2Steps<false, true>},
+    {PairToYuy2Steps<true, false>, PairToYuy2Steps<true, true>}};
+
 void SmoothPairToYuy2Avx2(const RowPair& rows, size_t pairs) {
-    const size_t done = rows.SharedLuma() ? PairToYuy2Steps<true>(rows, pairs) : PairToYuy2Steps<false>(rows, pairs);
+    const size_t done = kYuy2Steps[rows.SharedLuma()][Streamed(rows)](rows, pairs);
     const uint8_t* us[3] = {rows.u.a, rows.u.b, rows.u.c};
     const uint8_t* vs[3] = {rows.v.a, rows.v.b, rows.v.c};
     for (int r = 0; r < 2; ++r) {
@@ -310,7 +337,7 @@ inline __m128i Smooth16(const Rows3& r, size_t i) { return Smooth16(r.a + i, r.b
 
 // 32 pixels of both rows a step, the chroma products made once for both;
 // a last 16 pixels each row by itself.
-template <bool Shared>
+template <bool Shared, bool Stream>
 void PairToBgraSteps(const RowPair& rows, size_t pixels) {
     const RowPair p = rows;  // kept in registers: the stores may alias `rows`
     size_t i = 0;
@@ -318,7 +345,7 @@ void PairToBgraSteps(const RowPair& rows, size_t pixels) {
         const Doubled c = ChromaFor32(Smooth16(p.u, i / 2), Smooth16(p.v, i / 2));
         __m256i s[2];
         PairLuma32<Shared>(p, i, &s[0], &s[1]);
-        for (int r = 0; r < 2; ++r) StorePlanarBgra32(p.out[r] + 4 * i, s[r], c);
+        for (int r = 0; r < 2; ++r) StorePlanarBgra32<Stream>(p.out[r] + 4 * i, s[r], c);
     }
     if (i < pixels) {
         const size_t h = i / 2;
@@ -329,18 +356,21 @@ void PairToBgraSteps(const RowPair& rows, size_t pixels) {
     }
 }
 
+constexpr StepTable<void (*)(const RowPair&, size_t)> kBgraSteps = {
+    {PairToBgraSteps<false, false>, PairToBgraSteps<false, true>},
+    {PairToBgraSteps<true, false>, PairToBgraSteps<true, true>}};
+
 void SmoothPairToBgraAvx2(const RowPair& rows, size_t pixels) {
-    if (rows.SharedLuma())
-        PairToBgraSteps<true>(rows, pixels);
-    else
-        PairToBgraSteps<false>(rows, pixels);
+    kBgraSteps[rows.SharedLuma()][Streamed(rows)](rows, pixels);
 }
+
+void EndStreamsAvx2() { _mm_sfence(); }
 
 }  // namespace
 
 const YuvRowForms kYuvRowsAvx2 = {SmoothAvx2,           AverageAvx2,           ToBgraAvx2,
                                   ToBgrAvx2,            PackYuy2Simd,          UnpackYuy2Simd,
                                   Yuy2ToBgraAvx2,       Yuy2ToBgrAvx2,         SmoothPairToYuy2Avx2,
-                                  SmoothPairToBgraAvx2, SmoothPairFromYuy2Avx2};
+                                  SmoothPairToBgraAvx2, EndStreamsAvx2,        SmoothPairFromYuy2Avx2};
 
 }  // namespace tarn

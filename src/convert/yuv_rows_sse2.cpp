@@ -90,11 +90,13 @@ void SmoothPairFromYuy2Sse2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Ro
     SmoothPairFromYuy2Simd(y0, y1, u, v, ra, rb, 0, pairs);
 }
 
+void NoStreams() {}
+
 }  // namespace
 
 const YuvRowForms kYuvRowsSse2 = {SmoothSse2,           AverageSse2,           ToBgraSse2,
                                   ToBgrSse2,            PackYuy2Simd,          UnpackYuy2Simd,
                                   PackedSse2<true>,     PackedSse2<false>,     SmoothPairToYuy2Sse2,
-                                  SmoothPairToBgraSse2, SmoothPairFromYuy2Sse2};
+                                  SmoothPairToBgraSse2, NoStreams,             SmoothPairFromYuy2Sse2};
 
 }  // namespace tarn

@@ -1,0 +1,142 @@
+// The row forms that make both rows of a row pair in one pass, in every form
+// this machine runs, against the smoothing and colour formulas worked here
+// pixel by pixel: the luma shared between the rows or not, streaming stores
+// or not, outputs aligned or not, lengths around every step size, and the
+// bytes around each output row untouched.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "convert/yuv_rows.h"
+#include "kernel_harness.h"
+
+namespace tarn::test {
+namespace {
+
+constexpr size_t kPairCounts[] = {1, 7, 8, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 100, 961};
+constexpr uint8_t kCanary = 0xCD;
+constexpr size_t kPad = 64;
+
+// Source rows of random bytes: six luma rows of 2n and three rows of each
+// chroma plane of n.
+struct PairSource {
+    PairSource(size_t pairs, uint32_t seed) {
+        std::mt19937 gen(seed);
+        for (auto& r : luma) r = Random(gen, 2 * pairs);
+        for (auto& r : u) r = Random(gen, pairs);
+        for (auto& r : v) r = Random(gen, pairs);
+    }
+    static std::vector<uint8_t> Random(std::mt19937& gen, size_t n) {
+        std::vector<uint8_t> row(n);
+        for (auto& b : row) b = static_cast<uint8_t>(gen());
+        return row;
+    }
+    std::vector<uint8_t> luma[6], u[3], v[3];
+};
+
+// Two output rows with canaries around, at an offset from 16-byte alignment.
+struct PairOutput {
+    PairOutput(size_t rowBytes, size_t misalign) : bytes(rowBytes), skew(misalign) {
+        for (auto& r : rows) r.assign(rowBytes + 2 * kPad + 16, kCanary);
+    }
+    uint8_t* Row(int i) {
+        uint8_t* p = rows[i].data() + kPad;
+        while ((reinterpret_cast<uintptr_t>(p) & 15) != 0) ++p;
+        return p + skew;
+    }
+    // Whether every byte outside the row is still the canary.
+    bool CanariesIntact(int i) {
+        const uint8_t* start = Row(i);
+        for (size_t k = 0; k < rows[i].size(); ++k) {
+            const uint8_t* p = rows[i].data() + k;
+            if ((p < start || p >= start + bytes) && *p != kCanary) return false;
+        }
+        return true;
+    }
+    size_t bytes, skew;
+    std::vector<uint8_t> rows[2];
+};
+
+// The rows of one case: with `shared` the middle of a frame (row 0 from luma
+// rows 0-2, row 1 from rows 1-3, overlapping); otherwise two unrelated row
+// triples, as at the top and bottom of a frame (here rows 0, 5, 1 and 4, 2,
+// 3, each row a different memory block).
+RowPair MakePair(const PairSource& s, bool shared, PairOutput& out, bool stream) {
+    const auto rows3 = [&](int a, int b, int c) {
+        return Rows3{s.luma[a].data(), s.luma[b].data(), s.luma[c].data()};
+    };
+    RowPair p{{out.Row(0), out.Row(1)},
+              {shared ? rows3(0, 2, 1) : rows3(0, 5, 1), shared ? rows3(1, 3, 2) : rows3(4, 2, 3)},
+              {s.u[0].data(), s.u[2].data(), s.u[1].data()},
+              {s.v[0].data(), s.v[2].data(), s.v[1].data()}};
+    p.stream = stream;
+    return p;
+}
+
+int SmoothAt(const Rows3& r, size_t i) { return ref::S(r.a[i], r.b[i], r.c[i]); }
+
+// Every combination of form, shape, streaming and alignment for one output
+// kind; `check` compares the two rows with the formulas.
+template <class Run, class Check>
+void ForEachCase(size_t bytesPerPair, Run run, Check check) {
+    uint32_t seed = 40;
+    for (SimdForm form : FormsHere())
+        for (size_t pairs : kPairCounts)
+            for (bool shared : {true, false})
+                for (bool stream : {false, true})
+                    for (size_t skew : {size_t(0), size_t(1), size_t(8)}) {
+                        const PairSource src(pairs, ++seed);
+                        PairOutput out(pairs * bytesPerPair, skew);
+                        const RowPair p = MakePair(src, shared, out, stream);
+                        {
+                            ScopedKernelChoice choice(kCpuSse2 | kCpuMmx, form);
+                            run(ActiveYuvRows(), p, pairs);
+                        }
+                        const std::string where = Case(int32_t(2 * pairs), 2, form) + (shared ? " shared" : "") +
+                                                  (stream ? " streamed" : "") + " skew " + std::to_string(skew);
+                        for (int r = 0; r < 2; ++r) {
+                            check(p, r, pairs, where);
+                            ASSERT_TRUE(out.CanariesIntact(r)) << where << " row " << r;
+                        }
+                    }
+}
+
+TEST(YuvPairRows, PackedRowsAreTheSmoothedLumaAndChroma) {
+    ForEachCase(
+        4, [](const YuvRowForms& f, const RowPair& p, size_t pairs) { f.smoothPairToYuy2(p, pairs); f.endStreams(); },
+        [](const RowPair& p, int r, size_t pairs, const std::string& where) {
+            for (size_t i = 0; i < pairs; ++i) {
+                const uint8_t* q = p.out[r] + 4 * i;
+                const int want[4] = {SmoothAt(p.y[r], 2 * i), SmoothAt(p.u, i), SmoothAt(p.y[r], 2 * i + 1),
+                                     SmoothAt(p.v, i)};
+                for (int k = 0; k < 4; ++k) ASSERT_EQ(q[k], want[k]) << where << " row " << r << " pair " << i;
+            }
+        });
+}
+
+TEST(YuvPairRows, BgraRowsAreTheVectorFormOfTheSmoothedSamples) {
+    // The BGRA form takes whole groups of 16 pixels: 8 pairs.
+    ForEachCase(
+        8,
+        [](const YuvRowForms& f, const RowPair& p, size_t pairs) {
+            f.smoothPairToBgra(p, (2 * pairs) & ~size_t(15));
+            f.endStreams();
+        },
+        [](const RowPair& p, int r, size_t pairs, const std::string& where) {
+            const size_t pixels = (2 * pairs) & ~size_t(15);
+            for (size_t x = 0; x < 2 * pairs; ++x) {
+                const uint8_t* q = p.out[r] + 4 * x;
+                if (x >= pixels) {  // beyond the groups: left as it was
+                    for (int k = 0; k < 4; ++k) ASSERT_EQ(q[k], kCanary) << where << " pixel " << x;
+                    continue;
+                }
+                const ref::Rgb c = ref::Vector(SmoothAt(p.y[r], x), SmoothAt(p.u, x / 2), SmoothAt(p.v, x / 2));
+                const int want[4] = {c.b, c.g, c.r, 0};
+                for (int k = 0; k < 4; ++k) ASSERT_EQ(q[k], want[k]) << where << " row " << r << " pixel " << x;
+            }
+        });
+}
+
+}  // namespace
+}  // namespace tarn::test
