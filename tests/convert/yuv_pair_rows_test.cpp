@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "convert/conversion_kernels.h"
 #include "convert/yuv_rows.h"
 #include "kernel_harness.h"
 
@@ -136,6 +137,38 @@ TEST(YuvPairRows, BgraRowsAreTheVectorFormOfTheSmoothedSamples) {
                 for (int k = 0; k < 4; ++k) ASSERT_EQ(q[k], want[k]) << where << " row " << r << " pixel " << x;
             }
         });
+}
+
+TEST(YuvPairRows, FramesLargeEnoughToStreamGiveThePlainFormsBytes) {
+    // 1040 x 1040: 16-byte aligned rows, 4.3 MB of 32-bit and 2.2 MB of
+    // packed output, both past the streaming size; upright and mirrored.
+    using Kernel = void (*)(uint8_t*, int32_t, const uint8_t*, const uint8_t*, const uint8_t*, int32_t, int32_t,
+                            int32_t, int32_t);
+    const int32_t w = 1040;
+    const struct {
+        Kernel kernel;
+        int32_t bpp;
+    } cases[] = {{ConvPlanarToRgb32SmoothSse2Tier, 4}, {ConvPlanarToYuy2SmoothSse2Tier, 2}};
+    for (const auto& c : cases) {
+        ASSERT_GE(size_t(w) * w * size_t(c.bpp), kStreamedFrameBytes);
+        for (int32_t h : {w, -w}) {
+            const PlanarLayout l = PlanarOf(w, w, 0);
+            const Buffer src(l.bytes, 77);
+            std::vector<uint8_t> want;
+            for (SimdForm form : FormsHere()) {
+                Buffer s = src, dst(size_t(w) * w * size_t(c.bpp), 0);
+                {
+                    ScopedKernelChoice choice(kCpuSse2 | kCpuMmx, form);
+                    c.kernel(dst.At(kMargin), w * c.bpp, s.At(l.planes.y), s.At(l.planes.u), s.At(l.planes.v),
+                             l.yStride, l.uvStride, w, h);
+                }
+                if (form == SimdForm::Plain)
+                    want = dst.data;
+                else
+                    ASSERT_EQ(dst.data, want) << "output bytes " << c.bpp << " " << Case(w, h, form);
+            }
+        }
+    }
 }
 
 }  // namespace
