@@ -65,15 +65,8 @@ void PlanarToPacked(TierBody body, bool smooth, PackedOrder order, uint8_t* dst,
             outs[i] = dstSpan.Target(at[i], 2 * n, row(14 + i));
         }
         if (!trunc) {
-            // Rounding everywhere, both rows in one pass; without smoothing
-            // each row is given three times, as s(x, x, x) = x.
-            const auto stored = [](const uint8_t* r) { return Rows3{r, r, r}; };
-            RowPair pair{{outs[0], outs[1]}, {}, {}, {}};
-            for (int i = 0; i < 2; ++i) pair.y[i] = smooth ? PairLuma(y, i, i == 0 ? first : last) : stored(y[1 + i]);
-            pair.u = smooth ? PairChroma(c[0], first, last) : stored(c[0][1]);
-            pair.v = smooth ? PairChroma(c[1], first, last) : stored(c[1][1]);
-            pair.stream = stream;
-            f.smoothPairToYuy2(pair, pairs);
+            // Rounding everywhere, both rows in one pass.
+            f.smoothPairToYuy2(PlanarRowPair(outs, y, c, first, last, smooth, stream), pairs);
         } else {
             const uint8_t* luma[2];
             for (int i = 0; i < 2; ++i) {

@@ -119,7 +119,6 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
     // are made in one pass from the source rows, and the working rows hold
     // only the columns after the blocks.
     const bool pairPass = Bpp == 4 && body == TierBody::Sse2 && o.out == RgbKind::Rgb32;
-    const auto stored = [](const uint8_t* r) { return Rows3{r, r, r}; };
     const bool stream = pairPass && size_t(rows) * size_t(width) * 4 >= kStreamedFrameBytes;
     PairRows w(static_cast<size_t>(width + 16) * 4);
     for (int32_t k = 0; k <= lastPair; ++k) {
@@ -149,11 +148,12 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
 
         // Rows 0 and 2P - 1 stand as stored; the others are smoothed, in the
         // MMX body's block columns with the truncating t(). Without smoothing
-        // every row stands as stored. The smoothed rows are made in working
-        // rows, in cache, and each output row is then converted in one pass
-        // of its own: smoothing inside the conversion, for both rows of a
-        // pair at once or for one, kept the destination from filling in one
-        // stream and ran up to a third longer on a frame not in cache.
+        // every row stands as stored. Outside the pair pass the smoothed
+        // rows are made in working rows, in cache, and each output row is
+        // then converted in one pass of its own, so that the destination
+        // fills in one stream; the pair pass smooths inside the conversion
+        // for both rows at once, and writes a large frame with streaming
+        // stores (yuv_rows.h).
         const uint8_t* luma[2];
         for (int i = 0; i < 2; ++i) {
             if (!smooth || (i == 0 ? first : last)) {
@@ -209,14 +209,7 @@ void ConvertPairs(const PairOptions& o, uint8_t* dst, int32_t dstStride, const u
                                : w.Row(14 + 2 * i);
             outs[i] = packed16 ? w.Row(18 + i) : finals[i];
         }
-        if (pairPass) {
-            RowPair pair{{outs[0], outs[1]}, {}, {}, {}};
-            for (int i = 0; i < 2; ++i) pair.y[i] = smooth ? PairLuma(y, i, i == 0 ? first : last) : stored(y[1 + i]);
-            pair.u = smooth ? PairChroma(c[0], first, last) : stored(c[0][1]);
-            pair.v = smooth ? PairChroma(c[1], first, last) : stored(c[1][1]);
-            pair.stream = stream;
-            f.smoothPairToBgra(pair, nb);
-        }
+        if (pairPass) f.smoothPairToBgra(PlanarRowPair(outs, y, c, first, last, smooth, stream), nb);
         for (int i = 0; i < 2; ++i) {
             if (!pairPass) VectorRow<Bpp>(f, outs[i], luma[i], chroma[0], chroma[1], nb);
             TableRow<Bpp>(outs[i], luma[i], chroma[0], chroma[1], g.blockPixels, g.pixels);

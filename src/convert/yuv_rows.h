@@ -132,4 +132,18 @@ inline Rows3 PairChroma(const uint8_t* const c[3], bool first, bool last) {
     return first ? Rows3{c[1], c[1], c[2]} : last ? Rows3{c[0], c[0], c[1]} : Rows3{c[0], c[2], c[1]};
 }
 
+// Row pair k of a planar source into out[0] and out[1], as PairLuma and
+// PairChroma give its rows when smoothing; without smoothing each row is
+// given three times, as s(x, x, x) = x.
+inline RowPair PlanarRowPair(uint8_t* const out[2], const uint8_t* const y[4], const uint8_t* const c[2][3],
+                             bool first, bool last, bool smooth, bool stream) {
+    const auto stored = [](const uint8_t* r) { return Rows3{r, r, r}; };
+    RowPair pair{{out[0], out[1]}, {}, {}, {}};
+    for (int i = 0; i < 2; ++i) pair.y[i] = smooth ? PairLuma(y, i, i == 0 ? first : last) : stored(y[1 + i]);
+    pair.u = smooth ? PairChroma(c[0], first, last) : stored(c[0][1]);
+    pair.v = smooth ? PairChroma(c[1], first, last) : stored(c[1][1]);
+    pair.stream = stream;
+    return pair;
+}
+
 }  // namespace tarn
