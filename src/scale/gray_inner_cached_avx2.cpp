@@ -8,6 +8,8 @@
 //
 // The blend of a row takes the quickest of three ways the column tables
 // allow (see GrayRowCache::Run); all three give the bytes of the formula.
+// Where the driver asks for it, the rows made from two blends or copied
+// from one go to the target around the caches (GrayRowCache::stream).
 #include <immintrin.h>
 
 #include <algorithm>
@@ -217,9 +219,29 @@ void HalvedRowsByTwo(uint8_t* dst, const uint8_t* row, const uint8_t* low, GrayR
     }
 }
 
+// A store of 32 target bytes; with Stream around the caches, which needs
+// the 32-byte boundary the callers start such stores on.
+template <bool Stream>
+inline void Put(uint8_t* p, __m256i v) {
+    if constexpr (Stream) _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v);
+    else _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+}
+
+// Bytes up to the first 32-byte boundary of `dst`, which a streamed row
+// stores one by one before its vectors.
+inline uint32_t Lead(const uint8_t* dst, uint32_t groups) {
+    return std::min<uint32_t>(groups, uint32_t(-reinterpret_cast<uintptr_t>(dst) & 31));
+}
+
+void Fence() { _mm_sfence(); }
+
 // dst = (top (256 - w) + bottom w) >> 8 over bytes, as top + floor((bottom - top) w / 256).
+template <bool Stream>
 void Vertical(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8, uint32_t groups) {
     uint32_t j = 0;
+    if constexpr (Stream) {
+        for (const uint32_t lead = Lead(dst, groups); j < lead; ++j) dst[j] = uint8_t(LerpByte(top[j], bot[j], w8));
+    }
     if (w8 == 128) {
         // (a + b) >> 1: the rounded-up mean less the bit it rounded up by.
         const __m256i one = _mm256_set1_epi8(1);
@@ -227,7 +249,7 @@ void Vertical(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8,
             const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(top + j));
             const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bot + j));
             const __m256i mean = _mm256_sub_epi8(_mm256_avg_epu8(a, b), _mm256_and_si256(_mm256_xor_si256(a, b), one));
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + j), mean);
+            Put<Stream>(dst + j, mean);
         }
     } else {
         const __m256i w = _mm256_set1_epi16(int16_t(w8 << 1));
@@ -240,11 +262,19 @@ void Vertical(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8,
             };
             const __m256i lo = half(_mm256_castsi256_si128(a), _mm256_castsi256_si128(b));
             const __m256i hi = half(_mm256_extracti128_si256(a, 1), _mm256_extracti128_si256(b, 1));
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + j),
-                                _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8));
+            Put<Stream>(dst + j, _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8));
         }
     }
     for (; j < groups; ++j) dst[j] = uint8_t(LerpByte(top[j], bot[j], w8));
+}
+
+// A cached blend as the target row, streamed.
+void StreamCopy(uint8_t* dst, const uint8_t* src, uint32_t n) {
+    const uint32_t lead = Lead(dst, n);
+    std::memcpy(dst, src, lead);
+    uint32_t i = lead;
+    for (; i + 32 <= n; i += 32) Put<true>(dst + i, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i)));
+    std::memcpy(dst + i, src + i, n - i);
 }
 
 }  // namespace
@@ -256,15 +286,20 @@ void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* wei
     const uint8_t* low = row + below;
     const uint32_t w8 = rw & 255;
     if (w8 == 0) {
-        if (const uint8_t* top = Cached(row, cache)) std::memcpy(dst, top, groups);
+        if (const uint8_t* top = Cached(row, cache)) {
+            if (cache.stream) StreamCopy(dst, top, groups);
+            else std::memcpy(dst, top, groups);
+        }
         else BlendRow(dst, row, cache, offsets, groups);
     } else if (cache.run == Run::Halves && cache.step == 2 && w8 == 128 && !Cached(low, cache, false)) {
         HalvedRowsByTwo(dst, row, low, cache, offsets, groups);
     } else {
         const uint8_t* top = Blended(row, cache, offsets, groups, low);
         const uint8_t* bot = Blended(low, cache, offsets, groups, row);
-        Vertical(dst, top, bot, w8, groups);
+        if (cache.stream) Vertical<true>(dst, top, bot, w8, groups);
+        else Vertical<false>(dst, top, bot, w8, groups);
     }
+    if (cache.stream) cache.fence = Fence;
     // The trailing pixels take their weight from the byte at 4 * j.
     for (uint32_t j = groups; j < len; ++j) {
         const uint8_t* s = row + offsets[j];

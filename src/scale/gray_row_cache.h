@@ -11,7 +11,8 @@
 namespace tarn {
 
 struct GrayRowCache {
-    GrayRowCache(uint32_t len, uint32_t srcWidth) : len(len), srcWidth(srcWidth) {}
+    GrayRowCache(uint32_t len, uint32_t srcWidth, bool stream = false)
+        : len(len), srcWidth(srcWidth), stream(stream) {}
 
     // How the column tables of the grouped pixels run, found once per image.
     // Halves: every weight 128 and offsets o0 + step * j, so a blend is the
@@ -49,6 +50,19 @@ struct GrayRowCache {
     // call: a shrink skips rows, which the processor does not fetch ahead by
     // itself, so the blends ask for one of them while they run.
     const uint8_t* next[2] = {nullptr, nullptr};
+    // Set by the driver for a target too large to stay in the caches: a form
+    // may then store the target's rows around them (a 4K enlargement writes
+    // 8 MB that nothing reads back soon). Such a form leaves `fence`, which
+    // the cache calls once the image is done, so that the rows are in
+    // memory, in order, before the scale returns; a fence after every row
+    // would wait for each row's stores in turn.
+    bool stream = false;
+    void (*fence)() = nullptr;
+    ~GrayRowCache() {
+        if (fence) fence();
+    }
+    GrayRowCache(const GrayRowCache&) = delete;
+    GrayRowCache& operator=(const GrayRowCache&) = delete;
 };
 
 // Same arguments and bytes as GrayInnerRowPlain, with the cache of the image. The

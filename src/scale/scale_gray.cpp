@@ -19,6 +19,10 @@
 namespace tarn {
 namespace {
 
+// Targets of this many bytes or more are stored around the caches where a
+// form can (see GrayRowCache::stream).
+constexpr size_t kStreamedTarget = size_t(4) << 20;
+
 // Top and bottom rows are gathered whole. Where there are enough of them
 // (the row pairs of fields mark their bands in pairs, so half an enlarged
 // field picture is bottom rows) and writing the target cannot change the
@@ -136,7 +140,7 @@ void GrayRows(const ScaleRequest& request, const GrayTables& tables) {
         cached = RowsApart(dst, w, dstHeight, dstStride,
                              {AddrOf(src) + lo, AddrOf(src) + hi + size_t(srcWidth) + 8});
     }
-    GrayRowCache cache(cached ? middle : 0, srcWidth);
+    GrayRowCache cache(cached ? middle : 0, srcWidth, size_t(w) * dstHeight >= kStreamedTarget);
     const std::unique_ptr<const GrayGatherPlan> bandPlan = PlanBandRows(request, colOffsets, rowOffsets, rf, rl);
     const GrayPlannedGatherFn planned = bandPlan ? PickGrayPlannedGather() : nullptr;
     for (uint32_t y = 0; y < dstHeight; ++y) {

@@ -31,7 +31,9 @@ TEST(GrayRowCache, ScaledImagesAgreeAcrossForms) {
                           // Whole factors: shrinks by 2, 4 and 8 and doubling, odd widths among them.
                           {1920, 8, 960, 4},  {242, 10, 121, 5},  {484, 16, 121, 4},  {968, 24, 121, 3},
                           {1032, 9, 129, 3},  {61, 9, 122, 18},   {300, 9, 600, 18},  {77, 6, 154, 12},
-                          {38, 7, 19, 3},     {130, 11, 65, 5}};
+                          {38, 7, 19, 3},     {130, 11, 65, 5},
+                          // A target large enough to be stored around the caches.
+                          {1100, 1001, 2200, 2002}};
     std::mt19937 rng(31);
     const size_t margin = 48;
     for (const Size& s : sizes)
@@ -97,17 +99,25 @@ TEST(GrayRowCache, EachWayOfBlendingMatchesThePlainRow) {
         const uint32_t rows = 6;
         std::vector<uint8_t> src(size_t(stride) * rows);
         for (auto& b : src) b = uint8_t(rng());
-        GrayRowCache cache(middle, c.sw);
-        for (uint32_t y = 0; y + 1 < rows; ++y)
-            for (uint32_t rw : {0u, 128u, 0x4D4D4D4Du, 0xFFFFFFFFu}) {
-                std::vector<uint8_t> want(middle + 32, 0x3C), got(middle + 32, 0x3C);
-                const uint8_t* row = src.data() + size_t(stride) * y;
-                GrayInnerRowPlain(want.data(), row, block.data() + first, offsets.data() + first, middle, stride, rw);
-                GrayInnerRowCachedAvx2(got.data(), row, block.data() + first, offsets.data() + first, middle, stride,
-                                       rw, cache);
-                ASSERT_EQ(got, want) << c.sw << "->" << c.dw << " row " << y << " rw " << (rw & 255);
-            }
-        EXPECT_EQ(cache.run, c.run) << c.sw << "->" << c.dw;
+        // Streamed rows start their vector stores on a 32-byte boundary:
+        // targets that start off it by 0 to 31 bytes, the bytes around them
+        // left alone.
+        for (bool stream : {false, true}) {
+            GrayRowCache cache(middle, c.sw, stream);
+            for (uint32_t y = 0; y + 1 < rows; ++y)
+                for (uint32_t rw : {0u, 128u, 0x4D4D4D4Du, 0xFFFFFFFFu}) {
+                    const size_t skew = (y * 7 + rw) % 32 + 32;
+                    std::vector<uint8_t> want(middle + 96, 0x3C), got(middle + 96, 0x3C);
+                    const uint8_t* row = src.data() + size_t(stride) * y;
+                    GrayInnerRowPlain(want.data() + skew, row, block.data() + first, offsets.data() + first, middle,
+                                      stride, rw);
+                    GrayInnerRowCachedAvx2(got.data() + skew, row, block.data() + first, offsets.data() + first,
+                                           middle, stride, rw, cache);
+                    ASSERT_EQ(got, want) << c.sw << "->" << c.dw << " row " << y << " rw " << (rw & 255) << " stream "
+                                         << stream;
+                }
+            EXPECT_EQ(cache.run, c.run) << c.sw << "->" << c.dw;
+        }
     }
 }
 
