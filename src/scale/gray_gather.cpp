@@ -119,6 +119,23 @@ GatherForm PickGatherForm() {
 
 GrayPlannedGatherFn PickGrayPlannedGather() { return PickGatherForm().fn; }
 
+namespace {
+
+void CopyRow(uint8_t* dst, const uint8_t* src, uint32_t n) { std::memcpy(dst, src, n); }
+void NoFence() {}
+
+}  // namespace
+
+GrayRowStream PickGrayRowStream() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<GrayRowStream> t[] = {{SimdForm::Avx2, {GrayStreamRowAvx2, GrayStreamFenceAvx2}},
+                                                 {SimdForm::Plain, {CopyRow, NoFence}}};
+    return PickForm(t);
+#else
+    return {CopyRow, NoFence};
+#endif
+}
+
 bool GrayGatherLeadsOnItsOwn() { return PickGatherForm().leadOnItsOwn; }
 
 void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, const uint32_t* rowOffsets) {

@@ -67,6 +67,20 @@ void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* off
                            const GrayGatherPlan& plan, const uint8_t* ahead);
 #endif
 
+// Whole rows stored around the caches, for targets too large to stay in
+// them: `row` copies n bytes to dst, and `fence`, once after the last row,
+// puts them in memory in order. The plain form copies and has no fence.
+struct GrayRowStream {
+    void (*row)(uint8_t* dst, const uint8_t* src, uint32_t n);
+    void (*fence)();
+};
+GrayRowStream PickGrayRowStream();
+
+#if defined(TARN_HAVE_X86_SIMD)
+void GrayStreamRowAvx2(uint8_t* dst, const uint8_t* src, uint32_t n);
+void GrayStreamFenceAvx2();
+#endif
+
 // The nearest plan of ScaleGray over the whole image from its tables
 // (offsets in bytes; row offsets as RowDelta reads them).
 void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, const uint32_t* rowOffsets);

@@ -5,6 +5,9 @@
 // gathered as the plain form gathers them.
 #include <immintrin.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "scale/gray_gather.h"
 #include "scale/gray_strided.h"
 
@@ -47,5 +50,19 @@ void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* off
     const uint32_t done = blocks * kB;
     GrayGatherRow(dst + done, row, offsets + done, len - done);
 }
+
+// Plain stores up to the first 32-byte boundary of the target, then
+// non-temporal ones, which need it, and plain ones for the tail.
+void GrayStreamRowAvx2(uint8_t* dst, const uint8_t* src, uint32_t n) {
+    const uint32_t lead = std::min<uint32_t>(n, uint32_t(-reinterpret_cast<uintptr_t>(dst) & 31));
+    std::memcpy(dst, src, lead);
+    uint32_t i = lead;
+    for (; i + 32 <= n; i += 32)
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(dst + i),
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i)));
+    std::memcpy(dst + i, src + i, n - i);
+}
+
+void GrayStreamFenceAvx2() { _mm_sfence(); }
 
 }  // namespace tarn

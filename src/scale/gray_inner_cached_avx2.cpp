@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "scale/gray_gather.h"
 #include "scale/gray_row_cache.h"
 #include "scale/gray_strided.h"
 #include "scale/pixel_lanes.h"
@@ -233,8 +234,6 @@ inline uint32_t Lead(const uint8_t* dst, uint32_t groups) {
     return std::min<uint32_t>(groups, uint32_t(-reinterpret_cast<uintptr_t>(dst) & 31));
 }
 
-void Fence() { _mm_sfence(); }
-
 // dst = (top (256 - w) + bottom w) >> 8 over bytes, as top + floor((bottom - top) w / 256).
 template <bool Stream>
 void Vertical(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8, uint32_t groups) {
@@ -268,15 +267,6 @@ void Vertical(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8,
     for (; j < groups; ++j) dst[j] = uint8_t(LerpByte(top[j], bot[j], w8));
 }
 
-// A cached blend as the target row, streamed.
-void StreamCopy(uint8_t* dst, const uint8_t* src, uint32_t n) {
-    const uint32_t lead = Lead(dst, n);
-    std::memcpy(dst, src, lead);
-    uint32_t i = lead;
-    for (; i + 32 <= n; i += 32) Put<true>(dst + i, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i)));
-    std::memcpy(dst + i, src + i, n - i);
-}
-
 }  // namespace
 
 void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
@@ -287,7 +277,7 @@ void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* wei
     const uint32_t w8 = rw & 255;
     if (w8 == 0) {
         if (const uint8_t* top = Cached(row, cache)) {
-            if (cache.stream) StreamCopy(dst, top, groups);
+            if (cache.stream) GrayStreamRowAvx2(dst, top, groups);
             else std::memcpy(dst, top, groups);
         }
         else BlendRow(dst, row, cache, offsets, groups);
@@ -299,7 +289,7 @@ void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* wei
         if (cache.stream) Vertical<true>(dst, top, bot, w8, groups);
         else Vertical<false>(dst, top, bot, w8, groups);
     }
-    if (cache.stream) cache.fence = Fence;
+    if (cache.stream) cache.fence = GrayStreamFenceAvx2;
     // The trailing pixels take their weight from the byte at 4 * j.
     for (uint32_t j = groups; j < len; ++j) {
         const uint8_t* s = row + offsets[j];

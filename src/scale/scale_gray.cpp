@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 
 #include "platform/byte_span.h"
 #include "scale/axis_table.h"
@@ -50,11 +51,49 @@ std::unique_ptr<const GrayGatherPlan> PlanBandRows(const ScaleRequest& request, 
         new (std::nothrow) GrayGatherPlan(colOffsets, width, GrayGatherLeadsOnItsOwn()));
 }
 
+// Band rows of a target stored around the caches: each is gathered aside
+// once per source row and streamed from there, since a copy of a row above
+// would read back what went to memory. Field pairs alternate between two
+// source rows, so two rows are kept.
+class AsideRows {
+public:
+    AsideRows(uint32_t width, GrayRowStream stream)
+        : width_(width), stream_(stream), rows_(new (std::nothrow) uint8_t[2 * size_t(width)]) {}
+    explicit operator bool() const { return rows_ != nullptr; }
+
+    void Row(uint8_t* d, const uint8_t* src, uint32_t offset, const uint32_t* colOffsets,
+             const GrayGatherPlan& plan, GrayPlannedGatherFn planned) {
+        int slot = tag_[0] == offset && held_[0] ? 0 : tag_[1] == offset && held_[1] ? 1 : -1;
+        if (slot < 0) {
+            slot = next_;
+            next_ ^= 1;
+            tag_[slot] = offset, held_[slot] = true;
+            planned(rows_.get() + size_t(slot) * width_, src + RowDelta(offset), colOffsets, width_, plan, nullptr);
+        }
+        stream_.row(d, rows_.get() + size_t(slot) * width_, width_);
+        streamed_ = true;
+    }
+    ~AsideRows() {
+        if (streamed_) stream_.fence();
+    }
+
+private:
+    uint32_t width_;
+    GrayRowStream stream_;
+    std::unique_ptr<uint8_t[]> rows_;
+    uint32_t tag_[2] = {0, 0};
+    bool held_[2] = {false, false};
+    int next_ = 0;
+    bool streamed_ = false;
+};
+
 // A top or bottom row planned as above. It is the gather of its table row,
 // so where one of the two rows above was gathered from the same source row
 // (field pairs repeat each pair of rows when they enlarge) it is a copy.
 void BandRow(uint8_t* d, uint32_t y, const uint32_t* colOffsets, const uint32_t* rowOffsets, uint32_t rf,
-             uint32_t rl, const ScaleRequest& request, const GrayGatherPlan& plan, GrayPlannedGatherFn planned) {
+             uint32_t rl, const ScaleRequest& request, const GrayGatherPlan& plan, GrayPlannedGatherFn planned,
+             AsideRows* aside) {
+    if (aside) return aside->Row(d, request.source.pixels, rowOffsets[y], colOffsets, plan, planned);
     const intptr_t stride = request.target.stride;
     for (uint32_t back = 1; back <= 2 && back <= y; ++back) {
         const uint32_t above = y - back;
@@ -140,9 +179,13 @@ void GrayRows(const ScaleRequest& request, const GrayTables& tables) {
         cached = RowsApart(dst, w, dstHeight, dstStride,
                              {AddrOf(src) + lo, AddrOf(src) + hi + size_t(srcWidth) + 8});
     }
-    GrayRowCache cache(cached ? middle : 0, srcWidth, size_t(w) * dstHeight >= kStreamedTarget);
+    const bool stream = size_t(w) * dstHeight >= kStreamedTarget;
+    GrayRowCache cache(cached ? middle : 0, srcWidth, stream);
     const std::unique_ptr<const GrayGatherPlan> bandPlan = PlanBandRows(request, colOffsets, rowOffsets, rf, rl);
     const GrayPlannedGatherFn planned = bandPlan ? PickGrayPlannedGather() : nullptr;
+    std::optional<AsideRows> aside;
+    if (bandPlan && stream) aside.emplace(dstWidth, PickGrayRowStream());
+    AsideRows* const asidePtr = aside && *aside ? &*aside : nullptr;
     for (uint32_t y = 0; y < dstHeight; ++y) {
         uint8_t* d = dst + static_cast<intptr_t>(dstStride) * y;
         const uint8_t* r = src + RowDelta(rowOffsets[y]);
@@ -150,7 +193,7 @@ void GrayRows(const ScaleRequest& request, const GrayTables& tables) {
         const bool centre = y >= rf && y < rl;
         if (!centre) {
             if (wholeRows && y < rf) std::memcpy(d, r, w);
-            else if (bandPlan) BandRow(d, y, colOffsets, rowOffsets, rf, rl, request, *bandPlan, planned);
+            else if (bandPlan) BandRow(d, y, colOffsets, rowOffsets, rf, rl, request, *bandPlan, planned, asidePtr);
             else GrayGatherRow(d, r, colOffsets, dstWidth);
             continue;
         }

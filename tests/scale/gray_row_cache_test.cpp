@@ -147,6 +147,40 @@ TEST(GrayStrided, TheLastBlockTakesOnlySamplesWithinReach) {
 }
 #endif
 
+// A field-paired enlargement large enough to be stored around the caches:
+// its top and bottom band rows (half the picture, as the pair marks count
+// pairs) are each the gather of their table row, in every form, whichever
+// way they reach the target.
+TEST(GrayRowCache, StreamedBandRowsAreTheGathersOfTheirTableRows) {
+    const uint32_t sw = 1100, sh = 1001, dw = 2200, dh = 2002;
+    const double sx = double(sw) / dw, sy = double(sh) / dh;
+    std::vector<uint8_t> colWeights(dw);
+    std::vector<uint32_t> cols(dw), rowWeights(dh), rows(dh);
+    uint32_t cf, cl, rf, rl;
+    BuildGrayColumnTable(dw, sw, colWeights.data(), cols.data(), 0.0, sx, &cf, &cl, AxisFilter::Bilinear);
+    BuildGrayRowTable(dh, sh, rowWeights.data(), rows.data(), int32_t(sw), 0.0, sy, &rf, &rl, AxisFilter::FieldPairs);
+    ASSERT_GT(dh - rl, dh / 3) << "a large part of the target is band rows";
+    std::mt19937 rng(37);
+    std::vector<uint8_t> src(size_t(sw) * sh);
+    for (auto& b : src) b = uint8_t(rng());
+    for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+        if (HostSimdForm() < form) continue;
+        ScopedKernelChoice choice(g_cpuFeatures, form);
+        // Rows start 3 bytes past a 32-byte boundary and carry 5 bytes of padding.
+        const int32_t stride = int32_t(dw + 5);
+        std::vector<uint8_t> out(size_t(stride) * dh + 64, 0x6E);
+        uint8_t* dst = out.data() + 3;
+        ScaleImage({dst, dw, dh, stride, 1}, {src.data(), sw, sh, int32_t(sw), 1}, {sx, sy}, 5, nullptr);
+        for (uint32_t y = 0; y < dh; ++y) {
+            if (y >= rf && y < rl) continue;
+            const uint8_t* d = dst + size_t(stride) * y;
+            const uint8_t* s = src.data() + rows[y];
+            for (uint32_t x = 0; x < dw; ++x) ASSERT_EQ(d[x], s[cols[x]]) << FormName(form) << " " << y << " " << x;
+            for (uint32_t x = dw; x < dw + 5 && y + 1 < dh; ++x) ASSERT_EQ(d[x], 0x6E);
+        }
+    }
+}
+
 TEST(GrayRowCache, TargetOverTheSourceRunsRowByRow) {
     // A 2x enlargement written over the buffer that holds its source: rows
     // written early change rows read later. Without the cache the widest
