@@ -75,7 +75,7 @@ InnerRowFn PickInnerRow(uint32_t srcBytes, uint32_t dstBytes) {
 #endif
 }
 
-InnerRowFn PickHalvesInnerRow(uint32_t pixelBytes, const uint32_t* cw, const uint32_t* co, uint32_t len) {
+HalvesInnerFn PickHalvesInnerRow(uint32_t pixelBytes, const uint32_t* cw, const uint32_t* co, uint32_t len) {
 #if defined(TARN_HAVE_X86_SIMD)
     if (len < 2 || (pixelBytes != 3 && pixelBytes != 4)) return nullptr;
     uint32_t least = ~0u, most = 0;
@@ -91,7 +91,7 @@ InnerRowFn PickHalvesInnerRow(uint32_t pixelBytes, const uint32_t* cw, const uin
     else if (pixelBytes == 4 && least == 4 * 2 && most == 4 * 2) loads = Adjacent4;
     else if (pixelBytes == 4 && least >= 4 * 2 && most < 0x80000000u) loads = Spread4;
     if (loads == None) return nullptr;
-    static const FormEntry<InnerRowFn> t[3][2] = {
+    static const FormEntry<HalvesInnerFn> t[3][2] = {
         {{SimdForm::Avx2, InnerRow33AdjacentHalvesAvx2}, {SimdForm::Plain, nullptr}},
         {{SimdForm::Avx2, InnerRow44AdjacentHalvesAvx2}, {SimdForm::Plain, nullptr}},
         {{SimdForm::Avx2, InnerRow44SpreadHalvesAvx2}, {SimdForm::Plain, nullptr}}};

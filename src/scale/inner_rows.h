@@ -4,6 +4,7 @@
 // gives the bytes of its plain form; tests compare them on awkward sizes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tarn {
@@ -27,8 +28,12 @@ constexpr uint32_t kHalfWord = 0x80808080u;
 // every column word of the run is kHalfWord and the offsets step as one of
 // its loads needs (3-byte samples adjacent; 4-byte samples at least one pixel
 // apart), or no fast form exists. The caller gives it these tables only, and
-// a target apart from the source.
-InnerRowFn PickHalvesInnerRow(uint32_t pixelBytes, const uint32_t* cw, const uint32_t* co, uint32_t len);
+// a target apart from the source. While it works a row it asks for the
+// bytes `ahead` further on than those it reads (the next row's, where a
+// shrink skips rows the processor would not fetch on its own); 0 for none.
+using HalvesInnerFn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co,
+                               uint32_t len, int32_t below, uint32_t rw, intptr_t ahead);
+HalvesInnerFn PickHalvesInnerRow(uint32_t pixelBytes, const uint32_t* cw, const uint32_t* co, uint32_t len);
 
 // Single-channel Inner over a run; `weights` points into the driver's block,
 // whose layout the trailing pixels depend on (they read the byte at 4 * j).
@@ -47,9 +52,9 @@ void InnerRow33Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, 
 void InnerRow34Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 void InnerRow43Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
 void InnerRow44Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-void InnerRow33AdjacentHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-void InnerRow44AdjacentHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
-void InnerRow44SpreadHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+void InnerRow33AdjacentHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, intptr_t);
+void InnerRow44AdjacentHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, intptr_t);
+void InnerRow44SpreadHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, intptr_t);
 void GrayInnerRowSse2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
                       uint32_t len, int32_t below, uint32_t rw);
 #endif

@@ -45,14 +45,18 @@ struct Adjacent4 {
     static __m256i Order(__m256i v) { return _mm256_permute4x64_epi64(v, _MM_SHUFFLE(3, 1, 2, 0)); }
 };
 
-// 4-byte pixels at least two apart: 16 bytes from each sample.
+// 4-byte pixels at least two apart: 16 bytes from each sample but the last,
+// which reach no further than the next sample's S+.
 struct Spread4 {
     static constexpr uint32_t kPixelBytes = 4;
     static void Load(const uint8_t* s, const uint32_t* co, __m256i& e, __m256i& o) {
         const __m256 p01 = _mm256_castsi256_ps(Load16Pair(s + co[0], s + co[1]));
         const __m256 p23 = _mm256_castsi256_ps(Load16Pair(s + co[2], s + co[3]));
         const __m256 p45 = _mm256_castsi256_ps(Load16Pair(s + co[4], s + co[5]));
-        const __m256 p67 = _mm256_castsi256_ps(Load16Pair(s + co[6], s + co[7]));
+        // The last pixel's pair alone, which may end the source.
+        const __m128i p7 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(s + co[7]));
+        const __m256 p67 = _mm256_castsi256_ps(
+            _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + co[6]))), p7, 1));
         // [S0 S0+ S2 S2+ | S1 S1+ S3 S3+], then pixels [0 2 4 6 | 1 3 5 7]
         const __m256 lo = _mm256_shuffle_ps(p01, p23, _MM_SHUFFLE(1, 0, 1, 0));
         const __m256 hi = _mm256_shuffle_ps(p45, p67, _MM_SHUFFLE(1, 0, 1, 0));
@@ -81,17 +85,28 @@ struct Adjacent3 {
     static __m256i Order(__m256i v) { return _mm256_permute4x64_epi64(v, _MM_SHUFFLE(3, 1, 2, 0)); }
 };
 
-template <class L>
+inline void Fetch(const uint8_t* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
+
+template <class L, uint32_t kFetchEvery>
 void Halves(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len, int32_t below,
-            uint32_t rw) {
+            uint32_t rw, intptr_t ahead) {
     constexpr uint32_t DB = L::kPixelBytes;
-    // A step leaves the run's last pixel to the rest where its 16-byte loads
-    // reach past that pixel's S+ (which may end the source), or where its
-    // pitch-3 stores write three bytes after the eighth pixel's spill.
-    constexpr uint32_t after = DB == 3 || std::is_same_v<L, Spread4> ? 1 : 0;
+    // With 3-byte pixels a step leaves the run's last pixel to the rest: its
+    // 16-byte loads reach past that pixel's S+ (which may end the source),
+    // and its pitch-3 stores write three bytes after the eighth pixel's spill.
+    constexpr uint32_t after = DB == 3 ? 1 : 0;
     const uint8_t* bottom = row + below;
     uint32_t j = 0;
     for (; j + 8 + after <= len; j += 8) {
+        if constexpr (kFetchEvery != 0) {
+            // The lines of the next row's samples: those of the group's
+            // first, and where samples lie further apart, of every
+            // kFetchEvery-th one.
+            for (uint32_t i = 0; i < 8; i += kFetchEvery) {
+                Fetch(row + ahead + co[j + i]);
+                Fetch(bottom + ahead + co[j + i]);
+            }
+        }
         __m256i te, to, be, bo;
         L::Load(row, co + j, te, to);
         L::Load(bottom, co + j, be, bo);
@@ -112,10 +127,24 @@ void Halves(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t
     }
 }
 
+template <class L>
+void Run(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw,
+         intptr_t ahead) {
+    // Adjacent samples: eight pixels read one line or two of a row. Spread
+    // ones: one line per 64 bytes the samples step on average.
+    const uint64_t span = n > 1 && co[n - 1] > co[0] ? co[n - 1] - co[0] : 0;
+    const uint64_t stride = n > 1 ? span / (n - 1) : 0;
+    if (!ahead) Halves<L, 0>(d, r, cw, co, n, b, rw, 0);
+    else if (!std::is_same_v<L, Spread4>) Halves<L, 8>(d, r, cw, co, n, b, rw, ahead);
+    else if (stride <= 16) Halves<L, 4>(d, r, cw, co, n, b, rw, ahead);
+    else if (stride <= 32) Halves<L, 2>(d, r, cw, co, n, b, rw, ahead);
+    else Halves<L, 1>(d, r, cw, co, n, b, rw, ahead);
+}
+
 }  // namespace
 
-void InnerRow44AdjacentHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Halves<Adjacent4>(d, r, cw, co, n, b, rw); }
-void InnerRow44SpreadHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Halves<Spread4>(d, r, cw, co, n, b, rw); }
-void InnerRow33AdjacentHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw) { Halves<Adjacent3>(d, r, cw, co, n, b, rw); }
+void InnerRow44AdjacentHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw, intptr_t ahead) { Run<Adjacent4>(d, r, cw, co, n, b, rw, ahead); }
+void InnerRow44SpreadHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw, intptr_t ahead) { Run<Spread4>(d, r, cw, co, n, b, rw, ahead); }
+void InnerRow33AdjacentHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw, intptr_t ahead) { Run<Adjacent3>(d, r, cw, co, n, b, rw, ahead); }
 
 }  // namespace tarn

@@ -170,13 +170,20 @@ struct CachedMiddle {
 // The middle band's Inner for rows whose word is kHalfWord, where a fast
 // form works such rows on the band's column table and the target lies apart
 // from every source row read (`apart`).
+// Each row asks for the next target row's source rows while it works.
 struct HalvesMiddle {
-    InnerRowFn fn = nullptr;
-    HalvesMiddle(const DriverTables& t, const Bands& b, bool apart, uint32_t pixelBytes) {
+    HalvesInnerFn fn = nullptr;
+    const AxisTable& rows;
+    HalvesMiddle(const DriverTables& t, const Bands& b, bool apart, uint32_t pixelBytes) : rows(t.rows) {
         if (apart && b.middle)
             fn = PickHalvesInnerRow(pixelBytes, t.cols.weights + b.colFirst, t.cols.offsets + b.colFirst, b.middle);
     }
-    InnerRowFn For(uint32_t rw) const { return rw == kHalfWord ? fn : nullptr; }
+    bool Takes(uint32_t rw) const { return fn && rw == kHalfWord; }
+    void operator()(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len,
+                    int32_t below, uint32_t rw, uint32_t y, uint32_t rowLast) const {
+        const intptr_t ahead = y + 1 < rowLast ? RowDelta(rows.offsets[y + 1]) - RowDelta(rows.offsets[y]) : 0;
+        fn(dst, row, cw, co, len, below, rw, ahead);
+    }
 };
 
 // Bilinear, field pairs and the area word in the 3-to-3, 3-to-4 and 4-to-3
@@ -208,8 +215,8 @@ void BilinearRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) 
                 else return Lerp(Load4(s), Load4(s + stride), rw);
             };
             RunBand<DB, k3>(d, row, c.weights, c.offsets, b.left, vertical);
-            if (const InnerRowFn half = halves.For(rw))
-                half(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw);
+            if (halves.Takes(rw))
+                halves(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw, y, b.rowLast);
             else if (middle.Ready())
                 middle.fn(dm, row, c.weights + b.colFirst, c.offsets + b.colFirst, b.middle, stride, rw, middle.cache);
             else if (b.middle)
@@ -267,8 +274,8 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
                 RunBand<DB, false>(dm, row, cwm, com, b.middle, horizontal);
             } else if (SB == 4 && rw == 0xFFFFFFFFu) {
                 RunBand<DB, false>(dm, row + stride, cwm, com, b.middle, horizontal);
-            } else if (const InnerRowFn half = halves.For(rw)) {
-                half(dm, row, cwm, com, b.middle, stride, rw);
+            } else if (halves.Takes(rw)) {
+                halves(dm, row, cwm, com, b.middle, stride, rw, y, b.rowLast);
             } else if (middle.Ready()) {
                 middle.fn(dm, row, cwm, com, b.middle, stride, rw, middle.cache);
             } else if (b.middle) {
