@@ -33,6 +33,10 @@ struct InnerRowCache {
     int32_t* groupBase = nullptr;
     int32_t* groupPieces = nullptr;  // 8 per group
     const uint32_t* plannedFor = nullptr;
+    // 4-byte rows: stores from the first 32-byte boundary of the run on that
+    // bypass the caches, for a large target, where the run starts on a
+    // 16-byte boundary. The caller fences once after its last row.
+    bool stream = false;
 
     bool Ready() const { return lanes[0] && lanes[1] && (rows < 3 || lanes[2]) && groupBase && groupPieces; }
 };

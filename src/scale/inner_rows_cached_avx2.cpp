@@ -92,6 +92,22 @@ int Blended(InnerRowCache& cache, const uint8_t* row, int keep, const uint32_t* 
 
 inline __m256i Lanes(const uint16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 
+// Two groups per store from pixel j on: the pack leaves [0 1 4 5 | 2 3 6 7],
+// the permute orders them. Returns where the pairs stop.
+template <bool kStream>
+uint32_t Pairs(uint8_t* dst, const uint16_t* a, const uint16_t* b, uint32_t j, uint32_t n4, __m256i rw16,
+               __m256i rwi) {
+    for (; j + 8 <= n4; j += 8) {
+        const __m256i lo = LerpLanes(Lanes(a + 4 * size_t(j)), Lanes(b + 4 * size_t(j)), rw16, rwi);
+        const __m256i hi = LerpLanes(Lanes(a + 4 * size_t(j) + 16), Lanes(b + 4 * size_t(j) + 16), rw16, rwi);
+        const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0));
+        __m256i* d = reinterpret_cast<__m256i*>(dst + 4 * size_t(j));
+        if constexpr (kStream) _mm256_stream_si256(d, px);
+        else _mm256_storeu_si256(d, px);
+    }
+    return j;
+}
+
 template <uint32_t SB>
 void Cached(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len, int32_t below,
             uint32_t rw, InnerRowCache& cache) {
@@ -114,18 +130,16 @@ void Cached(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t
                 StorePitch3(dst + 3 * size_t(j), _mm256_castsi256_si128(px), j + 4 < len);
             }
         } else {
-            // Two groups per store: the pack leaves [0 1 4 5 | 2 3 6 7], the permute orders them.
-            for (; j + 8 <= n4; j += 8) {
-                const __m256i lo = LerpLanes(Lanes(a + 4 * size_t(j)), Lanes(b + 4 * size_t(j)), rw16, rwi);
-                const __m256i hi = LerpLanes(Lanes(a + 4 * size_t(j) + 16), Lanes(b + 4 * size_t(j) + 16), rw16, rwi);
-                const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0));
-                _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 4 * size_t(j)), px);
-            }
-            if (j < n4) {
-                const __m256i v = LerpLanes(Lanes(a + 4 * size_t(j)), Lanes(b + 4 * size_t(j)), rw16, rwi);
+            auto group = [&](uint32_t at) {
+                const __m256i v = LerpLanes(Lanes(a + 4 * size_t(at)), Lanes(b + 4 * size_t(at)), rw16, rwi);
                 const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(v, zero), _MM_SHUFFLE(3, 1, 2, 0));
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4 * size_t(j)), _mm256_castsi256_si128(px));
-            }
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4 * size_t(at)), _mm256_castsi256_si128(px));
+            };
+            const uintptr_t at = reinterpret_cast<uintptr_t>(dst);
+            const bool stream = cache.stream && at % 16 == 0;
+            if (stream && at % 32 && n4 >= 4) group(0), j = 4;
+            j = stream ? Pairs<true>(dst, a, b, j, n4, rw16, rwi) : Pairs<false>(dst, a, b, j, n4, rw16, rwi);
+            if (j < n4) group(j);
         }
     }
     if (n4 < len) {

@@ -247,6 +247,7 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
     const bool apart = SourceApart(r, t.rows, stride);
     const HalvesMiddle halves(t, b, apart && !wholeRows, SB);
     CachedMiddle middle(r, b, apart && !wholeRows && !halves.fn, SB);
+    uint32_t lead = 0;  // middle pixels before those the cache takes
     // Row y into `d`.
     auto buildRow = [&](uint8_t* d, uint32_t y) {
         const uint8_t* row = SourceRow(src, t.rows, y);
@@ -277,7 +278,8 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
             } else if (halves.Takes(rw)) {
                 halves(dm, row, cwm, com, b.middle, stride, rw, y, b.rowLast);
             } else if (middle.Ready()) {
-                middle.fn(dm, row, cwm, com, b.middle, stride, rw, middle.cache);
+                if (lead) inner(dm, row, cwm, com, lead, stride, rw);
+                middle.fn(dm + DB * lead, row, cwm + lead, com + lead, b.middle - lead, stride, rw, middle.cache);
             } else if (b.middle) {
                 inner(dm, row, cwm, com, b.middle, stride, rw);
             }
@@ -296,8 +298,22 @@ void FadeRows(const ScaleRequest& r, const DriverTables& t, const Bands& b) {
                 RunBand<DB, false>(dr, row, cwr, cor, b.right, corner);
         }
     };
-    // 4-byte rows of a large target are built aside and streamed.
+    // 4-byte rows of a large target are built aside and streamed; or, where
+    // the cache streams its rows, in place with the middle band's stores
+    // bypassing the caches, after the `lead` pixels that bring it to a
+    // 16-byte boundary, which then falls in the same place in every row.
     const StreamedRow aside(r, SB == 4 && apart);
+    const uintptr_t middleAt = AddrOf(dst + size_t(b.colFirst) * DB);
+    if (aside && middle.Ready() && dstStride % 16 == 0 && middleAt % 4 == 0) {
+        lead = uint32_t(-middleAt % 16 / 4);
+        if (b.middle >= lead + 8) {
+            middle.cache.stream = true;
+            for (uint32_t y = 0; y < h; ++y) buildRow(TargetRow(dst, dstStride, y), y);
+            aside.store(dst, dst, 0);  // an empty row: the fence after the streamed stores
+            return;
+        }
+        lead = 0;
+    }
     for (uint32_t y = 0; y < h; ++y) {
         if (!aside) {
             buildRow(TargetRow(dst, dstStride, y), y);

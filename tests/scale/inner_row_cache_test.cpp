@@ -12,6 +12,7 @@
 #include "platform/cpu_features.h"
 #include "platform/form_table.h"
 #include "scale/inner_rows.h"
+#include "scale/nearest_rows.h"
 #include "scale/scale.h"
 
 namespace tarn {
@@ -100,6 +101,43 @@ TEST(InnerRowCache, ImagesAgreeAcrossFormsInPlaceToo) {
                     if (first.empty()) first = result;
                     else ASSERT_EQ(result, first) << pb << " bytes, " << sw << "x" << sh << " mode " << mode
                                                   << (inPlace ? " in place " : " ") << FormName(form);
+                }
+            }
+}
+
+TEST(InnerRowCache, LargeTargetsStreamThePlainBytes) {
+    // A 4-byte enlargement into a target large enough to be stored around
+    // the caches: in place from the cache where the stride keeps the middle
+    // band on one 16-byte phase (the run then starts 0 to 3 pixels before a
+    // boundary), built aside otherwise. Every form gives the plain bytes and
+    // leaves the bytes around the target alone.
+    const uint32_t sw = 1001, sh = 713, dw = 1777, dh = 1777;
+    ASSERT_TRUE(StreamsTarget(size_t(dw) * 4 * dh));
+    std::mt19937 rng(41);
+    std::vector<uint8_t> src(size_t(sw) * 4 * sh);
+    for (auto& b : src) b = uint8_t(rng());
+    for (uint32_t pad : {12u, 0u})
+        for (uint32_t shift : {0u, 4u, 12u})
+            for (uint32_t mode : {1u, 5u}) {
+                if (pad == 0 && shift) continue;
+                const int32_t stride = int32_t(dw * 4 + pad);
+                const size_t bytes = size_t(stride) * dh;
+                std::vector<uint8_t> first;
+                for (SimdForm form : {SimdForm::Plain, SimdForm::Avx2}) {
+                    if (HostSimdForm() < form) continue;
+                    ScopedKernelChoice choice(g_cpuFeatures, form);
+                    // 64 bytes of canary on both sides of the target, which
+                    // starts `shift` bytes past a 64-byte boundary.
+                    std::vector<uint8_t> block(bytes + 256, 0x6B);
+                    const size_t skew = (64 - reinterpret_cast<uintptr_t>(block.data()) % 64) % 64;
+                    uint8_t* dst = block.data() + skew + 64 + shift;
+                    ScaleImage({dst, dw, dh, stride, 4}, {src.data(), sw, sh, int32_t(sw * 4), 4},
+                               {double(sw) / dw, double(sh) / dh}, mode, nullptr);
+                    for (size_t i = 0; i < 64; ++i) ASSERT_EQ(dst[-1 - ptrdiff_t(i)], 0x6B) << FormName(form);
+                    for (size_t i = 0; i < 64; ++i) ASSERT_EQ(dst[bytes + i], 0x6B) << FormName(form);
+                    std::vector<uint8_t> got(dst, dst + bytes);
+                    if (first.empty()) first = std::move(got);
+                    else ASSERT_TRUE(got == first) << "pad " << pad << " shift " << shift << " mode " << mode;
                 }
             }
 }
