@@ -10,6 +10,7 @@
 // 3-byte pixels are spread to four 16-bit lanes as they are read.
 #include <immintrin.h>
 
+#include <cstring>
 #include <vector>
 
 #include "scale/area_shrink.h"
@@ -129,23 +130,54 @@ void EmitRow(uint8_t* out, const uint16_t* s, uint32_t width, uint32_t c, uint32
 
 
 // Pixels of 3 or 4 bytes 4 or 8 wide: the box sums eight target pixels at
-// a time, the few pixels after the last block summed one by one. With
-// 3-byte pixels a block reads 16 bytes for each four samples, up to 4 past
-// its last one, so the last pixel of a row is never in a block.
+// a time. With 3-byte pixels a block reads 16 bytes for each four samples,
+// up to 4 past its last one, so the last pixel of a row is never in a
+// block. The pixels after the whole blocks come from one more block, the
+// last eight the blocks may cover, worked into a scratch and copied out for
+// the pixels not yet written; the rest (rows of fewer than eight, the last
+// 3-byte pixel) are summed one by one.
 void QuadRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t fx, uint32_t fy,
               uint32_t c, int32_t srcStride, int32_t dstStride, uint32_t shift) {
-    const uint32_t blocks = c == 4 ? dstWidth / 8 : (dstWidth - 1) / 8;
+    const uint32_t covered = c == 4 ? dstWidth : dstWidth - 1;
+    const uint32_t blocks = covered / 8;
     const QuadBoxes q{c, c, fx, fy, srcStride, QuadBoxes::Round, {}, shift};
     for (uint32_t t = 0; t < dstHeight; ++t, dst += dstStride) {
         const uint8_t* row = src + intptr_t(t) * fy * srcStride;
         QuadBoxBlocksAvx2(dst, row, blocks, q);
-        for (uint32_t x = 8 * blocks; x < dstWidth; ++x)
+        uint32_t x = 8 * blocks;
+        if (blocks > 0 && x < covered) {
+            uint8_t last[32];
+            const uint32_t from = covered - 8;
+            QuadBoxBlocksAvx2(last, row + size_t(from) * fx * c, 1, q);
+            std::memcpy(dst + size_t(x) * c, last + size_t(x - from) * c, size_t(covered - x) * c);
+            x = covered;
+        }
+        for (; x < dstWidth; ++x)
             for (uint32_t ch = 0; ch < c; ++ch) {
                 uint32_t sum = 0;
                 for (uint32_t j = 0; j < fy; ++j)
                     for (uint32_t i = 0; i < fx; ++i) sum += row[intptr_t(j) * srcStride + (x * fx + i) * c + ch];
                 dst[x * c + ch] = uint8_t((sum + (1u << (shift - 1))) >> shift);
             }
+    }
+}
+
+// 4-byte pixels two wide, at least eight of them a row: eight target
+// pixels at a time, the pixels after the whole eights from one more eight
+// ending at the row's end, worked into a scratch and copied out for the
+// pixels not yet written.
+void PairRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t fy, int32_t srcStride,
+              int32_t dstStride, uint32_t shift) {
+    const uint32_t eights = dstWidth / 8, done = 8 * eights;
+    for (uint32_t t = 0; t < dstHeight; ++t, dst += dstStride) {
+        const uint8_t* row = src + intptr_t(t) * fy * srcStride;
+        PairBoxBlocksAvx2(dst, row, eights, srcStride, fy, shift);
+        if (done < dstWidth) {
+            uint8_t last[32];
+            const uint32_t from = dstWidth - 8;
+            PairBoxBlocksAvx2(last, row + size_t(from) * 8, 1, srcStride, fy, shift);
+            std::memcpy(dst + size_t(done) * 4, last + size_t(done - from) * 4, size_t(dstWidth - done) * 4);
+        }
     }
 }
 
@@ -219,6 +251,10 @@ void AreaBoxExactAvx2(const ScaleTarget& target, const ScaleSource& source, uint
     const uint32_t fx = srcWidth / dstWidth, fy = srcHeight / dstHeight;
     if (c != 1 && (fx == 4 || fx == 8)) {
         QuadRows(dst, src, dstWidth, dstHeight, fx, fy, c, srcStride, dstStride, shift);
+        return;
+    }
+    if (c == 4 && fx == 2 && dstWidth >= 8) {
+        PairRows(dst, src, dstWidth, dstHeight, fy, srcStride, dstStride, shift);
         return;
     }
     if (c == 1 && (fx == 2 || fx == 4)) {

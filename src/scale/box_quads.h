@@ -1,5 +1,6 @@
 // Boxes four or eight samples wide that follow one another along a row (a
-// shrink by 4 or 8 on the columns), summed eight target pixels at a time.
+// shrink by 4 or 8 on the columns), summed eight target pixels at a time;
+// and boxes two 4-byte samples wide, rounded.
 // Each run of four samples is added pairwise as it is read, the rows are
 // added, and the fours of a box joined at the end, all in 16-bit lanes (at
 // most 256 samples of 255 fit). The sums are integers, so their order is
@@ -32,6 +33,12 @@ struct QuadBoxes {
 // box). With 3-byte samples each four is read as 16 bytes, three past the
 // fourth sample's 4-byte load: the caller keeps them inside its memory.
 void QuadBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q);
+
+// `eights` runs of eight boxes two 4-byte samples wide and `rows` rows tall
+// (at most 256 samples a box), one after another from `src`: each channel's
+// (sum + 2^(shift-1)) >> shift, as 4-byte target pixels.
+void PairBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t eights, intptr_t stride, uint32_t rows,
+                       uint32_t shift);
 #endif
 
 }  // namespace tarn

@@ -241,7 +241,28 @@ void BlocksOf(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes
     else (q.rows == 8 ? Blocks<SP, DP, 2, 8> : Blocks<SP, DP, 2, 0>)(dst, src, blocks, q);
 }
 
+// Rounded means of boxes two 4-byte samples wide: sums of R rows (R = 0:
+// `rows`) of pair sums, plus half the divisor, shifted down.
+template <uint32_t R>
+void RoundedPairs(uint8_t* dst, const uint8_t* src, uint32_t eights, intptr_t stride, uint32_t rows, uint32_t shift) {
+    const __m256i half = _mm256_set1_epi16(int16_t(1 << (shift - 1)));
+    const __m128i count = _mm_cvtsi32_si128(int(shift));
+    auto mean = [&](const uint8_t* p) {
+        return _mm256_srl_epi16(_mm256_add_epi16(SumFour<4, R>(p, stride, rows), half), count);
+    };
+    for (uint32_t e = 0; e < eights; ++e, src += 64, dst += 32) {
+        const __m256i px = _mm256_permute4x64_epi64(_mm256_packus_epi16(mean(src), mean(src + 32)), _MM_SHUFFLE(3, 1, 2, 0));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), px);
+    }
+}
+
 }  // namespace
+
+void PairBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t eights, intptr_t stride, uint32_t rows,
+                       uint32_t shift) {
+    if (rows == 2) RoundedPairs<2>(dst, src, eights, stride, rows, shift);
+    else RoundedPairs<0>(dst, src, eights, stride, rows, shift);
+}
 
 void QuadBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
     using Fn = void (*)(uint8_t*, const uint8_t*, uint32_t, const QuadBoxes&);

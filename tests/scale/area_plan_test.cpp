@@ -189,14 +189,14 @@ TEST(AreaPlan, PixelsOfThreeAndFourBytesAgreeAcrossForms) {
 
 TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAtTheExtremes) {
     // Whole factors whose product is a power of two take the exact box sums:
-    // all-255 sources at the largest product (16 x 16) and products from 4
+    // all-255 sources at the largest product (16 x 16, 2 x 128) and products from 4
     // to 128, against the float sweep of the plain form, for 1, 3 and 4
     // bytes a pixel; widths whose rows leave vector tails.
     struct Size {
         uint32_t sw, sh, dw, dh;
     };
-    const Size sizes[] = {{64, 32, 4, 2}, {34, 6, 17, 3}, {76, 12, 19, 3}, {168, 16, 21, 2}, {46, 32, 23, 2},
-                          {132, 4, 33, 2}};
+    const Size sizes[] = {{64, 32, 4, 2},  {34, 6, 17, 3}, {76, 12, 19, 3}, {168, 16, 21, 2}, {46, 32, 23, 2},
+                          {132, 4, 33, 2}, {32, 256, 16, 2}, {18, 2, 9, 1}, {16, 2, 8, 1},  {62, 8, 31, 2}};
     std::mt19937 rng(9);
     for (uint32_t c : {1u, 3u, 4u})
         for (const Size& s : sizes)
