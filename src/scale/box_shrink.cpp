@@ -10,6 +10,7 @@
 // its neighbour, in the sums or in the chain.
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -109,9 +110,10 @@ namespace {
 
 // The sums of the first three bytes of `cols` samples `pitch` apart in each
 // of `rows` rows from p. A box wholly inside the source span, with the byte
-// after its last sample, is read directly, a sample a 4-byte load whose
-// bytes 0 and 2 and byte 1 add up as pairs of 16-bit lanes (emptied into
-// the sums every 256 samples, before a lane can carry); one that reaches
+// after its last sample, is read directly: bytes 0 and 2 and byte 1 of each
+// sample add up in 16-bit lanes of a 64-bit word, two 4-byte samples to a
+// load where they lie side by side, one otherwise, and the lanes are emptied
+// into the sums every 256 loads, before one can carry. A box that reaches
 // outside reads each byte through the span, as 0 outside.
 void SumBox(const ByteSpan& source, Addr p, int32_t stride, uint32_t rows, uint32_t cols, uint32_t pitch,
             uint32_t sum[3]) {
@@ -122,19 +124,28 @@ void SumBox(const ByteSpan& source, Addr p, int32_t stride, uint32_t rows, uint3
     const size_t span =
         size_t(std::max<intptr_t>(0, down) - std::min<intptr_t>(0, down)) + size_t(cols - 1) * pitch + 3;
     if (source.Holds(lo, span + 1)) {
-        uint32_t even = 0, odd = 0, n = 0;
+        uint64_t even = 0, odd = 0;
+        uint32_t n = 0;
         auto empty = [&] {
-            sum[0] += even & 0xFFFF, sum[2] += even >> 16, sum[1] += odd & 0xFFFF;
+            sum[0] += uint32_t(even & 0xFFFF) + uint32_t((even >> 32) & 0xFFFF);
+            sum[2] += uint32_t((even >> 16) & 0xFFFF) + uint32_t(even >> 48);
+            sum[1] += uint32_t(odd & 0xFFFF) + uint32_t((odd >> 32) & 0xFFFF);
             even = odd = n = 0;
         };
+        auto add = [&](uint64_t v, uint64_t oddMask) {
+            even += v & 0x00FF00FF00FF00FFull;
+            odd += (v >> 8) & oddMask;
+            if (++n == 256) empty();
+        };
+        const uint32_t pairs = pitch == 4 ? cols / 2 : 0;
         for (uint32_t i = 0; i < rows; ++i) {
             const uint8_t* q = reinterpret_cast<const uint8_t*>(Offset(p, intptr_t(i) * stride));
-            for (uint32_t k = 0; k < cols; ++k, q += pitch) {
-                const uint32_t v = Load4(q);
-                even += v & 0x00FF00FFu;
-                odd += (v >> 8) & 0xFFu;
-                if (++n == 256) empty();
+            for (uint32_t k = 0; k < pairs; ++k, q += 8) {
+                uint64_t v;
+                std::memcpy(&v, q, 8);
+                add(v, 0x000000FF000000FFull);
             }
+            for (uint32_t k = 2 * pairs; k < cols; ++k, q += pitch) add(Load4(q), 0xFF);
         }
         empty();
         return;

@@ -188,12 +188,12 @@ TEST(BoxExact, WholeBoxesAndCutBoxesSumAlike) {
 }
 
 TEST(BoxExact, BoxesOfMoreThan256SamplesSumWithoutCarrying) {
-    // 17 rows of 19 samples, bytes near 255, at pitches 3 and 4 and both
+    // 17 rows of 41 samples, bytes near 255, at pitches 3 and 4 and both
     // stride signs: the exact mean of each channel, summed here byte by byte.
     std::mt19937 rng(67);
     for (uint32_t pitch : {3u, 4u})
         for (int sign : {1, -1}) {
-            const uint32_t rows = 17, cols = 19, rowBytes = cols * pitch + 1;
+            const uint32_t rows = 17, cols = 41, rowBytes = cols * pitch + 1;
             std::vector<uint8_t> src(size_t(rowBytes) * rows);
             for (auto& b : src) b = uint8_t(240 + rng() % 16);
             const int32_t stride = sign * int32_t(rowBytes);
