@@ -85,15 +85,17 @@ HalvesInnerFn PickHalvesInnerRow(uint32_t pixelBytes, const uint32_t* cw, const 
         const uint32_t step = co[j] - co[j - 1];  // wraps to a huge step where offsets fall
         least = std::min(least, step), most = std::max(most, step);
     }
-    enum Loads : unsigned { Adjacent3, Adjacent4, Spread4, None };
+    enum Loads : unsigned { Adjacent3, Adjacent4, Quarter4, Spread4, None };
     Loads loads = None;
     if (pixelBytes == 3 && least == 3 * 2 && most == 3 * 2) loads = Adjacent3;
     else if (pixelBytes == 4 && least == 4 * 2 && most == 4 * 2) loads = Adjacent4;
+    else if (pixelBytes == 4 && least == 4 * 4 && most == 4 * 4) loads = Quarter4;
     else if (pixelBytes == 4 && least >= 4 * 2 && most < 0x80000000u) loads = Spread4;
     if (loads == None) return nullptr;
-    static const FormEntry<HalvesInnerFn> t[3][2] = {
+    static const FormEntry<HalvesInnerFn> t[4][2] = {
         {{SimdForm::Avx2, InnerRow33AdjacentHalvesAvx2}, {SimdForm::Plain, nullptr}},
         {{SimdForm::Avx2, InnerRow44AdjacentHalvesAvx2}, {SimdForm::Plain, nullptr}},
+        {{SimdForm::Avx2, InnerRow44QuarterHalvesAvx2}, {SimdForm::Plain, nullptr}},
         {{SimdForm::Avx2, InnerRow44SpreadHalvesAvx2}, {SimdForm::Plain, nullptr}}};
     return PickForm(t[loads]);
 #else

@@ -55,6 +55,7 @@ void InnerRow44Avx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, 
 void InnerRow33AdjacentHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, intptr_t);
 void InnerRow44AdjacentHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, intptr_t);
 void InnerRow44SpreadHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, intptr_t);
+void InnerRow44QuarterHalvesAvx2(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t, intptr_t);
 void GrayInnerRowSse2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
                       uint32_t len, int32_t below, uint32_t rw);
 #endif

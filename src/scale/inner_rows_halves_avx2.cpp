@@ -35,6 +35,7 @@ inline __m256i Load32(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_
 // hold the eight pairs.
 struct Adjacent4 {
     static constexpr uint32_t kPixelBytes = 4;
+    using Final = Adjacent4;
     static void Load(const uint8_t* s, const uint32_t* co, __m256i& e, __m256i& o) {
         const __m256 a = _mm256_castsi256_ps(Load32(s + co[0]));
         const __m256 b = _mm256_castsi256_ps(Load32(s + co[0] + 32));
@@ -49,6 +50,7 @@ struct Adjacent4 {
 // which reach no further than the next sample's S+.
 struct Spread4 {
     static constexpr uint32_t kPixelBytes = 4;
+    using Final = Spread4;
     static void Load(const uint8_t* s, const uint32_t* co, __m256i& e, __m256i& o) {
         const __m256 p01 = _mm256_castsi256_ps(Load16Pair(s + co[0], s + co[1]));
         const __m256 p23 = _mm256_castsi256_ps(Load16Pair(s + co[2], s + co[3]));
@@ -57,6 +59,11 @@ struct Spread4 {
         const __m128i p7 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(s + co[7]));
         const __m256 p67 = _mm256_castsi256_ps(
             _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + co[6]))), p7, 1));
+        Split(p01, p23, p45, p67, e, o);
+    }
+    // S and S+ of pixels 0 to 7 from [Si Si+ . . | Si+1 Si+1+ . .] of pairs
+    // 0 1, 2 3, 4 5, 6 7.
+    static void Split(__m256 p01, __m256 p23, __m256 p45, __m256 p67, __m256i& e, __m256i& o) {
         // [S0 S0+ S2 S2+ | S1 S1+ S3 S3+], then pixels [0 2 4 6 | 1 3 5 7]
         const __m256 lo = _mm256_shuffle_ps(p01, p23, _MM_SHUFFLE(1, 0, 1, 0));
         const __m256 hi = _mm256_shuffle_ps(p45, p67, _MM_SHUFFLE(1, 0, 1, 0));
@@ -68,10 +75,26 @@ struct Spread4 {
     }
 };
 
+// 4-byte pixels four apart (a shrink by four): 32 bytes from every other
+// sample hold two pairs, as Spread4 takes them from two loads. The last of
+// them reaches 8 bytes past the eighth pixel's S+, so the run's last eight
+// pixels take Spread4's loads.
+struct Quarter4 : Spread4 {
+    using Final = Spread4;
+    static void Load(const uint8_t* s, const uint32_t* co, __m256i& e, __m256i& o) {
+        const __m256 p01 = _mm256_castsi256_ps(Load32(s + co[0]));
+        const __m256 p23 = _mm256_castsi256_ps(Load32(s + co[2]));
+        const __m256 p45 = _mm256_castsi256_ps(Load32(s + co[4]));
+        const __m256 p67 = _mm256_castsi256_ps(Load32(s + co[6]));
+        Spread4::Split(p01, p23, p45, p67, e, o);
+    }
+};
+
 // 3-byte pixels whose samples follow each other: 16 bytes from every other
 // sample hold two pairs, S as the 4 bytes at 0 and 6, S+ at 3 and 9.
 struct Adjacent3 {
     static constexpr uint32_t kPixelBytes = 3;
+    using Final = Adjacent3;
     static void Load(const uint8_t* s, const uint32_t* co, __m256i& e, __m256i& o) {
         const __m256i order = _mm256_setr_epi8(0, 1, 2, 3, 6, 7, 8, 9, 3, 4, 5, 6, 9, 10, 11, 12,  //
                                                0, 1, 2, 3, 6, 7, 8, 9, 3, 4, 5, 6, 9, 10, 11, 12);
@@ -87,6 +110,34 @@ struct Adjacent3 {
 
 inline void Fetch(const uint8_t* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 
+// Eight pixels from j on with the loads of L.
+template <class L, uint32_t kFetchEvery>
+inline void Step(uint8_t* dst, const uint8_t* row, const uint8_t* bottom, const uint32_t* co, uint32_t j,
+                 intptr_t ahead) {
+    constexpr uint32_t DB = L::kPixelBytes;
+    if constexpr (kFetchEvery != 0) {
+        // The lines of the next row's samples: those of the group's first,
+        // and where samples lie further apart, of every kFetchEvery-th one.
+        for (uint32_t i = 0; i < 8; i += kFetchEvery) {
+            Fetch(row + ahead + co[j + i]);
+            Fetch(bottom + ahead + co[j + i]);
+        }
+    }
+    __m256i te, to, be, bo;
+    L::Load(row, co + j, te, to);
+    L::Load(bottom, co + j, be, bo);
+    const __m256i px = L::Order(Half(Half(te, to), Half(be, bo)));
+    uint8_t* d = dst + size_t(j) * DB;
+    if constexpr (DB == 4) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), px);
+    } else {
+        // Four pixels at pitch 3 per lane; the next pixel, still to come,
+        // covers the three bytes after the spill of the eighth.
+        inner_lanes::StorePitch3(d, _mm256_castsi256_si128(px), true);
+        inner_lanes::StorePitch3(d + 12, _mm256_extracti128_si256(px, 1), true);
+    }
+}
+
 template <class L, uint32_t kFetchEvery>
 void Halves(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len, int32_t below,
             uint32_t rw, intptr_t ahead) {
@@ -94,32 +145,14 @@ void Halves(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t
     // With 3-byte pixels a step leaves the run's last pixel to the rest: its
     // 16-byte loads reach past that pixel's S+ (which may end the source),
     // and its pitch-3 stores write three bytes after the eighth pixel's spill.
-    constexpr uint32_t after = DB == 3 ? 1 : 0;
+    // Where L's loads reach past the eighth pixel's S+, its last step is
+    // Final's.
+    constexpr uint32_t after = DB == 3 || !std::is_same_v<L, typename L::Final> ? 1 : 0;
     const uint8_t* bottom = row + below;
     uint32_t j = 0;
-    for (; j + 8 + after <= len; j += 8) {
-        if constexpr (kFetchEvery != 0) {
-            // The lines of the next row's samples: those of the group's
-            // first, and where samples lie further apart, of every
-            // kFetchEvery-th one.
-            for (uint32_t i = 0; i < 8; i += kFetchEvery) {
-                Fetch(row + ahead + co[j + i]);
-                Fetch(bottom + ahead + co[j + i]);
-            }
-        }
-        __m256i te, to, be, bo;
-        L::Load(row, co + j, te, to);
-        L::Load(bottom, co + j, be, bo);
-        const __m256i px = L::Order(Half(Half(te, to), Half(be, bo)));
-        uint8_t* d = dst + size_t(j) * DB;
-        if constexpr (DB == 4) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), px);
-        } else {
-            // Four pixels at pitch 3 per lane; the next pixel, still to come,
-            // covers the three bytes after the spill of the eighth.
-            inner_lanes::StorePitch3(d, _mm256_castsi256_si128(px), true);
-            inner_lanes::StorePitch3(d + 12, _mm256_extracti128_si256(px, 1), true);
-        }
+    for (; j + 8 + after <= len; j += 8) Step<L, kFetchEvery>(dst, row, bottom, co, j, ahead);
+    if constexpr (!std::is_same_v<L, typename L::Final>) {
+        if (j + 8 <= len) Step<typename L::Final, kFetchEvery>(dst, row, bottom, co, j, ahead), j += 8;
     }
     if (j < len) {
         constexpr InnerRowFn rest = DB == 3 ? InnerRow33Avx2 : InnerRow44Avx2;
@@ -135,7 +168,7 @@ void Run(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, u
     const uint64_t span = n > 1 && co[n - 1] > co[0] ? co[n - 1] - co[0] : 0;
     const uint64_t stride = n > 1 ? span / (n - 1) : 0;
     if (!ahead) Halves<L, 0>(d, r, cw, co, n, b, rw, 0);
-    else if (!std::is_same_v<L, Spread4>) Halves<L, 8>(d, r, cw, co, n, b, rw, ahead);
+    else if (L::kPixelBytes == 3 || std::is_same_v<L, Adjacent4>) Halves<L, 8>(d, r, cw, co, n, b, rw, ahead);
     else if (stride <= 16) Halves<L, 4>(d, r, cw, co, n, b, rw, ahead);
     else if (stride <= 32) Halves<L, 2>(d, r, cw, co, n, b, rw, ahead);
     else Halves<L, 1>(d, r, cw, co, n, b, rw, ahead);
@@ -145,6 +178,7 @@ void Run(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, u
 
 void InnerRow44AdjacentHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw, intptr_t ahead) { Run<Adjacent4>(d, r, cw, co, n, b, rw, ahead); }
 void InnerRow44SpreadHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw, intptr_t ahead) { Run<Spread4>(d, r, cw, co, n, b, rw, ahead); }
+void InnerRow44QuarterHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw, intptr_t ahead) { Run<Quarter4>(d, r, cw, co, n, b, rw, ahead); }
 void InnerRow33AdjacentHalvesAvx2(uint8_t* d, const uint8_t* r, const uint32_t* cw, const uint32_t* co, uint32_t n, int32_t b, uint32_t rw, intptr_t ahead) { Run<Adjacent3>(d, r, cw, co, n, b, rw, ahead); }
 
 }  // namespace tarn
