@@ -12,8 +12,6 @@ namespace {
 
 using namespace inner_lanes;
 
-constexpr uint32_t kFetchAhead = 768;
-
 template <uint32_t SB, uint32_t DB>
 void Inner(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t len, int32_t below,
            uint32_t rw) {
@@ -23,10 +21,8 @@ void Inner(uint8_t* dst, const uint8_t* row, const uint32_t* cw, const uint32_t*
     const __m256i rwi = _mm256_sub_epi16(k256, rw16);
     uint32_t j = 0;
     for (; j + 4 <= len; j += 4, dst += 4 * DB) {
-        // The processor here does not fetch rows read from end to end far
-        // enough ahead on its own: ask for the bytes a dozen lines on.
-        _mm_prefetch(reinterpret_cast<const char*>(row + co[j] + kFetchAhead), _MM_HINT_T0);
-        _mm_prefetch(reinterpret_cast<const char*>(row + below + co[j] + kFetchAhead), _MM_HINT_T0);
+        Fetch(row + co[j] + kFetchAhead);
+        Fetch(row + below + co[j] + kFetchAhead);
         __m256i t, d;
         Ordered<SB>(row, below, co + j, t, d);
         const __m256i w = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(cw + j)));

@@ -41,8 +41,6 @@ void PlanGroups(InnerRowCache& cache, const uint32_t* co, uint32_t n4, uint32_t 
     cache.plannedFor = co;
 }
 
-constexpr uint32_t kFetchAhead = 768;
-
 // Pixels 0 1 of a group of four in the low lane, 2 3 in the high one.
 template <uint32_t SB>
 void Horizontal(uint16_t* out, const uint8_t* row, const uint32_t* cw, const uint32_t* co, uint32_t n4,
@@ -52,9 +50,7 @@ void Horizontal(uint16_t* out, const uint8_t* row, const uint32_t* cw, const uin
     const int32_t* groupBase = cache.groupBase;
     const int32_t* groupPieces = cache.groupPieces;
     for (uint32_t j = 0; j < n4; j += 4) {
-        // The processor here does not fetch a row read from end to end far
-        // enough ahead on its own: ask for the bytes a dozen lines on.
-        _mm_prefetch(reinterpret_cast<const char*>(row + co[j] + kFetchAhead), _MM_HINT_T0);
+        Fetch(row + co[j] + kFetchAhead);
         __m256i t;
         if constexpr (SB == 3) {
             const PairWindows pair(co + j);

@@ -15,6 +15,8 @@
 namespace tarn {
 namespace {
 
+using inner_lanes::Fetch;
+
 // floor((a + b) / 2) per byte: the rounded-up mean less one where the sum is odd.
 inline __m256i Half(__m256i a, __m256i b) {
     const __m256i odd = _mm256_and_si256(_mm256_xor_si256(a, b), _mm256_set1_epi8(1));
@@ -107,8 +109,6 @@ struct Adjacent3 {
     }
     static __m256i Order(__m256i v) { return _mm256_permute4x64_epi64(v, _MM_SHUFFLE(3, 1, 2, 0)); }
 };
-
-inline void Fetch(const uint8_t* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 
 // Eight pixels from j on with the loads of L.
 template <class L, uint32_t kFetchEvery>
