@@ -3,7 +3,8 @@
 // one 32-byte load and a permute; within 64 bytes (shrinks down to one half),
 // from two loads, two permutes and a blend; others, and groups whose window
 // would pass the end of the source row, are loaded one by one. (Gathers are
-// slower than this here, and so are 4-byte stores pixel by pixel.)
+// slower than this here.) Samples further apart than two windows in a shrink
+// that skips rows are copied one by one while the next row is fetched.
 // The streamed form gives the same bytes with stores that bypass the caches
 // and leaves the fence to its caller, once the whole target is written: a
 // fence per row waits for each row to reach memory before the next begins.
@@ -98,10 +99,18 @@ void Row(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uin
         x = windows == 1 ? Groups<true, false, 0>(dst, row, co, x, len, readable, ahead)
                          : Groups<false, false, 0>(dst, row, co, x, len, readable, ahead);
     } else {
-        // A group within two windows spans a cache line or two; a wider one
-        // up to four, the samples of every second pixel one each.
-        x = windows == 2 ? Groups<false, false, 8>(dst, row, co, x, len, readable, ahead)
-                         : Groups<false, false, 2>(dst, row, co, x, len, readable, ahead);
+        // A group within two windows spans a cache line or two. Samples
+        // further apart take a line each or share one in pairs: they are
+        // copied one by one, the row ahead asked for at every second one.
+        if (windows == 2) {
+            x = Groups<false, false, 8>(dst, row, co, x, len, readable, ahead);
+        } else {
+            for (; x + 2 <= len; x += 2) {
+                Fetch(ahead + co[x]);
+                CopyPixel(dst + 4 * size_t(x), row + co[x]);
+                CopyPixel(dst + 4 * size_t(x) + 4, row + co[x + 1]);
+            }
+        }
     }
     for (; x < len; ++x) CopyPixel(dst + 4 * size_t(x), row + co[x]);
 }
