@@ -254,6 +254,22 @@ void BilinearInterior(Weight* weights, uint32_t* offsets, const Interior& in, do
 
 }  // namespace
 
+RowSpan RowSpanOf(const uint32_t* offsets, uint32_t count) {
+    int32_t lo = static_cast<int32_t>(offsets[0]), hi = lo;
+    for (uint32_t i = 1; i < count; ++i) {
+        const int32_t v = static_cast<int32_t>(offsets[i]);
+        lo = v < lo ? v : lo;
+        hi = v > hi ? v : hi;
+    }
+    return {lo, hi};
+}
+
+uint32_t LargestOffset(const uint32_t* offsets, uint32_t count) {
+    uint32_t hi = 0;
+    for (uint32_t i = 0; i < count; ++i) hi = offsets[i] > hi ? offsets[i] : hi;
+    return hi;
+}
+
 void BuildAxisTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* weights, uint32_t* offsets,
                     int32_t pitch, double start, double step, uint32_t* first, uint32_t* last, AxisFilter filter) {
     Marks mk{0, targetCount};

@@ -54,4 +54,14 @@ void BuildGrayRowTable(uint32_t targetCount, uint32_t sourceCount, uint32_t* wei
 // A row offset of the table as the signed byte distance it stands for.
 inline intptr_t RowDelta(uint32_t offset) { return static_cast<int32_t>(offset); }
 
+// The smallest and largest of `count` (at least one) row offsets as
+// RowDelta reads them, and the largest of column offsets: passes the
+// compiler turns into vector code, as the drivers bound every table they
+// use once per call.
+struct RowSpan {
+    intptr_t lo, hi;
+};
+RowSpan RowSpanOf(const uint32_t* offsets, uint32_t count);
+uint32_t LargestOffset(const uint32_t* offsets, uint32_t count);
+
 }  // namespace tarn

@@ -22,11 +22,9 @@ GrayGatherPlan::GrayGatherPlan(const uint32_t* offsets, uint32_t len, bool leadO
     if (!base || !kind || !masks) return;  // blocks stays 0: all byte by byte
     // The bounds and the strided lead in one pass.
     const uint32_t step = len > 1 ? offsets[1] - offsets[0] : 0;
-    uint32_t lo = offsets[0], hi = offsets[0], run = 1;
-    for (uint32_t j = 1; j < len; ++j) {
-        lo = std::min(lo, offsets[j]), hi = std::max(hi, offsets[j]);
-        run += run == j && offsets[j] == offsets[0] + step * j;
-    }
+    uint32_t lo = offsets[0], hi = LargestOffset(offsets, len), run = 1;
+    for (uint32_t j = 1; j < len; ++j) lo = offsets[j] < lo ? offsets[j] : lo;
+    while (run < len && offsets[run] == offsets[0] + step * run) ++run;
     if (step == 2 || step == 4 || step == 8) {
         const uint32_t reach = std::max(hi + 1, rowBytes) - offsets[0];
         stridedColumns = std::min(run, reach / step) / kBlock * kBlock;
@@ -149,13 +147,9 @@ void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, co
     // same bytes, and is copied from it, as long as writing the target cannot
     // change the source: the two areas must not meet, nor target rows each
     // other. Otherwise every row is gathered in order, as written.
-    intptr_t rowLo = RowDelta(rowOffsets[0]), rowHi = rowLo;
-    for (uint32_t y = 1; y < dstHeight; ++y) {
-        rowLo = std::min(rowLo, RowDelta(rowOffsets[y]));
-        rowHi = std::max(rowHi, RowDelta(rowOffsets[y]));
-    }
-    const uint32_t colHi = equalWidths ? dstWidth - 1 : *std::max_element(colOffsets, colOffsets + w);
-    const ByteSpan source{AddrOf(src) + rowLo, AddrOf(src) + rowHi + colHi + 1};
+    const RowSpan rows = RowSpanOf(rowOffsets, dstHeight);
+    const uint32_t colHi = equalWidths ? dstWidth - 1 : LargestOffset(colOffsets, dstWidth);
+    const ByteSpan source{AddrOf(src) + rows.lo, AddrOf(src) + rows.hi + colHi + 1};
     const bool apart = RowsApart(dst, w, dstHeight, dstStride, source);
 
     if (!apart) {

@@ -35,17 +35,13 @@ std::unique_ptr<const GrayGatherPlan> PlanBandRows(const ScaleRequest& request, 
     const uint32_t width = request.target.width, height = request.target.height;
     if (width == request.source.width) return nullptr;
     uint32_t bands = 0;
-    intptr_t lo = RowDelta(rowOffsets[0]), hi = lo;
-    for (uint32_t y = 0; y < height; ++y) {
-        bands += y < rf || y >= rl;
-        lo = std::min(lo, RowDelta(rowOffsets[y]));
-        hi = std::max(hi, RowDelta(rowOffsets[y]));
-    }
+    for (uint32_t y = 0; y < height; ++y) bands += y < rf || y >= rl;
     if (bands < kFewest) return nullptr;
-    const uint32_t colHi = *std::max_element(colOffsets, colOffsets + width);
+    const RowSpan rows = RowSpanOf(rowOffsets, height);
+    const uint32_t colHi = LargestOffset(colOffsets, width);
     const uint8_t* src = request.source.pixels;
     if (!RowsApart(request.target.pixels, width, height, request.target.stride,
-                   {AddrOf(src) + lo, AddrOf(src) + hi + colHi + 1}))
+                   {AddrOf(src) + rows.lo, AddrOf(src) + rows.hi + colHi + 1}))
         return nullptr;
     return std::unique_ptr<const GrayGatherPlan>(
         new (std::nothrow) GrayGatherPlan(colOffsets, width, GrayGatherLeadsOnItsOwn()));
@@ -169,11 +165,8 @@ void GrayRows(const ScaleRequest& request, const GrayTables& tables) {
     const CachedGrayInnerFn cachedInner = !wholeRows && middle >= 16 && rf < rl ? PickCachedGrayInnerRow() : nullptr;
     bool cached = false;
     if (cachedInner) {
-        intptr_t lo = RowDelta(rowOffsets[rf]), hi = lo;
-        for (uint32_t y = rf; y < rl; ++y) {
-            lo = std::min(lo, RowDelta(rowOffsets[y]));
-            hi = std::max(hi, RowDelta(rowOffsets[y]));
-        }
+        const RowSpan rows = RowSpanOf(rowOffsets + rf, rl - rf);
+        intptr_t lo = rows.lo, hi = rows.hi;
         lo = std::min(lo, lo + intptr_t(srcStride));
         hi = std::max(hi, hi + intptr_t(srcStride));
         cached = RowsApart(dst, w, dstHeight, dstStride,
