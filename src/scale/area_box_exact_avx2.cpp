@@ -10,9 +10,11 @@
 // 3-byte pixels are spread to four 16-bit lanes as they are read.
 #include <immintrin.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
+#include "platform/byte_span.h"
 #include "scale/area_shrink.h"
 #include "scale/box_quads.h"
 
@@ -165,19 +167,34 @@ void QuadRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstH
 // 4-byte pixels two wide, at least eight of them a row: eight target
 // pixels at a time, the pixels after the whole eights from one more eight
 // ending at the row's end, worked into a scratch and copied out for the
-// pixels not yet written.
+// pixels not yet written. Boxes two rows tall take four target rows at a
+// time, eight pixels of each in turn, when no target byte lies among the
+// source bytes read; otherwise a row's writes could reach source bytes a
+// later row of its group has not read yet, which one row at a time it has.
 void PairRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t fy, int32_t srcStride,
               int32_t dstStride, uint32_t shift) {
     const uint32_t eights = dstWidth / 8, done = 8 * eights;
-    for (uint32_t t = 0; t < dstHeight; ++t, dst += dstStride) {
-        const uint8_t* row = src + intptr_t(t) * fy * srcStride;
-        PairBoxBlocksAvx2(dst, row, eights, srcStride, fy, shift);
+    auto finish = [&](uint8_t* out, const uint8_t* row) {
         if (done < dstWidth) {
             uint8_t last[32];
             const uint32_t from = dstWidth - 8;
             PairBoxBlocksAvx2(last, row + size_t(from) * 8, 1, srcStride, fy, shift);
-            std::memcpy(dst + size_t(done) * 4, last + size_t(done - from) * 4, size_t(dstWidth - done) * 4);
+            std::memcpy(out + size_t(done) * 4, last + size_t(done - from) * 4, size_t(dstWidth - done) * 4);
         }
+    };
+    const ByteSpan read = ByteSpan::OfRows(src, srcStride, int32_t(dstHeight * fy), size_t(dstWidth) * 8);
+    const bool grouped = fy == 2 && dstHeight > 1 && RowsApart(dst, size_t(dstWidth) * 4, dstHeight, dstStride, read);
+    constexpr uint32_t kGroup = 4;
+    for (uint32_t t = 0; t < dstHeight;) {
+        const uint32_t n = grouped ? std::min(kGroup, dstHeight - t) : 1;
+        uint8_t* d[kGroup];
+        const uint8_t* r[kGroup];
+        for (uint32_t i = 0; i < n; ++i)
+            d[i] = dst + intptr_t(t + i) * dstStride, r[i] = src + intptr_t(t + i) * fy * srcStride;
+        if (grouped) PairBoxGroupAvx2(d, r, n, eights, srcStride, shift);
+        else PairBoxBlocksAvx2(d[0], r[0], eights, srcStride, fy, shift);
+        for (uint32_t i = 0; i < n; ++i) finish(d[i], r[i]);
+        t += n;
     }
 }
 

@@ -39,6 +39,11 @@ void QuadBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t blocks, const 
 // (sum + 2^(shift-1)) >> shift, as 4-byte target pixels.
 void PairBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t eights, intptr_t stride, uint32_t rows,
                        uint32_t shift);
+// The same boxes two rows tall for n (1 to 4) target rows at once, `eights`
+// runs of each, taken eight pixels of each row in turn: dst[i] from src[i].
+// The caller makes sure no target row meets a source row of the group.
+void PairBoxGroupAvx2(uint8_t* const* dst, const uint8_t* const* src, uint32_t n, uint32_t eights, intptr_t stride,
+                      uint32_t shift);
 #endif
 
 }  // namespace tarn

@@ -274,6 +274,69 @@ TEST(AreaPlan, SingleChannelBoxesTwoAndFourWideAgreeAcrossForms) {
                 }
 }
 
+TEST(AreaPlan, FourBytePairsByRowGroupsAgreeAcrossForms) {
+    // 4-byte pixels halved across (boxes 1, 2 and 4 rows tall): target
+    // heights that leave 0 to 3 rows after whole groups of four, widths
+    // with and without a tail past whole eights, both stride signs, padded
+    // strides and canaries around the target.
+    const uint32_t widths[] = {8, 9, 15, 16, 33, 61};
+    const uint32_t heights[] = {1, 2, 3, 4, 5, 6, 7, 9};
+    std::mt19937 rng(13);
+    for (uint32_t fy : {1u, 2u, 4u})
+        for (uint32_t dw : widths)
+            for (uint32_t dh : heights)
+                for (int32_t sign : {1, -1}) {
+                    const uint32_t sw = 2 * dw, sh = fy * dh;
+                    ASSERT_NE(AreaExactShift(sw, sh, dw, dh), 0u);
+                    const int32_t srcStride = int32_t(sw * 4 + 12), dstStride = int32_t(dw * 4 + 20);
+                    std::vector<uint8_t> src(size_t(srcStride) * sh);
+                    for (auto& v : src) v = uint8_t(rng());
+                    const size_t margin = 48;
+                    auto run = [&](SimdForm form) {
+                        ScopedKernelChoice choice(g_cpuFeatures, form);
+                        std::vector<uint8_t> out(size_t(dstStride) * dh + 2 * margin, 0x77);
+                        uint8_t* dst = out.data() + margin + (sign < 0 ? size_t(dstStride) * (dh - 1) : 0);
+                        const uint8_t* from = src.data() + (sign < 0 ? size_t(srcStride) * (sh - 1) : 0);
+                        AreaShrink({dst, dw, dh, sign * dstStride, 4}, {from, sw, sh, sign * srcStride, 4});
+                        return out;
+                    };
+                    const auto plain = run(SimdForm::Plain);
+                    for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
+                    for (size_t i = plain.size() - margin; i < plain.size(); ++i) ASSERT_EQ(plain[i], 0x77);
+                    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+                        if (HostSimdForm() < f) continue;
+                        EXPECT_EQ(run(f), plain) << "2x" << fy << " to " << dw << "x" << dh << " stride sign " << sign
+                                                 << " " << FormName(f);
+                    }
+                }
+}
+
+TEST(AreaPlan, FourBytePairsOverTheirOwnSourceKeepTheRowOrder) {
+    // The target lies in the source's own buffer, from row `lead` on with
+    // the source's stride: a target row written row by row may change
+    // source rows a later target row reads, and every form must read what
+    // the plain form, which works row by row, reads. Lead 0 is the usual
+    // in-place shrink; leads 1 to 3 overwrite rows still to be read.
+    const uint32_t dw = 37, dh = 7, sw = 2 * dw, sh = 2 * dh;
+    const int32_t stride = int32_t(sw * 4);
+    std::mt19937 rng(17);
+    std::vector<uint8_t> image(size_t(stride) * (sh + 4));
+    for (auto& v : image) v = uint8_t(rng());
+    for (uint32_t lead : {0u, 1u, 2u, 3u}) {
+        auto run = [&](SimdForm form) {
+            ScopedKernelChoice choice(g_cpuFeatures, form);
+            std::vector<uint8_t> buffer(image);
+            AreaShrink({buffer.data() + size_t(lead) * stride, dw, dh, stride, 4}, {buffer.data(), sw, sh, stride, 4});
+            return buffer;
+        };
+        const auto plain = run(SimdForm::Plain);
+        for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+            if (HostSimdForm() < f) continue;
+            EXPECT_EQ(run(f), plain) << "lead " << lead << " " << FormName(f);
+        }
+    }
+}
+
 #if defined(TARN_HAVE_X86_SIMD)
 TEST(AreaPlan, RowEndsRoundHalvesAndWrapLikeThePlainForm) {
     // Sums on either side of every k + 0.5, tiny ones, exact halves and
