@@ -263,10 +263,11 @@ BoxRowGroupFn PickPairedRowGroup(BoxFamily family) {
 #endif
 }
 
-// Whether the target rows lie apart from every source byte the box rows can
-// read: each table row and the rows of its count below it, up to two samples
-// and a few bytes past the last column offset.
-bool BoxTargetApart(const ScaleRequest& r, const DriverTables& t, size_t rowBytes) {
+// Whether the target rows, `written` bytes each, lie apart from every source
+// byte the box rows can read (each table row and the rows of its count below
+// it, up to two samples and a few bytes past the last column offset), and
+// their first `rowBytes` bytes apart from one another.
+bool BoxTargetApart(const ScaleRequest& r, const DriverTables& t, size_t written, size_t rowBytes) {
     const AxisTable& cols = t.cols;
     const AxisTable& rows = t.rows;
     const uint32_t height = r.target.height;
@@ -281,7 +282,9 @@ bool BoxTargetApart(const ScaleRequest& r, const DriverTables& t, size_t rowByte
     hi += intptr_t(*std::max_element(cols.offsets, cols.offsets + r.target.width)) +
           2 * intptr_t(r.source.pixelBytes) + 8;
     const Addr src = AddrOf(r.source.pixels);
-    return RowsApart(r.target.pixels, rowBytes, height, r.target.stride, {src + lo, src + hi});
+    const ByteSpan read{src + lo, src + hi};
+    return RowsApart(r.target.pixels, rowBytes, height, r.target.stride, read) &&
+           ByteSpan::OfRows(r.target.pixels, r.target.stride, int32_t(height), written).ApartFrom(read);
 }
 
 BoxRowFn PickBoxRow(BoxFamily family, BoxRowFn plain) {
@@ -348,9 +351,13 @@ void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, cons
     };
     const BoxRowGroupFn group = !exact && paired ? PickPairedRowGroup(f.family) : nullptr;
     // A 3-byte target's last 4-byte store spills one byte past its row, which
-    // the next row overwrites when rows touch: such rows go one at a time.
+    // the next row overwrites when rows touch. The group puts that byte back
+    // after each row (box_shrink.h); with fade the next row's left band, made
+    // before the group, would lie under it, so there touching rows go one at
+    // a time.
     const size_t written = size_t(width) * f.dstBytes + (f.dstBytes == 3 ? 1 : 0);
-    const bool grouped = group && height > 1 && BoxTargetApart(request, tables, written);
+    const bool grouped = group && height > 1 &&
+                         BoxTargetApart(request, tables, written, fade ? written : size_t(width) * f.dstBytes);
     // Rows whose fast path spans the whole run: all of them, or with fade
     // those between the top and bottom bands, whose side bands go before
     // and after the group's middles as they do row by row.

@@ -56,7 +56,9 @@ void BoxPairedRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets,
 // Up to kBoxRowGroup target rows of a run paired throughout, worked column
 // block by column block together (more loads in flight); the bytes of one
 // call per row. Only for targets that lie apart from the source and whose
-// rows do not touch.
+// rows do not overlap; 3-byte rows may touch, the byte a row's last store
+// spills onto the next row's first being put back as one row at a time
+// leaves it.
 inline constexpr uint32_t kBoxRowGroup = 4;
 using BoxRowGroupFn = void (*)(uint8_t* const* dst, const uint8_t* const* rows, const uint32_t* rowCounts,
                                uint32_t n, const uint32_t* offsets, const uint32_t* counts, uint32_t len,

@@ -408,9 +408,12 @@ void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, cons
     constexpr bool threeBytes = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes34;
     constexpr uint32_t dp = F == BoxFamily::Bytes33 || F == BoxFamily::Bytes43 ? 3 : 4;
     const BoxChain& ch = ChainOf(F, 2, 2);
-    // Whole pairs of blocks only; the one-row form finishes each row.
+    // Whole pairs of blocks only; the one-row form finishes each row. A
+    // 3-byte target keeps at least one pixel for it, so that the byte an eight
+    // spills past its last pixel never lands past the row while the rows
+    // after it are under way.
     const uint32_t blocks = threeBytes ? (len >= 5 ? (len - 1) / 4 : 0) : len / 4;
-    const uint32_t eights = blocks / 2;
+    const uint32_t eights = dp == 3 && 8 * (blocks / 2) == len ? blocks / 2 - 1 : blocks / 2;
     switch (n) {
         case 4: GroupEights<F, 4>(dst, rows, offsets[0], eights, stride, ch); break;
         case 3: GroupEights<F, 3>(dst, rows, offsets[0], eights, stride, ch); break;
@@ -418,8 +421,14 @@ void BoxPairedRowGroupAvx2(uint8_t* const* dst, const uint8_t* const* rows, cons
     }
     const uint32_t done = 8 * eights;
     if (done == len) return;
-    for (uint32_t i = 0; i < n; ++i)
+    // A 3-byte row's last store spills a byte onto the next row's first when
+    // the rows touch; one row at a time the next row then overwrote it, so
+    // here it gets back the byte it had.
+    for (uint32_t i = 0; i < n; ++i) {
+        const uint8_t kept = dp == 3 && i + 1 < n ? dst[i + 1][0] : 0;
         BoxPairedRowAvx2<F>(dst[i] + size_t(done) * dp, rows[i], offsets + done, counts + done, len - done, stride, 2);
+        if (dp == 3 && i + 1 < n) dst[i + 1][0] = kept;
+    }
 }
 
 template void BoxQuadRowAvx2<BoxFamily::Bytes33>(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);

@@ -72,6 +72,47 @@ TEST(BoxRowGroups, Sse2PairedRowsMatchPlain) {
     CheckSse2PairedRow<BoxFamily::Bytes44>(4);
 }
 
+// Target rows of 3-byte pixels that touch, with the rows going down or up
+// the buffer: every byte, the ones each row's last store spills onto its
+// neighbour and past the group included, as the plain rows leave them
+// worked one after another.
+template <BoxFamily F>
+void CheckTouchingRows(uint32_t sb) {
+    std::mt19937 rng(41 + sb);
+    for (uint32_t len : {1u, 4u, 5u, 8u, 9u, 16u, 17u, 24u, 37u})
+        for (uint32_t n : {2u, 3u, 4u})
+            for (int32_t sign : {1, -1}) {
+                const int32_t stride = int32_t(len * 2 * sb + 24);
+                std::vector<uint8_t> src(size_t(stride) * 8 + 64);
+                for (auto& b : src) b = uint8_t(rng());
+                std::vector<uint32_t> offsets(len + 4), counts(len + 4, 2);
+                for (uint32_t j = 0; j < len + 4; ++j) offsets[j] = j * 2 * sb;
+                const size_t pitch = size_t(len) * 3, margin = 16;
+                std::vector<uint8_t> want(pitch * n + 2 * margin, 0x42), got(want);
+                const uint32_t counts2[4] = {2, 2, 2, 2};
+                auto rowsOf = [&](std::vector<uint8_t>& out, uint8_t** d, const uint8_t** r) {
+                    for (uint32_t i = 0; i < n; ++i) {
+                        d[i] = out.data() + margin + pitch * (sign > 0 ? i : n - 1 - i);
+                        r[i] = src.data() + size_t(2 * i) * stride;
+                    }
+                };
+                uint8_t* d[4];
+                const uint8_t* r[4];
+                rowsOf(want, d, r);
+                for (uint32_t i = 0; i < n; ++i)
+                    BoxShrinkRowPlain<F>(d[i], r[i], offsets.data(), counts.data(), len, stride, 2);
+                rowsOf(got, d, r);
+                BoxPairedRowGroupAvx2<F>(d, r, counts2, n, offsets.data(), counts.data(), len, stride);
+                ASSERT_EQ(got, want) << sb << "->3 len " << len << " group of " << n << " sign " << sign;
+            }
+}
+
+TEST(BoxRowGroups, TouchingThreeByteRowsMatchPlainRows) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    CheckTouchingRows<BoxFamily::Bytes33>(3);
+    CheckTouchingRows<BoxFamily::Bytes43>(4);
+}
+
 TEST(BoxRowGroups, MatchPlainRows) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     CheckFamily<BoxFamily::Bytes33>(3, 3);
