@@ -17,6 +17,18 @@
 namespace tarn {
 namespace {
 
+// A target of `rows` rows of `stride` bytes between canaries (0x77) of
+// kCanaryMargin bytes each side, written by `scale` in `form`; `scale` gets
+// the target's first row in the order the stride's `sign` walks.
+constexpr size_t kCanaryMargin = 48;
+template <class Scale>
+std::vector<uint8_t> InCanaries(SimdForm form, int32_t stride, uint32_t rows, int32_t sign, Scale scale) {
+    ScopedKernelChoice choice(g_cpuFeatures, form);
+    std::vector<uint8_t> out(size_t(stride) * rows + 2 * kCanaryMargin, 0x77);
+    scale(out.data() + kCanaryMargin + (sign < 0 ? size_t(stride) * (rows - 1) : 0));
+    return out;
+}
+
 TEST(AreaPlan, PlanesAgreeAcrossFormsAtManyRatios) {
     struct Size {
         uint32_t sw, sh, dw, dh;
@@ -249,15 +261,13 @@ TEST(AreaPlan, SingleChannelBoxesTwoAndFourWideAgreeAcrossForms) {
                     const int32_t srcStride = int32_t(sw + (sign < 0 ? 3 : 0)), dstStride = int32_t(dw + 5);
                     std::vector<uint8_t> src(size_t(srcStride) * (sh - 1) + sw);
                     for (auto& v : src) v = fill < 0 ? uint8_t(rng()) : uint8_t(fill);
-                    const size_t margin = 48;
+                    const size_t margin = kCanaryMargin;
+                    const uint8_t* from = src.data() + (sign < 0 ? size_t(srcStride) * (sh - 1) : 0);
                     auto run = [&](SimdForm form) {
-                        ScopedKernelChoice choice(g_cpuFeatures, form);
-                        std::vector<uint8_t> out(size_t(dstStride) * dh + 2 * margin, 0x77);
-                        uint8_t* dst = out.data() + margin + (sign < 0 ? size_t(dstStride) * (dh - 1) : 0);
-                        const uint8_t* from = src.data() + (sign < 0 ? size_t(srcStride) * (sh - 1) : 0);
-                        ScaleImage({dst, dw, dh, sign * dstStride, 1}, {from, sw, sh, sign * srcStride, 1},
-                                   {double(sw) / dw, double(sh) / dh}, SCALE_AREA, nullptr);
-                        return out;
+                        return InCanaries(form, dstStride, dh, sign, [&](uint8_t* dst) {
+                            ScaleImage({dst, dw, dh, sign * dstStride, 1}, {from, sw, sh, sign * srcStride, 1},
+                                       {double(sw) / dw, double(sh) / dh}, SCALE_AREA, nullptr);
+                        });
                     };
                     const auto plain = run(SimdForm::Plain);
                     for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
@@ -291,14 +301,12 @@ TEST(AreaPlan, FourBytePairsByRowGroupsAgreeAcrossForms) {
                     const int32_t srcStride = int32_t(sw * 4 + 12), dstStride = int32_t(dw * 4 + 20);
                     std::vector<uint8_t> src(size_t(srcStride) * sh);
                     for (auto& v : src) v = uint8_t(rng());
-                    const size_t margin = 48;
+                    const size_t margin = kCanaryMargin;
+                    const uint8_t* from = src.data() + (sign < 0 ? size_t(srcStride) * (sh - 1) : 0);
                     auto run = [&](SimdForm form) {
-                        ScopedKernelChoice choice(g_cpuFeatures, form);
-                        std::vector<uint8_t> out(size_t(dstStride) * dh + 2 * margin, 0x77);
-                        uint8_t* dst = out.data() + margin + (sign < 0 ? size_t(dstStride) * (dh - 1) : 0);
-                        const uint8_t* from = src.data() + (sign < 0 ? size_t(srcStride) * (sh - 1) : 0);
-                        AreaShrink({dst, dw, dh, sign * dstStride, 4}, {from, sw, sh, sign * srcStride, 4});
-                        return out;
+                        return InCanaries(form, dstStride, dh, sign, [&](uint8_t* dst) {
+                            AreaShrink({dst, dw, dh, sign * dstStride, 4}, {from, sw, sh, sign * srcStride, 4});
+                        });
                     };
                     const auto plain = run(SimdForm::Plain);
                     for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
