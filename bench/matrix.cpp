@@ -15,7 +15,9 @@
 #include <vector>
 
 #include "bench_support.h"
+#include "blur_floor.h"
 #include "object/surface_builder.h"
+#include "scale/sharpen.h"
 #include "tarn/TarnSurface.h"
 #if defined(TARN_HAVE_PEER)
 #include <libyuv.h>
@@ -236,6 +238,37 @@ void RegisterResizes() {
             }
 }
 
+// ---- Floor ----
+
+// The float work alone of the planar sharpen's blur over the 1080p luma
+// plane (blur_floor.h), beside the peer's whole scale of the frame for each
+// factor of the YUV420 p-sharpen rows: where this ratio is above 1, the
+// stated arithmetic by itself costs more than the peer's scale.
+void RegisterFloors() {
+#if defined(TARN_BENCH_BLUR_FLOOR)
+    if (!__builtin_cpu_supports("avx2")) return;
+    static float* k = nullptr;
+    int32_t n = 0;
+    tarn::MakeGaussianKernel(1.5, &k, &n);
+    if (n != 9) std::abort();
+    const Format& f = kFormats[3];
+    for (const Factor& m : kFactors) {
+        const int dw = kW * m.num / m.den, dh = kH * m.num / m.den;
+        std::string peerName;
+        std::function<void()> peer;
+#if defined(TARN_HAVE_PEER)
+        peer = PeerScale(f, dw, dh, libyuv::kFilterBilinear, Scratch(1, FrameBytes(f, dw, dh)).data(), peerName);
+#endif
+        auto ours = [] {
+            benchmark::DoNotOptimize(tarn::bench::BlurFloor(k, int64_t(kW) * kH));
+            return true;
+        };
+        Register(std::string("Floor/YUV420/p-sharpen-blur/") + std::to_string(m.num) + "-" + std::to_string(m.den),
+                 peerName, ours, peer, size_t(kW) * kH);
+    }
+#endif
+}
+
 // ---- SetFormat ----
 
 void RegisterConversions() {
@@ -331,6 +364,7 @@ int main(int argc, char** argv) {
     int n = int(args.size());
     RegisterConversions();
     RegisterResizes();
+    RegisterFloors();
     benchmark::Initialize(&n, args.data());
     benchmark::RunSpecifiedBenchmarks();
     PrintTable(tsv);

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <memory>
 #include <vector>
 
 #include "scale/sharpen.h"
@@ -76,6 +77,13 @@ void BlurVerticalPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out) 
     for (int32_t x = 0; x < width; ++x) out[x] = BlurColumnAt(taps, x);
 }
 
+void BlurVerticalPairPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8_t* next) {
+    BlurVerticalPlain(taps, width, out);
+    BlurColumnTaps below = taps;
+    ++below.rows;
+    BlurVerticalPlain(below, width, next);
+}
+
 void SharpenExtremesPlain(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
     for (int32_t x = 0; x < width; ++x) {
         const int32_t d = int32_t(a[x]) - b[x];
@@ -89,8 +97,8 @@ void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t hi
 }
 
 SharpenForms PickSharpenForms() {
-    static constexpr SharpenForms plain = {BlurHorizontalPlain, BlurVerticalPlain, SharpenExtremesPlain,
-                                           ApplySharpenPlain};
+    static constexpr SharpenForms plain = {BlurHorizontalPlain, BlurVerticalPlain, BlurVerticalPairPlain,
+                                           SharpenExtremesPlain, ApplySharpenPlain};
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<SharpenForms> t[] = {
         {SimdForm::Avx2, kSharpenAvx2}, {SimdForm::Sse2, kSharpenSse2},
@@ -108,29 +116,33 @@ constexpr size_t kSlack = 64;
 
 // Blurs `in` (rows `stride` apart) into the tight `out`, calling done(y)
 // once row y of `out` is made. Row j of the horizontal pass lives in slot
-// j % n of the ring: the n rows one output row reads are n consecutive rows,
-// and the row made next replaces the one just left behind.
+// j % (n + 1) of the ring: the n rows one output row reads, or the n + 1 two
+// neighbouring rows read, are consecutive rows, and the row made next
+// replaces the one just left behind. Rows whose taps all lie inside the
+// plane go two at a time, which reads each ring row once for both.
 template <class Done>
 void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32_t height, intptr_t stride,
               double sigma, uint8_t* out, Done done) {
     float* k = nullptr;
     int32_t n = 0;
     MakeGaussianKernel(sigma, &k, &n);
-    const int32_t r = n / 2;
-    std::vector<float> ring(size_t(n) * size_t(width) + kSlack), scratch(size_t(width) + size_t(n) + kSlack);
-    std::vector<const float*> rows(static_cast<size_t>(n));
+    const int32_t r = n / 2, slots = n + 1;
+    std::vector<float> ring(size_t(slots) * size_t(width) + kSlack), scratch(size_t(width) + size_t(n) + kSlack);
+    std::vector<const float*> rows(static_cast<size_t>(slots));
     std::vector<float> taps(static_cast<size_t>(n));
+    auto slot = [&](int32_t row) { return ring.data() + size_t(row % slots) * width; };
     int32_t made = 0;
     float checked = 0;
     bool keepsWholes = false;
-    for (int32_t y = 0; y < height; ++y) {
-        for (; made <= std::min(height - 1, y + r); ++made)
-            forms.horizontal(in + made * stride, width, k, n, scratch.data(), ring.data() + size_t(made % n) * width);
+    for (int32_t y = 0; y < height;) {
+        const bool pair = y >= r && y + 1 + r < height;
+        for (; made <= std::min(height - 1, y + r + (pair ? 1 : 0)); ++made)
+            forms.horizontal(in + made * stride, width, k, n, scratch.data(), slot(made));
         BlurColumnTaps column{rows.data(), taps.data(), 0, 0.0f, false};
         for (int32_t i = 0; i < n; ++i) {
             const int32_t row = y + i - r;
             if (row < 0 || row >= height) continue;
-            rows[size_t(column.count)] = ring.data() + size_t(row % n) * width;
+            rows[size_t(column.count)] = slot(row);
             taps[size_t(column.count++)] = k[i];
             column.weight += k[i];
         }
@@ -142,8 +154,17 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
                 keepsWholes = keepsWholes && static_cast<int32_t>(float(w) / column.weight) == w;
         }
         column.keepsWholes = keepsWholes;
-        forms.vertical(column, width, out + size_t(y) * width);
-        done(y);
+        uint8_t* to = out + size_t(y) * width;
+        if (pair) {
+            rows[size_t(n)] = slot(y + 1 + r);
+            forms.verticalPair(column, width, to, to + width);
+            done(y);
+            done(y + 1);
+            y += 2;
+        } else {
+            forms.vertical(column, width, to);
+            done(y++);
+        }
     }
     delete[] k;
 }
@@ -160,13 +181,17 @@ void GaussianBlurPlane(const uint8_t* in, int32_t width, int32_t height, double 
 void SharpenPlane(uint8_t* plane, int32_t width, int32_t height, int32_t stride) {
     if (width <= 0 || height <= 0) return;
     const SharpenForms forms = PickSharpenForms();
-    std::vector<uint8_t> blur(size_t(width) * size_t(height) + kSlack);
+    // Every byte of the blur is written before it is read; only the slack is
+    // left over, and it is zeroed rather than the whole buffer.
+    const size_t bytes = size_t(width) * size_t(height);
+    std::unique_ptr<uint8_t[]> blur(new uint8_t[bytes + kSlack]);
+    std::fill_n(blur.get() + bytes, kSlack, uint8_t(0));
     int32_t largest = INT_MIN, smallest = INT_MAX;
-    BlurRows(forms, plane, width, height, stride, 1.5, blur.data(), [&](int32_t y) {
-        forms.extremes(plane + intptr_t(y) * stride, blur.data() + size_t(y) * width, width, &largest, &smallest);
+    BlurRows(forms, plane, width, height, stride, 1.5, blur.get(), [&](int32_t y) {
+        forms.extremes(plane + intptr_t(y) * stride, blur.get() + size_t(y) * width, width, &largest, &smallest);
     });
     for (int32_t y = 0; y < height; ++y)
-        forms.apply(plane + intptr_t(y) * stride, blur.data() + size_t(y) * width, width, largest - 30,
+        forms.apply(plane + intptr_t(y) * stride, blur.get() + size_t(y) * width, width, largest - 30,
                     smallest + 30);
 }
 

@@ -38,6 +38,10 @@ struct SharpenForms {
     void (*horizontal)(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
     // out[x] = the blur at x over the taps' rows.
     void (*vertical)(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
+    // Two rows of the vertical pass at once, the second one row further down
+    // with the same taps: taps.rows holds count + 1 rows, the first count
+    // for `out`, the last count for `next`. Each row read serves both.
+    void (*verticalPair)(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8_t* next);
     // Widens [*smallest, *largest] to hold every a[x] - b[x].
     void (*extremes)(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
     // The mask over one row of the plane in place, from its blur `b`.
@@ -55,6 +59,7 @@ void ApplySharpenAt(uint8_t* to, int32_t bv, int32_t high, int32_t low);
 
 void BlurHorizontalPlain(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
 void BlurVerticalPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
+void BlurVerticalPairPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8_t* next);
 void SharpenExtremesPlain(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
 void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
 

@@ -58,6 +58,7 @@ struct Avx2Lanes {
 }  // namespace
 
 const SharpenForms kSharpenAvx2 = {sharpen_passes::Horizontal<Avx2Lanes>, sharpen_passes::Vertical<Avx2Lanes>,
+                                  sharpen_passes::VerticalPair<Avx2Lanes>,
                                   sharpen_passes::Extremes<Avx2Lanes>, sharpen_passes::Apply<Avx2Lanes>};
 
 }  // namespace tarn

@@ -146,17 +146,22 @@ void Horizontal(const uint8_t* row, int32_t width, const float* k, int32_t n, fl
 // Bytes of a register of column sums: the sum truncated to its low byte,
 // divided by the weight and truncated again, to its low byte once more; with
 // kWhole, the division leaves the whole number as it is.
+template <class L, bool kWhole>
+struct ColumnBytes {
+    typename L::F weight;
+    void operator()(uint8_t* to, typename L::F sum) const {
+        auto v = L::Low255(L::Truncated(sum));
+        if constexpr (!kWhole) v = L::Low255(L::Truncated(L::Div(L::Float(v), weight)));
+        L::StoreBytes(to, v);
+    }
+};
+
 template <class L, class Count, bool kWhole>
 int32_t VerticalRow(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out) {
     using F = typename L::F;
     constexpr int32_t N = L::kLanes;
-    const F weight = L::Set1(taps.weight);
+    const ColumnBytes<L, kWhole> store{L::Set1(taps.weight)};
     const float* const* rows = taps.rows;
-    auto store = [&](uint8_t* to, F sum) {
-        auto v = L::Low255(L::Truncated(sum));
-        if constexpr (!kWhole) v = L::Low255(L::Truncated(L::Div(L::Float(v), weight)));
-        L::StoreBytes(to, v);
-    };
     int32_t x = 0;
     for (; x + N * kBlocks <= width; x += N * kBlocks) {
         F s[kBlocks];
@@ -179,6 +184,84 @@ void Vertical(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
     int32_t x = taps.count == 9 ? VerticalRowOf<L>(taps, width, FixedCount<9>{}, out)
                                 : VerticalRowOf<L>(taps, width, AnyCount{taps.count}, out);
     for (; x < width; ++x) out[x] = BlurColumnAt(taps, x);
+}
+
+// The sums of B registers of two neighbouring output rows: ring row t
+// (t = 0 .. n) is loaded once and multiplied by tap t for the upper row and
+// by tap t - 1 for the lower, each sum still taken in tap order.
+template <class L, int B, class Count>
+inline void PairSums(const float* const* rows, const float* k, Count count, int32_t x, typename L::F (&a)[B],
+                     typename L::F (&b)[B]) {
+    using F = typename L::F;
+    constexpr int32_t N = L::kLanes;
+    const int32_t n = count();
+    const F k0 = L::Set1(k[0]);
+    for (int j = 0; j < B; ++j) a[j] = Rounded(L::Mul(L::Load(rows[0] + x + N * j), k0));
+    const F k1 = L::Set1(k[1]);
+    for (int j = 0; j < B; ++j) {
+        const F v = L::Load(rows[1] + x + N * j);
+        a[j] = L::Add(a[j], Rounded(L::Mul(v, k1)));
+        b[j] = Rounded(L::Mul(v, k0));
+    }
+#if defined(__GNUC__)
+#pragma GCC unroll 1
+#endif
+    for (int32_t t = 2; t < n; ++t) {
+        const F kt = L::Set1(k[t]), kp = L::Set1(k[t - 1]);
+        for (int j = 0; j < B; ++j) {
+            const F v = L::Load(rows[t] + x + N * j);
+            a[j] = L::Add(a[j], Rounded(L::Mul(v, kt)));
+            b[j] = L::Add(b[j], Rounded(L::Mul(v, kp)));
+        }
+    }
+    const F kl = L::Set1(k[n - 1]);
+    for (int j = 0; j < B; ++j) b[j] = L::Add(b[j], Rounded(L::Mul(L::Load(rows[n] + x + N * j), kl)));
+}
+
+// Registers of each row per pass of the pair's wide loop: two rows' sums,
+// the row loaded and two factors fit the sixteen registers.
+constexpr int kPairBlocks = 4;
+
+template <class L, class Count, bool kWhole>
+int32_t VerticalPairRow(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out, uint8_t* next) {
+    using F = typename L::F;
+    constexpr int32_t N = L::kLanes;
+    const ColumnBytes<L, kWhole> store{L::Set1(taps.weight)};
+    int32_t x = 0;
+    for (; x + N * kPairBlocks <= width; x += N * kPairBlocks) {
+        F a[kPairBlocks], b[kPairBlocks];
+        PairSums<L>(taps.rows, taps.k, count, x, a, b);
+        for (int j = 0; j < kPairBlocks; ++j) {
+            store(out + x + N * j, a[j]);
+            store(next + x + N * j, b[j]);
+        }
+    }
+    for (; x + N <= width; x += N) {
+        F a[1], b[1];
+        PairSums<L>(taps.rows, taps.k, count, x, a, b);
+        store(out + x, a[0]);
+        store(next + x, b[0]);
+    }
+    return x;
+}
+
+template <class L, class Count>
+int32_t VerticalPairOf(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out, uint8_t* next) {
+    return taps.keepsWholes ? VerticalPairRow<L, Count, true>(taps, width, count, out, next)
+                            : VerticalPairRow<L, Count, false>(taps, width, count, out, next);
+}
+
+template <class L>
+void VerticalPair(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8_t* next) {
+    // The taps stay a loop: unrolled, the compiler hoists the products ahead
+    // of their sums and runs out of registers.
+    const int32_t x = VerticalPairOf<L>(taps, width, AnyCount{taps.count}, out, next);
+    BlurColumnTaps below = taps;
+    ++below.rows;
+    for (int32_t i = x; i < width; ++i) {
+        out[i] = BlurColumnAt(taps, i);
+        next[i] = BlurColumnAt(below, i);
+    }
 }
 
 template <class L>

@@ -65,6 +65,7 @@ struct Sse2Lanes {
 }  // namespace
 
 const SharpenForms kSharpenSse2 = {sharpen_passes::Horizontal<Sse2Lanes>, sharpen_passes::Vertical<Sse2Lanes>,
+                                  sharpen_passes::VerticalPair<Sse2Lanes>,
                                   sharpen_passes::Extremes<Sse2Lanes>, sharpen_passes::Apply<Sse2Lanes>};
 
 }  // namespace tarn

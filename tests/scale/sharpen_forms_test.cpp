@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "platform/cpu_features.h"
@@ -148,6 +149,47 @@ TEST(SharpenForms, BlursOfOtherWidthsMatchTheReference) {
                     EXPECT_EQ(out, expected) << sigma << " " << w << "x" << h << " " << FormName(f);
                 }
             }
+}
+
+TEST(SharpenForms, RowPairsMatchTwoSingleRows) {
+    // Two output rows from one read of n + 1 rows against the plain one-row
+    // pass over each window, for widths around each form's steps and weights
+    // that keep wholes or divide, with a canary after each output row.
+    constexpr uint8_t kCanary = 0x5A;
+    std::mt19937 rng(24);
+    for (const double sigma : {1.5, 3.0}) {
+        float* k = nullptr;
+        int32_t n = 0;
+        MakeGaussianKernel(sigma, &k, &n);
+        for (const int32_t w : {1, 7, 8, 9, 31, 32, 33, 65, 100, 257}) {
+            std::vector<std::vector<float>> ring(size_t(n) + 1, std::vector<float>(static_cast<size_t>(w)));
+            for (auto& row : ring)
+                for (float& v : row) v = float(rng() % 25600) / 100.0f;
+            std::vector<const float*> rows;
+            for (const auto& row : ring) rows.push_back(row.data());
+            for (const float weight : {1.0f, 0.75f}) {
+                const BlurColumnTaps taps{rows.data(), k, n, weight, weight == 1.0f};
+                BlurColumnTaps below = taps;
+                ++below.rows;
+                std::vector<uint8_t> upper(static_cast<size_t>(w)), lower(static_cast<size_t>(w));
+                BlurVerticalPlain(taps, w, upper.data());
+                BlurVerticalPlain(below, w, lower.data());
+                for (SimdForm f : kForms) {
+                    if (HostSimdForm() < f) continue;
+                    ScopedKernelChoice choice(g_cpuFeatures, f);
+                    std::vector<uint8_t> out(2 * (size_t(w) + 1), kCanary);
+                    PickSharpenForms().verticalPair(taps, w, out.data(), out.data() + w + 1);
+                    const std::string at = std::to_string(n) + " taps, width " + std::to_string(w) + ", weight " +
+                                           std::to_string(weight) + " " + FormName(f);
+                    EXPECT_TRUE(std::equal(upper.begin(), upper.end(), out.begin())) << at;
+                    EXPECT_TRUE(std::equal(lower.begin(), lower.end(), out.begin() + w + 1)) << at;
+                    EXPECT_EQ(out[size_t(w)], kCanary) << at;
+                    EXPECT_EQ(out.back(), kCanary) << at;
+                }
+            }
+        }
+        delete[] k;
+    }
 }
 
 TEST(SharpenForms, DividingByOneLessTwoToTheMinus24RoundsToTheNextFloatUp) {
