@@ -164,15 +164,22 @@ inline Bytes32 Packed32(const uint8_t* src) {
 // packed with saturation and interleaved by one shuffle; red is clamped to
 // 0..255 in its 16-bit lanes, which is the same saturation and already the
 // red-and-0 half of each pixel.
-template <bool Stream = false>
-inline void StoreBgraLanes(uint8_t* lo, uint8_t* hi, const Words16& c) {
+struct BgraHalves {
+    __m256i lo, hi;  // the first four pixels of each lane, the last four
+};
+inline BgraHalves BgraOf(const Words16& c) {
     const __m256i interleave = _mm256_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15,
                                                 0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15);
     const __m256i bg = _mm256_shuffle_epi8(_mm256_packus_epi16(c.b, c.g), interleave);
     const __m256i r0 = _mm256_min_epi16(_mm256_max_epi16(c.r, _mm256_setzero_si256()), _mm256_set1_epi16(255));
-    const __m256i q0 = _mm256_unpacklo_epi16(bg, r0), q1 = _mm256_unpackhi_epi16(bg, r0);
-    Put32<Stream>(lo, _mm256_permute2x128_si256(q0, q1, 0x20));
-    Put32<Stream>(hi, _mm256_permute2x128_si256(q0, q1, 0x31));
+    return {_mm256_unpacklo_epi16(bg, r0), _mm256_unpackhi_epi16(bg, r0)};
+}
+
+template <bool Stream = false>
+inline void StoreBgraLanes(uint8_t* lo, uint8_t* hi, const Words16& c) {
+    const BgraHalves q = BgraOf(c);
+    Put32<Stream>(lo, _mm256_permute2x128_si256(q.lo, q.hi, 0x20));
+    Put32<Stream>(hi, _mm256_permute2x128_si256(q.lo, q.hi, 0x31));
 }
 
 // y8: 32 luma bytes with the chroma of ChromaFor32 (luma as stored); w[0]
@@ -256,9 +263,40 @@ void ToBgrAvx2(uint8_t* dst, const uint8_t* y, const uint8_t* u, const uint8_t* 
     }
 }
 
-// `pixels` is a multiple of 16: one 32-byte load a step.
+// PackedWords with the offsets folded into the products, as ChromaFor32
+// does: luma as stored times 74 (one multiply-add of the bytes, chroma
+// weighted 0), chroma products less 17696, 8672 and 14240. Each saturating
+// sum sees the same total as in PackedWords and saturates alike.
+inline Words16 PackedWordsFolded(__m256i a) {
+    const __m256i l = _mm256_maddubs_epi16(a, Multiplier(_mm256_set1_epi16(74)));
+    const __m256i c16 = _mm256_srli_epi16(a, 8);  // u v u v ..., as stored
+    const __m256i evens = _mm256_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13,
+                                           0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13);
+    const __m256i odds = _mm256_setr_epi8(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15,
+                                          2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15);
+    const __m256i ubvr = _mm256_sub_epi16(_mm256_mullo_epi16(c16, Multiplier(_mm256_set1_epi32(0x00660081))),
+                                          _mm256_set1_epi32((14240 << 16) | 17696));
+    const __m256i gc = _mm256_sub_epi32(_mm256_madd_epi16(c16, Multiplier(_mm256_set1_epi32(0x00340019))),
+                                        _mm256_set1_epi32(8672));
+    Words16 w;
+    w.b = _mm256_srai_epi16(_mm256_adds_epi16(l, _mm256_shuffle_epi8(ubvr, evens)), 6);
+    w.g = _mm256_srai_epi16(_mm256_subs_epi16(l, _mm256_shuffle_epi8(gc, evens)), 6);
+    w.r = _mm256_srai_epi16(_mm256_adds_epi16(l, _mm256_shuffle_epi8(ubvr, odds)), 6);
+    return w;
+}
+
+// `pixels` is a multiple of 16: one 32-byte load a step. Each pixel's colour
+// depends on its own 4-byte group only, so the groups may be taken in any
+// order: one 64-bit permute of the source puts pixels 0-3, 8-11 | 4-7,
+// 12-15 in the lanes, and the unpacks of BgraOf then give pixels 0-7 and
+// 8-15 in order, where ordering the output would take two lane permutes.
 void Yuy2ToBgraAvx2(uint8_t* dst, const uint8_t* src, size_t pixels) {
-    for (size_t i = 0; i < pixels; i += 16, dst += 64) StoreBgraLanes(dst, dst + 32, PackedWords(Load32(src + 2 * i)));
+    for (size_t i = 0; i < pixels; i += 16, dst += 64) {
+        const __m256i a = _mm256_permute4x64_epi64(Load32(src + 2 * i), _MM_SHUFFLE(3, 1, 2, 0));
+        const BgraHalves q = BgraOf(PackedWordsFolded(a));
+        Store32(dst, q.lo);
+        Store32(dst + 32, q.hi);
+    }
 }
 
 void Yuy2ToBgrAvx2(uint8_t* dst, const uint8_t* src, size_t pixels) {
