@@ -39,11 +39,10 @@ struct Avx2Lanes {
     }
     static I Set16(int16_t v) { return _mm256_set1_epi16(v); }
     static I Sub16(I a, I b) { return _mm256_sub_epi16(a, b); }
+    static I SubSat16(I a, I b) { return _mm256_subs_epu16(a, b); }
     static I Add16(I a, I b) { return _mm256_add_epi16(a, b); }
     static I Max16(I a, I b) { return _mm256_max_epi16(a, b); }
     static I Min16(I a, I b) { return _mm256_min_epi16(a, b); }
-    static I Greater16(I a, I b) { return _mm256_cmpgt_epi16(a, b); }
-    static I And(I a, I b) { return _mm256_and_si256(a, b); }
     static I MulLo16(I a, I b) { return _mm256_mullo_epi16(a, b); }
     static I MulHi16(I a, I b) { return _mm256_mulhi_epu16(a, b); }
     static Bits Bits16(int32_t s) { return _mm_cvtsi32_si128(s); }

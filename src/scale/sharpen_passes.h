@@ -24,9 +24,10 @@
 // Successor (the next float up of non-negative lanes), Truncated, Float,
 // Low255 (each 32-bit lane's low byte) and StoreBytes (32-bit lanes 0 .. 255
 // as kLanes bytes); and over 2 * kLanes 16-bit lanes: Words (bytes widened),
-// Set16, Sub16, Add16, Max16, Min16, Greater16, And, MulLo16, MulHi16 (high
-// halves of unsigned products), Shift16 (right by a count made by Bits16)
-// and StoreWords (16-bit lanes as bytes, clamped to 0 .. 255).
+// Set16, Sub16, SubSat16 (unsigned, stopping at 0), Add16, Max16, Min16,
+// MulLo16, MulHi16 (high halves of unsigned products), Shift16 (right by a
+// count made by Bits16) and StoreWords (16-bit lanes as bytes, clamped to
+// 0 .. 255).
 //
 // Everything here that computes is instantiated on a lanes type private to
 // its form's file, or local to a template so instantiated: no function
@@ -132,8 +133,11 @@ void Horizontal(const uint8_t* row, int32_t width, const float* k, int32_t n, fl
         for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
         return;
     }
-    float* f = scratch + r;
-    for (int32_t i = 0; i < r; ++i) scratch[i] = f[width + i] = 0.0f;
+    // The row starts on a 64-byte line: fewer of the taps' loads then
+    // straddle two lines.
+    const uintptr_t start = reinterpret_cast<uintptr_t>(scratch + r);
+    float* f = scratch + r + ((0 - start) & 63) / sizeof(float);
+    for (int32_t i = 0; i < r; ++i) f[i - r] = f[width + i] = 0.0f;
     int32_t i = 0;
     for (; i + N <= width; i += N) L::Store(f + i, L::Bytes(row + i));
     for (; i < width; ++i) f[i] = row[i];
@@ -199,7 +203,7 @@ inline void PairSums(const float* const* rows, const float* k, Count count, int3
     for (int j = 0; j < B; ++j) a[j] = Rounded(L::Mul(L::Load(rows[0] + x + N * j), k0));
     const F k1 = L::Set1(k[1]);
     for (int j = 0; j < B; ++j) {
-        const F v = L::Load(rows[1] + x + N * j);
+        const F v = Rounded(L::Load(rows[1] + x + N * j));
         a[j] = L::Add(a[j], Rounded(L::Mul(v, k1)));
         b[j] = Rounded(L::Mul(v, k0));
     }
@@ -209,7 +213,7 @@ inline void PairSums(const float* const* rows, const float* k, Count count, int3
     for (int32_t t = 2; t < n; ++t) {
         const F kt = L::Set1(k[t]), kp = L::Set1(k[t - 1]);
         for (int j = 0; j < B; ++j) {
-            const F v = L::Load(rows[t] + x + N * j);
+            const F v = Rounded(L::Load(rows[t] + x + N * j));
             a[j] = L::Add(a[j], Rounded(L::Mul(v, kt)));
             b[j] = L::Add(b[j], Rounded(L::Mul(v, kp)));
         }
@@ -218,9 +222,9 @@ inline void PairSums(const float* const* rows, const float* k, Count count, int3
     for (int j = 0; j < B; ++j) b[j] = L::Add(b[j], Rounded(L::Mul(L::Load(rows[n] + x + N * j), kl)));
 }
 
-// Registers of each row per pass of the pair's wide loop: two rows' sums,
-// the row loaded and two factors fit the sixteen registers.
-constexpr int kPairBlocks = 4;
+// Registers of each row per pass of the pair's wide loop: with more, the
+// compiler no longer keeps both rows' sums in registers.
+constexpr int kPairBlocks = 2;
 
 template <class L, class Count, bool kWhole>
 int32_t VerticalPairRow(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out, uint8_t* next) {
@@ -289,7 +293,8 @@ void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* larges
 // 2D), below 2^16, the error of 2n * m / 2^(16 + s) against 2n / 2D is below
 // 2n / 2^(16 + s) < 2^-(1 + s) <= 1 / 2D, too little to reach the next whole
 // number; so the floor of it is that of 2n / 2D, which is n / D truncated.
-// Doubling lets D = 1 have a shift too.
+// Doubling lets D = 1 have a shift too. D = 0 stands for a division that
+// does not take place: its multiplier of 0 makes every quotient 0.
 template <class L>
 struct HalvedDivisor {
     typename L::I m;
@@ -298,7 +303,7 @@ struct HalvedDivisor {
     explicit HalvedDivisor(int32_t d) {
         int32_t shift = 0;
         while (2 * d > 2 << shift) ++shift;
-        const int64_t mul = ((int64_t(1) << (16 + shift)) + 2 * d - 1) / (2 * d);
+        const int64_t mul = d > 0 ? ((int64_t(1) << (16 + shift)) + 2 * d - 1) / (2 * d) : 0;
         m = L::Set16(static_cast<int16_t>(static_cast<uint16_t>(mul)));
         s = L::Bits16(shift);
     }
@@ -308,20 +313,19 @@ struct HalvedDivisor {
 // The mask in 16-bit lanes. As the blur b lies in 0 .. 255, d = a - b lies
 // in -(255 - a) .. a, so a numerator (255 - a) * d or a * -d is at most
 // a * (255 - a) <= 16256, and twice it fits the division above; the divisor,
-// high or -low, is 1 to 225. A side that does not apply gets a numerator of
-// 0, so its quotient is 0; the sum a + up - down is clamped by the store.
+// high or -low, is 1 to 225. The saturating differences a - b and b - a
+// give each pixel the one of d and -d that is positive and 0 for the other,
+// whose quotient is then 0; a side that does not apply divides by 0 above.
+// The sum a + up - down is clamped by the store.
 template <class L>
 void Apply(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
     constexpr int32_t W = 2 * L::kLanes;
-    const auto zero = L::Set16(0), k510 = L::Set16(510);
-    const auto useHigh = L::Set16(high > 0 ? -1 : 0), useLow = L::Set16(low < 0 ? -1 : 0);
-    const HalvedDivisor<L> byHigh(high > 0 ? high : 1), byLow(low < 0 ? -low : 1);
+    const auto k510 = L::Set16(510);
+    const HalvedDivisor<L> byHigh(high > 0 ? high : 0), byLow(low < 0 ? -low : 0);
     int32_t x = 0;
     for (; x + W <= width; x += W) {
         const auto av = L::Words(row + x), bv = L::Words(b + x);
-        const auto d = L::Sub16(av, bv);
-        const auto up = L::And(L::And(L::Greater16(d, zero), useHigh), d);
-        const auto down = L::And(L::And(L::Greater16(zero, d), useLow), L::Sub16(zero, d));
+        const auto up = L::SubSat16(av, bv), down = L::SubSat16(bv, av);
         const auto twice = L::Add16(av, av);
         const auto raise = byHigh.Quotient(L::MulLo16(L::Sub16(k510, twice), up));
         const auto lower = byLow.Quotient(L::MulLo16(twice, down));

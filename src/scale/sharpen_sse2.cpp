@@ -47,11 +47,10 @@ struct Sse2Lanes {
     }
     static I Set16(int16_t v) { return _mm_set1_epi16(v); }
     static I Sub16(I a, I b) { return _mm_sub_epi16(a, b); }
+    static I SubSat16(I a, I b) { return _mm_subs_epu16(a, b); }
     static I Add16(I a, I b) { return _mm_add_epi16(a, b); }
     static I Max16(I a, I b) { return _mm_max_epi16(a, b); }
     static I Min16(I a, I b) { return _mm_min_epi16(a, b); }
-    static I Greater16(I a, I b) { return _mm_cmpgt_epi16(a, b); }
-    static I And(I a, I b) { return _mm_and_si128(a, b); }
     static I MulLo16(I a, I b) { return _mm_mullo_epi16(a, b); }
     static I MulHi16(I a, I b) { return _mm_mulhi_epu16(a, b); }
     static Bits Bits16(int32_t s) { return _mm_cvtsi32_si128(s); }
