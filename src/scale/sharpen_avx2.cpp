@@ -41,8 +41,6 @@ struct Avx2Lanes {
     static I Sub16(I a, I b) { return _mm256_sub_epi16(a, b); }
     static I SubSat16(I a, I b) { return _mm256_subs_epu16(a, b); }
     static I Add16(I a, I b) { return _mm256_add_epi16(a, b); }
-    static I Max16(I a, I b) { return _mm256_max_epi16(a, b); }
-    static I Min16(I a, I b) { return _mm256_min_epi16(a, b); }
     static I MulLo16(I a, I b) { return _mm256_mullo_epi16(a, b); }
     static I MulHi16(I a, I b) { return _mm256_mulhi_epu16(a, b); }
     static Bits Bits16(int32_t s) { return _mm_cvtsi32_si128(s); }
@@ -51,7 +49,20 @@ struct Avx2Lanes {
         const I bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(v, _mm256_setzero_si256()), 0xD8);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(bytes));
     }
-    static void StoreI(int16_t* p, I v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+    static I LoadI(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+    static I SetU8(uint8_t v) { return _mm256_set1_epi8(static_cast<char>(v)); }
+    static I SubSatU8(I a, I b) { return _mm256_subs_epu8(a, b); }
+    static I MaxU8(I a, I b) { return _mm256_max_epu8(a, b); }
+    static I Xor(I a, I b) { return _mm256_xor_si256(a, b); }
+    static int32_t MaxByte(I v) {
+        __m128i m = _mm_max_epu8(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+        m = _mm_max_epu8(m, _mm_srli_si128(m, 8));
+        m = _mm_max_epu8(m, _mm_srli_si128(m, 4));
+        m = _mm_max_epu8(m, _mm_srli_si128(m, 2));
+        m = _mm_max_epu8(m, _mm_srli_si128(m, 1));
+        return _mm_cvtsi128_si32(m) & 255;
+    }
+    static I MinU8(I a, I b) { return _mm256_min_epu8(a, b); }
 };
 
 }  // namespace

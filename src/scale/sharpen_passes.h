@@ -24,16 +24,18 @@
 // Successor (the next float up of non-negative lanes), Truncated, Float,
 // Low255 (each 32-bit lane's low byte) and StoreBytes (32-bit lanes 0 .. 255
 // as kLanes bytes); and over 2 * kLanes 16-bit lanes: Words (bytes widened),
-// Set16, Sub16, SubSat16 (unsigned, stopping at 0), Add16, Max16, Min16,
-// MulLo16, MulHi16 (high halves of unsigned products), Shift16 (right by a
-// count made by Bits16) and StoreWords (16-bit lanes as bytes, clamped to
-// 0 .. 255).
+// Set16, Sub16, SubSat16 (unsigned, stopping at 0), Add16, MulLo16, MulHi16
+// (high halves of unsigned products), Shift16 (right by a count made by
+// Bits16) and StoreWords (16-bit lanes as bytes, clamped to 0 .. 255); and
+// over bytes: LoadI, SetU8, SubSatU8, MaxU8, MinU8, Xor and MaxByte (the
+// largest byte of a register).
 //
 // Everything here that computes is instantiated on a lanes type private to
 // its form's file, or local to a template so instantiated: no function
 // compiled for one instruction set can stand in for another's at link time.
 #pragma once
 
+#include <algorithm>
 #include <cfloat>
 #include <cstdint>
 
@@ -268,22 +270,31 @@ void VerticalPair(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8
     }
 }
 
+// The extremes of a - b from two saturating differences a byte at a time:
+// the rise a - b where a > b, else 0, and the fall b - a where b > a. The
+// largest a - b is the largest rise if there is one, else the least fall
+// negated (every a - b is then 0 or below); the smallest is the largest fall
+// negated if there is one, else the least rise.
 template <class L>
 void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
-    constexpr int32_t W = 2 * L::kLanes;
-    auto most = L::Set16(-32768), least = L::Set16(32767);
+    constexpr int32_t W = sizeof(typename L::I);
+    auto riseMost = L::SetU8(0), fallMost = L::SetU8(0), riseLeast = L::SetU8(255), fallLeast = L::SetU8(255);
     int32_t x = 0;
     for (; x + W <= width; x += W) {
-        const auto d = L::Sub16(L::Words(a + x), L::Words(b + x));
-        most = L::Max16(most, d);
-        least = L::Min16(least, d);
+        const auto av = L::LoadI(a + x), bv = L::LoadI(b + x);
+        const auto rise = L::SubSatU8(av, bv), fall = L::SubSatU8(bv, av);
+        riseMost = L::MaxU8(riseMost, rise);
+        riseLeast = L::MinU8(riseLeast, rise);
+        fallMost = L::MaxU8(fallMost, fall);
+        fallLeast = L::MinU8(fallLeast, fall);
     }
-    int16_t hi[W], lo[W];
-    L::StoreI(hi, most);
-    L::StoreI(lo, least);
-    for (int32_t i = 0; i < W; ++i) {
-        if (hi[i] > *largest) *largest = hi[i];
-        if (lo[i] < *smallest) *smallest = lo[i];
+    if (x > 0) {
+        const auto ones = L::SetU8(255);
+        const int32_t mostRise = L::MaxByte(riseMost), mostFall = L::MaxByte(fallMost);
+        const int32_t leastRise = 255 - L::MaxByte(L::Xor(riseLeast, ones));
+        const int32_t leastFall = 255 - L::MaxByte(L::Xor(fallLeast, ones));
+        *largest = std::max(*largest, mostRise > 0 ? mostRise : -leastFall);
+        *smallest = std::min(*smallest, mostFall > 0 ? -mostFall : leastRise);
     }
     SharpenExtremesPlain(a + x, b + x, width - x, largest, smallest);
 }

@@ -49,8 +49,6 @@ struct Sse2Lanes {
     static I Sub16(I a, I b) { return _mm_sub_epi16(a, b); }
     static I SubSat16(I a, I b) { return _mm_subs_epu16(a, b); }
     static I Add16(I a, I b) { return _mm_add_epi16(a, b); }
-    static I Max16(I a, I b) { return _mm_max_epi16(a, b); }
-    static I Min16(I a, I b) { return _mm_min_epi16(a, b); }
     static I MulLo16(I a, I b) { return _mm_mullo_epi16(a, b); }
     static I MulHi16(I a, I b) { return _mm_mulhi_epu16(a, b); }
     static Bits Bits16(int32_t s) { return _mm_cvtsi32_si128(s); }
@@ -58,7 +56,19 @@ struct Sse2Lanes {
     static void StoreWords(uint8_t* p, I v) {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(v, v));
     }
-    static void StoreI(int16_t* p, I v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+    static I LoadI(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+    static I SetU8(uint8_t v) { return _mm_set1_epi8(static_cast<char>(v)); }
+    static I SubSatU8(I a, I b) { return _mm_subs_epu8(a, b); }
+    static I MaxU8(I a, I b) { return _mm_max_epu8(a, b); }
+    static I Xor(I a, I b) { return _mm_xor_si128(a, b); }
+    static int32_t MaxByte(I v) {
+        v = _mm_max_epu8(v, _mm_srli_si128(v, 8));
+        v = _mm_max_epu8(v, _mm_srli_si128(v, 4));
+        v = _mm_max_epu8(v, _mm_srli_si128(v, 2));
+        v = _mm_max_epu8(v, _mm_srli_si128(v, 1));
+        return _mm_cvtsi128_si32(v) & 255;
+    }
+    static I MinU8(I a, I b) { return _mm_min_epu8(a, b); }
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <random>
 #include <string>
@@ -190,6 +191,42 @@ TEST(SharpenForms, RowPairsMatchTwoSingleRows) {
         }
         delete[] k;
     }
+}
+
+TEST(SharpenForms, ExtremesMatchThePlainForm) {
+    // Rows where a rises above b only, falls below it only, both, or never
+    // leaves it, by as little as 1 and as much as 255, over widths around
+    // each form's steps, starting from no extremes yet and from ones that
+    // already reach further.
+    std::mt19937 rng(33);
+    for (int kind = 0; kind < 6; ++kind)
+        for (const int32_t w : {1, 15, 16, 17, 31, 32, 33, 64, 100, 1000}) {
+            std::vector<uint8_t> a(static_cast<size_t>(w)), b(a.size());
+            for (size_t i = 0; i < a.size(); ++i) {
+                const uint8_t u = uint8_t(rng()), v = uint8_t(rng());
+                const uint8_t hi = std::max(u, v), lo = std::min(u, v);
+                switch (kind) {
+                    case 0: a[i] = u, b[i] = v; break;
+                    case 1: a[i] = hi, b[i] = lo; break;
+                    case 2: a[i] = lo, b[i] = hi; break;
+                    case 3: a[i] = b[i] = u; break;
+                    case 4: a[i] = 255, b[i] = i == a.size() / 2 ? 0 : 255; break;
+                    default: a[i] = uint8_t(i % 2), b[i] = uint8_t(1 - i % 2); break;
+                }
+            }
+            for (const auto& [most, least] : {std::pair{INT_MIN, INT_MAX}, std::pair{300, -300}, std::pair{0, 0}}) {
+                int32_t largest = most, smallest = least;
+                SharpenExtremesPlain(a.data(), b.data(), w, &largest, &smallest);
+                for (SimdForm f : kForms) {
+                    if (HostSimdForm() < f) continue;
+                    ScopedKernelChoice choice(g_cpuFeatures, f);
+                    int32_t l = most, s = least;
+                    PickSharpenForms().extremes(a.data(), b.data(), w, &l, &s);
+                    EXPECT_EQ(l, largest) << "kind " << kind << " width " << w << " " << FormName(f);
+                    EXPECT_EQ(s, smallest) << "kind " << kind << " width " << w << " " << FormName(f);
+                }
+            }
+        }
 }
 
 TEST(SharpenForms, DividingByOneLessTwoToTheMinus24RoundsToTheNextFloatUp) {
