@@ -127,7 +127,8 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     int32_t n = 0;
     MakeGaussianKernel(sigma, &k, &n);
     const int32_t r = n / 2, slots = n + 1;
-    std::vector<float> ring(size_t(slots) * size_t(width) + kSlack), scratch(size_t(width) + size_t(n) + kSlack);
+    std::vector<float> ring(size_t(slots) * size_t(width) + kSlack);
+    std::vector<float> scratch(2 * (size_t(width) + size_t(n)) + 48 + kSlack);
     std::vector<const float*> rows(static_cast<size_t>(slots));
     std::vector<float> taps(static_cast<size_t>(n));
     auto slot = [&](int32_t row) { return ring.data() + size_t(row % slots) * width; };

@@ -34,7 +34,7 @@ struct BlurColumnTaps {
 
 struct SharpenForms {
     // out[x] = the blur of `row` at x over the taps inside the row; `scratch`
-    // holds `width` + n + 16 floats for the form's own use.
+    // holds 2 (`width` + n) + 48 floats for the form's own use.
     void (*horizontal)(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
     // out[x] = the blur at x over the taps' rows.
     void (*vertical)(const BlurColumnTaps& taps, int32_t width, uint8_t* out);

@@ -38,6 +38,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cstdint>
+#include <type_traits>
 
 #include "scale/rounded.h"
 #include "scale/sharpen.h"
@@ -84,10 +85,17 @@ inline typename L::F TapSum(const float* k, Count count, Load load) {
 // as the rest and only their weights differ. Registers where every tap lies
 // inside the row divide by the whole weight; the others, and a last one
 // drawn back to end at the row's end, by each pixel's own.
+//
+// `f` starts on a 64-byte line. With the nine taps, `g` holds the same row
+// half a line further on, and the wide loop reads each tap's register from
+// whichever of the two holds it within one line: a load across two lines
+// costs about two. The loop's steps are whole lines, so which copy serves a
+// tap and register is fixed for the row.
 template <class L, class Count, bool kSuccessor>
-void HorizontalRow(const float* f, int32_t width, const float* k, Count count, float whole, float* out) {
+void HorizontalRow(const float* f, const float* g, int32_t width, const float* k, Count count, float whole,
+                   float* out) {
     using F = typename L::F;
-    constexpr int32_t N = L::kLanes;
+    constexpr int32_t N = L::kLanes, kPhases = 16 / N;
     const int32_t n = count(), r = n / 2;
     // The weight of pixel x: the sum of its taps inside the row, in order.
     auto weightAt = [&](int32_t x) {
@@ -106,12 +114,25 @@ void HorizontalRow(const float* f, int32_t width, const float* k, Count count, f
         if constexpr (kSuccessor) return L::Successor(sum);
         else return L::Div(sum, weight);
     };
+    auto wide = [&](int32_t& x, auto load) {
+        for (; x + N * kBlocks <= width - r; x += N * kBlocks) {
+            F s[kBlocks];
+            TapSums<L>(k, count, [&](int32_t t, int j) { return load(x, t, j); }, s);
+            for (int j = 0; j < kBlocks; ++j) L::Store(out + x + N * j, normalised(s[j]));
+        }
+    };
     int32_t x = 0;
     for (; x < r && x + N <= width; x += N) edge(x);
-    for (; x + N * kBlocks <= width - r; x += N * kBlocks) {
-        F s[kBlocks];
-        TapSums<L>(k, count, [&](int32_t t, int j) { return L::Load(f + x - r + t + N * j); }, s);
-        for (int j = 0; j < kBlocks; ++j) L::Store(out + x + N * j, normalised(s[j]));
+    if constexpr (std::is_same_v<Count, FixedCount<9>>) {
+        const float* from[9][kPhases];
+        for (int32_t t = 0; t < 9; ++t)
+            for (int32_t p = 0; p < kPhases; ++p) {
+                const int32_t at = (x - r + t + N * p) & 15;
+                from[t][p] = (at + N > 16 ? g : f) + t - r;
+            }
+        wide(x, [&](int32_t x, int32_t t, int j) { return L::Load(from[t][j % kPhases] + x + N * j); });
+    } else {
+        wide(x, [&](int32_t x, int32_t t, int j) { return L::Load(f + x - r + t + N * j); });
     }
     for (; x + N <= width - r; x += N)
         L::Store(out + x, normalised(TapSum<L>(k, count, [&](int32_t t) { return L::Load(f + x - r + t); })));
@@ -120,11 +141,12 @@ void HorizontalRow(const float* f, int32_t width, const float* k, Count count, f
 }
 
 template <class L, class Count>
-void HorizontalRowOf(const float* f, int32_t width, const float* k, Count count, float whole, float* out) {
+void HorizontalRowOf(const float* f, const float* g, int32_t width, const float* k, Count count, float whole,
+                     float* out) {
     bool normal = true;
     for (int32_t i = 0; i < count(); ++i) normal = normal && k[i] >= FLT_MIN;
-    if (whole == 0x1.fffffep-1f && normal) HorizontalRow<L, Count, true>(f, width, k, count, whole, out);
-    else HorizontalRow<L, Count, false>(f, width, k, count, whole, out);
+    if (whole == 0x1.fffffep-1f && normal) HorizontalRow<L, Count, true>(f, g, width, k, count, whole, out);
+    else HorizontalRow<L, Count, false>(f, g, width, k, count, whole, out);
 }
 
 template <class L>
@@ -135,18 +157,23 @@ void Horizontal(const uint8_t* row, int32_t width, const float* k, int32_t n, fl
         for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
         return;
     }
-    // The row starts on a 64-byte line: fewer of the taps' loads then
-    // straddle two lines.
-    const uintptr_t start = reinterpret_cast<uintptr_t>(scratch + r);
-    float* f = scratch + r + ((0 - start) & 63) / sizeof(float);
-    for (int32_t i = 0; i < r; ++i) f[i - r] = f[width + i] = 0.0f;
+    // The first float at or after p that starts a 64-byte line.
+    auto lineStart = [](float* p) { return p + ((0 - reinterpret_cast<uintptr_t>(p)) & 63) / sizeof(float); };
+    float* f = lineStart(scratch + r);
+    float* g = lineStart(f + width + 2 * r) + 8;
+    const bool twice = n == 9;
+    for (int32_t i = 0; i < r; ++i) f[i - r] = f[width + i] = g[i - r] = g[width + i] = 0.0f;
     int32_t i = 0;
-    for (; i + N <= width; i += N) L::Store(f + i, L::Bytes(row + i));
-    for (; i < width; ++i) f[i] = row[i];
+    for (; i + N <= width; i += N) {
+        const typename L::F v = L::Bytes(row + i);
+        L::Store(f + i, v);
+        if (twice) L::Store(g + i, v);
+    }
+    for (; i < width; ++i) f[i] = g[i] = row[i];
     float whole = 0;
     for (int32_t t = 0; t < n; ++t) whole += k[t];
-    if (n == 9) HorizontalRowOf<L>(f, width, k, FixedCount<9>{}, whole, out);
-    else HorizontalRowOf<L>(f, width, k, AnyCount{n}, whole, out);
+    if (twice) HorizontalRowOf<L>(f, g, width, k, FixedCount<9>{}, whole, out);
+    else HorizontalRowOf<L>(f, g, width, k, AnyCount{n}, whole, out);
 }
 
 // Bytes of a register of column sums: the sum truncated to its low byte,
