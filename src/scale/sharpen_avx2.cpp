@@ -54,14 +54,14 @@ struct Avx2Lanes {
     static I SubSatU8(I a, I b) { return _mm256_subs_epu8(a, b); }
     static I MaxU8(I a, I b) { return _mm256_max_epu8(a, b); }
     static I Xor(I a, I b) { return _mm256_xor_si256(a, b); }
-    static int32_t MaxByte(I v) {
-        __m128i m = _mm_max_epu8(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
-        m = _mm_max_epu8(m, _mm_srli_si128(m, 8));
-        m = _mm_max_epu8(m, _mm_srli_si128(m, 4));
-        m = _mm_max_epu8(m, _mm_srli_si128(m, 2));
-        m = _mm_max_epu8(m, _mm_srli_si128(m, 1));
-        return _mm_cvtsi128_si32(m) & 255;
+    // The register moved down by kBytes bytes: the high half to the low for
+    // 16, else within each half, which is enough once the halves are folded.
+    template <int kBytes>
+    static I Down(I v) {
+        if constexpr (kBytes == 16) return _mm256_permute2x128_si256(v, v, 0x81);
+        else return _mm256_srli_si256(v, kBytes);
     }
+    static int32_t LowByte(I v) { return _mm256_cvtsi256_si32(v) & 255; }
     static I MinU8(I a, I b) { return _mm256_min_epu8(a, b); }
 };
 

@@ -27,8 +27,9 @@
 // Set16, Sub16, SubSat16 (unsigned, stopping at 0), Add16, MulLo16, MulHi16
 // (high halves of unsigned products), Shift16 (right by a count made by
 // Bits16) and StoreWords (16-bit lanes as bytes, clamped to 0 .. 255); and
-// over bytes: LoadI, SetU8, SubSatU8, MaxU8, MinU8, Xor and MaxByte (the
-// largest byte of a register).
+// over bytes: LoadI, SetU8, SubSatU8, MaxU8, MinU8, Xor, Down<k> (the
+// register moved down by k bytes, k = 16 only for registers of 32) and
+// LowByte.
 //
 // Everything here that computes is instantiated on a lanes type private to
 // its form's file, or local to a template so instantiated: no function
@@ -297,6 +298,16 @@ void VerticalPair(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8
     }
 }
 
+// The largest byte of a register, by halves.
+template <class L>
+int32_t MaxByte(typename L::I v) {
+    if constexpr (sizeof(v) == 32) v = L::MaxU8(v, L::template Down<16>(v));
+    v = L::MaxU8(v, L::template Down<8>(v));
+    v = L::MaxU8(v, L::template Down<4>(v));
+    v = L::MaxU8(v, L::template Down<2>(v));
+    return L::LowByte(L::MaxU8(v, L::template Down<1>(v)));
+}
+
 // The extremes of a - b from two saturating differences a byte at a time:
 // the rise a - b where a > b, else 0, and the fall b - a where b > a. The
 // largest a - b is the largest rise if there is one, else the least fall
@@ -317,9 +328,9 @@ void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* larges
     }
     if (x > 0) {
         const auto ones = L::SetU8(255);
-        const int32_t mostRise = L::MaxByte(riseMost), mostFall = L::MaxByte(fallMost);
-        const int32_t leastRise = 255 - L::MaxByte(L::Xor(riseLeast, ones));
-        const int32_t leastFall = 255 - L::MaxByte(L::Xor(fallLeast, ones));
+        const int32_t mostRise = MaxByte<L>(riseMost), mostFall = MaxByte<L>(fallMost);
+        const int32_t leastRise = 255 - MaxByte<L>(L::Xor(riseLeast, ones));
+        const int32_t leastFall = 255 - MaxByte<L>(L::Xor(fallLeast, ones));
         *largest = std::max(*largest, mostRise > 0 ? mostRise : -leastFall);
         *smallest = std::min(*smallest, mostFall > 0 ? -mostFall : leastRise);
     }

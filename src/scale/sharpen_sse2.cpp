@@ -61,13 +61,9 @@ struct Sse2Lanes {
     static I SubSatU8(I a, I b) { return _mm_subs_epu8(a, b); }
     static I MaxU8(I a, I b) { return _mm_max_epu8(a, b); }
     static I Xor(I a, I b) { return _mm_xor_si128(a, b); }
-    static int32_t MaxByte(I v) {
-        v = _mm_max_epu8(v, _mm_srli_si128(v, 8));
-        v = _mm_max_epu8(v, _mm_srli_si128(v, 4));
-        v = _mm_max_epu8(v, _mm_srli_si128(v, 2));
-        v = _mm_max_epu8(v, _mm_srli_si128(v, 1));
-        return _mm_cvtsi128_si32(v) & 255;
-    }
+    template <int kBytes>
+    static I Down(I v) { return _mm_srli_si128(v, kBytes); }
+    static int32_t LowByte(I v) { return _mm_cvtsi128_si32(v) & 255; }
     static I MinU8(I a, I b) { return _mm_min_epu8(a, b); }
 };
 
