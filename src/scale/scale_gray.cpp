@@ -13,7 +13,7 @@
 #include "platform/byte_span.h"
 #include "platform/form_table.h"
 #include "scale/axis_table.h"
-#include "scale/gray_flat_rows.h"
+#include "scale/gray_halved_rows.h"
 #include "scale/gray_gather.h"
 #include "scale/gray_row_cache.h"
 #include "scale/inner_rows.h"
@@ -144,13 +144,6 @@ struct GrayTables {
     }
 };
 
-// Whether no row blends with the row below.
-bool FlatRows(const uint32_t* rowWeights, uint32_t rows) {
-    uint32_t any = 0;
-    for (uint32_t y = 0; y < rows; ++y) any |= rowWeights[y] & 255;
-    return any == 0;
-}
-
 void GrayRows(const ScaleRequest& request, const GrayTables& tables) {
     uint8_t* dst = request.target.pixels;
     const uint8_t* src = request.source.pixels;
@@ -182,11 +175,12 @@ void GrayRows(const ScaleRequest& request, const GrayTables& tables) {
                              {AddrOf(src) + lo, AddrOf(src) + hi + size_t(srcWidth) + 8});
     }
     const bool stream = size_t(w) * dstHeight >= kStreamedTarget;
-    // Every row in the middle band, each from one source row, every column
-    // a blend: whole rows of means where the columns are halves.
-    if (cached && !stream && rf == 0 && rl == dstHeight && middle == dstWidth && FlatRows(rowWeights, dstHeight)) {
-        const GrayFlatRowsFn flat = PickGrayFlatRows();
-        if (flat && flat(dst, dstStride, src, rowOffsets, dstHeight, colWeights, colOffsets, dstWidth, srcWidth))
+    // Every row in the middle band and every column a blend: rows of means
+    // where the columns are halves.
+    if (cached && !stream && rf == 0 && rl == dstHeight && middle == dstWidth) {
+        const GrayHalvedRowsFn halved = PickGrayHalvedRows();
+        if (halved && halved(dst, dstStride, src, rowOffsets, rowWeights, dstHeight, srcStride, colWeights,
+                             colOffsets, dstWidth, srcWidth))
             return;
     }
     GrayRowCache cache(cached ? middle : 0, srcWidth, stream);
@@ -228,9 +222,10 @@ void GrayRows(const ScaleRequest& request, const GrayTables& tables) {
 
 }  // namespace
 
-GrayFlatRowsFn PickGrayFlatRows() {
+GrayHalvedRowsFn PickGrayHalvedRows() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<GrayFlatRowsFn> t[] = {{SimdForm::Avx2, GrayFlatRowsAvx2}, {SimdForm::Plain, nullptr}};
+    static const FormEntry<GrayHalvedRowsFn> t[] = {{SimdForm::Avx2, GrayHalvedRowsAvx2},
+                                                    {SimdForm::Plain, nullptr}};
     return PickForm(t);
 #else
     return nullptr;

@@ -1,6 +1,8 @@
-// Single-channel shrinks by whole factors whose rows each read one source
-// row: the flat rows form against the plain rows, directly over real tables
-// and through whole scaled images, with canaries and bottom-up pictures.
+// Single-channel shrinks whose columns are all means of two neighbours and
+// whose rows each read one source row, or at a shrink by 2 the mean of two
+// (field pairs): the halved rows form against the plain rows, directly over
+// real tables and through whole scaled images, with canaries and bottom-up
+// pictures.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,7 +12,7 @@
 #include "platform/cpu_features.h"
 #include "platform/form_table.h"
 #include "scale/axis_table.h"
-#include "scale/gray_flat_rows.h"
+#include "scale/gray_halved_rows.h"
 #include "scale/inner_rows.h"
 #include "scale/scale.h"
 
@@ -24,31 +26,35 @@ struct Tables {
     std::vector<uint8_t> block;
     std::vector<uint32_t> cols, rowWeights, rows;
     uint32_t cf = 0, cl = 0, rf = 0, rl = 0;
-    Tables(uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh, int32_t srcStride)
+    Tables(uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh, int32_t srcStride, AxisFilter rowFilter)
         : block(size_t(dw) * 5 + 2), cols(dw), rowWeights(dh), rows(dh) {
         BuildGrayColumnTable(dw, sw, block.data(), cols.data(), 0.0, double(sw) / dw, &cf, &cl, AxisFilter::Bilinear);
         BuildGrayRowTable(dh, sh, rowWeights.data(), rows.data(), srcStride, 0.0, double(sh) / dh, &rf, &rl,
-                          AxisFilter::Bilinear);
+                          rowFilter);
         std::memcpy(block.data() + dw, cols.data(), size_t(dw) * 4);
     }
 };
 
 #if defined(TARN_HAVE_X86_SIMD)
-TEST(GrayFlatRows, MatchTheBilinearRowsOfWholeShrinks) {
+TEST(GrayHalvedRows, MatchTheBilinearRowsOfWholeShrinks) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     struct Size {
         uint32_t sw, sh, dw, dh;
-        bool halves;  // whether the columns are means of neighbours at an even step
+        AxisFilter rows;
+        bool halves;  // whether the tables are of the kind the form takes
     };
+    constexpr AxisFilter kB = AxisFilter::Bilinear, kF = AxisFilter::FieldPairs;
     // Odd target widths leave trailing pixels and a last block of means
     // short of a whole load; the source ends where its rows end. A width of
     // 3 mod 4 gives the trailing pixels the second byte of a column offset
-    // for a weight, which is not 0 once the offsets pass 255.
-    const Size sizes[] = {{1920, 8, 960, 4, true}, {242, 10, 121, 5, true},  {484, 16, 121, 4, true},
-                          {968, 24, 121, 3, true}, {1032, 9, 129, 3, true},  {70, 6, 35, 3, true},
-                          {350, 6, 175, 3, true},  {700, 8, 175, 2, true},
-                          {66, 4, 33, 2, true},    {12, 4, 6, 2, true},      {90, 6, 30, 2, false},
-                          {100, 4, 40, 2, false}};
+    // for a weight, which is not 0 once the offsets pass 255. Field pairs
+    // at a shrink by 2 mean two rows (weight 128); by 4 the form declines.
+    const Size sizes[] = {{1920, 8, 960, 4, kB, true},  {242, 10, 121, 5, kB, true}, {484, 16, 121, 4, kB, true},
+                          {968, 24, 121, 3, kB, true},  {1032, 9, 129, 3, kB, true}, {70, 6, 35, 3, kB, true},
+                          {350, 6, 175, 3, kB, true},   {700, 8, 175, 2, kB, true},  {66, 4, 33, 2, kB, true},
+                          {12, 4, 6, 2, kB, true},      {90, 6, 30, 2, kB, false},   {100, 4, 40, 2, kB, false},
+                          {1920, 16, 960, 8, kF, true}, {350, 12, 175, 6, kF, true}, {242, 20, 121, 10, kF, true},
+                          {70, 10, 35, 5, kF, true},    {484, 16, 121, 4, kF, false}};
     std::mt19937 rng(7);
     for (const Size& s : sizes)
         for (const bool up : {false, true}) {
@@ -58,9 +64,8 @@ TEST(GrayFlatRows, MatchTheBilinearRowsOfWholeShrinks) {
             // Bottom-up: the first row last in memory, strides negative.
             const int32_t sStride = up ? -srcStride : srcStride;
             const uint8_t* first = up ? src.data() + size_t(srcStride) * (s.sh - 1) : src.data();
-            const Tables t(s.sw, s.sh, s.dw, s.dh, sStride);
-            ASSERT_EQ(t.cf, 0u);
-            ASSERT_EQ(t.cl, s.dw);
+            const Tables t(s.sw, s.sh, s.dw, s.dh, sStride, s.rows);
+            ASSERT_TRUE(t.cf == 0 && t.cl == s.dw && t.rf == 0 && t.rl == s.dh) << s.sw << "->" << s.dw;
             const int32_t dstStride = int32_t(s.dw + 7);
             const size_t margin = 40, bytes = size_t(dstStride) * s.dh + 2 * margin;
             std::vector<uint8_t> plain(bytes, 0x3C), fast(bytes, 0x3C);
@@ -68,33 +73,69 @@ TEST(GrayFlatRows, MatchTheBilinearRowsOfWholeShrinks) {
                 return v.data() + margin + (up ? size_t(dstStride) * (s.dh - 1) : 0);
             };
             const int32_t dStride = up ? -dstStride : dstStride;
+            bool blends = false;
             for (uint32_t y = 0; y < s.dh; ++y) {
-                ASSERT_EQ(t.rowWeights[y] & 255, 0u);
+                blends |= (t.rowWeights[y] & 255) != 0;
                 GrayInnerRowPlain(row0(plain) + intptr_t(dStride) * y, first + RowDelta(t.rows[y]), t.block.data(),
                                   t.cols.data(), s.dw, sStride, t.rowWeights[y]);
             }
-            const bool ran = GrayFlatRowsAvx2(row0(fast), dStride, first, t.rows.data(), s.dh, t.block.data(),
-                                              t.cols.data(), s.dw, s.sw);
+            EXPECT_EQ(blends, s.rows == kF) << "the field tables should mean two rows";
+            const bool ran = GrayHalvedRowsAvx2(row0(fast), dStride, first, t.rows.data(), t.rowWeights.data(), s.dh,
+                                                sStride, t.block.data(), t.cols.data(), s.dw, s.sw);
             EXPECT_EQ(ran, s.halves) << s.sw << "->" << s.dw;
             if (ran) EXPECT_EQ(fast, plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " up " << up;
             else EXPECT_EQ(fast, std::vector<uint8_t>(bytes, 0x3C)) << "wrote although it declined";
         }
 }
+
+// Row tables no scale makes, so that the lower row's means are taken up by
+// chains of rows: each row starting where the last one's lower row is,
+// rows repeated, a weight of 0 on a held row, and rows going back up.
+TEST(GrayHalvedRows, KeepTheLowerRowsMeansForTheNextRow) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    const uint32_t sw = 350, sh = 12, dw = 175;
+    const Tables t(sw, sh, dw, 1, int32_t(sw), AxisFilter::Bilinear);
+    std::vector<uint8_t> src(size_t(sw) * sh);
+    std::mt19937 rng(5);
+    for (auto& b : src) b = uint8_t(rng());
+    // Source row and weight of each target row.
+    const std::vector<std::pair<uint32_t, uint32_t>> tables[] = {
+        {{0, 128}, {1, 128}, {2, 128}, {3, 128}, {4, 128}, {5, 128}},
+        {{0, 128}, {1, 0}, {1, 128}, {2, 0}, {2, 0}, {3, 128}, {3, 128}},
+        {{4, 128}, {5, 128}, {2, 128}, {3, 0}, {3, 128}, {0, 0}, {10, 128}, {11, 0}}};
+    for (const auto& rowsOf : tables) {
+        const uint32_t dh = uint32_t(rowsOf.size());
+        std::vector<uint32_t> offsets, weights;
+        for (const auto& [row, weight] : rowsOf) {
+            offsets.push_back(row * sw);
+            weights.push_back(weight * 0x01010101u);
+        }
+        const int32_t dstStride = int32_t(dw + 5);
+        std::vector<uint8_t> plain(size_t(dstStride) * dh + 64, 0x3C), fast(plain);
+        for (uint32_t y = 0; y < dh; ++y)
+            GrayInnerRowPlain(plain.data() + 32 + size_t(dstStride) * y, src.data() + offsets[y], t.block.data(),
+                              t.cols.data(), dw, int32_t(sw), weights[y]);
+        ASSERT_TRUE(GrayHalvedRowsAvx2(fast.data() + 32, dstStride, src.data(), offsets.data(), weights.data(), dh,
+                                       int32_t(sw), t.block.data(), t.cols.data(), dw, sw));
+        EXPECT_EQ(fast, plain) << "table of " << dh << " rows";
+    }
+}
 #endif
 
 // Whole images through the driver, every form against the plain one: the
-// shrinks above in the modes whose single-channel plan is bilinear.
-TEST(GrayFlatRows, ScaledImagesAgreeAcrossForms) {
+// shrinks above in the modes whose single-channel plan is bilinear, and
+// field pairs.
+TEST(GrayHalvedRows, ScaledImagesAgreeAcrossForms) {
     struct Size {
         uint32_t sw, sh, dw, dh;
     };
-    const Size sizes[] = {{1920, 8, 960, 4}, {242, 10, 121, 5}, {484, 16, 121, 4},
-                          {968, 24, 121, 3}, {70, 6, 35, 3},    {33, 9, 16, 4},
-                          {350, 6, 175, 3}};
+    const Size sizes[] = {{1920, 8, 960, 4}, {242, 10, 121, 5}, {484, 16, 121, 4}, {968, 24, 121, 3},
+                          {70, 6, 35, 3},    {33, 9, 16, 4},    {350, 6, 175, 3},  {350, 12, 175, 6},
+                          {1920, 16, 960, 8}, {70, 10, 35, 5},  {71, 11, 35, 5}};
     std::mt19937 rng(11);
     const size_t margin = 48;
     for (const Size& s : sizes)
-        for (uint32_t mode : {1u, 2u, 3u, 4u}) {
+        for (uint32_t mode : {1u, 2u, 3u, 5u}) {
             const int32_t srcStride = int32_t(s.sw);
             std::vector<uint8_t> src(size_t(srcStride) * s.sh);
             for (auto& b : src) b = uint8_t(rng());
