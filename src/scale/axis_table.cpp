@@ -241,6 +241,21 @@ void NearestInterior(uint32_t* offsets, const Interior& in, double start, double
 template <class Weight>
 void BilinearInterior(Weight* weights, uint32_t* offsets, const Interior& in, double start, double step,
                       uint32_t pitch) {
+    auto word = [](uint32_t w) { return static_cast<Weight>(sizeof(Weight) == 4 ? w | w << 8 | w << 16 | w << 24 : w); };
+    // A whole step moves every position by a whole number from the first:
+    // positions there are exact and not below 0, so each truncates to the
+    // first one's integer part plus that number and keeps its fraction (the
+    // difference of a position and its integer part is exact), and with it
+    // its weight.
+    if (in.lo < in.hi && step == std::floor(step) && step <= 0x1p30) {
+        const double p = start + double(int32_t(in.lo)) * step;
+        const int32_t k = int32_t(p);
+        const Weight w = word(uint32_t(int32_t((p - double(k)) * 255 + 0.5)));
+        const uint32_t advance = uint32_t(step) * pitch;
+        uint32_t offset = uint32_t(k) * pitch;
+        for (uint32_t i = in.lo; i < in.hi; ++i, offset += advance) offsets[i] = offset, weights[i] = w;
+        return;
+    }
     for (uint32_t i = in.lo; i < in.hi; ++i) {
         const double p = start + double(int32_t(i)) * step;
         const int32_t k = int32_t(p);
@@ -248,7 +263,7 @@ void BilinearInterior(Weight* weights, uint32_t* offsets, const Interior& in, do
         const double f = p - double(k);
         const uint32_t w = uint32_t(int32_t(f * 255 + 0.5));
         offsets[i] = uint32_t(k) * pitch;
-        weights[i] = static_cast<Weight>(sizeof(Weight) == 4 ? w | w << 8 | w << 16 | w << 24 : w);
+        weights[i] = word(w);
     }
 }
 
