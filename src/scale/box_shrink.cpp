@@ -116,7 +116,7 @@ namespace {
 // into the sums every 256 loads, before one can carry. A box that reaches
 // outside reads each byte through the span, as 0 outside.
 void SumBox(const ByteSpan& source, Addr p, int32_t stride, uint32_t rows, uint32_t cols, uint32_t pitch,
-            uint32_t sum[3]) {
+            uint32_t sum[3], BoxSum4Fn fast) {
     sum[0] = sum[1] = sum[2] = 0;
     if (rows == 0 || cols == 0) return;
     const intptr_t down = intptr_t(stride) * intptr_t(rows - 1);
@@ -124,6 +124,10 @@ void SumBox(const ByteSpan& source, Addr p, int32_t stride, uint32_t rows, uint3
     const size_t span =
         size_t(std::max<intptr_t>(0, down) - std::min<intptr_t>(0, down)) + size_t(cols - 1) * pitch + 3;
     if (source.Holds(lo, span + 1)) {
+        if (pitch == 4 && fast) {
+            fast(reinterpret_cast<const uint8_t*>(p), stride, rows, cols, sum);
+            return;
+        }
         uint64_t even = 0, odd = 0;
         uint32_t n = 0;
         auto empty = [&] {
@@ -157,15 +161,25 @@ void SumBox(const ByteSpan& source, Addr p, int32_t stride, uint32_t rows, uint3
 
 }  // namespace
 
+BoxSum4Fn PickBoxSum4() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<BoxSum4Fn> forms[] = {{SimdForm::Avx2, BoxSum4Avx2}, {SimdForm::Plain, nullptr}};
+    return PickForm(forms);
+#else
+    return nullptr;
+#endif
+}
+
 void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
                  int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch, const ScaleBounds& bounds) {
     // Addresses stay integers: the run may reach past the memory we were given.
     Addr d = AddrOf(dst);
+    const BoxSum4Fn fast = PickBoxSum4();
     for (uint32_t j = 0; j < len; ++j, d += dstPitch) {
         const uint32_t c = counts[j];
         if (c == 0) continue;
         uint32_t sum[3];
-        SumBox(bounds.source, AddrOf(row) + offsets[j], stride, rowCount, c, srcPitch, sum);
+        SumBox(bounds.source, AddrOf(row) + offsets[j], stride, rowCount, c, srcPitch, sum, fast);
         const uint32_t t = c * rowCount;
         if (t > 0)
             for (int ch = 0; ch < 3; ++ch) bounds.target.Write(d + ch, static_cast<uint8_t>(sum[ch] / t));
@@ -177,6 +191,7 @@ void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const
                 const ScaleBounds& bounds) {
     const uint32_t rows = rowWord & 0xFFFF;
     Addr d = AddrOf(dst);
+    const BoxSum4Fn fast = PickBoxSum4();
     for (uint32_t j = 0; j < len; ++j, d += dstPitch) {
         const uint32_t cw = counts[j], cols = cw & 0xFFFF;
         const uint32_t t = cols * rows;
@@ -188,7 +203,7 @@ void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const
             continue;
         }
         uint32_t sum[3];
-        SumBox(bounds.source, AddrOf(row) + offsets[j], stride, rows, cols, srcPitch, sum);
+        SumBox(bounds.source, AddrOf(row) + offsets[j], stride, rows, cols, srcPitch, sum, fast);
         for (int ch = 0; ch < 3; ++ch)
             bounds.target.Write(d + ch, static_cast<uint8_t>((sum[ch] * a / t + background[ch] * (255 - a)) / 255));
     }

@@ -23,7 +23,8 @@ void BoxShrinkRowPlain(uint8_t* dst, const uint8_t* row, const uint32_t* offsets
                   uint32_t len, int32_t stride, uint32_t rowCount);
 
 // Exact mean of the first three bytes; the fourth target byte is not written.
-// Reads and writes go through `bounds` (scale_bounds.h).
+// Reads and writes go through `bounds` (scale_bounds.h); a box wholly inside
+// the source with 4-byte samples is summed by the fastest BoxSum4 form.
 void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
                  int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch, const ScaleBounds& bounds);
 
@@ -31,6 +32,16 @@ void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, cons
 void BoxRowFade(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
                 int32_t stride, uint32_t rowWord, uint32_t dstPitch, uint32_t srcPitch, const uint8_t* background,
                 const ScaleBounds& bounds);
+
+// The sums of the first three bytes of `rows` rows of `cols` 4-byte samples
+// side by side from p, into sum[0..2]; the caller has found every byte of
+// the box inside the source. Null in the plain entry of its form table: the
+// plain form is the exact functions' own loop.
+using BoxSum4Fn = void (*)(const uint8_t* p, int32_t stride, uint32_t rows, uint32_t cols, uint32_t sum[3]);
+#if defined(TARN_HAVE_X86_SIMD)
+void BoxSum4Avx2(const uint8_t* p, int32_t stride, uint32_t rows, uint32_t cols, uint32_t sum[3]);
+#endif
+BoxSum4Fn PickBoxSum4();
 
 // Fast forms of BoxShrinkRowPlain for the families with 4-byte sources: runs of
 // boxes two samples wide over consecutive samples (a shrink by two) are

@@ -171,7 +171,7 @@ inline void FetchAhead(const uint8_t* p) {
 // all its rows at once, every load of the block free to go ahead, which
 // streams the rows fastest; a count known only at run time walks the rows
 // one after another and fetches each ahead by hand.
-template <uint32_t SP, uint32_t DP, uint32_t K, uint32_t R>
+template <uint32_t SP, uint32_t DP, uint32_t K, uint32_t R, uint32_t Shift = 0>
 void Blocks(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
     constexpr uint32_t regs = 4 * K;
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
@@ -217,7 +217,8 @@ void Blocks(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& 
         for (uint32_t h = 0; h < 2; ++h) {
             const __m256i a = x[2 * h], c = x[2 * h + 1];
             const __m256i sum = _mm256_add_epi16(_mm256_unpacklo_epi64(a, c), _mm256_unpackhi_epi64(a, c));
-            s[h] = Divide(_mm256_add_epi16(sum, half), chain);
+            if constexpr (Shift != 0) s[h] = _mm256_srli_epi16(_mm256_add_epi16(sum, half), Shift);
+            else s[h] = Divide(_mm256_add_epi16(sum, half), chain);
         }
         const __m256i px = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(s[0], s[1]), order);
         if constexpr (DP == 4) {
@@ -237,8 +238,15 @@ void Blocks(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& 
 // their row count fixed while compiling.
 template <uint32_t SP, uint32_t DP>
 void BlocksOf(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
-    if (q.width == 4) (q.rows == 4 ? Blocks<SP, DP, 1, 4> : Blocks<SP, DP, 1, 0>)(dst, src, blocks, q);
-    else (q.rows == 8 ? Blocks<SP, DP, 2, 8> : Blocks<SP, DP, 2, 0>)(dst, src, blocks, q);
+    // A box of 16 or 64 samples divides by a shift alone (its chain has no
+    // steps), which is then fixed while compiling too.
+    const uint32_t shift = q.end == QuadBoxes::Round ? q.shift
+                           : q.chain.preShift == 0 && q.chain.count == 0 ? q.chain.finalShift
+                                                                          : 0;
+    if (q.width == 4)
+        (q.rows != 4 ? Blocks<SP, DP, 1, 0> : shift == 4 ? Blocks<SP, DP, 1, 4, 4> : Blocks<SP, DP, 1, 4>)(dst, src, blocks, q);
+    else
+        (q.rows != 8 ? Blocks<SP, DP, 2, 0> : shift == 6 ? Blocks<SP, DP, 2, 8, 6> : Blocks<SP, DP, 2, 8>)(dst, src, blocks, q);
 }
 
 // Rounded means of boxes two 4-byte samples wide: sums of R rows (R = 0:
@@ -281,6 +289,38 @@ void RoundedPairGroup(uint8_t* const* dst, const uint8_t* const* src, uint32_t e
 }
 
 }  // namespace
+
+void BoxSum4Avx2(const uint8_t* p, int32_t stride, uint32_t rows, uint32_t cols, uint32_t sum[3]) {
+    // Eight samples a load, the last few of a row through a masked load
+    // that leaves the bytes after the box unread. Each 16-bit lane takes a
+    // pair sum (at most 510) per load, so the lanes are emptied into the
+    // sums every 128 loads, before one can carry.
+    const uint32_t eights = cols / 8, rest = cols % 8;
+    const __m256i mask = _mm256_cmpgt_epi32(_mm256_set1_epi32(int(rest)), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    const __m256i pairs = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15,
+                                           0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+    const __m256i ones = _mm256_set1_epi8(1);
+    sum[0] = sum[1] = sum[2] = 0;
+    __m256i acc = _mm256_setzero_si256();
+    uint32_t loads = 0;
+    auto empty = [&] {
+        alignas(32) uint16_t w[16];
+        _mm256_store_si256(reinterpret_cast<__m256i*>(w), acc);
+        // Words 0-3 and 4-7 of each half: the four channels of a pair sum.
+        for (uint32_t ch = 0; ch < 3; ++ch) sum[ch] += uint32_t(w[ch]) + w[4 + ch] + w[8 + ch] + w[12 + ch];
+        acc = _mm256_setzero_si256();
+        loads = 0;
+    };
+    auto add = [&](__m256i v) {
+        acc = _mm256_add_epi16(acc, _mm256_maddubs_epi16(_mm256_shuffle_epi8(v, pairs), ones));
+        if (++loads == 128) empty();
+    };
+    for (uint32_t i = 0; i < rows; ++i, p += stride) {
+        for (uint32_t k = 0; k < eights; ++k) add(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32 * k)));
+        if (rest) add(_mm256_maskload_epi32(reinterpret_cast<const int*>(p + 32 * eights), mask));
+    }
+    empty();
+}
 
 void PairBoxGroupAvx2(uint8_t* const* dst, const uint8_t* const* src, uint32_t n, uint32_t eights, intptr_t stride,
                       uint32_t shift) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "platform/cpu_features.h"
@@ -188,27 +189,75 @@ TEST(BoxExact, WholeBoxesAndCutBoxesSumAlike) {
 }
 
 TEST(BoxExact, BoxesOfMoreThan256SamplesSumWithoutCarrying) {
-    // 17 rows of 41 samples, bytes near 255, at pitches 3 and 4 and both
+    // 17 rows of 41 samples and 40 rows of 33 (more loads of eight samples
+    // than a 16-bit lane holds), bytes near 255, at pitches 3 and 4 and both
     // stride signs: the exact mean of each channel, summed here byte by byte.
     std::mt19937 rng(67);
     for (uint32_t pitch : {3u, 4u})
-        for (int sign : {1, -1}) {
-            const uint32_t rows = 17, cols = 41, rowBytes = cols * pitch + 1;
-            std::vector<uint8_t> src(size_t(rowBytes) * rows);
-            for (auto& b : src) b = uint8_t(240 + rng() % 16);
-            const int32_t stride = sign * int32_t(rowBytes);
-            const uint8_t* row = src.data() + (sign < 0 ? size_t(rowBytes) * (rows - 1) : 0);
-            const uint32_t offsets[] = {0}, counts[] = {cols};
-            uint8_t out[4] = {kFill, kFill, kFill, kFill};
-            BoxRowExact(out, row, offsets, counts, 1, stride, rows, 4, pitch, ScaleBounds::Unchecked());
-            for (uint32_t ch = 0; ch < 3; ++ch) {
-                uint32_t sum = 0;
-                for (uint32_t i = 0; i < rows; ++i)
-                    for (uint32_t k = 0; k < cols; ++k) sum += row[intptr_t(i) * stride + k * pitch + ch];
-                EXPECT_EQ(out[ch], sum / (rows * cols)) << pitch << " " << sign << " channel " << ch;
+        for (int sign : {1, -1})
+            for (const auto& [rows, cols] : {std::pair{17u, 41u}, std::pair{40u, 33u}}) {
+                const uint32_t rowBytes = cols * pitch + 1;
+                std::vector<uint8_t> src(size_t(rowBytes) * rows);
+                for (auto& b : src) b = uint8_t(240 + rng() % 16);
+                const int32_t stride = sign * int32_t(rowBytes);
+                const uint8_t* row = src.data() + (sign < 0 ? size_t(rowBytes) * (rows - 1) : 0);
+                const uint32_t offsets[] = {0}, counts[] = {cols};
+                uint8_t out[4] = {kFill, kFill, kFill, kFill};
+                BoxRowExact(out, row, offsets, counts, 1, stride, rows, 4, pitch, ScaleBounds::Unchecked());
+                for (uint32_t ch = 0; ch < 3; ++ch) {
+                    uint32_t sum = 0;
+                    for (uint32_t i = 0; i < rows; ++i)
+                        for (uint32_t k = 0; k < cols; ++k) sum += row[intptr_t(i) * stride + k * pitch + ch];
+                    EXPECT_EQ(out[ch], sum / (rows * cols)) << pitch << " " << sign << " channel " << ch;
+                }
+                EXPECT_EQ(out[3], kFill);
             }
-            EXPECT_EQ(out[3], kFill);
-        }
+}
+
+TEST(BoxExact, RowsAgreeAcrossForms) {
+    // Runs of boxes 1 to 20 samples wide (every length of a masked tail),
+    // of 1 to 17 rows, in sources that end with the last box's last byte,
+    // both stride signs and a count of 0 among them, exact and faded, in
+    // every form the machine runs against the plain form, canaries around.
+    std::mt19937 rng(71);
+    const uint8_t bg[4] = {9, 90, 190, 0};
+    for (uint32_t pitch : {3u, 4u})
+        for (uint32_t rows : {1u, 2u, 5u, 8u, 16u, 17u})
+            for (int sign : {1, -1}) {
+                std::vector<uint32_t> offsets, counts, words;
+                uint32_t at = 2 * pitch;
+                for (uint32_t cols = 0; cols <= 20; ++cols) {
+                    counts.push_back(cols);
+                    words.push_back(cols | (cols * 11 % 256) << 16);
+                    offsets.push_back(at);  // a count of 0 keeps the next box's offset
+                    at += cols * pitch;
+                }
+                const uint32_t len = uint32_t(counts.size()), rowBytes = at + 1;
+                const int32_t stride = sign * int32_t(rowBytes);
+                std::vector<uint8_t> src(size_t(rowBytes) * rows);
+                for (auto& b : src) b = uint8_t(rng());
+                const uint8_t* row = src.data() + (sign < 0 ? size_t(rowBytes) * (rows - 1) : 0);
+                const ScaleBounds bounds{ByteSpan(0, UINTPTR_MAX),
+                                         ByteSpan(AddrOf(src.data()), AddrOf(src.data()) + src.size())};
+                auto run = [&](SimdForm form, bool fade) {
+                    ScopedKernelChoice choice(g_cpuFeatures, form);
+                    Target out(size_t(len) * 4);
+                    if (fade)
+                        BoxRowFade(out.Run(), row, offsets.data(), words.data(), len, stride, rows | 0x300000, 4,
+                                   pitch, bg, bounds);
+                    else
+                        BoxRowExact(out.Run(), row, offsets.data(), counts.data(), len, stride, rows, 4, pitch, bounds);
+                    return out.bytes;
+                };
+                for (bool fade : {false, true}) {
+                    const auto plain = run(SimdForm::Plain, fade);
+                    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+                        if (f > HostSimdForm()) continue;
+                        ASSERT_EQ(run(f, fade), plain) << FormName(f) << " pitch " << pitch << " rows " << rows
+                                                       << " sign " << sign << " fade " << fade;
+                    }
+                }
+            }
 }
 
 // Whole images through ScaleImage with every form the machine runs, both
