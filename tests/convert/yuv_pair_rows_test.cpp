@@ -1,8 +1,9 @@
 // The row forms that make both rows of a row pair in one pass, in every form
 // this machine runs, against the smoothing and colour formulas worked here
 // pixel by pixel: the luma shared between the rows or not, streaming stores
-// or not, outputs aligned or not, lengths around every step size, and the
-// bytes around each output row untouched.
+// or not, the two output rows on one 32-byte phase or on two, aligned or not,
+// lengths around every step size, and the bytes around each output row
+// untouched.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -36,15 +37,21 @@ struct PairSource {
     std::vector<uint8_t> luma[6], u[3], v[3];
 };
 
-// Two output rows with canaries around, at an offset from 16-byte alignment.
+// Where each output row starts past a 32-byte boundary.
+struct Skews {
+    size_t row[2];
+};
+
+// Two output rows with canaries around, each at its offset from 32-byte
+// alignment.
 struct PairOutput {
-    PairOutput(size_t rowBytes, size_t misalign) : bytes(rowBytes), skew(misalign) {
-        for (auto& r : rows) r.assign(rowBytes + 2 * kPad + 16, kCanary);
+    PairOutput(size_t rowBytes, Skews misalign) : bytes(rowBytes), skew(misalign) {
+        for (auto& r : rows) r.assign(rowBytes + 2 * kPad + 32, kCanary);
     }
     uint8_t* Row(int i) {
         uint8_t* p = rows[i].data() + kPad;
-        while ((reinterpret_cast<uintptr_t>(p) & 15) != 0) ++p;
-        return p + skew;
+        while ((reinterpret_cast<uintptr_t>(p) & 31) != 0) ++p;
+        return p + skew.row[i];
     }
     // Whether every byte outside the row is still the canary.
     bool CanariesIntact(int i) {
@@ -55,7 +62,8 @@ struct PairOutput {
         }
         return true;
     }
-    size_t bytes, skew;
+    size_t bytes;
+    Skews skew;
     std::vector<uint8_t> rows[2];
 };
 
@@ -77,6 +85,10 @@ RowPair MakePair(const PairSource& s, bool shared, PairOutput& out, bool stream)
 
 int SmoothAt(const Rows3& r, size_t i) { return ref::S(r.a[i], r.b[i], r.c[i]); }
 
+// Rows on one 32-byte phase (aligned, 16 past it as 16-byte aligned buffers
+// often are, or not 16-byte aligned at all) and rows on two phases.
+constexpr Skews kSkews[] = {{{0, 0}}, {{16, 16}}, {{1, 1}}, {{8, 8}}, {{0, 16}}, {{16, 8}}};
+
 // Every combination of form, shape, streaming and alignment for one output
 // kind; `check` compares the two rows with the formulas.
 template <class Run, class Check>
@@ -86,7 +98,7 @@ void ForEachCase(size_t bytesPerPair, Run run, Check check) {
         for (size_t pairs : kPairCounts)
             for (bool shared : {true, false})
                 for (bool stream : {false, true})
-                    for (size_t skew : {size_t(0), size_t(1), size_t(8)}) {
+                    for (const Skews& skew : kSkews) {
                         const PairSource src(pairs, ++seed);
                         PairOutput out(pairs * bytesPerPair, skew);
                         const RowPair p = MakePair(src, shared, out, stream);
@@ -95,7 +107,8 @@ void ForEachCase(size_t bytesPerPair, Run run, Check check) {
                             run(ActiveYuvRows(), p, pairs);
                         }
                         const std::string where = Case(int32_t(2 * pairs), 2, form) + (shared ? " shared" : "") +
-                                                  (stream ? " streamed" : "") + " skew " + std::to_string(skew);
+                                                  (stream ? " streamed" : "") + " skews " + std::to_string(skew.row[0]) +
+                                                  " " + std::to_string(skew.row[1]);
                         for (int r = 0; r < 2; ++r) {
                             check(p, r, pairs, where);
                             ASSERT_TRUE(out.CanariesIntact(r)) << where << " row " << r;
