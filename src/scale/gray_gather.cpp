@@ -136,6 +136,32 @@ GrayRowStream PickGrayRowStream() {
 
 bool GrayGatherLeadsOnItsOwn() { return PickGatherForm().leadOnItsOwn; }
 
+GrayStridedRowsFn PickGrayStridedRows() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static const FormEntry<GrayStridedRowsFn> t[] = {{SimdForm::Avx2, GrayStridedRowsAvx2},
+                                                     {SimdForm::Plain, nullptr}};
+    return PickForm(t);
+#else
+    return nullptr;
+#endif
+}
+
+namespace {
+
+// Whether the offsets run offsets[0] + step * j with a step of 2, 4 or 8.
+// The differences are or-ed rather than tested one by one, which the
+// compiler turns into vectors.
+bool OneStridedRun(const uint32_t* offsets, uint32_t len) {
+    if (len < 2) return false;
+    const uint32_t origin = offsets[0], step = offsets[1] - offsets[0];
+    if (step != 2 && step != 4 && step != 8) return false;
+    uint32_t off = 0;
+    for (uint32_t j = 0; j < len; ++j) off |= offsets[j] ^ (origin + step * j);
+    return off == 0;
+}
+
+}  // namespace
+
 void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, const uint32_t* rowOffsets) {
     uint8_t* dst = request.target.pixels;
     const uint8_t* src = request.source.pixels;
@@ -148,7 +174,10 @@ void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, co
     // change the source: the two areas must not meet, nor target rows each
     // other. Otherwise every row is gathered in order, as written.
     const RowSpan rows = RowSpanOf(rowOffsets, dstHeight);
-    const uint32_t colHi = equalWidths ? dstWidth - 1 : LargestOffset(colOffsets, dstWidth);
+    const bool strided = !equalWidths && OneStridedRun(colOffsets, dstWidth);
+    const uint32_t colHi = equalWidths ? dstWidth - 1
+                           : strided   ? colOffsets[dstWidth - 1]
+                                       : LargestOffset(colOffsets, dstWidth);
     const ByteSpan source{AddrOf(src) + rows.lo, AddrOf(src) + rows.hi + colHi + 1};
     const bool apart = RowsApart(dst, w, dstHeight, dstStride, source);
 
@@ -161,6 +190,8 @@ void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, co
         }
         return;
     }
+    if (const GrayStridedRowsFn stridedRows = strided ? PickGrayStridedRows() : nullptr)
+        return stridedRows(dst, dstStride, src, rowOffsets, dstHeight, colOffsets, dstWidth, srcWidth);
     const GrayGatherPlan plan(colOffsets, equalWidths ? 0 : dstWidth, GrayGatherLeadsOnItsOwn(), srcWidth);
     const GrayPlannedGatherFn gather = PickGrayPlannedGather();
     for (uint32_t y = 0; y < dstHeight; ++y) {

@@ -81,6 +81,20 @@ void GrayStreamRowAvx2(uint8_t* dst, const uint8_t* src, uint32_t n);
 void GrayStreamFenceAvx2();
 #endif
 
+// Nearest rows whose column offsets all run origin + step * j with a step
+// of 2, 4 or 8 (whole shrinks), row by row with no gather plan: each row
+// picked from its source row at rowOffsets[y], or copied from the row
+// above where both read the same source row. The caller makes sure writing
+// the target cannot change the source. Null where no fast form runs.
+using GrayStridedRowsFn = void (*)(uint8_t* dst, int32_t dstStride, const uint8_t* src, const uint32_t* rowOffsets,
+                                   uint32_t rows, const uint32_t* offsets, uint32_t len, uint32_t srcWidth);
+GrayStridedRowsFn PickGrayStridedRows();
+
+#if defined(TARN_HAVE_X86_SIMD)
+void GrayStridedRowsAvx2(uint8_t* dst, int32_t dstStride, const uint8_t* src, const uint32_t* rowOffsets,
+                         uint32_t rows, const uint32_t* offsets, uint32_t len, uint32_t srcWidth);
+#endif
+
 // The nearest plan of ScaleGray over the whole image from its tables
 // (offsets in bytes; row offsets as RowDelta reads them).
 void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, const uint32_t* rowOffsets);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "scale/axis_table.h"
 #include "scale/gray_gather.h"
 #include "scale/gray_strided.h"
 
@@ -49,6 +50,22 @@ void GrayPlannedGatherAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* off
     }
     const uint32_t done = blocks * kB;
     GrayGatherRow(dst + done, row, offsets + done, len - done);
+}
+
+void GrayStridedRowsAvx2(uint8_t* dst, int32_t dstStride, const uint8_t* src, const uint32_t* rowOffsets,
+                         uint32_t rows, const uint32_t* offsets, uint32_t len, uint32_t srcWidth) {
+    const uint32_t origin = offsets[0], step = offsets[1] - offsets[0];
+    for (uint32_t y = 0; y < rows; ++y) {
+        uint8_t* d = dst + intptr_t(dstStride) * y;
+        if (y > 0 && rowOffsets[y] == rowOffsets[y - 1]) {
+            std::memcpy(d, d - dstStride, len);
+            continue;
+        }
+        const uint8_t* r = src + RowDelta(rowOffsets[y]);
+        const uint8_t* ahead = y + 1 < rows ? src + RowDelta(rowOffsets[y + 1]) + origin : nullptr;
+        const uint32_t done = StridedPicksAvx2(d, r + origin, len, step, srcWidth - origin, ahead);
+        GrayGatherRow(d + done, r, offsets + done, len - done);
+    }
 }
 
 // Plain stores up to the first 32-byte boundary of the target, then

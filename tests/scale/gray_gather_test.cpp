@@ -185,6 +185,52 @@ TEST(GrayGather, FieldBandRowsAreGathersOfTheirTableRows) {
     }
 }
 
+// Shrinks by 2, 4 and 8 across, whose rows are picked whole at one step:
+// odd widths (a last block short of a whole load, columns after the last
+// block), sources that end where their rows end, rows repeated where the
+// height grows, bottom-up sources and targets, and canaries around the
+// target, every form against the tables' picks.
+TEST(GrayGather, WholeShrinksAcrossPickAtOneStep) {
+    struct Case {
+        uint32_t sw, sh, dw, dh;
+    };
+    const Case cases[] = {{1920, 9, 960, 4}, {242, 6, 121, 3}, {484, 8, 121, 16}, {968, 5, 121, 5},
+                          {70, 12, 35, 6},   {33, 4, 16, 9},   {4100, 3, 1025, 2}, {66, 7, 33, 7}};
+    const size_t margin = 40;
+    std::mt19937 rng(17);
+    for (const Case& c : cases)
+        for (const bool up : {false, true}) {
+            const int32_t ss = int32_t(c.sw), ds = int32_t(c.dw) + 3;
+            std::vector<uint8_t> src(size_t(ss) * c.sh);
+            for (auto& b : src) b = uint8_t(rng());
+            const double stepX = double(c.sw) / c.dw, stepY = double(c.sh) / c.dh;
+            std::vector<uint32_t> co(c.dw), ro(c.dh), unusedW(c.dh);
+            std::vector<uint8_t> unusedCw(c.dw);
+            uint32_t f = 0, l = 0;
+            BuildGrayColumnTable(c.dw, c.sw, unusedCw.data(), co.data(), 0.0, stepX, &f, &l, AxisFilter::Nearest);
+            BuildGrayRowTable(c.dh, c.sh, unusedW.data(), ro.data(), ss, 0.0, stepY, &f, &l, AxisFilter::Nearest);
+            ASSERT_EQ(co[1] - co[0], uint32_t(stepX)) << c.sw << "->" << c.dw;
+            // Row y of the picture as the scaler sees it sits at `at(y)`.
+            auto at = [&](uint32_t y, uint32_t h) { return up ? h - 1 - y : y; };
+            std::vector<uint8_t> want(size_t(ds) * c.dh + 2 * margin, 0xC3);
+            for (uint32_t y = 0; y < c.dh; ++y)
+                for (uint32_t x = 0; x < c.dw; ++x)
+                    want[margin + size_t(at(y, c.dh)) * ds + x] =
+                        src[size_t(at(uint32_t(RowDelta(ro[y]) / ss), c.sh)) * ss + co[x]];
+            for (SimdForm form : kAllForms) {
+                if (HostSimdForm() < form) continue;
+                ScopedKernelChoice choice(g_cpuFeatures, form);
+                std::vector<uint8_t> out(want.size(), 0xC3);
+                uint8_t* top = out.data() + margin + size_t(at(0, c.dh)) * ds;
+                const uint8_t* from = src.data() + size_t(at(0, c.sh)) * ss;
+                ScaleImage({top, c.dw, c.dh, up ? -ds : ds, 1}, {from, c.sw, c.sh, up ? -ss : ss, 1},
+                           {stepX, stepY}, SCALE_NEAREST, nullptr);
+                ASSERT_EQ(out, want) << c.sw << "x" << c.sh << "->" << c.dw << "x" << c.dh << " up " << up << " "
+                                     << FormName(form);
+            }
+        }
+}
+
 TEST(GrayGather, ScalingInPlaceAgreesAcrossForms) {
     // Target over its own source: rows are gathered in order, never copied
     // from the row above, whatever the form.
