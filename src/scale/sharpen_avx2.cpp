@@ -34,6 +34,13 @@ struct Avx2Lanes {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(words, words));
     }
 
+    static void StoreLowBytes2(uint8_t* p, I a, I b) {
+        const I words = _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8);
+        const I low = _mm256_and_si256(words, _mm256_set1_epi16(255));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p),
+                         _mm_packus_epi16(_mm256_castsi256_si128(low), _mm256_extracti128_si256(low, 1)));
+    }
+
     static I Words(const uint8_t* p) {
         return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
     }

@@ -22,8 +22,9 @@
 // L supplies: F (float lanes) and I (integer lanes) with kLanes floats;
 // Set1, Mul, Add, Div, Load, Store, Bytes (kLanes bytes widened to floats),
 // Successor (the next float up of non-negative lanes), Truncated, Float,
-// Low255 (each 32-bit lane's low byte) and StoreBytes (32-bit lanes 0 .. 255
-// as kLanes bytes); and over 2 * kLanes 16-bit lanes: Words (bytes widened),
+// Low255 (each 32-bit lane's low byte), StoreBytes (32-bit lanes 0 .. 255
+// as kLanes bytes) and StoreLowBytes2 (the low bytes of two registers of
+// 32-bit lanes 0 .. 65535); and over 2 * kLanes 16-bit lanes: Words (bytes widened),
 // Set16, Sub16, SubSat16 (unsigned, stopping at 0), Add16, MulLo16, MulHi16
 // (high halves of unsigned products), Shift16 (right by a count made by
 // Bits16) and StoreWords (16-bit lanes as bytes, clamped to 0 .. 255); and
@@ -179,14 +180,20 @@ void Horizontal(const uint8_t* row, int32_t width, const float* k, int32_t n, fl
 
 // Bytes of a register of column sums: the sum truncated to its low byte,
 // divided by the weight and truncated again, to its low byte once more; with
-// kWhole, the division leaves the whole number as it is.
+// kWhole, the division leaves the whole number as it is. Two registers at a
+// time go out together, their low bytes taken as they are packed: the sums
+// are far below 2^16, so packing them to 16 bits first keeps them whole.
 template <class L, bool kWhole>
 struct ColumnBytes {
     typename L::F weight;
-    void operator()(uint8_t* to, typename L::F sum) const {
-        auto v = L::Low255(L::Truncated(sum));
-        if constexpr (!kWhole) v = L::Low255(L::Truncated(L::Div(L::Float(v), weight)));
-        L::StoreBytes(to, v);
+    typename L::I Whole(typename L::F sum) const {
+        auto v = L::Truncated(sum);
+        if constexpr (!kWhole) v = L::Low255(L::Truncated(L::Div(L::Float(L::Low255(v)), weight)));
+        return v;
+    }
+    void operator()(uint8_t* to, typename L::F sum) const { L::StoreBytes(to, L::Low255(Whole(sum))); }
+    void operator()(uint8_t* to, typename L::F sum, typename L::F next) const {
+        L::StoreLowBytes2(to, Whole(sum), Whole(next));
     }
 };
 
@@ -200,7 +207,7 @@ int32_t VerticalRow(const BlurColumnTaps& taps, int32_t width, Count count, uint
     for (; x + N * kBlocks <= width; x += N * kBlocks) {
         F s[kBlocks];
         TapSums<L>(taps.k, count, [&](int32_t t, int j) { return L::Load(rows[t] + x + N * j); }, s);
-        for (int j = 0; j < kBlocks; ++j) store(out + x + N * j, s[j]);
+        for (int j = 0; j < kBlocks; j += 2) store(out + x + N * j, s[j], s[j + 1]);
     }
     for (; x + N <= width; x += N)
         store(out + x, TapSum<L>(taps.k, count, [&](int32_t t) { return L::Load(rows[t] + x); }));
@@ -255,6 +262,7 @@ inline void PairSums(const float* const* rows, const float* k, Count count, int3
 // Registers of each row per pass of the pair's wide loop: with more, the
 // compiler no longer keeps both rows' sums in registers.
 constexpr int kPairBlocks = 2;
+static_assert(kBlocks % 2 == 0 && kPairBlocks % 2 == 0, "registers go out two at a time");
 
 template <class L, class Count, bool kWhole>
 int32_t VerticalPairRow(const BlurColumnTaps& taps, int32_t width, Count count, uint8_t* out, uint8_t* next) {
@@ -265,9 +273,9 @@ int32_t VerticalPairRow(const BlurColumnTaps& taps, int32_t width, Count count, 
     for (; x + N * kPairBlocks <= width; x += N * kPairBlocks) {
         F a[kPairBlocks], b[kPairBlocks];
         PairSums<L>(taps.rows, taps.k, count, x, a, b);
-        for (int j = 0; j < kPairBlocks; ++j) {
-            store(out + x + N * j, a[j]);
-            store(next + x + N * j, b[j]);
+        for (int j = 0; j < kPairBlocks; j += 2) {
+            store(out + x + N * j, a[j], a[j + 1]);
+            store(next + x + N * j, b[j], b[j + 1]);
         }
     }
     for (; x + N <= width; x += N) {

@@ -42,6 +42,11 @@ struct Sse2Lanes {
         std::memcpy(p, &four, 4);
     }
 
+    static void StoreLowBytes2(uint8_t* p, I a, I b) {
+        const I words = _mm_packs_epi32(Low255(a), Low255(b));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(words, words));
+    }
+
     static I Words(const uint8_t* p) {
         return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
     }
