@@ -12,14 +12,22 @@
 namespace tarn {
 namespace {
 
+// How far ahead of the bytes a block reads the sweep asks for source bytes,
+// and ahead of the bytes it stores for target bytes: the processor here
+// fetches neither stream early enough on its own, and a row end otherwise
+// waits on both.
+constexpr intptr_t kSourceAhead = 2048, kTargetAhead = 512;
+inline void Fetch(const void* p) { _mm_prefetch(static_cast<const char*>(p), _MM_HINT_T0); }
+
 // Bytes of trunc(v + 0.5) for eight float sums, the addition in double
-// (where it is exact). Every sum is a sum of products of bytes and weights
-// that are not negative, so this is floor(v) + 1 where v - floor(v), exact
-// in float, is at least 0.5: no trip through double is needed.
+// (where it is exact). Every sum is at least 0 and below 2^22, where adding
+// 0.5 - 2^-25 in float and truncating gives the same integer: a fraction of
+// 0.5 or more carries to at least the next integer (exactly, or by rounding
+// to nearest from within 2^-25 below it), and a smaller one stays below it,
+// 2^-25 being less than half the spacing of floats just below any integer
+// that such a sum can approach. The byte is the low byte of that integer.
 inline __m128i RoundedBytes(__m256 v) {
-    const __m256 whole = _mm256_floor_ps(v);
-    const __m256 up = _mm256_cmp_ps(_mm256_sub_ps(v, whole), _mm256_set1_ps(0.5f), _CMP_GE_OQ);
-    const __m256i n = _mm256_and_si256(_mm256_sub_epi32(_mm256_cvttps_epi32(whole), _mm256_castps_si256(up)),
+    const __m256i n = _mm256_and_si256(_mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.49999997f))),
                                        _mm256_set1_epi32(0xFF));
     const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(n), _mm256_extracti128_si256(n, 1));
     return _mm_packus_epi16(words, words);
@@ -81,9 +89,13 @@ inline __m256i Shuffles(const uint8_t* m) { return _mm256_loadu_si256(reinterpre
 template <uint32_t P, class Pick>
 inline __m256 BlockSum(uint32_t perColumn, const float* weight, uint32_t width, Pick pick) {
     const uint32_t per = P ? P : perColumn;
-    __m256 v = _mm256_setzero_ps();
-    for (uint32_t r = 0; r < per; ++r)
-        v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(pick(r), _mm256_loadu_ps(weight + size_t(r) * width))));
+    const auto product = [&](uint32_t r) {
+        return Rounded(_mm256_mul_ps(pick(r), _mm256_loadu_ps(weight + size_t(r) * width)));
+    };
+    // The sum starts from the first product rather than 0 + it: no product
+    // is negative, so that addition would give the product back unchanged.
+    __m256 v = product(0);
+    for (uint32_t r = 1; r < per; ++r) v = _mm256_add_ps(v, product(r));
     return v;
 }
 
@@ -112,9 +124,13 @@ uint32_t RepeatingBlocks(const uint8_t* row, const AreaSweepPlan& plan, const Si
         for (uint32_t q = 0; q < Period && b < blocks; ++q, ++b) {
             const __m256i window = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(row + hi[q] + shift),
                                                        reinterpret_cast<const __m128i*>(row + lo[q] + shift));
-            __m256 v = _mm256_setzero_ps();
-            for (uint32_t r = 0; r < P; ++r)
-                v = _mm256_add_ps(v, Rounded(_mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_shuffle_epi8(window, m[q][r])), w[q][r])));
+            Fetch(row + lo[q] + shift + kSourceAhead);
+            if constexpr (E != End::Carry) Fetch(local.out + 8 * b + kTargetAhead);
+            const auto product = [&](uint32_t r) {
+                return Rounded(_mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_shuffle_epi8(window, m[q][r])), w[q][r]));
+            };
+            __m256 v = product(0);
+            for (uint32_t r = 1; r < P; ++r) v = _mm256_add_ps(v, product(r));
             local.template Put8<E>(8 * b, v);
         }
     return 8 * blocks;
@@ -158,6 +174,10 @@ void SweepOf(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const 
         const float* w = weight + x;
         const uint8_t kind = plan ? plan->kind[b] : uint8_t(AreaSweepPlan::Gather);
         __m256 v;
+        if (kind != AreaSweepPlan::Gather) {
+            Fetch(row + plan->base[2 * b] + kSourceAhead);
+            if constexpr (E != End::Carry) Fetch(local.out + x + kTargetAhead);
+        }
         if (kind == AreaSweepPlan::Narrow) {
             const __m256i window = Windows(row, plan->base.data() + 2 * b, 0);
             const uint8_t* m = plan->masks.data() + plan->maskAt[b];

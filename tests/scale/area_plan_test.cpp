@@ -352,11 +352,17 @@ TEST(AreaPlan, RowEndsRoundHalvesAndWrapLikeThePlainForm) {
     // carries they leave: the AVX2 row ends against the plain ones.
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     std::vector<float> values = {0.0f, 1e-30f, 0.25f, 255.49998f, 255.5f, 256.0f, 300.7f, 511.5f, 1000.25f};
-    for (float k = 0; k < 260; k += 1) {
-        values.push_back(std::nextafter(k + 0.5f, 0.0f));
-        values.push_back(k + 0.5f);
-        values.push_back(std::nextafter(k + 0.5f, 1000.0f));
-    }
+    // The 24 floats on either side of every k + 0.5 and of every whole k:
+    // where a sum's fraction is closest to the half it rounds at.
+    for (float k = 0; k < 260; k += 1)
+        for (float at : {k + 0.5f, k}) {
+            float below = at, above = at;
+            values.push_back(at);
+            for (int i = 0; i < 24; ++i) {
+                values.push_back(below = std::nextafter(below, 0.0f));
+                values.push_back(above = std::nextafter(above, 1000.0f));
+            }
+        }
     const uint32_t total = uint32_t(values.size());
     std::mt19937 rng(3);
     std::vector<float> carry0(total);
