@@ -10,6 +10,7 @@
 
 #include "scale/area_shrink.h"
 
+#include "platform/byte_span.h"
 #include "platform/form_table.h"
 
 namespace tarn {
@@ -247,8 +248,15 @@ void AreaAccumulate(const ScaleTarget& target, const ScaleSource& source, const 
     const float ry = static_cast<float>(double(srcHeight) / double(dstHeight));
     const uint32_t total = dstWidth * c;
     const AreaRowForms forms = PickAreaRowForms();
-    // A fast form finishes the row end in the same sweep as the sums.
-    const AreaGrayPlannedRowEndFn endRow = PickAreaGrayRowEnd();
+    const uint32_t rowBytes = srcWidth * c;
+    // A fast form finishes the row end in the same sweep as the sums. It
+    // stores a block's target bytes before it reads the source bytes of the
+    // blocks after, so it needs a target apart from the source rows (and its
+    // rows apart from each other); otherwise each source row is summed whole
+    // before its row end writes anything.
+    const ByteSpan read = ByteSpan::OfRows(src, srcStride, int32_t(srcHeight), rowBytes);
+    const AreaGrayPlannedRowEndFn endRow =
+        RowsApart(dst, total, dstHeight, dstStride, read) ? PickAreaGrayRowEnd() : nullptr;
     // Records of one target byte touch only its own accumulator, in list
     // order; the sweep runs from a dense table of them, one column per byte
     // of the target row (single-channel plain sweeps too).
@@ -256,7 +264,6 @@ void AreaAccumulate(const ScaleTarget& target, const ScaleSource& source, const 
     const DenseArea table = !dense ? DenseArea{}
                             : c == 1 ? Densify(list, count, dstWidth)
                                      : Densify(ByteRecords(list, count, c).data(), count * c, total);
-    const uint32_t rowBytes = srcWidth * c;
     std::vector<float> scratch(dense ? rowBytes + 16 : 0, 0.0f);
     AreaSweepPlan plan =
         endRow ? BuildAreaSweepPlan(table.index.data(), table.perColumn, total, rowBytes) : AreaSweepPlan{};

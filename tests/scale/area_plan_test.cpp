@@ -345,6 +345,40 @@ TEST(AreaPlan, FourBytePairsOverTheirOwnSourceKeepTheRowOrder) {
     }
 }
 
+TEST(AreaPlan, SweepsOverTheirOwnSourceKeepTheRowOrder) {
+    // The float sweep into the source's own buffer, from row `lead` on with
+    // the source's stride, some 16 bytes into the row: the plain form sums
+    // each source row whole before the target row it ends is written, which
+    // a sweep that writes a block's bytes before reading the next block's
+    // samples would not match where target bytes lie ahead of later reads.
+    struct Size {
+        uint32_t sw, sh, dw, dh;
+    };
+    const Size sizes[] = {{48, 30, 32, 20}, {61, 40, 40, 9}};
+    std::mt19937 rng(19);
+    for (uint32_t c : {3u, 4u})
+        for (const Size& s : sizes) {
+            const int32_t stride = int32_t(s.sw * c);
+            std::vector<uint8_t> image(size_t(stride) * (s.sh + 6));
+            for (auto& v : image) v = uint8_t(rng());
+            for (uint32_t lead : {0u, 1u, 3u, 4u}) {
+                auto run = [&](SimdForm form) {
+                    ScopedKernelChoice choice(g_cpuFeatures, form);
+                    std::vector<uint8_t> buffer(image);
+                    AreaShrink({buffer.data() + size_t(lead) * stride + (lead > 1 ? 16 : 0), s.dw, s.dh, stride, c},
+                               {buffer.data(), s.sw, s.sh, stride, c});
+                    return buffer;
+                };
+                const auto plain = run(SimdForm::Plain);
+                for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+                    if (HostSimdForm() < f) continue;
+                    EXPECT_EQ(run(f), plain) << c << " bytes " << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh
+                                             << " lead " << lead << " " << FormName(f);
+                }
+            }
+        }
+}
+
 #if defined(TARN_HAVE_X86_SIMD)
 TEST(AreaPlan, RowEndsRoundHalvesAndWrapLikeThePlainForm) {
     // Sums on either side of every k + 0.5, tiny ones, exact halves and
