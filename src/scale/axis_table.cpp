@@ -231,6 +231,21 @@ struct Interior {
 // [0, n - 1], so 32-bit truncations give what the 64-bit ones give; offsets
 // multiply in 32 bits, which wrap as Off's 64-bit products do.
 void NearestInterior(uint32_t* offsets, const Interior& in, double start, double step, uint32_t pitch) {
+    // A whole step moves every position by a whole number from the first,
+    // keeping its fraction f (see BilinearInterior). Below 2^31 adding 1e-9
+    // and rounding moves a position by less than 1e-6, so where f stays that
+    // far below 1 each index truncates to its position's integer part: the
+    // first one's plus that whole number.
+    if (in.lo < in.hi && step == std::floor(step) && step <= 0x1p30) {
+        const double p = start + double(int32_t(in.lo)) * step;
+        const int32_t k = int32_t(p);
+        if (p - double(k) < 1 - 1e-6) {
+            const uint32_t advance = uint32_t(step) * pitch;
+            uint32_t offset = uint32_t(k) * pitch;
+            for (uint32_t i = in.lo; i < in.hi; ++i, offset += advance) offsets[i] = offset;
+            return;
+        }
+    }
     for (uint32_t i = in.lo; i < in.hi; ++i) {
         const double p = start + double(int32_t(i)) * step;
         offsets[i] = uint32_t(int32_t(p + kE)) * pitch;
