@@ -153,18 +153,20 @@ AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint3
     plan.maskAt.assign(blocks, 0);
     auto sample = [&](uint32_t r, uint32_t x) { return index[size_t(r) * width + x]; };
     for (uint32_t b = 0; b < blocks; ++b) {
-        int32_t lo[2], spread = 0;
+        int32_t lo[2], hi[2], spread = 0;
         for (uint32_t h = 0; h < 2; ++h) {
             const uint32_t x = 8 * b + 4 * h;
-            int32_t hi = sample(0, x);
-            lo[h] = hi;
+            lo[h] = hi[h] = sample(0, x);
             for (uint32_t r = 0; r < perColumn; ++r)
                 for (uint32_t k = 0; k < 4; ++k) {
                     lo[h] = std::min(lo[h], sample(r, x + k));
-                    hi = std::max(hi, sample(r, x + k));
+                    hi[h] = std::max(hi[h], sample(r, x + k));
                 }
-            spread = std::max(spread, hi - lo[h]);
+            spread = std::max(spread, hi[h] - lo[h]);
         }
+        // Both halves read one window when the block's samples fit it: the
+        // sweep then loads 16 bytes once into both halves of the register.
+        if (std::max(hi[0], hi[1]) - std::min(lo[0], lo[1]) < 16) lo[0] = lo[1] = std::min(lo[0], lo[1]);
         const int32_t window = spread < 16 ? 16 : 32;
         if (spread >= 32 || int64_t(srcWidth) < window) {
             plan.gathers = true;

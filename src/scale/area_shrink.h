@@ -25,7 +25,8 @@ void AreaGrayRowPlain(const uint8_t* row, const int32_t* index, const float* wei
 // each column's sample, zero-extended, in its 32-bit lane) or 32 bytes (two
 // shuffles, one per 16-byte part, joined). A block whose samples spread
 // wider, or a row narrower than the window, gathers from the row widened to
-// floats. Windows end inside the row, so no sample read needs a test.
+// floats. Windows end inside the row, so no sample read needs a test. A
+// narrow block whose samples all fit 16 bytes has one window for both halves.
 struct AreaSweepPlan {
     enum Kind : uint8_t { Gather, Narrow, Wide };
     std::vector<uint8_t> kind;     // [block]

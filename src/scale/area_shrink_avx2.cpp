@@ -26,11 +26,14 @@ inline void Fetch(const void* p) { _mm_prefetch(static_cast<const char*>(p), _MM
 // to nearest from within 2^-25 below it), and a smaller one stays below it,
 // 2^-25 being less than half the spacing of floats just below any integer
 // that such a sum can approach. The byte is the low byte of that integer.
+// The low bytes of the eight integers are gathered into the first four
+// bytes of each half, and those two words into the first eight bytes.
 inline __m128i RoundedBytes(__m256 v) {
-    const __m256i n = _mm256_and_si256(_mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.49999997f))),
-                                       _mm256_set1_epi32(0xFF));
-    const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(n), _mm256_extracti128_si256(n, 1));
-    return _mm_packus_epi16(words, words);
+    const __m256i n = _mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.49999997f)));
+    const __m256i lows = _mm256_shuffle_epi8(n, _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,
+                                                                 -1, -1, 0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1,
+                                                                 -1, -1, -1, -1, -1));
+    return _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(lows, _mm256_setr_epi32(0, 4, 1, 1, 1, 1, 1, 1)));
 }
 
 uint8_t ByteOf(double v) { return static_cast<uint8_t>(static_cast<int32_t>(v)); }
@@ -81,6 +84,11 @@ inline __m256i Windows(const uint8_t* row, const int32_t* base, int32_t offset) 
                                reinterpret_cast<const __m128i*>(row + base[0] + offset));
 }
 
+// One 16-byte window in both halves: a load alone, with no insert.
+inline __m256i Window(const uint8_t* p) {
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+}
+
 inline __m256i Shuffles(const uint8_t* m) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m)); }
 
 // One block of 8 columns: each record's samples picked into 32-bit lanes,
@@ -104,7 +112,7 @@ inline __m256 BlockSum(uint32_t perColumn, const float* weight, uint32_t width, 
 // weights are loaded once for the whole row, and the windows are found from
 // the first period's. (The stores of the row end may alias any byte, so
 // whatever a block read through the plan would be read again after each.)
-template <End E, uint32_t P, uint32_t Period>
+template <End E, uint32_t P, uint32_t Period, bool Shared>
 uint32_t RepeatingBlocks(const uint8_t* row, const AreaSweepPlan& plan, const Sink& sink) {
     const Sink local = sink;
     __m256i m[Period][P];
@@ -122,8 +130,10 @@ uint32_t RepeatingBlocks(const uint8_t* row, const AreaSweepPlan& plan, const Si
     uint32_t b = 0;
     for (intptr_t shift = 0; b < blocks; shift += advance)
         for (uint32_t q = 0; q < Period && b < blocks; ++q, ++b) {
-            const __m256i window = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(row + hi[q] + shift),
-                                                       reinterpret_cast<const __m128i*>(row + lo[q] + shift));
+            const __m256i window =
+                Shared ? Window(row + lo[q] + shift)
+                       : _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(row + hi[q] + shift),
+                                             reinterpret_cast<const __m128i*>(row + lo[q] + shift));
             Fetch(row + lo[q] + shift + kSourceAhead);
             if constexpr (E != End::Carry) Fetch(local.out + 8 * b + kTargetAhead);
             const auto product = [&](uint32_t r) {
@@ -139,13 +149,20 @@ uint32_t RepeatingBlocks(const uint8_t* row, const AreaSweepPlan& plan, const Si
 template <End E, uint32_t P>
 uint32_t Repeating(const uint8_t* row, const AreaSweepPlan& plan, const Sink& sink) {
     if constexpr (P != 0) {
-        for (uint32_t q = 0; q < plan.period; ++q)
+        bool shared = true;
+        for (uint32_t q = 0; q < plan.period; ++q) {
             if (plan.kind[q] != AreaSweepPlan::Narrow) return 0;
-        switch (plan.period) {
-            case 1: return RepeatingBlocks<E, P, 1>(row, plan, sink);
-            case 2: return RepeatingBlocks<E, P, 2>(row, plan, sink);
-            case 3: return RepeatingBlocks<E, P, 3>(row, plan, sink);
-            case 4: return RepeatingBlocks<E, P, 4>(row, plan, sink);
+            shared &= plan.base[2 * q] == plan.base[2 * q + 1];
+        }
+        switch (plan.period * 2 + shared) {
+            case 2: return RepeatingBlocks<E, P, 1, false>(row, plan, sink);
+            case 3: return RepeatingBlocks<E, P, 1, true>(row, plan, sink);
+            case 4: return RepeatingBlocks<E, P, 2, false>(row, plan, sink);
+            case 5: return RepeatingBlocks<E, P, 2, true>(row, plan, sink);
+            case 6: return RepeatingBlocks<E, P, 3, false>(row, plan, sink);
+            case 7: return RepeatingBlocks<E, P, 3, true>(row, plan, sink);
+            case 8: return RepeatingBlocks<E, P, 4, false>(row, plan, sink);
+            case 9: return RepeatingBlocks<E, P, 4, true>(row, plan, sink);
             default: return 0;
         }
     } else {
@@ -179,7 +196,8 @@ void SweepOf(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const 
             if constexpr (E != End::Carry) Fetch(local.out + x + kTargetAhead);
         }
         if (kind == AreaSweepPlan::Narrow) {
-            const __m256i window = Windows(row, plan->base.data() + 2 * b, 0);
+            const int32_t* base = plan->base.data() + 2 * b;
+            const __m256i window = base[0] == base[1] ? Window(row + base[0]) : Windows(row, base, 0);
             const uint8_t* m = plan->masks.data() + plan->maskAt[b];
             v = BlockSum<P>(per, w, width, [&](uint32_t r) {
                 return _mm256_cvtepi32_ps(_mm256_shuffle_epi8(window, Shuffles(m + 32 * r)));
