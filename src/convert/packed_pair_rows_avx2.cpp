@@ -94,20 +94,39 @@ size_t PairBlocksOf(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const Rows
 // 32 pairs from pair i: the six rows loaded once and the four F rows (row
 // 2k + j is s(row 2k + j - 1, row 2k + j + 1, row 2k + j)). The next two
 // pairs' new rows are asked for.
+// The chroma bytes (the odd ones) of two vectors of 8 pairs in one: those
+// of `p` in the even bytes, those of `q` in the odd ones. Averages work
+// byte by byte, so the smoothing may go on these before the bytes are put
+// in order.
+inline __m256i ChromaOf(__m256i p, __m256i q) {
+    return _mm256_blendv_epi8(_mm256_srli_epi16(p, 8), q, _mm256_set1_epi16(int16_t(0xFF00)));
+}
+
+// u and v of 32 pairs from two vectors of ChromaOf, of pairs 0-7 with 8-15
+// and 16-23 with 24-31: per 128-bit lane the u of the four pairs of each
+// go to bytes 0-7 and their v to bytes 8-15, as StoreChroma has them.
+inline void StoreJoinedChroma(uint8_t* u, uint8_t* v, __m256i c01, __m256i c23) {
+    const __m256i order = _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+    const __m256i lanes = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    const __m256i a = _mm256_shuffle_epi8(c01, order), b = _mm256_shuffle_epi8(c23, order);
+    Store32(u, _mm256_permutevar8x32_epi32(_mm256_unpacklo_epi64(a, b), lanes));
+    Store32(v, _mm256_permutevar8x32_epi32(_mm256_unpackhi_epi64(a, b), lanes));
+}
+
 inline void TwoChromaBlock(const TwoChroma& out, const uint8_t* const r[6], size_t i) {
     const size_t o = 4 * i;
     HintRowsAfter(r[5], reinterpret_cast<uintptr_t>(r[1]) - reinterpret_cast<uintptr_t>(r[0]), 4, o);
-    __m256i c[2][4];
-    for (int k = 0; k < 4; ++k) {
-        const size_t at = o + 32 * size_t(k);
+    __m256i c[2][2];
+    for (int k = 0; k < 2; ++k) {
+        const size_t at = o + 64 * size_t(k);
         __m256i s[6], f[4];
-        for (int j = 0; j < 6; ++j) s[j] = Load32(r[j] + at);
+        for (int j = 0; j < 6; ++j) s[j] = ChromaOf(Load32(r[j] + at), Load32(r[j] + at + 32));
         for (int j = 0; j < 4; ++j) f[j] = Smooth32(s[j], s[j + 2], s[j + 1]);
         c[0][k] = _mm256_avg_epu8(f[0], f[1]);
         c[1][k] = _mm256_avg_epu8(f[2], f[3]);
     }
-    StoreChroma(out.u[0] + i, out.v[0] + i, c[0]);
-    StoreChroma(out.u[1] + i, out.v[1] + i, c[1]);
+    StoreJoinedChroma(out.u[0] + i, out.v[0] + i, c[0][0], c[0][1]);
+    StoreJoinedChroma(out.u[1] + i, out.v[1] + i, c[1][0], c[1][1]);
 }
 
 }  // namespace
