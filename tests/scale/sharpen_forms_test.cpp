@@ -3,7 +3,8 @@
 // then into bytes, then the mask over a copy): planes narrower and shorter
 // than the blur's taps, widths that end inside a vector step, padded and
 // upside-down rows with canaries around the plane, planes whose differences
-// stay within the dead band (nothing changes) or reach one side only; and the
+// stay within the dead band (nothing changes) or reach one side only; the
+// two-row vertical pass and the extremes against the plain forms; and the
 // mask's divisions for every pixel pair and every divisor.
 #include <gtest/gtest.h>
 
