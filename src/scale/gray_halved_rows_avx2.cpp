@@ -57,13 +57,50 @@ bool GrayHalvedRowsAvx2(uint8_t* dst, int32_t dstStride, const uint8_t* src, con
     uint8_t* held = means.get();
     uint8_t* spare = held + groups;
     const uint8_t* heldRow = nullptr;
+    auto rowAt = [&](uint32_t y) { return src + RowDelta(rowOffsets[y]); };
+    // The trailing pixels as the driver's rows work them.
+    auto trailing = [&](uint8_t* d, const uint8_t* r, uint32_t w8) {
+        for (uint32_t j = groups; j < len; ++j) {
+            const uint8_t* s = r + offsets[j];
+            const uint32_t cw = weights[4 * size_t(j)];
+            const uint32_t upper = LerpByte(s[0], s[1], cw);
+            d[j] = uint8_t(w8 ? LerpByte(upper, LerpByte(s[below], s[below + 1], cw), w8) : upper);
+        }
+    };
     for (uint32_t y = 0; y < rows; ++y) {
         uint8_t* d = dst + intptr_t(dstStride) * y;
-        const uint8_t* r = src + RowDelta(rowOffsets[y]);
+        const uint8_t* r = rowAt(y);
         const uint32_t w8 = rowWeights[y] & 255;
+        const uint8_t* low = r + below;
+        // Two blended rows in turn whose second starts at the first one's
+        // lower row (field pairs) read their three rows in one pass.
+        if (w8 && r != heldRow && y + 1 < rows && (rowWeights[y + 1] & 255) && rowAt(y + 1) == low) {
+            uint8_t* d1 = d + dstStride;
+            const uint8_t* last = low + below;
+            // The rows the target row after the two reads, unless held by then.
+            const uint8_t* ahead = nullptr;
+            const uint8_t* aheadToo = nullptr;
+            if (y + 2 < rows) {
+                const uint8_t* next = rowAt(y + 2);
+                if (next != last) ahead = next + c.origin;
+                if (rowWeights[y + 2] & 255) aheadToo = next + below + c.origin;
+            }
+            uint32_t j = StridedMeanRowPairsAvx2(d, d1, r + c.origin, low + c.origin, last + c.origin, held, groups,
+                                                 reach, ahead, aheadToo);
+            for (; j < groups; ++j) {
+                const uint8_t t = Mean(r, offsets, j), m = Mean(low, offsets, j), b = held[j] = Mean(last, offsets, j);
+                d[j] = uint8_t(LerpByte(t, m, 128));
+                d1[j] = uint8_t(LerpByte(m, b, 128));
+            }
+            heldRow = last;
+            trailing(d, r, w8);
+            trailing(d1, low, rowWeights[y + 1] & 255);
+            ++y;
+            continue;
+        }
         // The row the next target row reads first that is not held by then.
-        const uint8_t* next = y + 1 < rows ? src + RowDelta(rowOffsets[y + 1]) : nullptr;
-        const uint8_t* fetch = next && w8 && next == r + below ? next + below : next;
+        const uint8_t* next = y + 1 < rows ? rowAt(y + 1) : nullptr;
+        const uint8_t* fetch = next && w8 && next == low ? next + below : next;
         const uint8_t* ahead = fetch ? fetch + c.origin : nullptr;
         if (w8 == 0) {
             if (r == heldRow) {
@@ -73,7 +110,6 @@ bool GrayHalvedRowsAvx2(uint8_t* dst, int32_t dstStride, const uint8_t* src, con
                 for (; j < groups; ++j) d[j] = Mean(r, offsets, j);
             }
         } else {
-            const uint8_t* low = r + below;
             const uint8_t* top = r == heldRow ? held : nullptr;
             // The lower row's means go to the row not read from here.
             uint8_t* lowOut = top ? spare : held;
@@ -87,13 +123,7 @@ bool GrayHalvedRowsAvx2(uint8_t* dst, int32_t dstStride, const uint8_t* src, con
             if (top) spare = held, held = lowOut;
             heldRow = low;
         }
-        // The trailing pixels as the driver's rows work them.
-        for (uint32_t j = groups; j < len; ++j) {
-            const uint8_t* s = r + offsets[j];
-            const uint32_t cw = weights[4 * size_t(j)];
-            const uint32_t upper = LerpByte(s[0], s[1], cw);
-            d[j] = uint8_t(w8 ? LerpByte(upper, LerpByte(s[below], s[below + 1], cw), w8) : upper);
-        }
+        trailing(d, r, w8);
     }
     return true;
 }

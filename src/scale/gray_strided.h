@@ -26,6 +26,13 @@ uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32
 uint32_t StridedMeanRowsAvx2(uint8_t* dst, const uint8_t* topBlend, const uint8_t* top, const uint8_t* bottom,
                              uint8_t* topOut, uint8_t* bottomOut, uint32_t count, uint32_t reach,
                              const uint8_t* ahead);
+// Means at a step of 2 of three rows a, b and c in one pass, and the two
+// targets (A + B) >> 1 into dst0 and (B + C) >> 1 into dst1 (two target
+// rows that share their middle row, as field pairs do): C is kept in cOut.
+// Blocks of 32; `ahead` and `aheadToo`, where set, are fetched.
+uint32_t StridedMeanRowPairsAvx2(uint8_t* dst0, uint8_t* dst1, const uint8_t* a, const uint8_t* b, const uint8_t* c,
+                                 uint8_t* cOut, uint32_t count, uint32_t reach, const uint8_t* ahead,
+                                 const uint8_t* aheadToo);
 #endif
 
 }  // namespace tarn

@@ -124,6 +124,28 @@ uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32
     return ByStep<true>(out, s, count, step, reach, ahead);
 }
 
+// (T + B) >> 1 of bytes: the rounded-up mean less the bit it rounded up by.
+inline __m256i FloorMean(__m256i t, __m256i b) {
+    return _mm256_sub_epi8(_mm256_avg_epu8(t, b), _mm256_and_si256(_mm256_xor_si256(t, b), _mm256_set1_epi8(1)));
+}
+
+uint32_t StridedMeanRowPairsAvx2(uint8_t* dst0, uint8_t* dst1, const uint8_t* a, const uint8_t* b, const uint8_t* c,
+                                 uint8_t* cOut, uint32_t count, uint32_t reach, const uint8_t* ahead,
+                                 const uint8_t* aheadToo) {
+    const __m256i ones = _mm256_set1_epi8(1);
+    const uint32_t blocks = std::min(count / 32, reach / 64);
+    for (uint32_t k = 0; k < blocks; ++k) {
+        const size_t at = 32 * size_t(k);
+        Fetch(ahead, 2 * at);
+        Fetch(aheadToo, 2 * at);
+        const __m256i x = MeansOf64(a + 2 * at, ones), y = MeansOf64(b + 2 * at, ones), z = MeansOf64(c + 2 * at, ones);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(cOut + at), z);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst0 + at), FloorMean(x, y));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst1 + at), FloorMean(y, z));
+    }
+    return 32 * blocks;
+}
+
 uint32_t StridedMeanRowsAvx2(uint8_t* dst, const uint8_t* topBlend, const uint8_t* top, const uint8_t* bottom,
                              uint8_t* topOut, uint8_t* bottomOut, uint32_t count, uint32_t reach,
                              const uint8_t* ahead) {
@@ -141,10 +163,7 @@ uint32_t StridedMeanRowsAvx2(uint8_t* dst, const uint8_t* topBlend, const uint8_
             upper = MeansOf64(top + 2 * at, ones);
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(topOut + at), upper);
         }
-        // (T + B) >> 1: the rounded-up mean less the bit it rounded up by.
-        const __m256i mean = _mm256_sub_epi8(_mm256_avg_epu8(upper, lower),
-                                             _mm256_and_si256(_mm256_xor_si256(upper, lower), _mm256_set1_epi8(1)));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + at), mean);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + at), FloorMean(upper, lower));
     }
     return 32 * blocks;
 }
