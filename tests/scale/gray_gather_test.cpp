@@ -109,6 +109,19 @@ Scaled ScalePlane(const std::vector<uint8_t>& src, Plane from, Plane to, bool fl
     return out;
 }
 
+// The nearest column and row tables of a plane scaled at the usual steps.
+struct NearestTables {
+    std::vector<uint32_t> co, ro;
+    NearestTables(uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh, int32_t srcStride) : co(dw), ro(dh) {
+        std::vector<uint32_t> unusedW(dh);
+        std::vector<uint8_t> unusedCw(dw);
+        uint32_t f = 0, l = 0;
+        BuildGrayColumnTable(dw, sw, unusedCw.data(), co.data(), 0.0, double(sw) / dw, &f, &l, AxisFilter::Nearest);
+        BuildGrayRowTable(dh, sh, unusedW.data(), ro.data(), srcStride, 0.0, double(sh) / dh, &f, &l,
+                          AxisFilter::Nearest);
+    }
+};
+
 struct PlaneCase {
     uint32_t sw, sh, dw, dh;
     int32_t srcPad, dstPad;
@@ -127,12 +140,8 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
         const int32_t ss = int32_t(c.sw) + c.srcPad, ds = int32_t(c.dw) + c.dstPad;
         std::vector<uint8_t> src(size_t(ss) * c.sh);
         for (auto& b : src) b = uint8_t(rng());
-        const double stepX = double(c.sw) / c.dw, stepY = double(c.sh) / c.dh;
-        std::vector<uint32_t> co(c.dw), ro(c.dh), unusedW(c.dh);
-        std::vector<uint8_t> unusedCw(c.dw);
-        uint32_t f = 0, l = 0;
-        BuildGrayColumnTable(c.dw, c.sw, unusedCw.data(), co.data(), 0.0, stepX, &f, &l, AxisFilter::Nearest);
-        BuildGrayRowTable(c.dh, c.sh, unusedW.data(), ro.data(), ss, 0.0, stepY, &f, &l, AxisFilter::Nearest);
+        const NearestTables t(c.sw, c.sh, c.dw, c.dh, ss);
+        const std::vector<uint32_t>&co = t.co, &ro = t.ro;
         std::vector<uint8_t> want(size_t(ds) * c.dh, 0xC3);
         for (uint32_t y = 0; y < c.dh; ++y)
             for (uint32_t x = 0; x < c.dw; ++x) {
@@ -203,12 +212,9 @@ TEST(GrayGather, WholeShrinksAcrossPickAtOneStep) {
             const int32_t ss = int32_t(c.sw), ds = int32_t(c.dw) + 3;
             std::vector<uint8_t> src(size_t(ss) * c.sh);
             for (auto& b : src) b = uint8_t(rng());
+            const NearestTables t(c.sw, c.sh, c.dw, c.dh, ss);
+            const std::vector<uint32_t>&co = t.co, &ro = t.ro;
             const double stepX = double(c.sw) / c.dw, stepY = double(c.sh) / c.dh;
-            std::vector<uint32_t> co(c.dw), ro(c.dh), unusedW(c.dh);
-            std::vector<uint8_t> unusedCw(c.dw);
-            uint32_t f = 0, l = 0;
-            BuildGrayColumnTable(c.dw, c.sw, unusedCw.data(), co.data(), 0.0, stepX, &f, &l, AxisFilter::Nearest);
-            BuildGrayRowTable(c.dh, c.sh, unusedW.data(), ro.data(), ss, 0.0, stepY, &f, &l, AxisFilter::Nearest);
             ASSERT_EQ(co[1] - co[0], uint32_t(stepX)) << c.sw << "->" << c.dw;
             // Row y of the picture as the scaler sees it sits at `at(y)`.
             auto at = [&](uint32_t y, uint32_t h) { return up ? h - 1 - y : y; };

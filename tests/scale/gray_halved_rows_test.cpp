@@ -1,20 +1,19 @@
 // Single-channel shrinks whose columns are all means of two neighbours and
 // whose rows each read one source row, or at a shrink by 2 the mean of two
-// (field pairs): the halved rows form against the plain rows, directly over
-// real tables and through whole scaled images, with canaries and bottom-up
-// pictures.
+// (field pairs): the halved rows form against the plain rows over real
+// tables and made-up chains of rows, with canaries and bottom-up pictures.
+// Whole images of these shapes are scaled in every form in the row cache
+// tests.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
 #include "platform/form_table.h"
 #include "scale/axis_table.h"
 #include "scale/gray_halved_rows.h"
 #include "scale/inner_rows.h"
-#include "scale/scale.h"
 
 namespace tarn {
 namespace {
@@ -121,46 +120,6 @@ TEST(GrayHalvedRows, KeepTheLowerRowsMeansForTheNextRow) {
     }
 }
 #endif
-
-// Whole images through the driver, every form against the plain one: the
-// shrinks above in the modes whose single-channel plan is bilinear, and
-// field pairs.
-TEST(GrayHalvedRows, ScaledImagesAgreeAcrossForms) {
-    struct Size {
-        uint32_t sw, sh, dw, dh;
-    };
-    const Size sizes[] = {{1920, 8, 960, 4}, {242, 10, 121, 5}, {484, 16, 121, 4}, {968, 24, 121, 3},
-                          {70, 6, 35, 3},    {33, 9, 16, 4},    {350, 6, 175, 3},  {350, 12, 175, 6},
-                          {1920, 16, 960, 8}, {70, 10, 35, 5},  {71, 11, 35, 5}};
-    std::mt19937 rng(11);
-    const size_t margin = 48;
-    for (const Size& s : sizes)
-        for (uint32_t mode : {1u, 2u, 3u, 5u}) {
-            const int32_t srcStride = int32_t(s.sw);
-            std::vector<uint8_t> src(size_t(srcStride) * s.sh);
-            for (auto& b : src) b = uint8_t(rng());
-            const int32_t dstStride = int32_t(s.dw + 3);
-            auto run = [&](SimdForm form) {
-                ScopedKernelChoice choice(g_cpuFeatures, form);
-                std::vector<uint8_t> out(size_t(dstStride) * s.dh + 2 * margin, 0x5C);
-                uint8_t* dst = out.data() + margin + size_t(dstStride) * (s.dh - 1);
-                const uint8_t* from = src.data() + size_t(srcStride) * (s.sh - 1);
-                ScaleImage({dst, s.dw, s.dh, -dstStride, 1}, {from, s.sw, s.sh, -srcStride, 1},
-                           {double(s.sw) / s.dw, double(s.sh) / s.dh}, mode, nullptr);
-                return out;
-            };
-            const auto plain = run(SimdForm::Plain);
-            for (size_t i = 0; i < margin; ++i) {
-                ASSERT_EQ(plain[i], 0x5C);
-                ASSERT_EQ(plain[plain.size() - 1 - i], 0x5C);
-            }
-            for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-                if (HostSimdForm() < f) continue;
-                EXPECT_EQ(run(f), plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " mode " << mode
-                                         << " " << FormName(f);
-            }
-        }
-}
 
 }  // namespace
 }  // namespace tarn

@@ -31,7 +31,11 @@ TEST(GrayRowCache, ScaledImagesAgreeAcrossForms) {
                           // Whole factors: shrinks by 2, 4 and 8 and doubling, odd widths among them.
                           {1920, 8, 960, 4},  {242, 10, 121, 5},  {484, 16, 121, 4},  {968, 24, 121, 3},
                           {1032, 9, 129, 3},  {61, 9, 122, 18},   {300, 9, 600, 18},  {77, 6, 154, 12},
-                          {38, 7, 19, 3},     {130, 11, 65, 5},
+                          {38, 7, 19, 3},     {130, 11, 65, 5},   {70, 6, 35, 3},     {33, 9, 16, 4},
+                          // Widths of 3 mod 4 whose trailing pixels weigh by an offset byte that
+                          // is not 0, and field pairs of whole shrinks by 2 (mode 5).
+                          {350, 6, 175, 3},   {350, 12, 175, 6},  {1920, 16, 960, 8}, {70, 10, 35, 5},
+                          {71, 11, 35, 5},
                           // A target large enough to be stored around the caches.
                           {1100, 1001, 2200, 2002}};
     std::mt19937 rng(31);
