@@ -94,7 +94,8 @@ TEST(GrayHalvedRows, KeepTheLowerRowsMeansForTheNextRow) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     const uint32_t sw = 350, sh = 12, dw = 175;
     const Tables t(sw, sh, dw, 1, int32_t(sw), AxisFilter::Bilinear);
-    std::vector<uint8_t> src(size_t(sw) * sh);
+    // The plain rows read the row below whatever its weight: one row more.
+    std::vector<uint8_t> src(size_t(sw) * (sh + 1));
     std::mt19937 rng(5);
     for (auto& b : src) b = uint8_t(rng());
     // Source row and weight of each target row.
