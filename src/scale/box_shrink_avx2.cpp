@@ -304,8 +304,8 @@ void BoxSum4Avx2(const uint8_t* p, int32_t stride, uint32_t rows, uint32_t cols,
     __m256i acc = _mm256_setzero_si256();
     uint32_t loads = 0;
     auto empty = [&] {
-        alignas(32) uint16_t w[16];
-        _mm256_store_si256(reinterpret_cast<__m256i*>(w), acc);
+        uint16_t w[16];
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(w), acc);
         // Words 0-3 and 4-7 of each half: the four channels of a pair sum.
         for (uint32_t ch = 0; ch < 3; ++ch) sum[ch] += uint32_t(w[ch]) + w[4 + ch] + w[8 + ch] + w[12 + ch];
         acc = _mm256_setzero_si256();
