@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <optional>
 
 namespace tarn {
 namespace {
@@ -230,21 +231,32 @@ struct Interior {
 // Interior entries of single-channel tables. Positions there lie in
 // [0, n - 1], so 32-bit truncations give what the 64-bit ones give; offsets
 // multiply in 32 bits, which wrap as Off's 64-bit products do.
+
+// A whole step moves every interior position by a whole number from the
+// first: positions there are exact and not below 0, so each one's integer
+// part is the first one's plus that number and its fraction (the difference
+// of a position and its integer part is exact) is the first one's. The
+// first position where the step is whole, else none.
+std::optional<double> FirstOfWholeSteps(const Interior& in, double start, double step) {
+    if (in.lo < in.hi && step == std::floor(step) && step <= 0x1p30) return start + double(int32_t(in.lo)) * step;
+    return std::nullopt;
+}
+
+// The interior offsets of whole steps from the integer part k of the first.
+void FillWholeSteps(uint32_t* offsets, const Interior& in, int32_t k, double step, uint32_t pitch) {
+    const uint32_t advance = uint32_t(step) * pitch;
+    uint32_t offset = uint32_t(k) * pitch;
+    for (uint32_t i = in.lo; i < in.hi; ++i, offset += advance) offsets[i] = offset;
+}
+
 void NearestInterior(uint32_t* offsets, const Interior& in, double start, double step, uint32_t pitch) {
-    // A whole step moves every position by a whole number from the first,
-    // keeping its fraction f (see BilinearInterior). Below 2^31 adding 1e-9
-    // and rounding moves a position by less than 1e-6, so where f stays that
-    // far below 1 each index truncates to its position's integer part: the
-    // first one's plus that whole number.
-    if (in.lo < in.hi && step == std::floor(step) && step <= 0x1p30) {
-        const double p = start + double(int32_t(in.lo)) * step;
-        const int32_t k = int32_t(p);
-        if (p - double(k) < 1 - 1e-6) {
-            const uint32_t advance = uint32_t(step) * pitch;
-            uint32_t offset = uint32_t(k) * pitch;
-            for (uint32_t i = in.lo; i < in.hi; ++i, offset += advance) offsets[i] = offset;
-            return;
-        }
+    // At whole steps every position keeps the first one's fraction f. Below
+    // 2^31 adding 1e-9 and rounding moves a position by less than 1e-6, so
+    // where f stays that far below 1 each index truncates to its position's
+    // integer part.
+    if (const std::optional<double> p = FirstOfWholeSteps(in, start, step)) {
+        const int32_t k = int32_t(*p);
+        if (*p - double(k) < 1 - 1e-6) return FillWholeSteps(offsets, in, k, step, pitch);
     }
     for (uint32_t i = in.lo; i < in.hi; ++i) {
         const double p = start + double(int32_t(i)) * step;
@@ -257,18 +269,12 @@ template <class Weight>
 void BilinearInterior(Weight* weights, uint32_t* offsets, const Interior& in, double start, double step,
                       uint32_t pitch) {
     auto word = [](uint32_t w) { return static_cast<Weight>(sizeof(Weight) == 4 ? w | w << 8 | w << 16 | w << 24 : w); };
-    // A whole step moves every position by a whole number from the first:
-    // positions there are exact and not below 0, so each truncates to the
-    // first one's integer part plus that number and keeps its fraction (the
-    // difference of a position and its integer part is exact), and with it
-    // its weight.
-    if (in.lo < in.hi && step == std::floor(step) && step <= 0x1p30) {
-        const double p = start + double(int32_t(in.lo)) * step;
-        const int32_t k = int32_t(p);
-        const Weight w = word(uint32_t(int32_t((p - double(k)) * 255 + 0.5)));
-        const uint32_t advance = uint32_t(step) * pitch;
-        uint32_t offset = uint32_t(k) * pitch;
-        for (uint32_t i = in.lo; i < in.hi; ++i, offset += advance) offsets[i] = offset, weights[i] = w;
+    // At whole steps every position keeps the first one's fraction, and
+    // with it its weight.
+    if (const std::optional<double> p = FirstOfWholeSteps(in, start, step)) {
+        const int32_t k = int32_t(*p);
+        FillWholeSteps(offsets, in, k, step, pitch);
+        std::fill(weights + in.lo, weights + in.hi, word(uint32_t(int32_t((*p - double(k)) * 255 + 0.5))));
         return;
     }
     for (uint32_t i = in.lo; i < in.hi; ++i) {
@@ -292,6 +298,17 @@ RowSpan RowSpanOf(const uint32_t* offsets, uint32_t count) {
         hi = v > hi ? v : hi;
     }
     return {lo, hi};
+}
+
+// The differences are or-ed rather than tested one by one, which the
+// compiler turns into vectors.
+uint32_t WholeStrideOf(const uint32_t* offsets, uint32_t count) {
+    if (count < 2) return 0;
+    const uint32_t origin = offsets[0], step = offsets[1] - offsets[0];
+    if (step != 2 && step != 4 && step != 8) return 0;
+    uint32_t off = 0;
+    for (uint32_t j = 0; j < count; ++j) off |= offsets[j] ^ (origin + step * j);
+    return off == 0 ? step : 0;
 }
 
 uint32_t LargestOffset(const uint32_t* offsets, uint32_t count) {

@@ -64,4 +64,9 @@ struct RowSpan {
 RowSpan RowSpanOf(const uint32_t* offsets, uint32_t count);
 uint32_t LargestOffset(const uint32_t* offsets, uint32_t count);
 
+// The step of `count` column offsets that run offsets[0] + step * j
+// throughout with a step of 2, 4 or 8 (the columns of whole shrinks by 2, 4
+// and 8), else 0: the strided forms take such columns without a gather.
+uint32_t WholeStrideOf(const uint32_t* offsets, uint32_t count);
+
 }  // namespace tarn

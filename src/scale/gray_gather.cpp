@@ -146,22 +146,6 @@ GrayStridedRowsFn PickGrayStridedRows() {
 #endif
 }
 
-namespace {
-
-// Whether the offsets run offsets[0] + step * j with a step of 2, 4 or 8.
-// The differences are or-ed rather than tested one by one, which the
-// compiler turns into vectors.
-bool OneStridedRun(const uint32_t* offsets, uint32_t len) {
-    if (len < 2) return false;
-    const uint32_t origin = offsets[0], step = offsets[1] - offsets[0];
-    if (step != 2 && step != 4 && step != 8) return false;
-    uint32_t off = 0;
-    for (uint32_t j = 0; j < len; ++j) off |= offsets[j] ^ (origin + step * j);
-    return off == 0;
-}
-
-}  // namespace
-
 void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, const uint32_t* rowOffsets) {
     uint8_t* dst = request.target.pixels;
     const uint8_t* src = request.source.pixels;
@@ -174,7 +158,7 @@ void NearestGrayRows(const ScaleRequest& request, const uint32_t* colOffsets, co
     // change the source: the two areas must not meet, nor target rows each
     // other. Otherwise every row is gathered in order, as written.
     const RowSpan rows = RowSpanOf(rowOffsets, dstHeight);
-    const bool strided = !equalWidths && OneStridedRun(colOffsets, dstWidth);
+    const bool strided = !equalWidths && WholeStrideOf(colOffsets, dstWidth) != 0;
     const uint32_t colHi = equalWidths ? dstWidth - 1
                            : strided   ? colOffsets[dstWidth - 1]
                                        : LargestOffset(colOffsets, dstWidth);

@@ -19,22 +19,19 @@ struct Columns {
 };
 
 // Whether every grouped column is a mean of neighbours, origin + step * j,
-// and every row weight 0, or 128 at a step of 2. The differences are or-ed
+// and every row weight 0, or 128 at a step of 2. The weights are or-ed
 // rather than tested one by one, which the compiler turns into vectors.
 bool Fits(const uint32_t* rowWeights, uint32_t rows, const uint8_t* weights, const uint32_t* offsets,
           uint32_t groups, Columns& c) {
-    if (groups < 2) return false;
-    c = {offsets[0], offsets[1] - offsets[0]};
-    if (c.step != 2 && c.step != 4 && c.step != 8) return false;
-    uint32_t off = 0, weight = 0;
-    for (uint32_t j = 0; j < groups; ++j) {
-        off |= offsets[j] ^ (c.origin + c.step * j);
-        weight |= uint32_t(weights[j] ^ 128);
-    }
+    const uint32_t step = WholeStrideOf(offsets, groups);
+    if (step == 0) return false;
+    c = {offsets[0], step};
+    uint32_t weight = 0;
+    for (uint32_t j = 0; j < groups; ++j) weight |= uint32_t(weights[j] ^ 128);
     uint32_t blended = 0;
     for (uint32_t y = 0; y < rows; ++y) blended |= rowWeights[y] & 255;
     // Weights of 0 and 128 only, and 128 only at a step of 2.
-    return off == 0 && weight == 0 && (blended & 127) == 0 && (blended == 0 || c.step == 2);
+    return weight == 0 && (blended & 127) == 0 && (blended == 0 || c.step == 2);
 }
 
 inline uint8_t Mean(const uint8_t* row, const uint32_t* offsets, uint32_t j) {

@@ -15,9 +15,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "scale/axis_table.h"
 #include "scale/gray_gather.h"
 #include "scale/gray_row_cache.h"
 #include "scale/gray_strided.h"
+#include "scale/inner_lanes_avx2.h"
 #include "scale/pixel_lanes.h"
 
 namespace tarn {
@@ -26,11 +28,10 @@ namespace {
 using Run = GrayRowCache::Run;
 
 bool PlanHalves(GrayRowCache& c, const uint8_t* weights, const uint32_t* offsets, uint32_t groups) {
-    if (groups < 2) return false;
-    const uint32_t step = offsets[1] - offsets[0];
-    if (step != 2 && step != 4 && step != 8) return false;
+    const uint32_t step = WholeStrideOf(offsets, groups);
+    if (step == 0) return false;
     for (uint32_t j = 0; j < groups; ++j)
-        if (weights[j] != 128 || offsets[j] != offsets[0] + step * j) return false;
+        if (weights[j] != 128) return false;
     c.run = Run::Halves, c.step = step, c.origin = offsets[0];
     return true;
 }
@@ -242,13 +243,10 @@ void Vertical(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8,
         for (const uint32_t lead = Lead(dst, groups); j < lead; ++j) dst[j] = uint8_t(LerpByte(top[j], bot[j], w8));
     }
     if (w8 == 128) {
-        // (a + b) >> 1: the rounded-up mean less the bit it rounded up by.
-        const __m256i one = _mm256_set1_epi8(1);
         for (; j + 32 <= groups; j += 32) {
             const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(top + j));
             const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bot + j));
-            const __m256i mean = _mm256_sub_epi8(_mm256_avg_epu8(a, b), _mm256_and_si256(_mm256_xor_si256(a, b), one));
-            Put<Stream>(dst + j, mean);
+            Put<Stream>(dst + j, inner_lanes::FloorMean(a, b));
         }
     } else {
         const __m256i w = _mm256_set1_epi16(int16_t(w8 << 1));

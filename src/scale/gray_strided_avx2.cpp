@@ -12,9 +12,12 @@
 #include <cstring>
 
 #include "scale/gray_strided.h"
+#include "scale/inner_lanes_avx2.h"
 
 namespace tarn {
 namespace {
+
+using inner_lanes::FloorMean;
 
 template <uint32_t Q>
 struct StrideMasks {
@@ -122,11 +125,6 @@ uint32_t StridedPicksAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32
 uint32_t StridedMeansAvx2(uint8_t* out, const uint8_t* s, uint32_t count, uint32_t step, uint32_t reach,
                           const uint8_t* ahead) {
     return ByStep<true>(out, s, count, step, reach, ahead);
-}
-
-// (T + B) >> 1 of bytes: the rounded-up mean less the bit it rounded up by.
-inline __m256i FloorMean(__m256i t, __m256i b) {
-    return _mm256_sub_epi8(_mm256_avg_epu8(t, b), _mm256_and_si256(_mm256_xor_si256(t, b), _mm256_set1_epi8(1)));
 }
 
 uint32_t StridedMeanRowPairsAvx2(uint8_t* dst0, uint8_t* dst1, const uint8_t* a, const uint8_t* b, const uint8_t* c,

@@ -15,6 +15,12 @@ namespace tarn::inner_lanes {
 inline void Fetch(const uint8_t* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 constexpr uint32_t kFetchAhead = 768;
 
+// floor((a + b) / 2) per byte: the rounded-up mean less one where the sum
+// is odd. A blend of weight 128, (a * 128 + b * 128) >> 8, is this mean.
+inline __m256i FloorMean(__m256i a, __m256i b) {
+    return _mm256_sub_epi8(_mm256_avg_epu8(a, b), _mm256_and_si256(_mm256_xor_si256(a, b), _mm256_set1_epi8(1)));
+}
+
 inline __m256i LerpLanes(__m256i a, __m256i b, __m256i w, __m256i wi) {
     return _mm256_srli_epi16(_mm256_add_epi16(_mm256_mullo_epi16(a, wi), _mm256_mullo_epi16(b, w)), 8);
 }

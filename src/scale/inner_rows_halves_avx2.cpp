@@ -16,12 +16,7 @@ namespace tarn {
 namespace {
 
 using inner_lanes::Fetch;
-
-// floor((a + b) / 2) per byte: the rounded-up mean less one where the sum is odd.
-inline __m256i Half(__m256i a, __m256i b) {
-    const __m256i odd = _mm256_and_si256(_mm256_xor_si256(a, b), _mm256_set1_epi8(1));
-    return _mm256_sub_epi8(_mm256_avg_epu8(a, b), odd);
-}
+using inner_lanes::FloorMean;
 
 inline __m256i Load16Pair(const uint8_t* lo, const uint8_t* hi) {
     const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lo));
@@ -126,7 +121,7 @@ inline void Step(uint8_t* dst, const uint8_t* row, const uint8_t* bottom, const 
     __m256i te, to, be, bo;
     L::Load(row, co + j, te, to);
     L::Load(bottom, co + j, be, bo);
-    const __m256i px = L::Order(Half(Half(te, to), Half(be, bo)));
+    const __m256i px = L::Order(FloorMean(FloorMean(te, to), FloorMean(be, bo)));
     uint8_t* d = dst + size_t(j) * DB;
     if constexpr (DB == 4) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), px);
