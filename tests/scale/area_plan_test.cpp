@@ -1,7 +1,7 @@
-// Single-channel area shrink with planned blocks: whole planes at ratios
-// whose blocks fit the 16-byte window, straddle its edge, or spread wider,
-// in every form against the plain form, from source buffers that end where
-// the last row ends.
+// Area shrink: whole images at ratios whose planned blocks fit the 16-byte
+// window, straddle its edge or spread wider, at whole power-of-two boxes,
+// and over their own source, in every form against the plain form; the
+// sweep plan's windows and repeats; and the AVX2 row ends' rounding.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,49 +9,37 @@
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/area_shrink.h"
-#include "scale/scale.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
 
-// A target of `rows` rows of `stride` bytes between canaries (0x77) of
-// kCanaryMargin bytes each side, written by `scale` in `form`; `scale` gets
-// the target's first row in the order the stride's `sign` walks.
-constexpr size_t kCanaryMargin = 48;
-template <class Scale>
-std::vector<uint8_t> InCanaries(SimdForm form, int32_t stride, uint32_t rows, int32_t sign, Scale scale) {
-    ScopedKernelChoice choice(g_cpuFeatures, form);
-    std::vector<uint8_t> out(size_t(stride) * rows + 2 * kCanaryMargin, 0x77);
-    scale(out.data() + kCanaryMargin + (sign < 0 ? size_t(stride) * (rows - 1) : 0));
-    return out;
-}
+using test::Shape;
+using test::WholeImage;
 
-TEST(AreaPlan, PlanesAgreeAcrossFormsAtManyRatios) {
-    struct Size {
-        uint32_t sw, sh, dw, dh;
-    };
-    const Size sizes[] = {{96, 30, 64, 20}, {97, 31, 41, 13}, {200, 12, 180, 7},  {250, 9, 100, 4},
-                          {18, 18, 9, 9},   {15, 20, 8, 10},  {1919, 6, 1280, 4}, {333, 17, 16, 3}};
+TEST(AreaPlan, ImagesAgreeAcrossForms) {
+    // Single-channel planes top-down from sources without slack; 3- and
+    // 4-byte pixels bottom-up from padded rows, at the usual factors and
+    // awkward ones, and blocks that repeat with periods of 1 to 4 and stop
+    // repeating near the end.
+    const Shape planes[] = {{96, 30, 64, 20}, {97, 31, 41, 13}, {200, 12, 180, 7},  {250, 9, 100, 4},
+                            {18, 18, 9, 9},   {15, 20, 8, 10},  {1919, 6, 1280, 4}, {333, 17, 16, 3}};
+    const Shape pixels[] = {{97, 31, 64, 20},  {96, 40, 48, 20},   {101, 33, 25, 8},   {160, 24, 20, 3},
+                            {203, 19, 41, 13}, {333, 17, 16, 3},   {640, 9, 71, 2},    {17, 5, 16, 4},
+                            {64, 32, 16, 8},   {256, 16, 32, 2},   {40, 8, 20, 2},     {222, 12, 111, 3},
+                            {99, 33, 66, 22},  {201, 15, 134, 10}, {160, 20, 120, 15}, {250, 10, 200, 8},
+                            {135, 9, 120, 8},  {121, 11, 55, 5},   {97, 21, 65, 14}};
     std::mt19937 rng(4);
-    for (const Size& s : sizes) {
-        std::vector<uint8_t> src(size_t(s.sw) * s.sh);  // no slack: a read past the plane is caught
-        for (auto& b : src) b = uint8_t(rng());
-        auto run = [&](SimdForm form) {
-            ScopedKernelChoice choice(g_cpuFeatures, form);
-            std::vector<uint8_t> out(size_t(s.dw) * s.dh, 0x77);
-            ScaleImage({out.data(), s.dw, s.dh, int32_t(s.dw), 1}, {src.data(), s.sw, s.sh, int32_t(s.sw), 1},
-                       {double(s.sw) / s.dw, double(s.sh) / s.dh}, SCALE_AREA, nullptr);
-            return out;
-        };
-        const auto plain = run(SimdForm::Plain);
-        for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-            if (HostSimdForm() < f) continue;
-            EXPECT_EQ(run(f), plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " " << FormName(f);
-        }
+    for (const Shape& s : planes) {
+        const WholeImage image{s, 1, 1};
+        image.ExpectFormsAgree(image.Source(rng), SCALE_AREA);
     }
+    for (uint32_t c : {3u, 4u})
+        for (const Shape& s : pixels) {
+            const WholeImage image{s, c, c, 5, 7, true};
+            image.ExpectFormsAgree(image.Source(rng), SCALE_AREA);
+        }
 }
 
 // Every planned lane of the plan names its own sample: exactly one part of
@@ -163,224 +151,91 @@ TEST(AreaPlan, RepeatingBlocksAreWhatTheyClaim) {
     }
 }
 
-TEST(AreaPlan, PixelsOfThreeAndFourBytesAgreeAcrossForms) {
-    // Whole images of 3- and 4-byte pixels at the usual factors and awkward
-    // ones, bottom-up sources, canaries around the target.
-    struct Size {
-        uint32_t sw, sh, dw, dh;
-    };
-    const Size sizes[] = {{97, 31, 64, 20}, {96, 40, 48, 20}, {101, 33, 25, 8}, {160, 24, 20, 3},
-                          {203, 19, 41, 13}, {333, 17, 16, 3}, {640, 9, 71, 2}, {17, 5, 16, 4},
-                          {64, 32, 16, 8},   {256, 16, 32, 2}, {40, 8, 20, 2},   {222, 12, 111, 3},
-                          // blocks that repeat with periods of 1 to 4 and stop repeating near the end
-                          {99, 33, 66, 22},  {201, 15, 134, 10}, {160, 20, 120, 15}, {250, 10, 200, 8},
-                          {135, 9, 120, 8},  {121, 11, 55, 5},   {97, 21, 65, 14}};
-    std::mt19937 rng(7);
-    for (uint32_t c : {3u, 4u})
-        for (const Size& s : sizes) {
-            const int32_t srcStride = int32_t(s.sw * c + 5);
-            std::vector<uint8_t> src(size_t(srcStride) * s.sh);
-            for (auto& b : src) b = uint8_t(rng());
-            const int32_t dstStride = int32_t(s.dw * c + 7);
-            const size_t margin = 64;
-            auto run = [&](SimdForm form) {
-                ScopedKernelChoice choice(g_cpuFeatures, form);
-                std::vector<uint8_t> out(size_t(dstStride) * s.dh + 2 * margin, 0x77);
-                // Both sides bottom-up: the first row is the buffer's last.
-                uint8_t* dst = out.data() + margin + size_t(dstStride) * (s.dh - 1);
-                const uint8_t* from = src.data() + size_t(srcStride) * (s.sh - 1);
-                ScaleImage({dst, s.dw, s.dh, -dstStride, c}, {from, s.sw, s.sh, -srcStride, c},
-                           {double(s.sw) / s.dw, double(s.sh) / s.dh}, SCALE_AREA, nullptr);
-                return out;
-            };
-            const auto plain = run(SimdForm::Plain);
-            for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
-            for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-                if (HostSimdForm() < f) continue;
-                EXPECT_EQ(run(f), plain) << c << " bytes " << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh
-                                         << " " << FormName(f);
-            }
-        }
-}
-
-TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAtTheExtremes) {
-    // Whole factors whose product is a power of two take the exact box sums:
-    // all-255 sources at the largest product (16 x 16, 2 x 128) and products from 4
-    // to 128, against the float sweep of the plain form, for 1, 3 and 4
-    // bytes a pixel; widths whose rows leave vector tails.
-    struct Size {
-        uint32_t sw, sh, dw, dh;
-    };
-    const Size sizes[] = {{64, 32, 4, 2},  {34, 6, 17, 3}, {76, 12, 19, 3}, {168, 16, 21, 2}, {46, 32, 23, 2},
-                          {132, 4, 33, 2}, {32, 256, 16, 2}, {18, 2, 9, 1}, {16, 2, 8, 1},  {62, 8, 31, 2}};
-    std::mt19937 rng(9);
-    for (uint32_t c : {1u, 3u, 4u})
-        for (const Size& s : sizes)
-            for (int fill : {255, -1}) {
-                EXPECT_NE(AreaExactShift(s.sw, s.sh, s.dw, s.dh), 0u);
-                std::vector<uint8_t> src(size_t(s.sw) * c * s.sh);
-                for (auto& b : src) b = fill < 0 ? uint8_t(rng()) : uint8_t(fill);
-                auto run = [&](SimdForm form) {
-                    ScopedKernelChoice choice(g_cpuFeatures, form);
-                    std::vector<uint8_t> out(size_t(s.dw) * c * s.dh + 16, 0x77);
-                    ScaleImage({out.data(), s.dw, s.dh, int32_t(s.dw * c), c},
-                               {src.data(), s.sw, s.sh, int32_t(s.sw * c), c},
-                               {double(s.sw) / s.dw, double(s.sh) / s.dh}, SCALE_AREA, nullptr);
-                    return out;
-                };
-                const auto plain = run(SimdForm::Plain);
-                if (fill == 255) {
-                    for (size_t i = 0; i < plain.size() - 16; ++i) ASSERT_EQ(plain[i], 255) << i;
-                }
-                for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-                    if (HostSimdForm() < f) continue;
-                    EXPECT_EQ(run(f), plain) << c << " bytes " << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh
-                                             << " fill " << fill << " " << FormName(f);
-                }
-            }
-    EXPECT_EQ(AreaExactShift(96, 30, 64, 20), 0u);   // 1.5
-    EXPECT_EQ(AreaExactShift(90, 30, 30, 10), 0u);   // 3 x 3
-    EXPECT_EQ(AreaExactShift(64, 64, 2, 2), 0u);     // 32 x 32: past 16 bits
-    EXPECT_EQ(AreaExactShift(64, 30, 16, 15), 3u);   // 4 x 2
-}
-
-TEST(AreaPlan, SingleChannelBoxesTwoAndFourWideAgreeAcrossForms) {
-    // Boxes 2 or 4 samples wide and 1 to 128 rows tall: rows of fewer than
-    // 32 targets, exactly 32, and rows whose last 32 overlap the ones
-    // before; top-down and bottom-up, padded strides, sources that end
-    // where their first or last row ends, canaries around the target, all
-    // 255 at the tallest boxes (sums at the top of 16 bits) and random bytes.
-    struct Box {
-        uint32_t fx, fy;
-    };
-    const Box boxes[] = {{2, 1}, {2, 2}, {2, 4}, {2, 16}, {2, 128}, {4, 1}, {4, 4}, {4, 8}, {4, 64}};
-    const uint32_t widths[] = {5, 31, 32, 33, 70, 96, 241};
-    std::mt19937 rng(11);
-    for (const Box& b : boxes)
-        for (uint32_t dw : widths)
-            for (int32_t sign : {1, -1})
-                for (int fill : {255, -1}) {
-                    const uint32_t dh = b.fy >= 64 ? 2 : 3, sw = dw * b.fx, sh = dh * b.fy;
-                    ASSERT_NE(AreaExactShift(sw, sh, dw, dh), 0u);
-                    const int32_t srcStride = int32_t(sw + (sign < 0 ? 3 : 0)), dstStride = int32_t(dw + 5);
-                    std::vector<uint8_t> src(size_t(srcStride) * (sh - 1) + sw);
-                    for (auto& v : src) v = fill < 0 ? uint8_t(rng()) : uint8_t(fill);
-                    const size_t margin = kCanaryMargin;
-                    const uint8_t* from = src.data() + (sign < 0 ? size_t(srcStride) * (sh - 1) : 0);
-                    auto run = [&](SimdForm form) {
-                        return InCanaries(form, dstStride, dh, sign, [&](uint8_t* dst) {
-                            ScaleImage({dst, dw, dh, sign * dstStride, 1}, {from, sw, sh, sign * srcStride, 1},
-                                       {double(sw) / dw, double(sh) / dh}, SCALE_AREA, nullptr);
-                        });
-                    };
-                    const auto plain = run(SimdForm::Plain);
-                    for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
-                    for (size_t i = plain.size() - margin; i < plain.size(); ++i) ASSERT_EQ(plain[i], 0x77);
-                    if (fill == 255) {
-                        for (uint32_t y = 0; y < dh; ++y)
-                            for (uint32_t x = 0; x < dw; ++x) ASSERT_EQ(plain[margin + y * dstStride + x], 255);
-                    }
-                    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-                        if (HostSimdForm() < f) continue;
-                        EXPECT_EQ(run(f), plain) << b.fx << "x" << b.fy << " to " << dw << " wide, stride sign "
-                                                 << sign << " fill " << fill << " " << FormName(f);
-                    }
-                }
-}
-
-TEST(AreaPlan, FourBytePairsByRowGroupsAgreeAcrossForms) {
-    // 4-byte pixels halved across (boxes 1, 2 and 4 rows tall): target
-    // heights that leave 0 to 3 rows after whole groups of four, widths
-    // with and without a tail past whole eights, both stride signs, padded
-    // strides and canaries around the target.
-    const uint32_t widths[] = {8, 9, 15, 16, 33, 61};
-    const uint32_t heights[] = {1, 2, 3, 4, 5, 6, 7, 9};
-    std::mt19937 rng(13);
-    for (uint32_t fy : {1u, 2u, 4u})
-        for (uint32_t dw : widths)
-            for (uint32_t dh : heights)
-                for (int32_t sign : {1, -1}) {
-                    const uint32_t sw = 2 * dw, sh = fy * dh;
-                    ASSERT_NE(AreaExactShift(sw, sh, dw, dh), 0u);
-                    const int32_t srcStride = int32_t(sw * 4 + 12), dstStride = int32_t(dw * 4 + 20);
-                    std::vector<uint8_t> src(size_t(srcStride) * sh);
-                    for (auto& v : src) v = uint8_t(rng());
-                    const size_t margin = kCanaryMargin;
-                    const uint8_t* from = src.data() + (sign < 0 ? size_t(srcStride) * (sh - 1) : 0);
-                    auto run = [&](SimdForm form) {
-                        return InCanaries(form, dstStride, dh, sign, [&](uint8_t* dst) {
-                            AreaShrink({dst, dw, dh, sign * dstStride, 4}, {from, sw, sh, sign * srcStride, 4});
-                        });
-                    };
-                    const auto plain = run(SimdForm::Plain);
-                    for (size_t i = 0; i < margin; ++i) ASSERT_EQ(plain[i], 0x77);
-                    for (size_t i = plain.size() - margin; i < plain.size(); ++i) ASSERT_EQ(plain[i], 0x77);
-                    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-                        if (HostSimdForm() < f) continue;
-                        EXPECT_EQ(run(f), plain) << "2x" << fy << " to " << dw << "x" << dh << " stride sign " << sign
-                                                 << " " << FormName(f);
-                    }
-                }
-}
-
-TEST(AreaPlan, FourBytePairsOverTheirOwnSourceKeepTheRowOrder) {
-    // The target lies in the source's own buffer, from row `lead` on with
-    // the source's stride: a target row written row by row may change
-    // source rows a later target row reads, and every form must read what
-    // the plain form, which works row by row, reads. Lead 0 is the usual
-    // in-place shrink; leads 1 to 3 overwrite rows still to be read.
-    const uint32_t dw = 37, dh = 7, sw = 2 * dw, sh = 2 * dh;
-    const int32_t stride = int32_t(sw * 4);
-    std::mt19937 rng(17);
-    std::vector<uint8_t> image(size_t(stride) * (sh + 4));
-    for (auto& v : image) v = uint8_t(rng());
-    for (uint32_t lead : {0u, 1u, 2u, 3u}) {
-        auto run = [&](SimdForm form) {
-            ScopedKernelChoice choice(g_cpuFeatures, form);
-            std::vector<uint8_t> buffer(image);
-            AreaShrink({buffer.data() + size_t(lead) * stride, dw, dh, stride, 4}, {buffer.data(), sw, sh, stride, 4});
-            return buffer;
-        };
-        const auto plain = run(SimdForm::Plain);
-        for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-            if (HostSimdForm() < f) continue;
-            EXPECT_EQ(run(f), plain) << "lead " << lead << " " << FormName(f);
-        }
+// Whole factors whose product is a power of two take the exact box sums:
+// all 255 (sums at the top of 16 bits) and random bytes; sources that end
+// where their last pixel ends.
+void ExpectExactBoxesAgree(const WholeImage& image, std::mt19937& rng) {
+    const Shape& s = image.s;
+    ASSERT_NE(AreaExactShift(s.sw, s.sh, s.dw, s.dh), 0u) << image.What(SCALE_AREA);
+    for (bool saturated : {true, false}) {
+        auto src = image.Source(rng, -image.srcPad);
+        if (saturated) std::fill(src.begin(), src.end(), 255);
+        const auto plain = image.ExpectFormsAgree(src, SCALE_AREA);
+        for (uint32_t y = 0; saturated && y < s.dh; ++y)
+            for (uint32_t x = 0; x < s.dw * image.db; ++x)
+                ASSERT_EQ(plain[WholeImage::kMargin + size_t(y) * image.DstStride() + x], 255) << image.What(SCALE_AREA);
     }
 }
 
-TEST(AreaPlan, SweepsOverTheirOwnSourceKeepTheRowOrder) {
-    // The float sweep into the source's own buffer, from row `lead` on with
-    // the source's stride, some 16 bytes into the row: the plain form sums
-    // each source row whole before the target row it ends is written, which
-    // a sweep that writes a block's bytes before reading the next block's
-    // samples would not match where target bytes lie ahead of later reads.
-    struct Size {
-        uint32_t sw, sh, dw, dh;
-    };
-    const Size sizes[] = {{48, 30, 32, 20}, {61, 40, 40, 9}};
-    std::mt19937 rng(19);
-    for (uint32_t c : {3u, 4u})
-        for (const Size& s : sizes) {
-            const int32_t stride = int32_t(s.sw * c);
-            std::vector<uint8_t> image(size_t(stride) * (s.sh + 6));
-            for (auto& v : image) v = uint8_t(rng());
-            for (uint32_t lead : {0u, 1u, 3u, 4u}) {
-                auto run = [&](SimdForm form) {
-                    ScopedKernelChoice choice(g_cpuFeatures, form);
+TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAcrossForms) {
+    // Products 4 to 256 (16 x 16, 2 x 128) for 1, 3 and 4 bytes a pixel,
+    // widths whose rows leave vector tails.
+    const Shape sizes[] = {{64, 32, 4, 2},  {34, 6, 17, 3}, {76, 12, 19, 3}, {168, 16, 21, 2}, {46, 32, 23, 2},
+                           {132, 4, 33, 2}, {32, 256, 16, 2}, {18, 2, 9, 1}, {16, 2, 8, 1},  {62, 8, 31, 2}};
+    std::mt19937 rng(9);
+    for (uint32_t c : {1u, 3u, 4u})
+        for (const Shape& s : sizes) ExpectExactBoxesAgree({s, c, c}, rng);
+    // Single-channel boxes 2 or 4 samples wide and 1 to 128 rows tall: rows
+    // of fewer than 32 targets, exactly 32, and rows whose last 32 overlap
+    // the ones before, top-down and bottom-up, padded strides.
+    const uint32_t boxes[][2] = {{2, 1}, {2, 2}, {2, 4}, {2, 16}, {2, 128}, {4, 1}, {4, 4}, {4, 8}, {4, 64}};
+    for (const auto& [fx, fy] : boxes)
+        for (uint32_t dw : {5u, 31u, 32u, 33u, 70u, 96u, 241u})
+            for (bool up : {false, true}) {
+                const uint32_t dh = fy >= 64 ? 2 : 3;
+                ExpectExactBoxesAgree({{dw * fx, dh * fy, dw, dh}, 1, 1, up ? 3 : 0, 5, up}, rng);
+            }
+    EXPECT_EQ(AreaExactShift(96, 30, 64, 20), 0u);  // 1.5
+    EXPECT_EQ(AreaExactShift(90, 30, 30, 10), 0u);  // 3 x 3
+    EXPECT_EQ(AreaExactShift(64, 64, 2, 2), 0u);    // 32 x 32: past 16 bits
+    EXPECT_EQ(AreaExactShift(64, 30, 16, 15), 3u);  // 4 x 2
+}
+
+TEST(AreaPlan, FourBytePairsByRowGroupsAgreeAcrossForms) {
+    // 4-byte pixels halved across (boxes 1, 2 and 4 rows tall) through the
+    // area shrink itself: target heights that leave 0 to 3 rows after whole
+    // groups of four, widths with and without a tail past whole eights,
+    // both row orders, padded strides.
+    std::mt19937 rng(13);
+    for (uint32_t fy : {1u, 2u, 4u})
+        for (uint32_t dw : {8u, 9u, 15u, 16u, 33u, 61u})
+            for (uint32_t dh : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u})
+                for (bool up : {false, true}) {
+                    const WholeImage image{{2 * dw, fy * dh, dw, dh}, 4, 4, 12, 20, up};
+                    ASSERT_NE(AreaExactShift(2 * dw, fy * dh, dw, dh), 0u);
+                    image.ExpectFormsAgree(
+                        image.Source(rng), [](const ScaleTarget& t, const ScaleSource& f) { AreaShrink(t, f); },
+                        image.What(SCALE_AREA));
+                }
+}
+
+TEST(AreaPlan, ShrinksOverTheirOwnSourceKeepTheRowOrder) {
+    // The target lies in the source's own buffer, from row `lead` on with the
+    // source's stride (some 16 bytes into the row for the float sweeps): a
+    // target row written may change source rows a later target row reads,
+    // and every form must read what the plain form, which sums each source
+    // row whole before the target row it ends is written, reads. Lead 0 is
+    // the usual in-place shrink. The halving pairs of 4-byte pixels first.
+    const struct {
+        uint32_t c;
+        Shape s;
+        uint32_t skew;
+    } cases[] = {{4, {74, 14, 37, 7}, 0}, {3, {48, 30, 32, 20}, 16}, {3, {61, 40, 40, 9}, 16},
+                 {4, {48, 30, 32, 20}, 16}, {4, {61, 40, 40, 9}, 16}};
+    std::mt19937 rng(17);
+    for (const auto& [c, s, skew] : cases) {
+        const int32_t stride = int32_t(s.sw * c);
+        const auto image = test::RandomBytes(size_t(stride) * (s.sh + 6), rng);
+        for (uint32_t lead : {0u, 1u, 2u, 3u, 4u})
+            test::ExpectFormsAgree(
+                [&] {
                     std::vector<uint8_t> buffer(image);
-                    AreaShrink({buffer.data() + size_t(lead) * stride + (lead > 1 ? 16 : 0), s.dw, s.dh, stride, c},
+                    AreaShrink({buffer.data() + size_t(lead) * stride + (lead > 1 ? skew : 0), s.dw, s.dh, stride, c},
                                {buffer.data(), s.sw, s.sh, stride, c});
                     return buffer;
-                };
-                const auto plain = run(SimdForm::Plain);
-                for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-                    if (HostSimdForm() < f) continue;
-                    EXPECT_EQ(run(f), plain) << c << " bytes " << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh
-                                             << " lead " << lead << " " << FormName(f);
-                }
-            }
-        }
+                },
+                test::Label(c, "bytes", test::Describe(s), "lead", lead));
+    }
 }
 
 #if defined(TARN_HAVE_X86_SIMD)

@@ -10,12 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/box_shrink.h"
 #include "scale/box_unit.h"
 #include "scale/scale_bounds.h"
-#include "scale/scale.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
@@ -239,86 +237,51 @@ TEST(BoxExact, RowsAgreeAcrossForms) {
                 const uint8_t* row = src.data() + (sign < 0 ? size_t(rowBytes) * (rows - 1) : 0);
                 const ScaleBounds bounds{ByteSpan(0, UINTPTR_MAX),
                                          ByteSpan(AddrOf(src.data()), AddrOf(src.data()) + src.size())};
-                auto run = [&](SimdForm form, bool fade) {
-                    ScopedKernelChoice choice(g_cpuFeatures, form);
-                    Target out(size_t(len) * 4);
-                    if (fade)
-                        BoxRowFade(out.Run(), row, offsets.data(), words.data(), len, stride, rows | 0x300000, 4,
-                                   pitch, bg, bounds);
-                    else
-                        BoxRowExact(out.Run(), row, offsets.data(), counts.data(), len, stride, rows, 4, pitch, bounds);
-                    return out.bytes;
-                };
-                for (bool fade : {false, true}) {
-                    const auto plain = run(SimdForm::Plain, fade);
-                    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-                        if (f > HostSimdForm()) continue;
-                        ASSERT_EQ(run(f, fade), plain) << FormName(f) << " pitch " << pitch << " rows " << rows
-                                                       << " sign " << sign << " fade " << fade;
-                    }
-                }
+                for (bool fade : {false, true})
+                    test::ExpectFormsAgree(
+                        [&] {
+                            Target out(size_t(len) * 4);
+                            if (fade)
+                                BoxRowFade(out.Run(), row, offsets.data(), words.data(), len, stride, rows | 0x300000,
+                                           4, pitch, bg, bounds);
+                            else
+                                BoxRowExact(out.Run(), row, offsets.data(), counts.data(), len, stride, rows, 4,
+                                            pitch, bounds);
+                            return out.bytes;
+                        },
+                        test::Label("pitch", pitch, "rows", rows, "sign", sign, "fade", fade));
             }
 }
 
-// Whole images through ScaleImage with every form the machine runs, both
-// strides bottom-up, against the plain form; the target sits between
-// canaries and its rows have padding.
-void CheckImagesAgree(uint32_t mode, uint32_t sb, uint32_t db, uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh) {
-    std::mt19937 rng(sw * 7 + sh * 3 + dw + db);
-    const int32_t srcStride = int32_t(sw * sb + 5), dstStride = int32_t(dw * db + 7);
-    // A row of slack after the image, as the library's own buffers have:
-    // the fade rows from 3 to 4 bytes step their samples by 4 bytes, as
-    // they always have, and so read past a 3-byte row's end.
-    std::vector<uint8_t> src(size_t(srcStride) * (sh + 1));
-    for (auto& b : src) b = uint8_t(rng());
-    auto run = [&](SimdForm form) {
-        ScopedKernelChoice choice(g_cpuFeatures, form);
-        std::vector<uint8_t> out(size_t(dstStride) * dh + 2 * kMargin, kFill);
-        uint8_t* dst = out.data() + kMargin + size_t(dstStride) * (dh - 1);
-        ScaleImage({dst, dw, dh, -dstStride, db}, {src.data() + size_t(srcStride) * (sh - 1), sw, sh, -srcStride, sb},
-                   {double(sw) / dw, double(sh) / dh}, mode, nullptr);
-        return out;
-    };
-    const auto plain = run(SimdForm::Plain);
-    for (size_t i = 0; i < kMargin; ++i) ASSERT_EQ(plain[i], kFill);
-    for (size_t i = plain.size() - kMargin; i < plain.size(); ++i) ASSERT_EQ(plain[i], kFill);
-    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-        if (HostSimdForm() < f) continue;
-        EXPECT_EQ(run(f), plain) << "mode " << mode << " " << sb << "->" << db << " " << sw << "x" << sh << "->" << dw
-                                 << "x" << dh << " " << FormName(f);
-    }
-}
-
 TEST(BoxQuads, ImagesAgreeAcrossForms) {
+    // Box and box-fade shrinks in every pixel pair; the area mode at whole
+    // factors 4 and 8 across, 2 to 64 down (up to 256 samples a pixel: the
+    // box sums against the plain form's float sweep), and growing (its box
+    // fall-back, counts of 0 and 1). Both pictures bottom-up, rows padded;
+    // a row of slack after the source, as the library's own buffers have:
+    // the fade rows from 3 to 4 bytes step their samples by 4 bytes, as they
+    // always have, and so read past a 3-byte row's end.
     const struct {
-        uint32_t sw, sh, dw, dh;
-    } sizes[] = {{8 * 37, 8 * 3, 37, 3}, {4 * 41, 4 * 5, 41, 5}, {8 * 9, 13, 9, 3}, {4 * 17 + 3, 30, 17, 7},
-                 {8 * 16, 8 * 2, 16, 2}, {2 * 37, 2 * 13, 37, 13}, {2 * 16, 2 * 9, 16, 9}};
-    for (uint32_t mode : {SCALE_BOX, SCALE_BOX_FADE})
-        for (uint32_t sb : {3u, 4u})
-            for (uint32_t db : {3u, 4u})
-                for (const auto& s : sizes) CheckImagesAgree(mode, sb, db, s.sw, s.sh, s.dw, s.dh);
-}
-
-TEST(BoxQuads, AreaByFourAndEightAgreesWithTheFloatSweep) {
-    // Whole factors 4 and 8 across, 2 to 64 down (up to 256 samples a
-    // pixel): the plain form's float sweep against the box sums.
-    const struct {
-        uint32_t sw, sh, dw, dh;
-    } sizes[] = {{4 * 37, 8, 37, 4},  {8 * 19, 32, 19, 4}, {4 * 9, 128, 9, 2},
-                 {8 * 17, 64, 17, 2}, {8 * 12, 16, 12, 2}, {4 * 37, 4 * 5, 37, 5}, {8 * 21, 8 * 3, 21, 3}};
-    for (uint32_t c : {3u, 4u})
-        for (const auto& s : sizes) CheckImagesAgree(SCALE_AREA, c, c, s.sw, s.sh, s.dw, s.dh);
-}
-
-TEST(BoxUnit, GrowingAreaImagesAgreeAcrossForms) {
-    // The area mode's box fall-back as the image grows: counts of 0 and 1.
-    const struct {
-        uint32_t sw, sh, dw, dh;
-    } sizes[] = {{20, 10, 30, 15}, {21, 9, 42, 18}, {17, 5, 51, 11}, {33, 6, 40, 7}};
-    for (uint32_t sb : {3u, 4u})
-        for (uint32_t db : {3u, 4u})
-            for (const auto& s : sizes) CheckImagesAgree(SCALE_AREA, sb, db, s.sw, s.sh, s.dw, s.dh);
+        uint32_t mode;
+        bool mixed;  // every pixel pair, or 3 to 3 and 4 to 4 only
+        std::vector<test::Shape> sizes;
+    } groups[] = {
+        {SCALE_BOX, true, {{8 * 37, 8 * 3, 37, 3}, {4 * 41, 4 * 5, 41, 5}, {8 * 9, 13, 9, 3}, {4 * 17 + 3, 30, 17, 7},
+                           {8 * 16, 8 * 2, 16, 2}, {2 * 37, 2 * 13, 37, 13}, {2 * 16, 2 * 9, 16, 9}}},
+        {SCALE_AREA, false, {{4 * 37, 8, 37, 4}, {8 * 19, 32, 19, 4}, {4 * 9, 128, 9, 2}, {8 * 17, 64, 17, 2},
+                             {8 * 12, 16, 12, 2}, {4 * 37, 4 * 5, 37, 5}, {8 * 21, 8 * 3, 21, 3}}},
+        {SCALE_AREA, true, {{20, 10, 30, 15}, {21, 9, 42, 18}, {17, 5, 51, 11}, {33, 6, 40, 7}}},
+    };
+    std::mt19937 rng(5);
+    for (const auto& g : groups)
+        for (uint32_t mode : {g.mode, g.mode == SCALE_BOX ? uint32_t(SCALE_BOX_FADE) : g.mode})
+            for (uint32_t sb : {3u, 4u})
+                for (uint32_t db : {3u, 4u})
+                    for (const test::Shape& s : g.sizes) {
+                        if (!g.mixed && sb != db) continue;
+                        const test::WholeImage image{s, sb, db, 5, 7, true};
+                        image.ExpectFormsAgree(image.Source(rng, image.SrcStride()), mode);
+                    }
 }
 
 }  // namespace

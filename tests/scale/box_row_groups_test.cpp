@@ -8,24 +8,31 @@
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/box_shrink.h"
-#include "scale/scale.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
 
 #if defined(TARN_HAVE_X86_SIMD)
+// `rows` rows of random bytes and a run of `len` boxes two samples wide,
+// `pitch` bytes a sample, the tables four boxes longer.
+struct PairedRun {
+    int32_t stride;
+    std::vector<uint8_t> src;
+    std::vector<uint32_t> offsets, counts;
+    PairedRun(uint32_t len, uint32_t pitch, int32_t pad, uint32_t rows, std::mt19937& rng)
+        : stride(int32_t(len * 2 * pitch) + pad), src(test::RandomBytes(size_t(stride) * rows + 64, rng)),
+          offsets(len + 4), counts(len + 4, 2) {
+        for (uint32_t j = 0; j < len + 4; ++j) offsets[j] = j * 2 * pitch;
+    }
+};
+
 template <BoxFamily F>
 void CheckFamily(uint32_t sb, uint32_t db) {
     std::mt19937 rng(31 + sb * 10 + db);
     for (uint32_t len : {1u, 4u, 5u, 8u, 9u, 16u, 17u, 37u}) {
-        const int32_t stride = int32_t(len * 2 * sb + 24);
-        std::vector<uint8_t> src(size_t(stride) * 12 + 64);
-        for (auto& b : src) b = uint8_t(rng());
-        std::vector<uint32_t> offsets(len + 4), counts(len + 4, 2);
-        for (uint32_t j = 0; j < len + 4; ++j) offsets[j] = j * 2 * sb;
+        const PairedRun p(len, sb, 24, 12, rng);
         const struct {
             uint32_t n, row[4], count[4];
         } groups[] = {{2, {0, 2}, {2, 2}}, {2, {1, 5}, {2, 2}}, {3, {0, 2, 4}, {2, 2, 2}},
@@ -37,11 +44,12 @@ void CheckFamily(uint32_t sb, uint32_t db) {
             uint8_t* d[4];
             const uint8_t* rows[4];
             for (uint32_t i = 0; i < g.n; ++i) {
-                rows[i] = src.data() + size_t(g.row[i]) * stride;
+                rows[i] = p.src.data() + size_t(g.row[i]) * p.stride;
                 d[i] = got[i].data();
-                BoxShrinkRowPlain<F>(want[i].data(), rows[i], offsets.data(), counts.data(), len, stride, g.count[i]);
+                BoxShrinkRowPlain<F>(want[i].data(), rows[i], p.offsets.data(), p.counts.data(), len, p.stride,
+                                     g.count[i]);
             }
-            BoxPairedRowGroupAvx2<F>(d, rows, g.count, g.n, offsets.data(), counts.data(), len, stride);
+            BoxPairedRowGroupAvx2<F>(d, rows, g.count, g.n, p.offsets.data(), p.counts.data(), len, p.stride);
             for (uint32_t i = 0; i < g.n; ++i)
                 ASSERT_EQ(got[i], want[i]) << sb << "->" << db << " len " << len << " group of " << g.n << " row " << i;
         }
@@ -55,14 +63,10 @@ void CheckSse2PairedRow(uint32_t db) {
     std::mt19937 rng(5 + db);
     for (uint32_t len : {1u, 3u, 4u, 5u, 8u, 11u, 37u})
         for (uint32_t rowCount : {1u, 2u, 3u, 7u, 16u}) {
-            const int32_t stride = int32_t(len * 8 + 20);
-            std::vector<uint8_t> src(size_t(stride) * 16 + 64);
-            for (auto& b : src) b = uint8_t(rng());
-            std::vector<uint32_t> offsets(len + 4), counts(len + 4, 2);
-            for (uint32_t j = 0; j < len + 4; ++j) offsets[j] = j * 8;
+            const PairedRun p(len, 4, 20, 16, rng);
             std::vector<uint8_t> want(size_t(len) * db + 8, 0x42), got(want);
-            BoxShrinkRowPlain<F>(want.data(), src.data(), offsets.data(), counts.data(), len, stride, rowCount);
-            BoxPairedRowSse2<F>(got.data(), src.data(), offsets.data(), counts.data(), len, stride, rowCount);
+            BoxShrinkRowPlain<F>(want.data(), p.src.data(), p.offsets.data(), p.counts.data(), len, p.stride, rowCount);
+            BoxPairedRowSse2<F>(got.data(), p.src.data(), p.offsets.data(), p.counts.data(), len, p.stride, rowCount);
             ASSERT_EQ(got, want) << "4->" << db << " len " << len << " rows " << rowCount;
         }
 }
@@ -82,27 +86,23 @@ void CheckTouchingRows(uint32_t sb) {
     for (uint32_t len : {1u, 4u, 5u, 8u, 9u, 16u, 17u, 24u, 37u})
         for (uint32_t n : {2u, 3u, 4u})
             for (int32_t sign : {1, -1}) {
-                const int32_t stride = int32_t(len * 2 * sb + 24);
-                std::vector<uint8_t> src(size_t(stride) * 8 + 64);
-                for (auto& b : src) b = uint8_t(rng());
-                std::vector<uint32_t> offsets(len + 4), counts(len + 4, 2);
-                for (uint32_t j = 0; j < len + 4; ++j) offsets[j] = j * 2 * sb;
+                const PairedRun p(len, sb, 24, 8, rng);
                 const size_t pitch = size_t(len) * 3, margin = 16;
                 std::vector<uint8_t> want(pitch * n + 2 * margin, 0x42), got(want);
                 const uint32_t counts2[4] = {2, 2, 2, 2};
                 auto rowsOf = [&](std::vector<uint8_t>& out, uint8_t** d, const uint8_t** r) {
                     for (uint32_t i = 0; i < n; ++i) {
                         d[i] = out.data() + margin + pitch * (sign > 0 ? i : n - 1 - i);
-                        r[i] = src.data() + size_t(2 * i) * stride;
+                        r[i] = p.src.data() + size_t(2 * i) * p.stride;
                     }
                 };
                 uint8_t* d[4];
                 const uint8_t* r[4];
                 rowsOf(want, d, r);
                 for (uint32_t i = 0; i < n; ++i)
-                    BoxShrinkRowPlain<F>(d[i], r[i], offsets.data(), counts.data(), len, stride, 2);
+                    BoxShrinkRowPlain<F>(d[i], r[i], p.offsets.data(), p.counts.data(), len, p.stride, 2);
                 rowsOf(got, d, r);
-                BoxPairedRowGroupAvx2<F>(d, r, counts2, n, offsets.data(), counts.data(), len, stride);
+                BoxPairedRowGroupAvx2<F>(d, r, counts2, n, p.offsets.data(), p.counts.data(), len, p.stride);
                 ASSERT_EQ(got, want) << sb << "->3 len " << len << " group of " << n << " sign " << sign;
             }
 }
@@ -131,24 +131,20 @@ TEST(BoxRowGroups, HalvingAgreesAcrossFormsApartAndInPlace) {
         for (uint32_t bytes : {3u, 4u})
             for (bool inPlace : {false, true}) {
                 const uint32_t sw = 74, sh = 26, dw = 37, dh = 13;
-                std::vector<uint8_t> start(size_t(sw) * sh * bytes + 64);
-                for (auto& b : start) b = uint8_t(rng());
-                std::vector<uint8_t> first;
-                for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
-                    if (HostSimdForm() < form) continue;
-                    ScopedKernelChoice choice(g_cpuFeatures, form);
-                    // Source and target in one block, the target well after the
-                    // source, so that the rows count as apart on every run.
-                    std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x33);
-                    std::copy(start.begin(), start.end(), arena.begin());
-                    uint8_t* src = arena.data();
-                    uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
-                    ScaleImage({dst, dw, dh, int32_t(dw * bytes), bytes}, {src, sw, sh, int32_t(sw * bytes), bytes},
-                               {2.0, 2.0}, mode, nullptr);
-                    const std::vector<uint8_t> result(dst, dst + start.size());
-                    if (first.empty()) first = result;
-                    else ASSERT_EQ(result, first) << mode << " " << bytes << (inPlace ? " in place " : " ") << FormName(form);
-                }
+                const auto start = test::RandomBytes(size_t(sw) * sh * bytes + 64, rng);
+                test::ExpectFormsAgree(
+                    [&] {
+                        // Source and target in one block, the target well after
+                        // the source, so that the rows count as apart on every run.
+                        std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x33);
+                        std::copy(start.begin(), start.end(), arena.begin());
+                        uint8_t* src = arena.data();
+                        uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
+                        ScaleImage({dst, dw, dh, int32_t(dw * bytes), bytes}, {src, sw, sh, int32_t(sw * bytes), bytes},
+                                   {2.0, 2.0}, mode, nullptr);
+                        return std::vector<uint8_t>(dst, dst + start.size());
+                    },
+                    test::Label("mode", mode, bytes, "bytes in place", inPlace));
             }
 }
 

@@ -11,14 +11,11 @@ namespace {
 using test::Image;
 
 TEST(Lerp, RoundsDownForEitherSign) {
-    EXPECT_EQ(LerpByte(10, 20, 255), 19u);
-    EXPECT_EQ(LerpByte(20, 10, 255), 10u);
-    EXPECT_EQ(LerpByte(0, 255, 255), 254u);
-    EXPECT_EQ(LerpByte(255, 0, 1), 254u);
-    // Exhaustively against the floor of the exact quotient.
+    // Exhaustively against the floor of the exact quotient, every third
+    // weight and weight 1.
     for (int a = 0; a < 256; ++a)
         for (int b = 0; b < 256; ++b)
-            for (int w = 0; w < 256; w += 3) {
+            for (int w = 0; w < 256; w += w == 0 ? 1 : w == 1 ? 2 : 3) {
                 const int num = (b - a) * w;
                 const int fl = num >= 0 ? num / 256 : -((-num + 255) / 256);
                 ASSERT_EQ(int(LerpByte(a, b, w)), a + fl) << a << " " << b << " " << w;

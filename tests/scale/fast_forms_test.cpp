@@ -8,13 +8,11 @@
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/area_shrink.h"
 #include "scale/box_shrink.h"
 #include "scale/gray_gather.h"
 #include "scale/inner_rows.h"
-#include "scale/scale.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
@@ -42,42 +40,34 @@ struct RandomRows {
 };
 
 #if defined(TARN_HAVE_X86_SIMD)
-struct InnerCase {
-    uint32_t sb, db;
-    InnerRowFn plain, fast;
-    SimdForm form;
-};
-
 TEST(FastForms, InnerRowsMatchPlain) {
-    const InnerCase cases[] = {
-        {3, 3, InnerRow33Plain, InnerRow33Sse2, SimdForm::Sse2},
-        {3, 4, InnerRow34Plain, InnerRow34Sse2, SimdForm::Sse2},
-        {4, 3, InnerRow43Plain, InnerRow43Sse2, SimdForm::Sse2},
-        {4, 4, InnerRow44Plain, InnerRow44Sse2, SimdForm::Sse2},
-        {3, 3, InnerRow33Plain, InnerRow33Avx2, SimdForm::Avx2},
-        {3, 4, InnerRow34Plain, InnerRow34Avx2, SimdForm::Avx2},
-        {4, 3, InnerRow43Plain, InnerRow43Avx2, SimdForm::Avx2},
-        {4, 4, InnerRow44Plain, InnerRow44Avx2, SimdForm::Avx2},
-    };
+    const struct {
+        uint32_t sb, db;
+        InnerRowFn plain, sse2, avx2;
+    } families[] = {{3, 3, InnerRow33Plain, InnerRow33Sse2, InnerRow33Avx2},
+                    {3, 4, InnerRow34Plain, InnerRow34Sse2, InnerRow34Avx2},
+                    {4, 3, InnerRow43Plain, InnerRow43Sse2, InnerRow43Avx2},
+                    {4, 4, InnerRow44Plain, InnerRow44Sse2, InnerRow44Avx2}};
     RandomRows r;
-    for (const InnerCase& c : cases) {
-        if (HostSimdForm() < c.form) continue;
-        for (uint32_t len : kLens)
-            for (int32_t sign : {1, -1}) {
-                const uint32_t width = 50;
-                const int32_t stride = int32_t(width * c.sb + 5);
-                std::vector<uint8_t> src(size_t(stride) * 2 + 16);
-                for (auto& b : src) b = uint8_t(r.Next());
-                const uint8_t* row = sign > 0 ? src.data() : src.data() + stride;
-                const auto offsets = r.SortedOffsets(len, width - 3, c.sb);
-                const auto weights = r.Weights(len);
-                const uint32_t rw = r.Next();
-                std::vector<uint8_t> a(len * 4 + 8, 0x5A), b(len * 4 + 8, 0x5A);
-                c.plain(a.data(), row, weights.data(), offsets.data(), len, sign * stride, rw);
-                c.fast(b.data(), row, weights.data(), offsets.data(), len, sign * stride, rw);
-                ASSERT_EQ(a, b) << c.sb << "->" << c.db << " len " << len << " form " << FormName(c.form);
-            }
-    }
+    for (const auto& c : families)
+        for (const auto& [fast, form] : {std::pair{c.sse2, SimdForm::Sse2}, std::pair{c.avx2, SimdForm::Avx2}}) {
+            if (HostSimdForm() < form) continue;
+            for (uint32_t len : kLens)
+                for (int32_t sign : {1, -1}) {
+                    const uint32_t width = 50;
+                    const int32_t stride = int32_t(width * c.sb + 5);
+                    std::vector<uint8_t> src(size_t(stride) * 2 + 16);
+                    for (auto& b : src) b = uint8_t(r.Next());
+                    const uint8_t* row = sign > 0 ? src.data() : src.data() + stride;
+                    const auto offsets = r.SortedOffsets(len, width - 3, c.sb);
+                    const auto weights = r.Weights(len);
+                    const uint32_t rw = r.Next();
+                    std::vector<uint8_t> a(len * 4 + 8, 0x5A), b(len * 4 + 8, 0x5A);
+                    c.plain(a.data(), row, weights.data(), offsets.data(), len, sign * stride, rw);
+                    fast(b.data(), row, weights.data(), offsets.data(), len, sign * stride, rw);
+                    ASSERT_EQ(a, b) << c.sb << "->" << c.db << " len " << len << " form " << FormName(form);
+                }
+        }
 }
 
 TEST(FastForms, GrayRowsMatchPlain) {
@@ -114,26 +104,25 @@ TEST(FastForms, BoxRowsMatchPlain) {
                 offsets[j] = at;
                 at += (pick == 9 ? 12 : 8);
             }
-            for (BoxFamily f : {BoxFamily::Bytes43, BoxFamily::Bytes44}) {
-                const bool c = f == BoxFamily::Bytes43;
-                std::vector<uint8_t> a(len * 4 + 8, 0x5A), b(len * 4 + 8, 0x5A);
-                (c ? BoxShrinkRowPlain<BoxFamily::Bytes43>
-                   : BoxShrinkRowPlain<BoxFamily::Bytes44>)(a.data(), src.data(), offsets.data(), counts.data(), len,
-                                                            stride, rows);
-                (c ? BoxShrinkRowSse2<BoxFamily::Bytes43>
-                   : BoxShrinkRowSse2<BoxFamily::Bytes44>)(b.data(), src.data(), offsets.data(), counts.data(), len,
-                                                           stride, rows);
-                ASSERT_EQ(a, b) << "SSE2 len " << len << " rows " << rows << " family " << int(f);
-                if (HostSimdForm() < SimdForm::Avx2) continue;
-                std::fill(b.begin(), b.end(), 0x5A);
-                (c ? BoxShrinkRowAvx2<BoxFamily::Bytes43>
-                   : BoxShrinkRowAvx2<BoxFamily::Bytes44>)(b.data(), src.data(), offsets.data(), counts.data(), len,
-                                                           stride, rows);
-                ASSERT_EQ(a, b) << "AVX2 len " << len << " rows " << rows << " family " << int(f);
+            using Fn = void (*)(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
+            const struct {
+                Fn plain, sse2, avx2;
+            } mixed[] = {{BoxShrinkRowPlain<BoxFamily::Bytes43>, BoxShrinkRowSse2<BoxFamily::Bytes43>,
+                          BoxShrinkRowAvx2<BoxFamily::Bytes43>},
+                         {BoxShrinkRowPlain<BoxFamily::Bytes44>, BoxShrinkRowSse2<BoxFamily::Bytes44>,
+                          BoxShrinkRowAvx2<BoxFamily::Bytes44>}};
+            for (const auto& fam : mixed) {
+                std::vector<uint8_t> a(len * 4 + 8, 0x5A);
+                fam.plain(a.data(), src.data(), offsets.data(), counts.data(), len, stride, rows);
+                for (const auto& [fast, form] : {std::pair{fam.sse2, SimdForm::Sse2}, std::pair{fam.avx2, SimdForm::Avx2}}) {
+                    if (HostSimdForm() < form) continue;
+                    std::vector<uint8_t> b(len * 4 + 8, 0x5A);
+                    fast(b.data(), src.data(), offsets.data(), counts.data(), len, stride, rows);
+                    ASSERT_EQ(a, b) << FormName(form) << " len " << len << " rows " << rows << " 4->" << (&fam == mixed ? 3 : 4);
+                }
             }
             // The same rows with every box paired, through the paired-run
             // form, for all four families.
-            using Fn = void (*)(uint8_t*, const uint8_t*, const uint32_t*, const uint32_t*, uint32_t, int32_t, uint32_t);
             const struct {
                 Fn plain, paired;
                 uint32_t pitch;
@@ -172,59 +161,23 @@ TEST(FastForms, GrayGatherPicksEachOffset) {
     }
 }
 
-// Whole images through ScaleImage with the plain form forced and with each
-// fast form: the bytes must agree in every mode and pixel pair.
 TEST(FastForms, ScaleImageAgreesAcrossForms) {
+    // Every mode and pixel pair over padded rows; and a large plane shrunk
+    // by area, whose float sums over many rows a fused multiply-add in a
+    // fast form would round differently somewhere.
+    const test::Shape sizes[] = {{37, 23, 61, 41}, {67, 45, 29, 17}, {40, 40, 40, 40}, {96, 64, 31, 30},
+                                 {33, 70, 16, 22}, {80, 44, 40, 22}, {83, 41, 40, 20}};
     std::mt19937 rng(99);
-    struct Size {
-        uint32_t sw, sh, dw, dh;
-    };
-    const Size sizes[] = {{37, 23, 61, 41}, {67, 45, 29, 17}, {40, 40, 40, 40}, {96, 64, 31, 30}, {33, 70, 16, 22}, {80, 44, 40, 22}, {83, 41, 40, 20}};
-    const SimdForm forms[] = {SimdForm::Sse2, SimdForm::Avx2};
-    for (const Size& s : sizes)
+    for (const test::Shape& s : sizes)
         for (uint32_t sb : {1u, 3u, 4u})
             for (uint32_t db : {1u, 3u, 4u}) {
                 if ((sb == 1) != (db == 1)) continue;
-                const int32_t ss = int32_t(s.sw * sb + 3), ds = int32_t(s.dw * db + 5);
-                std::vector<uint8_t> src(size_t(ss) * s.sh + 64);
-                for (auto& b : src) b = uint8_t(rng());
-                for (uint32_t mode = 0; mode <= 6; ++mode) {
-                    auto run = [&](SimdForm form) {
-                        ScopedKernelChoice choice(g_cpuFeatures, form);
-                        std::vector<uint8_t> out(size_t(ds) * s.dh + 64, 0x77);
-                        ScaleImage({out.data(), s.dw, s.dh, ds, db}, {src.data(), s.sw, s.sh, ss, sb},
-                                   {double(s.sw) / s.dw, double(s.sh) / s.dh}, mode, nullptr);
-                        return out;
-                    };
-                    const auto plain = run(SimdForm::Plain);
-                    for (SimdForm f : forms) {
-                        if (HostSimdForm() < f) continue;
-                        ASSERT_EQ(run(f), plain) << sb << "->" << db << " mode " << mode << " " << s.sw << "x"
-                                                 << s.sh << "->" << s.dw << "x" << s.dh << " " << FormName(f);
-                    }
-                }
+                const test::WholeImage image{s, sb, db, 3, 5};
+                const auto src = image.Source(rng, 64);
+                for (uint32_t mode = 0; mode <= 6; ++mode) image.ExpectFormsAgree(src, mode);
             }
-}
-
-TEST(FastForms, AreaShrinkAgreesOnALargePlane) {
-    // Float sums over many rows: a fused multiply-add in a fast form would
-    // round differently from the plain form somewhere in here.
-    std::mt19937 rng(5);
-    const uint32_t sw = 641, sh = 363, dw = 427, dh = 241;
-    std::vector<uint8_t> src(size_t(sw) * sh + 64);
-    for (auto& b : src) b = uint8_t(rng());
-    auto run = [&](SimdForm form) {
-        ScopedKernelChoice choice(g_cpuFeatures, form);
-        std::vector<uint8_t> out(size_t(dw) * dh + 64, 0x77);
-        ScaleImage({out.data(), dw, dh, int32_t(dw), 1}, {src.data(), sw, sh, int32_t(sw), 1},
-                   {double(sw) / dw, double(sh) / dh}, SCALE_AREA, nullptr);
-        return out;
-    };
-    const auto plain = run(SimdForm::Plain);
-    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-        if (HostSimdForm() < f) continue;
-        EXPECT_EQ(run(f), plain) << FormName(f);
-    }
+    const test::WholeImage plane{{641, 363, 427, 241}, 1, 1};
+    plane.ExpectFormsAgree(plane.Source(rng), SCALE_AREA);
 }
 
 #if defined(TARN_HAVE_X86_SIMD)

@@ -8,16 +8,12 @@
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/axis_table.h"
 #include "scale/gray_gather.h"
-#include "scale/scale.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
-
-const SimdForm kAllForms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
 
 // Offsets of `len` columns at `step` source bytes per column, or random
 // (sorted or not) when step is 0 or negative.
@@ -37,18 +33,15 @@ TEST(GrayGather, PlannedGatherPicksEachOffset) {
         for (uint32_t len : {1u, 15u, 16u, 17u, 31u, 32u, 33u, 100u, 259u}) {
             const auto offsets = Columns(len, step, rng);
             // The row ends at the largest offset: a load past it would be caught.
-            std::vector<uint8_t> row(*std::max_element(offsets.begin(), offsets.end()) + 1);
-            for (auto& b : row) b = uint8_t(rng());
+            const auto row = test::RandomBytes(*std::max_element(offsets.begin(), offsets.end()) + 1, rng);
             const GrayGatherPlan plan(offsets.data(), len);
-            for (SimdForm form : kAllForms) {
-                if (HostSimdForm() < form) continue;
-                ScopedKernelChoice choice(g_cpuFeatures, form);
+            test::ForEachForm([&](SimdForm form) {
                 std::vector<uint8_t> out(len + 16, 0x5A);
                 PickGrayPlannedGather()(out.data(), row.data(), offsets.data(), len, plan, len % 2 ? row.data() : nullptr);
                 for (uint32_t j = 0; j < len; ++j)
                     ASSERT_EQ(out[j], row[offsets[j]]) << step << " " << len << " " << j << " " << FormName(form);
                 ASSERT_EQ(out[len], 0x5A) << "nothing past the run";
-            }
+            });
         }
 }
 
@@ -65,11 +58,8 @@ TEST(GrayGather, StridedLeadsEndWhereTheStepBreaks) {
                     for (uint32_t len : {run, run + 1, run + 20}) {
                         std::vector<uint32_t> offsets(len);
                         for (uint32_t j = 0; j < len; ++j) offsets[j] = first + step * std::min(j, run - 1);
-                        std::vector<uint8_t> row(offsets.back() + 1 + past);
-                        for (auto& b : row) b = uint8_t(rng());
-                        for (SimdForm form : kAllForms) {
-                            if (HostSimdForm() < form) continue;
-                            ScopedKernelChoice choice(g_cpuFeatures, form);
+                        const auto row = test::RandomBytes(offsets.back() + 1 + past, rng);
+                        test::ForEachForm([&](SimdForm form) {
                             // Planned as the nearest driver plans for this form.
                             const GrayGatherPlan plan(offsets.data(), len, GrayGatherLeadsOnItsOwn(),
                                                       uint32_t(row.size()));
@@ -83,77 +73,73 @@ TEST(GrayGather, StridedLeadsEndWhereTheStepBreaks) {
                                 ASSERT_EQ(out[j], row[offsets[j]])
                                     << step << " " << first << " " << run << " " << len << " " << j << " " << FormName(form);
                             ASSERT_EQ(out[len], 0x5A) << "nothing past the run";
-                        }
+                        });
                     }
 }
 
-struct Plane {
-    uint32_t width, height;
-    int32_t stride;
-};
-
-// A target plane filled with 0xC3 and scaled into, top-down or bottom-up;
-// `top` is its first row as the scaler saw it.
-struct Scaled {
-    std::vector<uint8_t> bytes;
-    const uint8_t* top;
-};
-
-Scaled ScalePlane(const std::vector<uint8_t>& src, Plane from, Plane to, bool flip, uint32_t mode) {
-    Scaled out{std::vector<uint8_t>(size_t(to.stride) * to.height, 0xC3), nullptr};
-    uint8_t* top = flip ? out.bytes.data() + size_t(to.stride) * (to.height - 1) : out.bytes.data();
-    ScaleImage({top, to.width, to.height, flip ? -to.stride : to.stride, 1},
-               {src.data(), from.width, from.height, from.stride, 1},
-               {double(from.width) / to.width, double(from.height) / to.height}, mode, nullptr);
-    out.top = top;
-    return out;
-}
-
-// The nearest column and row tables of a plane scaled at the usual steps.
+// The nearest column and row tables of a plane scaled at the usual steps,
+// rows of `srcStride` bytes.
 struct NearestTables {
     std::vector<uint32_t> co, ro;
-    NearestTables(uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh, int32_t srcStride) : co(dw), ro(dh) {
-        std::vector<uint32_t> unusedW(dh);
-        std::vector<uint8_t> unusedCw(dw);
+    NearestTables(const test::Shape& s, int32_t srcStride) : co(s.dw), ro(s.dh) {
+        std::vector<uint32_t> unusedW(s.dh);
+        std::vector<uint8_t> unusedCw(s.dw);
         uint32_t f = 0, l = 0;
-        BuildGrayColumnTable(dw, sw, unusedCw.data(), co.data(), 0.0, double(sw) / dw, &f, &l, AxisFilter::Nearest);
-        BuildGrayRowTable(dh, sh, unusedW.data(), ro.data(), srcStride, 0.0, double(sh) / dh, &f, &l,
+        BuildGrayColumnTable(s.dw, s.sw, unusedCw.data(), co.data(), 0.0, double(s.sw) / s.dw, &f, &l,
+                             AxisFilter::Nearest);
+        BuildGrayRowTable(s.dh, s.sh, unusedW.data(), ro.data(), srcStride, 0.0, double(s.sh) / s.dh, &f, &l,
                           AxisFilter::Nearest);
     }
 };
 
-struct PlaneCase {
-    uint32_t sw, sh, dw, dh;
-    int32_t srcPad, dstPad;
-    bool flip;  // target rows bottom up
-};
-
 TEST(GrayGather, NearestPlanesFollowTheirTables) {
-    const PlaneCase cases[] = {
-        {48, 27, 96, 54, 0, 0, false},   {960, 8, 1920, 16, 0, 0, false}, {96, 40, 64, 30, 3, 5, false},
-        {35, 17, 111, 70, 1, 0, true},   {64, 9, 64, 23, 0, 7, false},    {200, 11, 33, 5, 0, 0, true},
-        {17, 33, 16, 64, 0, 0, false},  {1920, 9, 480, 3, 0, 0, false},  {301, 12, 97, 4, 2, 1, true},
-        {1922, 9, 961, 4, 0, 3, true},  {968, 17, 121, 2, 5, 0, false},  {130, 10, 65, 5, 0, 0, true},
+    // Every form against a gather worked row by row from the tables, so that
+    // rows copied from the row above and shuffled blocks are both checked:
+    // enlargements and shrinks, padded rows, targets bottom-up, canaries
+    // around the target. The second group shrinks by 2, 4 and 8 across,
+    // whose rows are picked whole at one step: odd widths (a last block
+    // short of a whole load, columns after the last block), sources that
+    // end where their rows end, rows repeated where the height grows, and
+    // sources bottom-up too.
+    struct Case {
+        test::Shape s;
+        int32_t srcPad, dstPad;
+        bool upTarget, upSource;
     };
+    std::vector<Case> cases = {
+        {{48, 27, 96, 54}, 0, 0, false, false},  {{960, 8, 1920, 16}, 0, 0, false, false},
+        {{96, 40, 64, 30}, 3, 5, false, false},  {{35, 17, 111, 70}, 1, 0, true, false},
+        {{64, 9, 64, 23}, 0, 7, false, false},   {{200, 11, 33, 5}, 0, 0, true, false},
+        {{17, 33, 16, 64}, 0, 0, false, false},  {{1920, 9, 480, 3}, 0, 0, false, false},
+        {{301, 12, 97, 4}, 2, 1, true, false},   {{1922, 9, 961, 4}, 0, 3, true, false},
+        {{968, 17, 121, 2}, 5, 0, false, false}, {{130, 10, 65, 5}, 0, 0, true, false}};
+    for (const test::Shape& s : {test::Shape{1920, 9, 960, 4}, {242, 6, 121, 3}, {484, 8, 121, 16}, {968, 5, 121, 5},
+                                 {70, 12, 35, 6}, {33, 4, 16, 9}, {4100, 3, 1025, 2}, {66, 7, 33, 7}})
+        for (bool up : {false, true}) cases.push_back({s, 0, 3, up, up});
+    const size_t margin = 40;
     std::mt19937 rng(3);
-    for (const PlaneCase& c : cases) {
-        const int32_t ss = int32_t(c.sw) + c.srcPad, ds = int32_t(c.dw) + c.dstPad;
-        std::vector<uint8_t> src(size_t(ss) * c.sh);
-        for (auto& b : src) b = uint8_t(rng());
-        const NearestTables t(c.sw, c.sh, c.dw, c.dh, ss);
-        const std::vector<uint32_t>&co = t.co, &ro = t.ro;
-        std::vector<uint8_t> want(size_t(ds) * c.dh, 0xC3);
-        for (uint32_t y = 0; y < c.dh; ++y)
-            for (uint32_t x = 0; x < c.dw; ++x) {
-                const uint32_t ty = c.flip ? c.dh - 1 - y : y;
-                want[size_t(ty) * ds + x] = src[RowDelta(ro[y]) + co[x]];
-            }
-        for (SimdForm form : kAllForms) {
-            if (HostSimdForm() < form) continue;
-            ScopedKernelChoice choice(g_cpuFeatures, form);
-            const Scaled out = ScalePlane(src, {c.sw, c.sh, ss}, {c.dw, c.dh, ds}, c.flip, SCALE_NEAREST);
-            ASSERT_EQ(out.bytes, want) << c.sw << "x" << c.sh << "->" << c.dw << "x" << c.dh << " " << FormName(form);
+    for (const auto& [s, srcPad, dstPad, upTarget, upSource] : cases) {
+        const int32_t ss = int32_t(s.sw) + srcPad, ds = int32_t(s.dw) + dstPad;
+        const auto src = test::RandomBytes(size_t(ss) * s.sh, rng);
+        const NearestTables t(s, ss);
+        if (srcPad == 0 && s.sw % s.dw == 0) {
+            ASSERT_EQ(t.co[1] - t.co[0], s.sw / s.dw) << test::Describe(s);
         }
+        // Row y of a picture as the scaler sees it lies at row `at(y)` of its buffer.
+        auto at = [](bool up, uint32_t y, uint32_t h) { return up ? h - 1 - y : y; };
+        std::vector<uint8_t> want(size_t(ds) * s.dh + 2 * margin, 0xC3);
+        for (uint32_t y = 0; y < s.dh; ++y)
+            for (uint32_t x = 0; x < s.dw; ++x)
+                want[margin + size_t(at(upTarget, y, s.dh)) * ds + x] =
+                    src[size_t(at(upSource, uint32_t(RowDelta(t.ro[y]) / ss), s.sh)) * ss + t.co[x]];
+        test::ForEachForm([&](SimdForm form) {
+            std::vector<uint8_t> out(want.size(), 0xC3);
+            uint8_t* top = out.data() + margin + size_t(at(upTarget, 0, s.dh)) * ds;
+            const uint8_t* from = src.data() + size_t(at(upSource, 0, s.sh)) * ss;
+            ScaleImage({top, s.dw, s.dh, upTarget ? -ds : ds, 1}, {from, s.sw, s.sh, upSource ? -ss : ss, 1},
+                       {double(s.sw) / s.dw, double(s.sh) / s.dh}, SCALE_NEAREST, nullptr);
+            ASSERT_EQ(out, want) << test::Describe(s) << " up " << upTarget << upSource << " " << FormName(form);
+        });
     }
 }
 
@@ -170,8 +156,7 @@ TEST(GrayGather, FieldBandRowsAreGathersOfTheirTableRows) {
     std::mt19937 rng(5);
     for (const Case& c : cases) {
         const int32_t ss = int32_t(c.sw) + 3, ds = int32_t(c.dw) + 1;
-        std::vector<uint8_t> src(size_t(ss) * c.sh);
-        for (auto& b : src) b = uint8_t(rng());
+        const auto src = test::RandomBytes(size_t(ss) * c.sh, rng);
         const double stepX = double(c.sw) / c.dw, stepY = double(c.sh) / c.dh;
         std::vector<uint32_t> co(c.dw), ro(c.dh), rw(c.dh);
         std::vector<uint8_t> cw(c.dw);
@@ -179,81 +164,32 @@ TEST(GrayGather, FieldBandRowsAreGathersOfTheirTableRows) {
         BuildGrayColumnTable(c.dw, c.sw, cw.data(), co.data(), 0.0, stepX, &cf, &cl, AxisFilter::Bilinear);
         BuildGrayRowTable(c.dh, c.sh, rw.data(), ro.data(), ss, 0.0, stepY, &rf, &rl, AxisFilter::FieldPairs);
         ASSERT_GE(c.dh - rl, 8u) << "enough bottom rows for the planned gather";
-        for (SimdForm form : kAllForms) {
-            if (HostSimdForm() < form) continue;
-            ScopedKernelChoice choice(g_cpuFeatures, form);
-            const Scaled out = ScalePlane(src, {c.sw, c.sh, ss}, {c.dw, c.dh, ds}, c.flip, SCALE_FIELD_BILINEAR);
+        test::ForEachForm([&](SimdForm form) {
+            std::vector<uint8_t> out(size_t(ds) * c.dh, 0xC3);
+            uint8_t* top = c.flip ? out.data() + size_t(ds) * (c.dh - 1) : out.data();
+            ScaleImage({top, c.dw, c.dh, c.flip ? -ds : ds, 1}, {src.data(), c.sw, c.sh, ss, 1}, {stepX, stepY},
+                       SCALE_FIELD_BILINEAR, nullptr);
             for (uint32_t y = 0; y < c.dh; ++y) {
                 if (y >= rf && y < rl) continue;
-                const uint8_t* row = out.top + (c.flip ? -intptr_t(ds) : intptr_t(ds)) * y;
+                const uint8_t* row = top + (c.flip ? -intptr_t(ds) : intptr_t(ds)) * y;
                 for (uint32_t x = 0; x < c.dw; ++x)
                     ASSERT_EQ(row[x], src[RowDelta(ro[y]) + co[x]])
                         << c.sw << "x" << c.sh << " row " << y << " column " << x << " " << FormName(form);
             }
-        }
+        });
     }
-}
-
-// Shrinks by 2, 4 and 8 across, whose rows are picked whole at one step:
-// odd widths (a last block short of a whole load, columns after the last
-// block), sources that end where their rows end, rows repeated where the
-// height grows, bottom-up sources and targets, and canaries around the
-// target, every form against the tables' picks.
-TEST(GrayGather, WholeShrinksAcrossPickAtOneStep) {
-    struct Case {
-        uint32_t sw, sh, dw, dh;
-    };
-    const Case cases[] = {{1920, 9, 960, 4}, {242, 6, 121, 3}, {484, 8, 121, 16}, {968, 5, 121, 5},
-                          {70, 12, 35, 6},   {33, 4, 16, 9},   {4100, 3, 1025, 2}, {66, 7, 33, 7}};
-    const size_t margin = 40;
-    std::mt19937 rng(17);
-    for (const Case& c : cases)
-        for (const bool up : {false, true}) {
-            const int32_t ss = int32_t(c.sw), ds = int32_t(c.dw) + 3;
-            std::vector<uint8_t> src(size_t(ss) * c.sh);
-            for (auto& b : src) b = uint8_t(rng());
-            const NearestTables t(c.sw, c.sh, c.dw, c.dh, ss);
-            const std::vector<uint32_t>&co = t.co, &ro = t.ro;
-            const double stepX = double(c.sw) / c.dw, stepY = double(c.sh) / c.dh;
-            ASSERT_EQ(co[1] - co[0], uint32_t(stepX)) << c.sw << "->" << c.dw;
-            // Row y of the picture as the scaler sees it sits at `at(y)`.
-            auto at = [&](uint32_t y, uint32_t h) { return up ? h - 1 - y : y; };
-            std::vector<uint8_t> want(size_t(ds) * c.dh + 2 * margin, 0xC3);
-            for (uint32_t y = 0; y < c.dh; ++y)
-                for (uint32_t x = 0; x < c.dw; ++x)
-                    want[margin + size_t(at(y, c.dh)) * ds + x] =
-                        src[size_t(at(uint32_t(RowDelta(ro[y]) / ss), c.sh)) * ss + co[x]];
-            for (SimdForm form : kAllForms) {
-                if (HostSimdForm() < form) continue;
-                ScopedKernelChoice choice(g_cpuFeatures, form);
-                std::vector<uint8_t> out(want.size(), 0xC3);
-                uint8_t* top = out.data() + margin + size_t(at(0, c.dh)) * ds;
-                const uint8_t* from = src.data() + size_t(at(0, c.sh)) * ss;
-                ScaleImage({top, c.dw, c.dh, up ? -ds : ds, 1}, {from, c.sw, c.sh, up ? -ss : ss, 1},
-                           {stepX, stepY}, SCALE_NEAREST, nullptr);
-                ASSERT_EQ(out, want) << c.sw << "x" << c.sh << "->" << c.dw << "x" << c.dh << " up " << up << " "
-                                     << FormName(form);
-            }
-        }
 }
 
 TEST(GrayGather, ScalingInPlaceAgreesAcrossForms) {
     // Target over its own source: rows are gathered in order, never copied
     // from the row above, whatever the form.
     std::mt19937 rng(21);
-    const uint32_t sw = 40, sh = 12, dw = 80, dh = 24;
-    std::vector<uint8_t> start(size_t(dw) * dh + 64);
-    for (auto& b : start) b = uint8_t(rng());
-    std::vector<uint8_t> first;
-    for (SimdForm form : kAllForms) {
-        if (HostSimdForm() < form) continue;
-        ScopedKernelChoice choice(g_cpuFeatures, form);
+    const auto start = test::RandomBytes(80 * 24 + 64, rng);
+    test::ExpectFormsAgree([&] {
         std::vector<uint8_t> buf = start;
-        ScaleImage({buf.data(), dw, dh, int32_t(dw), 1}, {buf.data(), sw, sh, int32_t(sw), 1}, {0.5, 0.5},
-                   SCALE_NEAREST, nullptr);
-        if (first.empty()) first = buf;
-        else EXPECT_EQ(buf, first) << FormName(form);
-    }
+        ScaleImage({buf.data(), 80, 24, 80, 1}, {buf.data(), 40, 12, 40, 1}, {0.5, 0.5}, SCALE_NEAREST, nullptr);
+        return buf;
+    });
 }
 
 }  // namespace

@@ -9,64 +9,37 @@
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/axis_table.h"
 #include "scale/gray_row_cache.h"
 #include "scale/gray_strided.h"
 #include "scale/inner_rows.h"
-#include "scale/scale.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
 
 TEST(GrayRowCache, ScaledImagesAgreeAcrossForms) {
-    struct Size {
-        uint32_t sw, sh, dw, dh;
-    };
-    const Size sizes[] = {{40, 20, 80, 40},  {37, 11, 101, 29}, {64, 30, 96, 45},   {97, 33, 48, 16},
-                          {96, 40, 64, 27},  {15, 7, 61, 23},   {300, 9, 1199, 17}, {17, 17, 16, 16},
-                          {160, 12, 83, 6},  {33, 5, 35, 9},    {200, 9, 55, 3},    {130, 8, 32, 4},
-                          {300, 6, 37, 3},
-                          // Whole factors: shrinks by 2, 4 and 8 and doubling, odd widths among them.
-                          {1920, 8, 960, 4},  {242, 10, 121, 5},  {484, 16, 121, 4},  {968, 24, 121, 3},
-                          {1032, 9, 129, 3},  {61, 9, 122, 18},   {300, 9, 600, 18},  {77, 6, 154, 12},
-                          {38, 7, 19, 3},     {130, 11, 65, 5},   {70, 6, 35, 3},     {33, 9, 16, 4},
-                          // Widths of 3 mod 4 whose trailing pixels weigh by an offset byte that
-                          // is not 0, and field pairs of whole shrinks by 2 (mode 5).
-                          {350, 6, 175, 3},   {350, 12, 175, 6},  {1920, 16, 960, 8}, {70, 10, 35, 5},
-                          {71, 11, 35, 5},
-                          // A target large enough to be stored around the caches.
-                          {1100, 1001, 2200, 2002}};
+    const test::Shape sizes[] = {{40, 20, 80, 40},  {37, 11, 101, 29}, {64, 30, 96, 45},   {97, 33, 48, 16},
+                                 {96, 40, 64, 27},  {15, 7, 61, 23},   {300, 9, 1199, 17}, {17, 17, 16, 16},
+                                 {160, 12, 83, 6},  {33, 5, 35, 9},    {200, 9, 55, 3},    {130, 8, 32, 4},
+                                 {300, 6, 37, 3},
+                                 // Whole factors: shrinks by 2, 4 and 8 and doubling, odd widths among them.
+                                 {1920, 8, 960, 4},  {242, 10, 121, 5},  {484, 16, 121, 4},  {968, 24, 121, 3},
+                                 {1032, 9, 129, 3},  {61, 9, 122, 18},   {300, 9, 600, 18},  {77, 6, 154, 12},
+                                 {38, 7, 19, 3},     {130, 11, 65, 5},   {70, 6, 35, 3},     {33, 9, 16, 4},
+                                 // Widths of 3 mod 4 whose trailing pixels weigh by an offset byte that
+                                 // is not 0, and field pairs of whole shrinks by 2 (mode 5).
+                                 {350, 6, 175, 3},   {350, 12, 175, 6},  {1920, 16, 960, 8}, {70, 10, 35, 5},
+                                 {71, 11, 35, 5},
+                                 // A target large enough to be stored around the caches.
+                                 {1100, 1001, 2200, 2002}};
     std::mt19937 rng(31);
-    const size_t margin = 48;
-    for (const Size& s : sizes)
+    for (const test::Shape& s : sizes)
         for (uint32_t mode : {1u, 2u, 5u}) {
             // Mode 1 reads a source that ends where its rows end: a read past
             // the row shows under the address sanitizer.
-            const int32_t srcStride = int32_t(s.sw + (mode == 1 ? 0 : 3));
-            std::vector<uint8_t> src(size_t(srcStride) * s.sh);
-            for (auto& b : src) b = uint8_t(rng());
-            const int32_t dstStride = int32_t(s.dw + 5);
-            auto run = [&](SimdForm form) {
-                ScopedKernelChoice choice(g_cpuFeatures, form);
-                std::vector<uint8_t> out(size_t(dstStride) * s.dh + 2 * margin, 0x5C);
-                uint8_t* dst = out.data() + margin + size_t(dstStride) * (s.dh - 1);
-                const uint8_t* from = src.data() + size_t(srcStride) * (s.sh - 1);
-                ScaleImage({dst, s.dw, s.dh, -dstStride, 1}, {from, s.sw, s.sh, -srcStride, 1},
-                           {double(s.sw) / s.dw, double(s.sh) / s.dh}, mode, nullptr);
-                return out;
-            };
-            const auto plain = run(SimdForm::Plain);
-            for (size_t i = 0; i < margin; ++i) {
-                ASSERT_EQ(plain[i], 0x5C);
-                ASSERT_EQ(plain[plain.size() - 1 - i], 0x5C);
-            }
-            for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
-                if (HostSimdForm() < f) continue;
-                EXPECT_EQ(run(f), plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " mode " << mode
-                                         << " " << FormName(f);
-            }
+            const test::WholeImage image{s, 1, 1, mode == 1 ? 0 : 3, 5, true};
+            image.ExpectFormsAgree(image.Source(rng), mode);
         }
 }
 
@@ -165,11 +138,8 @@ TEST(GrayRowCache, StreamedBandRowsAreTheGathersOfTheirTableRows) {
     BuildGrayRowTable(dh, sh, rowWeights.data(), rows.data(), int32_t(sw), 0.0, sy, &rf, &rl, AxisFilter::FieldPairs);
     ASSERT_GT(dh - rl, dh / 3) << "a large part of the target is band rows";
     std::mt19937 rng(37);
-    std::vector<uint8_t> src(size_t(sw) * sh);
-    for (auto& b : src) b = uint8_t(rng());
-    for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
-        if (HostSimdForm() < form) continue;
-        ScopedKernelChoice choice(g_cpuFeatures, form);
+    const auto src = test::RandomBytes(size_t(sw) * sh, rng);
+    test::ForEachForm([&](SimdForm form) {
         // Rows start 3 bytes past a 32-byte boundary and carry 5 bytes of padding.
         const int32_t stride = int32_t(dw + 5);
         std::vector<uint8_t> out(size_t(stride) * dh + 64, 0x6E);
@@ -182,7 +152,7 @@ TEST(GrayRowCache, StreamedBandRowsAreTheGathersOfTheirTableRows) {
             for (uint32_t x = 0; x < dw; ++x) ASSERT_EQ(d[x], s[cols[x]]) << FormName(form) << " " << y << " " << x;
             for (uint32_t x = dw; x < dw + 5 && y + 1 < dh; ++x) ASSERT_EQ(d[x], 0x6E);
         }
-    }
+    });
 }
 
 TEST(GrayRowCache, TargetOverTheSourceRunsRowByRow) {

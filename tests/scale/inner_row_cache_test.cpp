@@ -9,11 +9,9 @@
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/inner_rows.h"
 #include "scale/nearest_rows.h"
-#include "scale/scale.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
@@ -83,25 +81,20 @@ TEST(InnerRowCache, ImagesAgreeAcrossFormsInPlaceToo) {
             for (uint32_t mode : {1u, 2u, 5u}) {
                 if (inPlace && c.pixelBytes == 3) continue;
                 const uint32_t sw = c.sw, sh = c.sh, dw = c.dw, dh = c.dh, pb = c.pixelBytes;
-                std::vector<uint8_t> start(size_t(std::max(sw * sh, dw * dh)) * pb + 64);
-                for (auto& b : start) b = uint8_t(rng());
-                std::vector<uint8_t> first;
-                for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
-                    if (HostSimdForm() < form) continue;
-                    ScopedKernelChoice choice(g_cpuFeatures, form);
-                    // One block with the target well after the source: apart on
-                    // every run, so the cached form is the one checked.
-                    std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x11);
-                    std::copy(start.begin(), start.end(), arena.begin());
-                    uint8_t* src = arena.data();
-                    uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
-                    ScaleImage({dst, dw, dh, int32_t(dw * pb), pb}, {src, sw, sh, int32_t(sw * pb), pb},
-                               {double(sw) / dw, double(sh) / dh}, mode, nullptr);
-                    const std::vector<uint8_t> result(dst, dst + start.size());
-                    if (first.empty()) first = result;
-                    else ASSERT_EQ(result, first) << pb << " bytes, " << sw << "x" << sh << " mode " << mode
-                                                  << (inPlace ? " in place " : " ") << FormName(form);
-                }
+                const auto start = test::RandomBytes(size_t(std::max(sw * sh, dw * dh)) * pb + 64, rng);
+                test::ExpectFormsAgree(
+                    [&] {
+                        // One block with the target well after the source: apart
+                        // on every run, so the cached form is the one checked.
+                        std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x11);
+                        std::copy(start.begin(), start.end(), arena.begin());
+                        uint8_t* src = arena.data();
+                        uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
+                        ScaleImage({dst, dw, dh, int32_t(dw * pb), pb}, {src, sw, sh, int32_t(sw * pb), pb},
+                                   {double(sw) / dw, double(sh) / dh}, mode, nullptr);
+                        return std::vector<uint8_t>(dst, dst + start.size());
+                    },
+                    test::Label(pb, "bytes", sw, sh, "mode", mode, "in place", inPlace));
             }
 }
 

@@ -6,10 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/inner_rows.h"
-#include "scale/scale.h"
 #include "scale_test_support.h"
 
 namespace tarn {
@@ -107,25 +104,9 @@ TEST(InnerRowHalves, PowerOfTwoShrinksAgreeAcrossForms) {
                          Case{4, 25, 11, 8}, Case{3, 33, 17, 4}, Case{4, 9, 5, 2}})
         for (uint32_t mode : {1u, 2u, 5u})
             for (int32_t sign : {1, -1}) {
-                const uint32_t dw = c.dw, dh = c.dh, pb = c.pixelBytes;
-                const uint32_t sw = dw * c.factor, sh = dh * c.factor;
-                test::Image src(sw, sh, pb, 3);
-                for (uint32_t y = 0; y < sh; ++y)
-                    for (uint32_t x = 0; x < sw * pb; ++x) src.at(0, y)[x] = uint8_t(rng());
-                std::vector<uint8_t> first;
-                for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
-                    if (HostSimdForm() < form) continue;
-                    ScopedKernelChoice choice(g_cpuFeatures, form);
-                    test::Image dst(dw, dh, pb, 5);
-                    const bool up = sign < 0;
-                    ScaleImage({dst.at(0, up ? dh - 1 : 0), dw, dh, sign * dst.stride, pb},
-                               {src.at(0, up ? sh - 1 : 0), sw, sh, sign * src.stride, pb},
-                               {double(sw) / dw, double(sh) / dh}, mode, nullptr);
-                    ASSERT_TRUE(dst.TailIntact()) << FormName(form);
-                    if (first.empty()) first = dst.data;
-                    else ASSERT_EQ(dst.data, first) << pb << " bytes, " << sw << "x" << sh << " / " << c.factor
-                                                    << " mode " << mode << " sign " << sign << " " << FormName(form);
-                }
+                const test::WholeImage image{{c.dw * c.factor, c.dh * c.factor, c.dw, c.dh}, c.pixelBytes,
+                                             c.pixelBytes, 3, 5, sign < 0};
+                image.ExpectFormsAgree(image.Source(rng), mode);
             }
 }
 

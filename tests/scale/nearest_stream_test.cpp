@@ -8,10 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
 #include "scale/nearest_rows.h"
-#include "scale/scale.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
@@ -173,7 +171,6 @@ void ExpectApartEqualsShared(uint32_t pixelBytes, uint32_t sw, uint32_t sh, uint
     const ScaleSource apartSource{pixels.data(), sw, sh, srcRow, pixelBytes};
     const ScaleSource sharedSource{both.data(), sw, sh, shared, pixelBytes};
     const ScaleSteps steps{double(sw) / dw, double(sh) / dh};
-    const SimdForm forms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
     for (uint32_t quality : {uint32_t(SCALE_NEAREST), uint32_t(SCALE_BILINEAR), uint32_t(SCALE_BILINEAR_FADE),
                              uint32_t(SCALE_FIELD_BILINEAR)}) {
         for (int32_t sign : {1, -1}) {
@@ -190,12 +187,10 @@ void ExpectApartEqualsShared(uint32_t pixelBytes, uint32_t sw, uint32_t sh, uint
                     ASSERT_EQ(0, std::memcmp(&both[size_t(y) * shared], &pixels[size_t(y) * srcRow], size_t(srcRow)))
                         << "the source rows stay as they were";
             }
-            for (SimdForm form : forms) {
-                if (HostSimdForm() < form) continue;
+            test::ForEachForm([&](SimdForm form) {
                 SCOPED_TRACE(testing::Message() << pixelBytes << " bytes, " << sw << "x" << sh << " to " << dw << "x"
                                                 << dh << ", quality " << quality << " sign " << sign << " "
                                                 << FormName(form));
-                ScopedKernelChoice choice(g_cpuFeatures, form);
                 std::vector<uint8_t> out(size_t(dstStride) * dh + 32, kCanary);
                 uint8_t* first = out.data() + 16 + (sign > 0 ? 0 : size_t(dstStride) * (dh - 1));
                 ScaleImage({first, dw, dh, sign * dstStride, pixelBytes}, apartSource, steps, quality);
@@ -205,30 +200,22 @@ void ExpectApartEqualsShared(uint32_t pixelBytes, uint32_t sw, uint32_t sh, uint
                         << "row " << y;
                 for (size_t i = 0; i < 16; ++i) ASSERT_EQ(out[i], kCanary);
                 for (size_t i = out.size() - 15; i < out.size(); ++i) ASSERT_EQ(out[i], kCanary);
-            }
+            });
         }
     }
 }
 
-// A target of this size streams its 4-byte rows.
-TEST(NearestRows, StreamedTargetsEqualTargetsWrittenInPlace) {
+TEST(NearestRows, TargetsEqualTargetsWrittenInPlace) {
+    // 4-byte targets large enough to stream their rows (equal widths: whole
+    // rows), shrinks by whole factors (column tables of one step), and wide
+    // copies of 3-byte pixels (every third row fetched ahead; equal widths).
     ASSERT_TRUE(StreamsTarget(size_t(1990) * 4 * 1600));
-    ExpectApartEqualsShared(4, 1001, 801, 1990, 1600);
-    ExpectApartEqualsShared(4, 1990, 700, 1990, 1600);  // equal widths: whole rows
-}
-
-// Shrinks by whole factors, whose column tables keep one step.
-TEST(NearestRows, WholeFactorShrinksEqualTargetsWrittenInPlace) {
-    ExpectApartEqualsShared(4, 402, 41, 201, 20);
-    ExpectApartEqualsShared(4, 404, 41, 101, 13);
-    ExpectApartEqualsShared(4, 408, 17, 51, 9);
-}
-
-TEST(NearestRows, WideCopiesOfThreeBytePixelsEqualCopiesInPlace) {
-    ExpectApartEqualsShared(3, 301, 201, 517, 333);
-    ExpectApartEqualsShared(3, 301, 201, 150, 101);
-    ExpectApartEqualsShared(3, 300, 91, 100, 30);  // every third row: fetched ahead
-    ExpectApartEqualsShared(3, 64, 40, 64, 80);  // equal widths
+    const struct {
+        uint32_t pixelBytes, sw, sh, dw, dh;
+    } cases[] = {{4, 1001, 801, 1990, 1600}, {4, 1990, 700, 1990, 1600}, {4, 402, 41, 201, 20},
+                 {4, 404, 41, 101, 13},      {4, 408, 17, 51, 9},        {3, 301, 201, 517, 333},
+                 {3, 301, 201, 150, 101},    {3, 300, 91, 100, 30},      {3, 64, 40, 64, 80}};
+    for (const auto& c : cases) ExpectApartEqualsShared(c.pixelBytes, c.sw, c.sh, c.dw, c.dh);
 }
 
 }  // namespace

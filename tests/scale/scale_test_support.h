@@ -1,10 +1,18 @@
-// Small images for the scaling tests: pixels set by value, a canary byte
-// around them, and a call of ScaleImage with the usual steps.
+// Helpers of the scaling tests: small images set by value with a canary
+// byte around them, random sources, and the checks that every fast form
+// the machine runs gives the plain form's bytes.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
+#include <random>
+#include <sstream>
+#include <string>
 #include <vector>
 
+#include "platform/cpu_features.h"
+#include "platform/form_table.h"
 #include "scale/scale.h"
 
 namespace tarn::test {
@@ -40,5 +48,103 @@ inline void Scale(Image& dst, Image& src, uint32_t mode, const uint8_t* bg = nul
                {src.base(), src.width, src.height, src.stride, src.bytes},
                {double(src.width) / dst.width, double(src.height) / dst.height}, mode, bg);
 }
+
+inline std::vector<uint8_t> RandomBytes(size_t n, std::mt19937& rng) {
+    std::vector<uint8_t> v(n);
+    for (auto& b : v) b = uint8_t(rng());
+    return v;
+}
+
+// The parts, each followed by a space: a label for a failure message.
+template <class... Parts>
+std::string Label(const Parts&... parts) {
+    std::ostringstream os;
+    ((os << parts << ' '), ...);
+    return os.str();
+}
+
+// Calls `fn(form)` under the plain form, then under every faster form this
+// machine runs.
+template <class Fn>
+void ForEachForm(Fn fn) {
+    for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+        if (HostSimdForm() < form) continue;
+        ScopedKernelChoice choice(g_cpuFeatures, form);
+        fn(form);
+    }
+}
+
+// Runs `run` (which returns bytes) in every form: each must give the plain
+// form's bytes, which it returns.
+template <class Run>
+auto ExpectFormsAgree(Run run, const std::string& what = {}) {
+    decltype(run()) plain;
+    ForEachForm([&](SimdForm form) {
+        if (form == SimdForm::Plain) plain = run();
+        else EXPECT_EQ(run(), plain) << what << " " << FormName(form);
+    });
+    return plain;
+}
+
+// Source and target sizes of a scale.
+struct Shape {
+    uint32_t sw, sh, dw, dh;
+};
+inline std::string Describe(const Shape& s) {
+    return std::to_string(s.sw) + "x" + std::to_string(s.sh) + "->" + std::to_string(s.dw) + "x" + std::to_string(s.dh);
+}
+
+// A whole image through ScaleImage: `sb` bytes a source pixel and `db` a
+// target one, rows padded by `srcPad` and `dstPad` bytes, both pictures
+// bottom-up when `up` (negative strides, the first row last in memory).
+struct WholeImage {
+    static constexpr size_t kMargin = 48;
+    static constexpr uint8_t kFill = 0x77;
+    Shape s;
+    uint32_t sb, db;
+    int32_t srcPad = 0, dstPad = 0;
+    bool up = false;
+
+    int32_t SrcStride() const { return int32_t(s.sw * sb) + srcPad; }
+    int32_t DstStride() const { return int32_t(s.dw * db) + dstPad; }
+    // Random rows, `extra` bytes more than whole rows (less where negative:
+    // -srcPad ends the buffer where the last row's pixels end).
+    std::vector<uint8_t> Source(std::mt19937& rng, ptrdiff_t extra = 0) const {
+        return RandomBytes(size_t(ptrdiff_t(SrcStride()) * s.sh + extra), rng);
+    }
+    ScaleSteps Steps() const { return {double(s.sw) / s.dw, double(s.sh) / s.dh}; }
+    // The target between kMargin bytes of canary each side, written by
+    // `scale(target, source)` from `src` in the form in force.
+    template <class Fn>
+    std::vector<uint8_t> Run(const std::vector<uint8_t>& src, Fn scale) const {
+        const int32_t ss = SrcStride(), ds = DstStride();
+        std::vector<uint8_t> out(size_t(ds) * s.dh + 2 * kMargin, kFill);
+        uint8_t* dst = out.data() + kMargin + (up ? size_t(ds) * (s.dh - 1) : 0);
+        const uint8_t* from = src.data() + (up ? size_t(ss) * (s.sh - 1) : 0);
+        scale(ScaleTarget{dst, s.dw, s.dh, up ? -ds : ds, db}, ScaleSource{from, s.sw, s.sh, up ? -ss : ss, sb});
+        return out;
+    }
+    std::vector<uint8_t> Scale(const std::vector<uint8_t>& src, uint32_t mode) const {
+        return Run(src, [&](const ScaleTarget& t, const ScaleSource& f) { ScaleImage(t, f, Steps(), mode); });
+    }
+    std::string What(uint32_t mode) const {
+        return "mode " + std::to_string(mode) + " " + std::to_string(sb) + "->" + std::to_string(db) + " bytes " +
+               Describe(s) + " pads " + std::to_string(srcPad) + "," + std::to_string(dstPad) + (up ? " up" : "");
+    }
+    // Every form gives the plain target, whose canaries are intact; returns it.
+    template <class Fn>
+    std::vector<uint8_t> ExpectFormsAgree(const std::vector<uint8_t>& src, Fn scale, const std::string& what) const {
+        const auto plain = test::ExpectFormsAgree([&] { return Run(src, scale); }, what);
+        for (size_t i = 0; i < kMargin; ++i) {
+            EXPECT_EQ(plain[i], kFill) << what << " before the target";
+            EXPECT_EQ(plain[plain.size() - 1 - i], kFill) << what << " after the target";
+        }
+        return plain;
+    }
+    std::vector<uint8_t> ExpectFormsAgree(const std::vector<uint8_t>& src, uint32_t mode) const {
+        return ExpectFormsAgree(
+            src, [&](const ScaleTarget& t, const ScaleSource& f) { ScaleImage(t, f, Steps(), mode); }, What(mode));
+    }
+};
 
 }  // namespace tarn::test
