@@ -22,11 +22,6 @@ using Tier = ref::Tier;
 constexpr int kWidth = 20;
 constexpr int kThreshold = 120;
 
-// Puts back the catalogue start-up filled.
-struct CatalogueRestore {
-    ~CatalogueRestore() { FillKernelCatalogue(g_cpuFeaturesCache); }
-};
-
 Tier TierOfEntry(int row, int column) {
     const EntryOrigin o = OriginOf(row, column);
     if (o.forwards) return Tier::Plain;
@@ -34,20 +29,10 @@ Tier TierOfEntry(int row, int column) {
     return tiers[int(o.tier)];
 }
 
-bool IsPacked(F f) { return f == F::Yuy2 || f == F::Yvyu || f == F::Uyvy || f == F::Vyuy; }
-Order OrderOf(F f) {
-    return f == F::Yuy2 ? Order::Yuy2 : f == F::Yvyu ? Order::Yvyu : f == F::Uyvy ? Order::Uyvy : Order::Vyuy;
-}
-Kind KindOf(F f) {
-    switch (f) {
-        case F::Rgb24: return Kind::Rgb24;
-        case F::Rgb565: return Kind::Rgb565;
-        case F::Rgb555: return Kind::Rgb555;
-        case F::Rgb32Luma: return Kind::Rgb32Luma;
-        case F::Rgb32Keyed: return Kind::Rgb32Keyed;
-        default: return Kind::Rgb32;
-    }
-}
+// The packed orders and the RGB kinds are listed in the same order here.
+bool IsPacked(F f) { return f >= F::Yuy2 && f <= F::Vyuy; }
+Order OrderOf(F f) { return Order(int(f) - int(F::Yuy2)); }
+Kind KindOf(F f) { return f >= F::Rgb32 ? Kind(int(f) - int(F::Rgb32)) : Kind::Rgb32; }
 int BytesOfFormat(F f) { return IsPacked(f) ? 2 : BytesOf(KindOf(f)); }
 // Rows of 20 pixels with some padding: odd for the RGB kinds.
 int StrideOf(F f) { return kWidth * BytesOfFormat(f) + (IsPacked(f) ? 6 : 5); }
@@ -167,14 +152,13 @@ private:
         const int ds = StrideOf(what_.dst);
         Buffer dst(size_t(ds) * rows_, 0);
         Buffer expected = dst;
-        Rows out;
-        if (IsPacked(what_.dst))
-            out = PlanarToPacked(tier_, Smooth(), OrderOf(what_.dst), pic, kWidth);
-        else if (what_.dst == F::Rgb24 && tier_ == Tier::Sse2 && !Smooth())
-            out = PlanarToRgb24Rows(pic, kWidth);
+        if (what_.dst == F::Rgb24 && tier_ == Tier::Sse2 && !Smooth())
+            ref::PlanarToRgb24Rows(expected.Mem(), kMargin, ds, src.buffer.Mem(), p, kWidth, height_);
         else
-            out = PlanarToRgb(tier_, Smooth(), KindOf(what_.dst), kThreshold, pic, kWidth);
-        Write(expected.data, kMargin, ds, out, flip_);
+            Write(expected.data, kMargin, ds,
+                  IsPacked(what_.dst) ? PlanarToPacked(tier_, Smooth(), OrderOf(what_.dst), pic, kWidth)
+                                      : PlanarToRgb(tier_, Smooth(), KindOf(what_.dst), kThreshold, pic, kWidth),
+                  flip_);
         if (what_.dst == F::Rgb32Keyed)
             std::get<KeyedPlanarSourceEntry>(entry_)(dst.At(kMargin), ds, src.Y(), src.U(), src.V(), p.yStride,
                                                      p.uvStride, kWidth, height_, kThreshold);

@@ -4,17 +4,13 @@
 
 #include <set>
 
-#include "convert/kernel_catalogue.h"
-#include "platform/cpu_features.h"
+#include "kernel_harness.h"
 
 namespace tarn {
 namespace {
 
 using F = CatalogueFormat;
-
-struct CatalogueRestore {
-    ~CatalogueRestore() { FillKernelCatalogue(g_cpuFeaturesCache); }
-};
+using test::CatalogueRestore;
 
 bool Empty(int row, int column) { return std::holds_alternative<std::monostate>(ConversionKernelTable[row][column]); }
 
@@ -137,28 +133,20 @@ TEST(KernelCatalogue, RoundingAveragesReplaceThirtyTwoEntriesAndOnlyWithoutSse2)
     EXPECT_EQ(OriginOf(CatalogueRowOf(F::Planar, F::Rgb32Keyed), 1).tier, EntryTier::Empty);
 }
 
-TEST(KernelCatalogue, StartUpFilledItForThisProcessor) {
+// Start-up filled the catalogue for this processor; a later call returns the
+// cached word and changes nothing, and with the cached word zero it detects
+// and fills again.
+TEST(InitConversionKernels, FillsOnceForThisProcessor) {
     const KernelCatalogue atLoad = ConversionKernelTable;
     CatalogueRestore restore;
-    FillKernelCatalogue(g_cpuFeaturesCache);
-    EXPECT_TRUE(ConversionKernelTable == atLoad);
-}
-
-TEST(InitConversionKernels, ALaterCallReturnsTheCachedWordAndChangesNothing) {
-    CatalogueRestore restore;
     const uint32_t word = g_cpuFeaturesCache;
-    EXPECT_NE(word, 0u);  // start-up detected this processor
-    FillKernelCatalogue(0);  // a later call must not refill over this
+    EXPECT_NE(word, 0u);
+    FillKernelCatalogue(word);
+    EXPECT_TRUE(ConversionKernelTable == atLoad);
+    FillKernelCatalogue(0);
     const KernelCatalogue plain = ConversionKernelTable;
     EXPECT_EQ(InitConversionKernels(), word);
     EXPECT_TRUE(ConversionKernelTable == plain);
-}
-
-TEST(InitConversionKernels, DetectsAndFillsAgainWhenTheCachedWordIsZero) {
-    CatalogueRestore restore;
-    const KernelCatalogue atLoad = ConversionKernelTable;
-    const uint32_t word = g_cpuFeaturesCache;
-    FillKernelCatalogue(0);
     g_cpuFeaturesCache = 0;
     EXPECT_EQ(InitConversionKernels(), word);
     EXPECT_EQ(g_cpuFeaturesCache, word);

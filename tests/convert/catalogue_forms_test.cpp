@@ -4,16 +4,11 @@
 // same bytes everywhere, frames and margins included, source and target.
 #include <gtest/gtest.h>
 
-#include "convert/kernel_catalogue.h"
 #include "kernel_harness.h"
 #include "platform/cpu_features.h"
 
 namespace tarn::test {
 namespace {
-
-struct CatalogueRestore {
-    ~CatalogueRestore() { FillKernelCatalogue(g_cpuFeaturesCache); }
-};
 
 struct Geometry {
     int32_t width, height;
@@ -32,30 +27,14 @@ struct Frames {
     Buffer one, two, planes;
 };
 
-// Runs the entry once; `f` holds the frames it works on.
-void RunEntry(const KernelEntry& entry, const Geometry& g, Frames& f) {
-    const int32_t sign = g.backwards ? -1 : 1;
-    const ptrdiff_t last = ptrdiff_t(f.total - 1) * f.stride;
-    uint8_t* a = f.one.At(kMargin + (g.backwards ? last : 0));
-    uint8_t* b = f.two.At(kMargin + (g.backwards ? last : 0));
-    const int32_t s = sign * f.stride;
+// Runs the entry once on the frames of `f`.
+void RunOn(const KernelEntry& entry, const Geometry& g, Frames& f) {
+    const ptrdiff_t first = kMargin + (g.backwards ? ptrdiff_t(f.total - 1) * f.stride : 0);
+    const int32_t s = g.backwards ? -f.stride : f.stride;
     const ref::PlanarSrc& p = f.planar.planes;
-    uint8_t* y = f.planes.At(p.y);
-    uint8_t* u = f.planes.At(p.u);
-    uint8_t* v = f.planes.At(p.v);
-    std::visit(
-        [&](auto fn) {
-            using Fn = decltype(fn);
-            if constexpr (std::is_same_v<Fn, OneToOneEntry> || std::is_same_v<Fn, WritableSourceEntry>)
-                fn(a, s, b, s, g.width, g.height);
-            else if constexpr (std::is_same_v<Fn, PlanarSourceEntry>)
-                fn(a, s, y, u, v, p.yStride, p.uvStride, g.width, g.height);
-            else if constexpr (std::is_same_v<Fn, KeyedPlanarSourceEntry>)
-                fn(a, s, y, u, v, p.yStride, p.uvStride, g.width, g.height, 100);
-            else if constexpr (std::is_same_v<Fn, PlanarDestinationEntry>)
-                fn(y, u, v, p.yStride, p.uvStride, b, s, g.width, g.height);
-        },
-        entry);
+    RunEntry(entry, {f.one.At(first), s, f.two.At(first), s, f.planes.At(p.y), f.planes.At(p.u), f.planes.At(p.v),
+                     p.yStride, p.uvStride},
+             g.width, g.height);
 }
 
 TEST(KernelCatalogue, FastFormsGiveThePlainFormsBytesAtAwkwardSizes) {
@@ -75,12 +54,12 @@ TEST(KernelCatalogue, FastFormsGiveThePlainFormsBytesAtAwkwardSizes) {
                     Frames plain(g, seed);
                     {
                         ScopedKernelChoice choice(word, SimdForm::Plain);
-                        RunEntry(entry, g, plain);
+                        RunOn(entry, g, plain);
                     }
                     for (SimdForm form : FormsHere()) {
                         Frames fast(g, seed);
                         ScopedKernelChoice choice(word, form);
-                        RunEntry(entry, g, fast);
+                        RunOn(entry, g, fast);
                         const std::string what = EntryName(row, column) + " width " + std::to_string(g.width) +
                                                  " height " + std::to_string(g.height) + " form " + FormName(form);
                         ASSERT_EQ(fast.one.data, plain.one.data) << what;

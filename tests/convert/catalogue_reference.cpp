@@ -114,21 +114,6 @@ Rows PlanarToRgb(Tier tier, bool smooth, Kind kind, int threshold, const Planar&
     return out;
 }
 
-Rows PlanarToRgb24Rows(const Planar& p, int width) {
-    Rows out(p.y.size(), std::vector<uint8_t>(size_t(width * 3)));
-    for (size_t r = 0; r < p.y.size(); ++r)
-        for (int x = 0; x < width; ++x) {
-            const int y = p.y[r][x];
-            if (x < width / 16 * 16) {
-                PutPixel(out[r], x, Kind::Rgb24, ref::Vector(y, p.u[r / 2][x / 2], p.v[r / 2][x / 2]), 0);
-            } else {
-                const ref::Rgb c = ref::Table(y, p.u[r / 2][0], p.v[r / 2][0]);
-                PutPixel(out[r], x, Kind::Rgb24, {c.r, c.g, c.b}, 0);
-            }
-        }
-    return out;
-}
-
 Rows PlanarToPacked(Tier tier, bool smooth, Order order, const Planar& p, int width) {
     const int rows = int(p.y.size()), P = rows / 2;
     const int nb = tier == Tier::Mmx ? width / 16 * 16 : 0;

@@ -40,8 +40,6 @@ void PutPixel(std::vector<uint8_t>& row, int x, Kind kind, ref::Rgb c, int fourt
 ref::Rgb PixelOf(const std::vector<uint8_t>& row, int x, Kind kind);
 
 Rows PlanarToRgb(Tier tier, bool smooth, Kind kind, int threshold, const Planar& p, int width);
-// The SSE2 tier's 24-bit kernel without smoothing.
-Rows PlanarToRgb24Rows(const Planar& p, int width);
 Rows PlanarToPacked(Tier tier, bool smooth, Order order, const Planar& p, int width);
 // Without smoothing only (every tier alike); the smoothing form goes through
 // ref::Yuy2ToPlanar.

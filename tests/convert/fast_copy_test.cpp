@@ -5,24 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <vector>
 
-#include "platform/cpu_features.h"
-#include "platform/form_table.h"
+#include "kernel_harness.h"
 
 namespace {
 
 using namespace tarn;
 
 using CopyFn = void (*)(void*, const void*, size_t);
-
-std::vector<uint8_t> Random(size_t n, uint32_t seed) {
-    std::vector<uint8_t> v(n);
-    std::mt19937 rng(seed);
-    for (auto& b : v) b = uint8_t(rng());
-    return v;
-}
 
 TEST(FastCopy, EveryFormCopiesEverySizeAroundItsBlocks) {
     const struct {
@@ -31,7 +22,7 @@ TEST(FastCopy, EveryFormCopiesEverySizeAroundItsBlocks) {
     } forms[] = {{"FastCopyMmxTier", FastCopyMmxTier}, {"FastCopyStream", FastCopyStream},
                  {"FastCopyWide", FastCopyWide}, {"FastCopy", FastCopy}};
     const size_t sizes[] = {0, 1, 15, 16, 17, 63, 64, 65, 127, 128, 129, 191, 255, 256, 257, 1000, 4099};
-    const std::vector<uint8_t> src = Random(4099 + 64, 5);
+    const std::vector<uint8_t> src = tarn::test::RandomBytes(4099 + 64, 5);
     for (const auto& form : forms)
         for (size_t size : sizes)
             for (size_t srcOffset : {0, 1, 7})
@@ -48,7 +39,7 @@ TEST(FastCopy, EveryFormCopiesEverySizeAroundItsBlocks) {
 }
 
 TEST(FastCopy, EveryTierGivesTheSameBytes) {
-    const std::vector<uint8_t> src = Random(1920 * 4 + 3, 9);
+    const std::vector<uint8_t> src = tarn::test::RandomBytes(1920 * 4 + 3, 9);
     for (uint32_t word : {0u, kCpuMmx, kCpuMmx | kCpuSse2}) {
         ScopedKernelChoice choice(word, SimdForm::Avx2);
         std::vector<uint8_t> dst(src.size());
@@ -69,7 +60,7 @@ TEST(CopyRowsPlain, CopyEachRowForwardOrFromTheLastRowUp) {
             for (int32_t height : {3, -3, 5, -5}) {
                 const int32_t rows = height < 0 ? -height : height;
                 const int32_t srcStride = width + 9, dstStride = width + 5;
-                const std::vector<uint8_t> src = Random(size_t(srcStride) * rows, uint32_t(width));
+                const std::vector<uint8_t> src = tarn::test::RandomBytes(size_t(srcStride) * rows, uint32_t(width));
                 std::vector<uint8_t> dst(size_t(dstStride) * rows, 0xCD);
                 fn(dst.data(), dstStride, src.data(), srcStride, width, height);
                 for (int32_t y = 0; y < rows; ++y) {
@@ -80,14 +71,6 @@ TEST(CopyRowsPlain, CopyEachRowForwardOrFromTheLastRowUp) {
                     }
                 }
             }
-}
-
-// s(a, b, c) and t(a, b, c) written out again from their definitions.
-int RoundingSmooth(int above, int below, int centre) {
-    return ((above + below + 1) / 2 + centre + 1) / 2;
-}
-int TruncatingSmooth(int above, int below, int centre) {
-    return std::min(255, (above / 2 + below / 2) / 2 + centre / 2);
 }
 
 TEST(CopyRowsSmoothPlain, SmoothMiddleRowsWithTheirNeighboursAndKeepTheEdges) {
@@ -105,7 +88,7 @@ TEST(CopyRowsSmoothPlain, SmoothMiddleRowsWithTheirNeighboursAndKeepTheEdges) {
             for (int32_t height : {2, 3, 6, -6}) {
                 const int32_t rows = height < 0 ? -height : height;
                 const int32_t stride = width + 3;
-                const std::vector<uint8_t> src = Random(size_t(stride) * rows, uint32_t(width * 31 + rows));
+                const std::vector<uint8_t> src = tarn::test::RandomBytes(size_t(stride) * rows, uint32_t(width * 31 + rows));
                 std::vector<uint8_t> dst(size_t(stride) * rows, 0xCD);
                 form.fn(dst.data(), stride, src.data(), stride, width, height);
                 auto at = [&](int32_t row, int32_t x) {
@@ -117,8 +100,8 @@ TEST(CopyRowsSmoothPlain, SmoothMiddleRowsWithTheirNeighboursAndKeepTheEdges) {
                         int expected = at(y, x);
                         if (y > 0 && y < rows - 1) {
                             expected = (form.truncating && x < blockBytes)
-                                           ? TruncatingSmooth(at(y - 1, x), at(y + 1, x), at(y, x))
-                                           : RoundingSmooth(at(y - 1, x), at(y + 1, x), at(y, x));
+                                           ? ref::T(at(y - 1, x), at(y + 1, x), at(y, x))
+                                           : ref::S(at(y - 1, x), at(y + 1, x), at(y, x));
                         }
                         ASSERT_EQ(dst[y * stride + x], expected)
                             << "form block " << form.block << " " << width << "x" << height << " at "

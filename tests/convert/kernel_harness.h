@@ -6,8 +6,11 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <type_traits>
+#include <variant>
 #include <vector>
 
+#include "convert/kernel_catalogue.h"
 #include "platform/cpu_features.h"
 #include "platform/form_table.h"
 #include "support/colour_reference.h"
@@ -15,6 +18,13 @@
 namespace tarn::test {
 
 inline constexpr ptrdiff_t kMargin = 96;
+
+inline std::vector<uint8_t> RandomBytes(size_t n, uint32_t seed) {
+    std::vector<uint8_t> v(n);
+    std::mt19937 gen(seed);
+    for (auto& b : v) b = static_cast<uint8_t>(gen());
+    return v;
+}
 
 // A frame of `bytes` between two margins. Random frames have random margins
 // too, so that a kernel that read them would differ from the reference, which
@@ -25,8 +35,7 @@ struct Buffer {
             std::fill(data.begin(), data.end(), uint8_t(0xCD));
             return;
         }
-        std::mt19937 gen(seed);
-        for (auto& b : data) b = static_cast<uint8_t>(gen());
+        data = RandomBytes(data.size(), seed);
     }
     uint8_t* At(ptrdiff_t offset) { return data.data() + offset; }
     ref::Mem Mem() { return {&data, kMargin, hi}; }
@@ -72,6 +81,41 @@ inline PlanarLayout PlanarOf(int32_t width, int32_t rows, int32_t pad) {
     l.bytes = size_t(luma + 2 * chroma);
     l.planes = {kMargin, kMargin + luma + chroma, kMargin + luma, l.yStride, l.uvStride};
     return l;
+}
+
+// Puts back the catalogue start-up filled, for tests that fill it for
+// forced feature words.
+struct CatalogueRestore {
+    ~CatalogueRestore() { FillKernelCatalogue(g_cpuFeaturesCache); }
+};
+
+// Where a kernel's frames lie: a target and a source of rows (strides
+// negative when they are walked from the last row up) and a planar frame.
+struct EntryFrames {
+    uint8_t* dst;
+    int32_t dstStride;
+    uint8_t* src;
+    int32_t srcStride;
+    uint8_t *y, *u, *v;
+    int32_t yStride, uvStride;
+};
+
+// Calls any entry of the catalogue on the frames its kind takes.
+inline void RunEntry(const KernelEntry& entry, const EntryFrames& f, int32_t width, int32_t height,
+                     int32_t threshold = 100) {
+    std::visit(
+        [&](auto fn) {
+            using Fn = decltype(fn);
+            if constexpr (std::is_same_v<Fn, OneToOneEntry> || std::is_same_v<Fn, WritableSourceEntry>)
+                fn(f.dst, f.dstStride, f.src, f.srcStride, width, height);
+            else if constexpr (std::is_same_v<Fn, PlanarSourceEntry>)
+                fn(f.dst, f.dstStride, f.y, f.u, f.v, f.yStride, f.uvStride, width, height);
+            else if constexpr (std::is_same_v<Fn, KeyedPlanarSourceEntry>)
+                fn(f.dst, f.dstStride, f.y, f.u, f.v, f.yStride, f.uvStride, width, height, threshold);
+            else if constexpr (std::is_same_v<Fn, PlanarDestinationEntry>)
+                fn(f.y, f.u, f.v, f.yStride, f.uvStride, f.src, f.srcStride, width, height);
+        },
+        entry);
 }
 
 }  // namespace tarn::test

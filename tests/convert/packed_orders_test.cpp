@@ -1,6 +1,6 @@
-// The four packed orders and the 16-bit RGB packings, worked by hand: one
-// pixel pair in each order, known colours in 565 and 555, and the rows of
-// each fast form against the plain one.
+// The four packed orders worked by hand (one pixel pair in each order), the
+// rows of each fast form of the reorders and 16-bit packings against the
+// plain one, and every 16-bit word and colour through the packings.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -66,54 +66,6 @@ TEST(PackedOrders, PureBlueFromRgbInEveryOrder) {
         EXPECT_EQ(out[at.u], 236);
         EXPECT_EQ(out[at.v], 110);  // -18 x 496 = -8928, >> 9 is -18 (rounded down from -17.4)
     }
-}
-
-struct Colour {
-    uint8_t b, g, r;
-    uint16_t w565, w555;
-};
-// Low bits dropped, no dither.
-const Colour kColours[] = {
-    {0, 0, 255, 0xF800, 0x7C00},      {0, 255, 0, 0x07E0, 0x03E0}, {255, 0, 0, 0x001F, 0x001F},
-    {255, 255, 255, 0xFFFF, 0x7FFF},  {0x12, 0x34, 0x56, 0x51A2, 0x28C2}, {7, 3, 7, 0x0000, 0x0000},
-};
-
-TEST(Rgb16, KnownColoursPackAndExpand) {
-    const int n = int(std::size(kColours));
-    std::vector<uint8_t> rgb32, rgb24;
-    for (const Colour& c : kColours) {
-        rgb32.insert(rgb32.end(), {c.b, c.g, c.r, 0x77});
-        rgb24.insert(rgb24.end(), {c.b, c.g, c.r});
-    }
-    for (SimdForm form : FormsHere()) {
-        ScopedKernelChoice choice(0, form);
-        std::vector<uint16_t> w565(n), w555(n), from24(n);
-        ConvertRgbPixels(RgbKind::Rgb32, RgbKind::Rgb565, reinterpret_cast<uint8_t*>(w565.data()), 2 * n, rgb32.data(), 4 * n, n, 1);
-        ConvertRgbPixels(RgbKind::Rgb32, RgbKind::Rgb555, reinterpret_cast<uint8_t*>(w555.data()), 2 * n, rgb32.data(), 4 * n, n, 1);
-        ConvertRgbPixels(RgbKind::Rgb24, RgbKind::Rgb565, reinterpret_cast<uint8_t*>(from24.data()), 2 * n, rgb24.data(), 3 * n, n, 1);
-        for (int i = 0; i < n; ++i) {
-            EXPECT_EQ(w565[i], kColours[i].w565) << i;
-            EXPECT_EQ(w555[i], kColours[i].w555) << i;
-            EXPECT_EQ(from24[i], kColours[i].w565) << i;
-        }
-    }
-    // Expansion leaves the low bits 0; bit 15 of a 555 word is not a colour.
-    const uint16_t words[] = {0x51A2, 0xFFFF};    // as 565
-    const uint16_t words555[] = {0x28C2, 0xFFFF};  // as 555
-    std::vector<uint8_t> out(8, 0xCD);
-    ConvertRgbPixels(RgbKind::Rgb565, RgbKind::Rgb32, out.data(), 8, reinterpret_cast<const uint8_t*>(words), 4, 2, 1);
-    EXPECT_EQ(out, (std::vector<uint8_t>{0x10, 0x34, 0x50, 0, 0xF8, 0xFC, 0xF8, 0}));
-    ConvertRgbPixels(RgbKind::Rgb555, RgbKind::Rgb24, out.data(), 6, reinterpret_cast<const uint8_t*>(words555), 4, 2, 1);
-    EXPECT_EQ(std::vector<uint8_t>(out.begin(), out.begin() + 6), (std::vector<uint8_t>{0x10, 0x30, 0x50, 0xF8, 0xF8, 0xF8}));
-    // Between the packings red and green move by one bit: green's low bit is
-    // dropped one way and 0 the other.
-    uint16_t moved[2];
-    ConvertRgbPixels(RgbKind::Rgb565, RgbKind::Rgb555, reinterpret_cast<uint8_t*>(moved), 4, reinterpret_cast<const uint8_t*>(words), 4, 2, 1);
-    EXPECT_EQ(moved[0], 0x28C2);
-    EXPECT_EQ(moved[1], 0x7FFF);
-    ConvertRgbPixels(RgbKind::Rgb555, RgbKind::Rgb565, reinterpret_cast<uint8_t*>(moved), 4, reinterpret_cast<const uint8_t*>(words555), 4, 2, 1);
-    EXPECT_EQ(moved[0], 0x5182);
-    EXPECT_EQ(moved[1], 0xFFDF);
 }
 
 // Rows of every length up to a few blocks, in place and apart, canaries

@@ -5,21 +5,12 @@
 // point on, in every body and form this machine runs.
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "convert/catalogue_kernels.h"
 #include "convert/packed_pair_rows.h"
 #include "kernel_harness.h"
 
 namespace tarn::test {
 namespace {
-
-std::vector<uint8_t> RandomBytes(size_t n, uint32_t seed) {
-    std::vector<uint8_t> v(n);
-    std::mt19937 gen(seed);
-    for (auto& b : v) b = static_cast<uint8_t>(gen());
-    return v;
-}
 
 TEST(PackedChroma, OneBlockWorkedByHand) {
     // F0 = s(a) of byte 1: r(10, 30) = 20, then r(20, 101) = 61; F1 of byte

@@ -6,7 +6,6 @@
 // untouched.
 #include <gtest/gtest.h>
 
-#include <random>
 #include <vector>
 
 #include "convert/conversion_kernels.h"
@@ -24,15 +23,9 @@ constexpr size_t kPad = 64;
 // chroma plane of n.
 struct PairSource {
     PairSource(size_t pairs, uint32_t seed) {
-        std::mt19937 gen(seed);
-        for (auto& r : luma) r = Random(gen, 2 * pairs);
-        for (auto& r : u) r = Random(gen, pairs);
-        for (auto& r : v) r = Random(gen, pairs);
-    }
-    static std::vector<uint8_t> Random(std::mt19937& gen, size_t n) {
-        std::vector<uint8_t> row(n);
-        for (auto& b : row) b = static_cast<uint8_t>(gen());
-        return row;
+        for (auto& r : luma) r = RandomBytes(2 * pairs, ++seed);
+        for (auto& r : u) r = RandomBytes(pairs, ++seed);
+        for (auto& r : v) r = RandomBytes(pairs, ++seed);
     }
     std::vector<uint8_t> luma[6], u[3], v[3];
 };
