@@ -13,16 +13,14 @@ namespace {
 
 using testing_ipl::RecordReports;
 
-TEST(IplError, ZeroStoresAndCallsNoHandler) {
+// Status 0 is stored and calls no handler; a backtrace (-1) or autotrace
+// (-8) keeps the first status but is handled; others are stored, then handled.
+TEST(IplError, StatusesAreStoredThenHandled) {
     RecordReports rec;
     iplSetErrStatus(-7);
     EXPECT_EQ(iplError(0, "f", "m", "file", 1), 0);
     EXPECT_EQ(iplGetErrStatus(), 0);
     EXPECT_TRUE(rec.reports().empty());
-}
-
-TEST(IplError, BacktraceAndAutotraceKeepTheFirstStatus) {
-    RecordReports rec;
     for (int32_t passing : {-1, -8}) {
         iplSetErrStatus(-17);
         EXPECT_EQ(iplError(passing, "outer", "", "iplwarp", 982), passing);
@@ -32,10 +30,7 @@ TEST(IplError, BacktraceAndAutotraceKeepTheFirstStatus) {
     EXPECT_EQ(rec.reports()[0].status, -1);
     EXPECT_EQ(rec.reports()[0].function, "outer");
     EXPECT_EQ(rec.reports()[0].line, 982);
-}
-
-TEST(IplError, OtherStatusesAreStoredThenHandled) {
-    RecordReports rec;
+    rec.Clear();
     EXPECT_EQ(iplError(-5, "iplRotate", "msg", "iplwarp", 1264), -5);
     EXPECT_EQ(iplGetErrStatus(), -5);
     ASSERT_EQ(rec.reports().size(), 1u);
@@ -43,12 +38,10 @@ TEST(IplError, OtherStatusesAreStoredThenHandled) {
     EXPECT_EQ(rec.reports()[0].file, "iplwarp");
 }
 
-TEST(IplError, DefaultModeIsFatal) {
+// The default handler in the default (fatal) mode; outside it, it answers the status.
+TEST(IplError, DefaultHandlerAnswersTheStatusOutsideTheFatalMode) {
     EXPECT_EQ(iplGetErrMode(), IPL_ERRMODE_FATAL);
     EXPECT_EQ(iplErrorContext()->handler, &DefaultErrorHandler);
-}
-
-TEST(IplError, DefaultHandlerAnswersTheStatusOutsideTheFatalMode) {
     iplSetErrMode(IPL_ERRMODE_RETURN);
     EXPECT_EQ(iplError(-5, "f", "m", "file", 1), -5);
     EXPECT_EQ(iplGetErrStatus(), -5);
@@ -64,11 +57,7 @@ TEST(IplErrorDeathTest, AReportEndsTheProcessWithCodeOne) {
     EXPECT_EXIT(iplCreateImageHeader(3, 0, IPL_DEPTH_1U, "RGB", "BGR", 0, 0, 4, 4, 4, nullptr, nullptr, nullptr,
                                      nullptr),
                 ::testing::ExitedWithCode(1), "");
-}
-
-TEST(IplErrorDeathTest, ABacktraceEndsTheProcessToo) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(iplError(-1, "iplRotate", "", "iplwarp", 1416), ::testing::ExitedWithCode(1), "");
+    EXPECT_EXIT(iplError(-1, "iplRotate", "", "iplwarp", 1416), ::testing::ExitedWithCode(1), "") << "a backtrace";
 }
 
 TEST(IplErrorText, Table) {

@@ -147,10 +147,7 @@ TEST(ImageWrapHeader, ShapesByBits) {
         iplDeallocateHeader(h);
     }
     for (int32_t bits : {0, 12, 16, 48}) EXPECT_EQ(ImageWrapHeader(7, 3, bits), nullptr) << bits;
-}
-
-// A frame with no pixels is an incorrect size, reported through the error path.
-TEST(ImageWrapHeader, EmptyFrameIsReported) {
+    // A frame with no pixels is an incorrect size, reported through the error path.
     RecordReports rec;
     EXPECT_EQ(ImageWrapHeader(0, 480, 24), nullptr);
     EXPECT_EQ(ImageWrapHeader(640, 0, 8), nullptr);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,16 @@ private:
     IplErrorHandler previous_;
 };
 
+// Exactly one report was recorded, with this status, line and (when given) text.
+inline void ExpectOneReport(const RecordReports& rec, int32_t status, int32_t line, const char* message = nullptr) {
+    ASSERT_EQ(rec.reports().size(), 1u);
+    EXPECT_EQ(rec.reports()[0].status, status);
+    EXPECT_EQ(rec.reports()[0].line, line);
+    if (message) {
+        EXPECT_EQ(rec.reports()[0].message, message);
+    }
+}
+
 // An 8-bit image of `channels` channels in pixel order over its own bytes,
 // with `pad` bytes after each row and a canary of `slack` bytes around.
 class OwnedImage {
@@ -91,25 +102,32 @@ private:
     std::vector<uint8_t> bytes_;
 };
 
-}  // namespace tarn::testing_ipl
-
-namespace tarn::testing_ipl {
-
 // A value for each sample that differs between neighbours and far apart alike.
 inline uint8_t Pattern(int32_t x, int32_t y, int32_t c) {
     return uint8_t((uint32_t(x) * 2654435761u + uint32_t(y) * 40503u * 65536u + uint32_t(c) * 0x9E3779B9u) >> 24);
 }
 
-inline void FillPattern(OwnedImage& image) {
+// Sets every sample to value(x, y, channel).
+template <class Value>
+void Fill(OwnedImage& image, Value value) {
     const ImageHeader* h = image.get();
     for (int32_t y = 0; y < h->height; ++y)
         for (int32_t x = 0; x < h->width; ++x)
-            for (int32_t c = 0; c < h->channels; ++c) image.at(x, y)[c] = Pattern(x, y, c);
+            for (int32_t c = 0; c < h->channels; ++c) image.at(x, y)[c] = uint8_t(value(x, y, c));
 }
+inline void FillPattern(OwnedImage& image) { Fill(image, Pattern); }
 
-}  // namespace tarn::testing_ipl
-
-namespace tarn::testing_ipl {
+// Every sample of the image is expected(x, y, channel); the bytes around it
+// are untouched.
+template <class Expected>
+void ExpectSamples(OwnedImage& image, Expected expected, const std::string& what = "") {
+    const ImageHeader* h = image.get();
+    for (int32_t y = 0; y < h->height; ++y)
+        for (int32_t x = 0; x < h->width; ++x)
+            for (int32_t c = 0; c < h->channels; ++c)
+                ASSERT_EQ(image.at(x, y)[c], expected(x, y, c)) << what << " at " << x << "," << y << " channel " << c;
+    EXPECT_TRUE(image.CanariesIntact()) << what;
+}
 
 // Runs body(form) with each form this machine runs forced, plain first.
 template <class Body>
@@ -119,6 +137,22 @@ void ForEachForm(Body body) {
         ScopedKernelChoice choice(g_cpuFeatures, form);
         body(form);
     }
+}
+
+// Warps into a fresh target made by make() in each form this machine runs,
+// with no report; every form writes the plain form's bytes.
+template <class Make, class Warp>
+void ExpectFormsAgree(Make make, Warp warp, const std::string& what) {
+    RecordReports rec;
+    std::vector<uint8_t> plain;
+    ForEachForm([&](SimdForm form) {
+        auto target = make();
+        warp(target->get());
+        ASSERT_TRUE(rec.reports().empty()) << what;
+        EXPECT_TRUE(target->CanariesIntact()) << what;
+        if (form == SimdForm::Plain) plain = target->Pixels();
+        else ASSERT_EQ(target->Pixels(), plain) << FormName(form) << " " << what;
+    });
 }
 
 }  // namespace tarn::testing_ipl

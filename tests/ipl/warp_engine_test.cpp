@@ -17,6 +17,7 @@
 namespace tarn {
 namespace {
 
+using testing_ipl::ExpectSamples;
 using testing_ipl::FillPattern;
 using testing_ipl::ForEachForm;
 using testing_ipl::OwnedImage;
@@ -36,12 +37,7 @@ TEST(WarpEngine, RgbTurnWithAShiftJustBelowWhole) {
         OwnedImage src(6, 4, 3, 2), dst(4, 6, 3, 0, 0x5C);
         FillPattern(src);
         iplRotate(src.get(), dst.get(), 90, 0, yShift, 0);
-        for (int y = 0; y < 6; ++y)
-            for (int x = 0; x < 4; ++x)
-                for (int c = 0; c < 3; ++c)
-                    ASSERT_EQ(dst.pixel(x, y, c), y == 0 ? 0x5C : Pattern(6 - y, x, c))
-                        << x << "," << y << " " << FormName(form);
-        EXPECT_TRUE(dst.CanariesIntact());
+        ExpectSamples(dst, [](int x, int y, int c) { return y == 0 ? 0x5C : Pattern(6 - y, x, c); }, FormName(form));
     });
     EXPECT_TRUE(rec.reports().empty());
 }
@@ -91,8 +87,7 @@ TEST(WarpEngine, MirroredMapping) {
     FillPattern(src);
     const double mirror[6] = {-1, 0, 9, 0, 1, 0};
     iplWarpAffine(src.get(), dst.get(), mirror, 0);
-    for (int y = 0; y < 3; ++y)
-        for (int x = 0; x < 10; ++x) EXPECT_EQ(dst.pixel(x, y, 1), Pattern(9 - x, y, 1)) << x << "," << y;
+    ExpectSamples(dst, [](int x, int y, int c) { return Pattern(9 - x, y, c); });
 }
 
 TEST(WarpEngine, QuadrangleOutsideTheTargetChangesNothing) {
@@ -114,11 +109,9 @@ TEST(WarpEngine, TargetRoiClipsTheQuadrangle) {
     const double shift[6] = {1, 0, 0.25, 0, 1, 0.25};  // rounds back onto the same pixels
     iplWarpAffine(src.get(), dst.get(), shift, 0);
     dst.get()->roi = nullptr;
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x) {
-            const bool inside = x >= 2 && x <= 4 && y >= 3 && y <= 4;
-            EXPECT_EQ(dst.pixel(x, y), inside ? Pattern(x, y, 0) : 0x99) << x << "," << y;
-        }
+    ExpectSamples(dst, [](int x, int y, int) {
+        return x >= 2 && x <= 4 && y >= 3 && y <= 4 ? Pattern(x, y, 0) : 0x99;
+    });
 }
 
 // Rows of 32768 bytes or more are beyond the 16-bit offsets of the kernel;
@@ -181,17 +174,14 @@ TEST(WarpEngine, FastRowsMatchThePlainRows) {
             FillPattern(src);
             src.get()->alphaChannel = shape.alpha;
             const int dstPad = int(rng() % 3);
-            std::vector<uint8_t> expect;
-            RecordReports rec;
-            ForEachForm([&](SimdForm form) {
-                OwnedImage dst(dw, dh, shape.dstChannels, dstPad, 0x3C);
-                dst.get()->alphaChannel = shape.alpha;
-                iplWarpAffine(src.get(), dst.get(), c, mode);
-                ASSERT_TRUE(rec.reports().empty());
-                EXPECT_TRUE(dst.CanariesIntact());
-                if (form == SimdForm::Plain) expect = dst.Pixels();
-                else ASSERT_EQ(dst.Pixels(), expect) << FormName(form) << " mode " << mode << " trial " << trial;
-            });
+            testing_ipl::ExpectFormsAgree(
+                [&] {
+                    auto dst = std::make_unique<OwnedImage>(dw, dh, shape.dstChannels, dstPad, 0x3C);
+                    dst->get()->alphaChannel = shape.alpha;
+                    return dst;
+                },
+                [&](ImageHeader* dst) { iplWarpAffine(src.get(), dst, c, mode); },
+                "mode " + std::to_string(mode) + " trial " + std::to_string(trial));
         }
 }
 
@@ -203,16 +193,11 @@ TEST(WarpEngine, HalfTurnRowsMatchThePlainRows) {
         const int h = 3 + w % 4;
         OwnedImage src(w, h, 4, w % 3);
         FillPattern(src);
-        std::vector<uint8_t> expect;
-        RecordReports rec;
-        ForEachForm([&](SimdForm form) {
-            OwnedImage dst(w, h, 4, 1, 0x3C);
-            iplRotate(src.get(), dst.get(), 180, w - 1 + 0.25, h - 1 + 0.125, 0);
-            ASSERT_TRUE(rec.reports().empty());
-            EXPECT_TRUE(dst.CanariesIntact());
-            if (form == SimdForm::Plain) expect = dst.Pixels();
-            else ASSERT_EQ(dst.Pixels(), expect) << FormName(form) << " width " << w;
-        });
+        testing_ipl::ExpectFormsAgree([&] { return std::make_unique<OwnedImage>(w, h, 4, 1, 0x3C); },
+                                      [&](ImageHeader* dst) {
+                                          iplRotate(src.get(), dst, 180, w - 1 + 0.25, h - 1 + 0.125, 0);
+                                      },
+                                      "width " + std::to_string(w));
     }
 }
 

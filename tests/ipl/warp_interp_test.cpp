@@ -17,35 +17,27 @@
 namespace tarn {
 namespace {
 
+using testing_ipl::Fill;
+using testing_ipl::ExpectSamples;
 using testing_ipl::FillPattern;
+using testing_ipl::ForEachForm;
 using testing_ipl::OwnedImage;
 using testing_ipl::RecordReports;
-
-const SimdForm kAllForms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
 
 // Shifted left by a quarter pixel: target x reads source x + 0.25, so fx is
 // 4096. With p = 20 x: r0 = (20x 12288 + 20(x + 1) 4096) >> 8 = 1280 x + 320,
 // and (r0 16384 + 0x80000) >> 20 = (1280 x + 352) >> 6 = 20 x + 5.
 TEST(WarpLinear, QuarterPixelOfARamp) {
     RecordReports rec;
-    for (SimdForm form : kAllForms) {
-        if (form > HostSimdForm()) continue;
-        ScopedKernelChoice choice(g_cpuFeatures, form);
+    ForEachForm([&](SimdForm form) {
         for (int channels : {1, 3, 4}) {
             OwnedImage src(12, 3, channels, 1), dst(12, 3, channels, 0, 0x07);
-            for (int y = 0; y < 3; ++y)
-                for (int x = 0; x < 12; ++x)
-                    for (int c = 0; c < channels; ++c) src.at(x, y)[c] = uint8_t(20 * x + c);
+            Fill(src, [](int x, int, int c) { return 20 * x + c; });
             const double shift[6] = {1, 0, -0.25, 0, 1, 0};
             iplWarpAffine(src.get(), dst.get(), shift, IPL_INTER_LINEAR);
-            for (int y = 0; y < 3; ++y)
-                for (int x = 0; x < 12; ++x)
-                    for (int c = 0; c < channels; ++c)
-                        ASSERT_EQ(dst.pixel(x, y, c), x == 11 ? 0x07 : 20 * x + 5 + c)
-                            << x << "," << y << " " << channels << " " << FormName(form);
-            EXPECT_TRUE(dst.CanariesIntact());
+            ExpectSamples(dst, [](int x, int, int c) { return x == 11 ? 0x07 : 20 * x + 5 + c; }, FormName(form));
         }
-    }
+    });
     EXPECT_TRUE(rec.reports().empty());
 }
 
@@ -54,8 +46,7 @@ TEST(WarpLinear, QuarterPixelOfARamp) {
 // under any turn.
 TEST(WarpLinear, ARampStaysARamp) {
     OwnedImage src(20, 20, 1);
-    for (int y = 0; y < 20; ++y)
-        for (int x = 0; x < 20; ++x) *src.at(x, y) = uint8_t(6 * x + 5 * y);
+    Fill(src, [](int x, int y, int) { return 6 * x + 5 * y; });
     for (double angle : {17.0, 30.0, 133.0, 250.0}) {
         OwnedImage dst(30, 30, 1, 0, 0);
         double xs = 5, ys = 5;  // the image's centre to (14.5, 14.5)
@@ -81,11 +72,9 @@ TEST(WarpLinear, ARampStaysARamp) {
 // column 0 lies outside the quadrangle.
 TEST(WarpLinear, HalfTurnWithAHalfPixelShift) {
     OwnedImage src(8, 4, 1), dst(8, 4, 1, 0, 0xEE);
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 8; ++x) *src.at(x, y) = uint8_t(20 * x + y);
+    Fill(src, [](int x, int y, int) { return 20 * x + y; });
     iplRotate(src.get(), dst.get(), 180, 7.5, 3, IPL_INTER_LINEAR);
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 8; ++x) EXPECT_EQ(dst.pixel(x, y), x == 0 ? 0xEE : 153 - 20 * x - y) << x << "," << y;
+    ExpectSamples(dst, [](int x, int y, int) { return x == 0 ? 0xEE : 153 - 20 * x - y; });
 }
 
 // Cubic weights at half pixels are exact (multiples of 1024), and the cubic
@@ -93,24 +82,17 @@ TEST(WarpLinear, HalfTurnWithAHalfPixelShift) {
 // 64 x 3 X^2 exactly, and the result floor(3 X^2 + 0.5). The same turn as
 // above reads X = 7.5 - x, with windows at the image's start, middle and end.
 TEST(WarpCubic, HalfTurnOfAQuadraticIsExact) {
-    for (SimdForm form : kAllForms) {
-        if (form > HostSimdForm()) continue;
-        ScopedKernelChoice choice(g_cpuFeatures, form);
+    ForEachForm([&](SimdForm form) {
         for (int channels : {1, 3, 4}) {
             OwnedImage src(8, 4, channels), dst(8, 4, channels, 0, 0xEE);
-            for (int y = 0; y < 4; ++y)
-                for (int x = 0; x < 8; ++x)
-                    for (int c = 0; c < channels; ++c) src.at(x, y)[c] = uint8_t(3 * x * x + c);
+            Fill(src, [](int x, int, int c) { return 3 * x * x + c; });
             iplRotate(src.get(), dst.get(), 180, 7.5, 3, IPL_INTER_CUBIC);
-            for (int y = 0; y < 4; ++y)
-                for (int x = 0; x < 8; ++x)
-                    for (int c = 0; c < channels; ++c) {
-                        const double X = 7.5 - x;
-                        const int expect = x == 0 ? 0xEE : int(std::floor(3 * X * X + 0.5)) + c;
-                        ASSERT_EQ(dst.pixel(x, y, c), expect) << x << "," << y << " " << FormName(form);
-                    }
+            const auto expect = [](int x, int, int c) {
+                return x == 0 ? 0xEE : int(std::floor(3 * (7.5 - x) * (7.5 - x) + 0.5)) + c;
+            };
+            ExpectSamples(dst, expect, FormName(form));
         }
-    }
+    });
 }
 
 // The table's rounding leaves the weights summing to 16384 or within a few
@@ -169,23 +151,24 @@ TEST(WarpSmooth, AQuarterTurnThroughTheEngineIsNotSoftened) {
     EXPECT_EQ(a.Pixels(), b.Pixels());
 }
 
-// An image of `channels` planes over its own bytes, 8-bit: plane c is the
-// pixel-order image's channel c.
-struct Planes {
+// A header of `channels` samples of type T at `depth` over a vector, one
+// plane per channel in plane order.
+template <class T>
+struct HeaderImage {
     ImageHeader* header;
-    std::vector<uint8_t> bytes;
-    Planes(int w, int h, int channels) {
-        header = iplCreateImageHeader(channels, 0, IPL_DEPTH_8U, "RGB", "BGR", IPL_DATA_ORDER_PLANE, 0, 4, w, h,
-                                      nullptr, nullptr, nullptr, nullptr);
-        bytes.assign(size_t(header->imageSize), 0);
-        header->imageData = bytes.data();
+    std::vector<T> samples;
+    HeaderImage(int w, int h, int channels, uint32_t depth, int order, T fill) {
+        header = iplCreateImageHeader(channels, 0, depth, "RGB", "BGR", order, 0, 4, w, h, nullptr, nullptr, nullptr,
+                                      nullptr);
+        samples.assign(size_t(header->imageSize) / sizeof(T), fill);
+        header->imageData = reinterpret_cast<uint8_t*>(samples.data());
     }
-    ~Planes() {
+    ~HeaderImage() {
         header->imageData = nullptr;
         iplDeallocateHeader(header);
     }
-    uint8_t& at(int x, int y, int c) {
-        return bytes[size_t(c) * header->height * header->widthStep + size_t(y) * header->widthStep + x];
+    T& at(int x, int y, int c = 0) {
+        return samples[(size_t(c) * header->height + y) * header->widthStep / sizeof(T) + x];
     }
 };
 
@@ -197,7 +180,8 @@ TEST(WarpKernels, PlaneOrderAgreesWithPixelOrder) {
     for (int mode : {IPL_INTER_NN, IPL_INTER_LINEAR, IPL_INTER_CUBIC}) {
         OwnedImage src(13, 9, 3), dst(15, 15, 3, 0, 0);
         FillPattern(src);
-        Planes psrc(13, 9, 3), pdst(15, 15, 3);
+        HeaderImage<uint8_t> psrc(13, 9, 3, IPL_DEPTH_8U, IPL_DATA_ORDER_PLANE, 0),
+            pdst(15, 15, 3, IPL_DEPTH_8U, IPL_DATA_ORDER_PLANE, 0);
         for (int y = 0; y < 9; ++y)
             for (int x = 0; x < 13; ++x)
                 for (int ch = 0; ch < 3; ++ch) psrc.at(x, y, ch) = src.pixel(x, y, ch);
@@ -210,35 +194,18 @@ TEST(WarpKernels, PlaneOrderAgreesWithPixelOrder) {
     EXPECT_TRUE(rec.reports().empty());
 }
 
-// A header of one channel at `depth` over a vector of samples.
-template <class T>
-struct DeepImage {
-    ImageHeader* header;
-    std::vector<T> samples;
-    DeepImage(int w, int h, uint32_t depth, T fill) {
-        header = iplCreateImageHeader(1, 0, depth, "GRAY", "GRAY", 0, 0, 4, w, h, nullptr, nullptr, nullptr, nullptr);
-        samples.assign(size_t(header->imageSize) / sizeof(T), fill);
-        header->imageData = reinterpret_cast<uint8_t*>(samples.data());
-    }
-    ~DeepImage() {
-        header->imageData = nullptr;
-        iplDeallocateHeader(header);
-    }
-    T& at(int x, int y) { return samples[size_t(y) * header->widthStep / sizeof(T) + x]; }
-};
-
 // 16-bit linear, a quarter pixel into p = 1000 x: 1000 x + 250 exactly;
 // float cubic of a quadratic at half pixels: 3 X^2 to single precision.
 TEST(WarpKernels, WideSamples) {
     RecordReports rec;
-    DeepImage<uint16_t> src16(10, 4, IPL_DEPTH_16U, 0), dst16(10, 4, IPL_DEPTH_16U, 7);
+    HeaderImage<uint16_t> src16(10, 4, 1, IPL_DEPTH_16U, 0, 0), dst16(10, 4, 1, IPL_DEPTH_16U, 0, 7);
     for (int y = 0; y < 4; ++y)
         for (int x = 0; x < 10; ++x) src16.at(x, y) = uint16_t(1000 * x);
     const double shift[6] = {1, 0, -0.25, 0, 1, 0};
     iplWarpAffine(src16.header, dst16.header, shift, IPL_INTER_LINEAR);
     for (int x = 0; x < 10; ++x) EXPECT_EQ(dst16.at(x, 2), x == 9 ? 7 : 1000 * x + 250) << x;
 
-    DeepImage<float> src32(8, 4, IPL_DEPTH_32F, 0), dst32(8, 4, IPL_DEPTH_32F, -1);
+    HeaderImage<float> src32(8, 4, 1, IPL_DEPTH_32F, 0, 0), dst32(8, 4, 1, IPL_DEPTH_32F, 0, -1);
     for (int y = 0; y < 4; ++y)
         for (int x = 0; x < 8; ++x) src32.at(x, y) = float(3 * x * x);
     iplRotate(src32.header, dst32.header, 180, 7.5, 3, IPL_INTER_CUBIC);
