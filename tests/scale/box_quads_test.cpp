@@ -66,8 +66,7 @@ TEST(BoxQuads, RowsMatchPlain) {
                         const uint32_t rowBytes = offsets[len - 1] + (width - 1) * fam.sp + 4;
                         const int32_t stride = sign * int32_t(rowBytes + 3);
                         const uint32_t deep = std::clamp(rows, 1u, 16u);
-                        std::vector<uint8_t> src(size_t(rowBytes + 3) * (deep - 1) + rowBytes);
-                        for (auto& b : src) b = uint8_t(rng());
+                        auto src = test::RandomBytes(size_t(rowBytes + 3) * (deep - 1) + rowBytes, rng);
                         const uint8_t* first = src.data() + (sign < 0 ? size_t(rowBytes + 3) * (deep - 1) : 0);
                         Target want(size_t(len) * fam.dp + 1), got(size_t(len) * fam.dp + 1);
                         fam.plain(want.Run(), first, offsets.data(), counts.data(), len, stride, rows);
@@ -119,8 +118,7 @@ TEST(BoxUnit, RowsMatchPlainKernels) {
                     offsets[j] = (j + 2) * fam.sp;
                 }
                 // The row ends right after the last sample that can be read.
-                std::vector<uint8_t> src(size_t(len + 1) * fam.sp + 4);
-                for (auto& b : src) b = uint8_t(rng());
+                auto src = test::RandomBytes(size_t(len + 1) * fam.sp + 4, rng);
                 std::vector<uint32_t> resolved;
                 ASSERT_TRUE(ResolveUnitColumns(offsets.data(), counts.data(), len, resolved));
                 Target want(size_t(len) * fam.dp + 1), plain(want), fast(want);
@@ -150,8 +148,7 @@ TEST(BoxExact, WholeBoxesAndCutBoxesSumAlike) {
     // and 4, with the source span cut through some of them: each box is the
     // sum of its bytes inside the span, worked here byte by byte.
     std::mt19937 rng(61);
-    std::vector<uint8_t> src(40 * 9);
-    for (auto& b : src) b = uint8_t(rng());
+    auto src = test::RandomBytes(40 * 9, rng);
     const int32_t stride = -40;
     const uint8_t* row = src.data() + 40 * 8;  // the last buffer row first
     // The exact rows take the column word whole; the fade rows its low half.
@@ -232,8 +229,7 @@ TEST(BoxExact, RowsAgreeAcrossForms) {
                 }
                 const uint32_t len = uint32_t(counts.size()), rowBytes = at + 1;
                 const int32_t stride = sign * int32_t(rowBytes);
-                std::vector<uint8_t> src(size_t(rowBytes) * rows);
-                for (auto& b : src) b = uint8_t(rng());
+                auto src = test::RandomBytes(size_t(rowBytes) * rows, rng);
                 const uint8_t* row = src.data() + (sign < 0 ? size_t(rowBytes) * (rows - 1) : 0);
                 const ScaleBounds bounds{ByteSpan(0, UINTPTR_MAX),
                                          ByteSpan(AddrOf(src.data()), AddrOf(src.data()) + src.size())};

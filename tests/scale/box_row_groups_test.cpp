@@ -130,20 +130,9 @@ TEST(BoxRowGroups, HalvingAgreesAcrossFormsApartAndInPlace) {
     for (uint32_t mode : {SCALE_BOX, SCALE_BOX_FADE})
         for (uint32_t bytes : {3u, 4u})
             for (bool inPlace : {false, true}) {
-                const uint32_t sw = 74, sh = 26, dw = 37, dh = 13;
-                const auto start = test::RandomBytes(size_t(sw) * sh * bytes + 64, rng);
+                const auto start = test::RandomBytes(74 * 26 * bytes + 64, rng);
                 test::ExpectFormsAgree(
-                    [&] {
-                        // Source and target in one block, the target well after
-                        // the source, so that the rows count as apart on every run.
-                        std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x33);
-                        std::copy(start.begin(), start.end(), arena.begin());
-                        uint8_t* src = arena.data();
-                        uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
-                        ScaleImage({dst, dw, dh, int32_t(dw * bytes), bytes}, {src, sw, sh, int32_t(sw * bytes), bytes},
-                                   {2.0, 2.0}, mode, nullptr);
-                        return std::vector<uint8_t>(dst, dst + start.size());
-                    },
+                    [&] { return test::ScaleInOneBlock(start, {74, 26, 37, 13}, bytes, mode, inPlace); },
                     test::Label("mode", mode, bytes, "bytes in place", inPlace));
             }
 }

@@ -22,6 +22,7 @@ constexpr uint32_t kLens[] = {0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 33, 64,
 struct RandomRows {
     std::mt19937 rng{12345};
     uint32_t Next() { return static_cast<uint32_t>(rng()); }
+    std::vector<uint8_t> Bytes(size_t n) { return test::RandomBytes(n, rng); }
     std::vector<uint32_t> SortedOffsets(uint32_t len, uint32_t maxSample, uint32_t pitch) {
         std::vector<uint32_t> o(len + 8);
         for (auto& v : o) v = Next() % (maxSample + 1);
@@ -56,8 +57,7 @@ TEST(FastForms, InnerRowsMatchPlain) {
                 for (int32_t sign : {1, -1}) {
                     const uint32_t width = 50;
                     const int32_t stride = int32_t(width * c.sb + 5);
-                    std::vector<uint8_t> src(size_t(stride) * 2 + 16);
-                    for (auto& b : src) b = uint8_t(r.Next());
+                    const auto src = r.Bytes(size_t(stride) * 2 + 16);
                     const uint8_t* row = sign > 0 ? src.data() : src.data() + stride;
                     const auto offsets = r.SortedOffsets(len, width - 3, c.sb);
                     const auto weights = r.Weights(len);
@@ -75,11 +75,9 @@ TEST(FastForms, GrayRowsMatchPlain) {
     for (uint32_t len : kLens)
         for (uint32_t width : {2u, 5u, 13u, 40u, 97u}) {
             const int32_t stride = int32_t(width + 3);
-            std::vector<uint8_t> src(size_t(stride) * 2 + 8);
-            for (auto& b : src) b = uint8_t(r.Next());
+            const auto src = r.Bytes(size_t(stride) * 2 + 8);
             const auto offsets = r.SortedOffsets(len, width - 2, 1);
-            std::vector<uint8_t> block(len * 4 + 8);
-            for (auto& b : block) b = uint8_t(r.Next());
+            const auto block = r.Bytes(len * 4 + 8);
             const uint32_t rw = (r.Next() & 255) * 0x01010101u;
             std::vector<uint8_t> a(len + 8, 0x5A), b(len + 8, 0x5A);
             GrayInnerRowPlain(a.data(), src.data(), block.data(), offsets.data(), len, stride, rw);
@@ -94,8 +92,7 @@ TEST(FastForms, BoxRowsMatchPlain) {
     for (uint32_t len : kLens)
         for (uint32_t rows = 0; rows <= 17; ++rows) {
             const int32_t stride = 4 * 160 + 12;
-            std::vector<uint8_t> src(size_t(stride) * 17 + 64);
-            for (auto& b : src) b = uint8_t(r.Next());
+            const auto src = r.Bytes(size_t(stride) * 17 + 64);
             std::vector<uint32_t> counts(len + 1), offsets(len + 1);
             uint32_t at = 0;
             for (uint32_t j = 0; j < len; ++j) {
@@ -150,8 +147,7 @@ TEST(FastForms, BoxRowsMatchPlain) {
 
 TEST(FastForms, GrayGatherPicksEachOffset) {
     RandomRows r;
-    std::vector<uint8_t> row(300);
-    for (auto& b : row) b = uint8_t(r.Next());
+    const auto row = r.Bytes(300);
     for (uint32_t len : kLens) {
         const auto offsets = r.SortedOffsets(len, 299, 1);
         std::vector<uint8_t> out(len + 8, 0x5A);
@@ -188,8 +184,7 @@ TEST(FastForms, AreaRowSumsAreBitExact) {
     for (uint32_t width : {1u, 7u, 8u, 9u, 40u, 203u})
         for (uint32_t per : {1u, 2u, 3u, 5u}) {
             const uint32_t srcWidth = width * 2 + 5;
-            std::vector<uint8_t> row(srcWidth + 8);
-            for (auto& b : row) b = uint8_t(rng());
+            auto row = test::RandomBytes(srcWidth + 8, rng);
             std::vector<int32_t> index(size_t(per) * width);
             std::vector<float> weight(size_t(per) * width);
             for (uint32_t x = 0; x < width; ++x)

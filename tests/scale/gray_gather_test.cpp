@@ -77,21 +77,6 @@ TEST(GrayGather, StridedLeadsEndWhereTheStepBreaks) {
                     }
 }
 
-// The nearest column and row tables of a plane scaled at the usual steps,
-// rows of `srcStride` bytes.
-struct NearestTables {
-    std::vector<uint32_t> co, ro;
-    NearestTables(const test::Shape& s, int32_t srcStride) : co(s.dw), ro(s.dh) {
-        std::vector<uint32_t> unusedW(s.dh);
-        std::vector<uint8_t> unusedCw(s.dw);
-        uint32_t f = 0, l = 0;
-        BuildGrayColumnTable(s.dw, s.sw, unusedCw.data(), co.data(), 0.0, double(s.sw) / s.dw, &f, &l,
-                             AxisFilter::Nearest);
-        BuildGrayRowTable(s.dh, s.sh, unusedW.data(), ro.data(), srcStride, 0.0, double(s.sh) / s.dh, &f, &l,
-                          AxisFilter::Nearest);
-    }
-};
-
 TEST(GrayGather, NearestPlanesFollowTheirTables) {
     // Every form against a gather worked row by row from the tables, so that
     // rows copied from the row above and shuffled blocks are both checked:
@@ -121,9 +106,9 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
     for (const auto& [s, srcPad, dstPad, upTarget, upSource] : cases) {
         const int32_t ss = int32_t(s.sw) + srcPad, ds = int32_t(s.dw) + dstPad;
         const auto src = test::RandomBytes(size_t(ss) * s.sh, rng);
-        const NearestTables t(s, ss);
+        const test::GrayTables t(s, ss, AxisFilter::Nearest, AxisFilter::Nearest);
         if (srcPad == 0 && s.sw % s.dw == 0) {
-            ASSERT_EQ(t.co[1] - t.co[0], s.sw / s.dw) << test::Describe(s);
+            ASSERT_EQ(t.cols[1] - t.cols[0], s.sw / s.dw) << test::Describe(s);
         }
         // Row y of a picture as the scaler sees it lies at row `at(y)` of its buffer.
         auto at = [](bool up, uint32_t y, uint32_t h) { return up ? h - 1 - y : y; };
@@ -131,7 +116,7 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
         for (uint32_t y = 0; y < s.dh; ++y)
             for (uint32_t x = 0; x < s.dw; ++x)
                 want[margin + size_t(at(upTarget, y, s.dh)) * ds + x] =
-                    src[size_t(at(upSource, uint32_t(RowDelta(t.ro[y]) / ss), s.sh)) * ss + t.co[x]];
+                    src[size_t(at(upSource, uint32_t(RowDelta(t.rows[y]) / ss), s.sh)) * ss + t.cols[x]];
         test::ForEachForm([&](SimdForm form) {
             std::vector<uint8_t> out(want.size(), 0xC3);
             uint8_t* top = out.data() + margin + size_t(at(upTarget, 0, s.dh)) * ds;
@@ -145,36 +130,37 @@ TEST(GrayGather, NearestPlanesFollowTheirTables) {
 
 TEST(GrayGather, FieldBandRowsAreGathersOfTheirTableRows) {
     // Row pairs mark their bands in pairs, so about half an enlarged field
-    // picture is bottom rows: each the gather of its table row by the
-    // bilinear column offsets, whether gathered or copied from a row above.
-    struct Case {
-        uint32_t sw, sh, dw, dh;
+    // picture is top and bottom rows: each the gather of its table row by
+    // the bilinear column offsets, whether gathered or copied from a row
+    // above, and the last case is large enough to be stored around the
+    // caches (its target starts 3 bytes past a 32-byte boundary). The
+    // padding after each row but the last keeps its bytes.
+    const struct {
+        test::Shape s;
         bool flip;
-    };
-    const Case cases[] = {{40, 12, 80, 24, false}, {61, 20, 122, 40, true}, {300, 16, 600, 32, false},
-                          {33, 14, 100, 42, true}};
+        int32_t srcPad, dstPad;
+        size_t skew;
+    } cases[] = {{{40, 12, 80, 24}, false, 3, 1, 0},   {{61, 20, 122, 40}, true, 3, 1, 0},
+                 {{300, 16, 600, 32}, false, 3, 1, 0}, {{33, 14, 100, 42}, true, 3, 1, 0},
+                 {{1100, 1001, 2200, 2002}, false, 0, 5, 3}};
     std::mt19937 rng(5);
-    for (const Case& c : cases) {
-        const int32_t ss = int32_t(c.sw) + 3, ds = int32_t(c.dw) + 1;
-        const auto src = test::RandomBytes(size_t(ss) * c.sh, rng);
-        const double stepX = double(c.sw) / c.dw, stepY = double(c.sh) / c.dh;
-        std::vector<uint32_t> co(c.dw), ro(c.dh), rw(c.dh);
-        std::vector<uint8_t> cw(c.dw);
-        uint32_t cf = 0, cl = 0, rf = 0, rl = 0;
-        BuildGrayColumnTable(c.dw, c.sw, cw.data(), co.data(), 0.0, stepX, &cf, &cl, AxisFilter::Bilinear);
-        BuildGrayRowTable(c.dh, c.sh, rw.data(), ro.data(), ss, 0.0, stepY, &rf, &rl, AxisFilter::FieldPairs);
-        ASSERT_GE(c.dh - rl, 8u) << "enough bottom rows for the planned gather";
+    for (const auto& [s, flip, srcPad, dstPad, skew] : cases) {
+        const int32_t ss = int32_t(s.sw) + srcPad, ds = int32_t(s.dw) + dstPad;
+        const auto src = test::RandomBytes(size_t(ss) * s.sh, rng);
+        const test::GrayTables t(s, ss, AxisFilter::Bilinear, AxisFilter::FieldPairs);
+        ASSERT_GE(s.dh - t.rl, std::max(8u, s.dh / 3)) << "enough bottom rows for the planned gather";
         test::ForEachForm([&](SimdForm form) {
-            std::vector<uint8_t> out(size_t(ds) * c.dh, 0xC3);
-            uint8_t* top = c.flip ? out.data() + size_t(ds) * (c.dh - 1) : out.data();
-            ScaleImage({top, c.dw, c.dh, c.flip ? -ds : ds, 1}, {src.data(), c.sw, c.sh, ss, 1}, {stepX, stepY},
-                       SCALE_FIELD_BILINEAR, nullptr);
-            for (uint32_t y = 0; y < c.dh; ++y) {
-                if (y >= rf && y < rl) continue;
-                const uint8_t* row = top + (c.flip ? -intptr_t(ds) : intptr_t(ds)) * y;
-                for (uint32_t x = 0; x < c.dw; ++x)
-                    ASSERT_EQ(row[x], src[RowDelta(ro[y]) + co[x]])
-                        << c.sw << "x" << c.sh << " row " << y << " column " << x << " " << FormName(form);
+            std::vector<uint8_t> out(size_t(ds) * s.dh + 64, 0xC3);
+            uint8_t* top = out.data() + skew + (flip ? size_t(ds) * (s.dh - 1) : 0);
+            ScaleImage({top, s.dw, s.dh, flip ? -ds : ds, 1}, {src.data(), s.sw, s.sh, ss, 1},
+                       {double(s.sw) / s.dw, double(s.sh) / s.dh}, SCALE_FIELD_BILINEAR, nullptr);
+            for (uint32_t y = 0; y < s.dh; ++y) {
+                if (y >= t.rf && y < t.rl) continue;
+                const uint8_t* row = top + (flip ? -intptr_t(ds) : intptr_t(ds)) * y;
+                for (uint32_t x = 0; x < s.dw; ++x)
+                    ASSERT_EQ(row[x], src[RowDelta(t.rows[y]) + t.cols[x]])
+                        << test::Describe(s) << " row " << y << " column " << x << " " << FormName(form);
+                for (int32_t x = int32_t(s.dw); x < ds && y + 1 < s.dh; ++x) ASSERT_EQ(row[x], 0xC3);
             }
         });
     }

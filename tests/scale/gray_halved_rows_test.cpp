@@ -6,33 +6,16 @@
 // tests.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <random>
 #include <vector>
 
-#include "platform/form_table.h"
 #include "scale/axis_table.h"
 #include "scale/gray_halved_rows.h"
 #include "scale/inner_rows.h"
+#include "scale_test_support.h"
 
 namespace tarn {
 namespace {
-
-// The column and row tables of the single-channel driver, laid out as it
-// lays them out: the weight bytes followed by the column offsets, which the
-// trailing pixels read their weights from.
-struct Tables {
-    std::vector<uint8_t> block;
-    std::vector<uint32_t> cols, rowWeights, rows;
-    uint32_t cf = 0, cl = 0, rf = 0, rl = 0;
-    Tables(uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh, int32_t srcStride, AxisFilter rowFilter)
-        : block(size_t(dw) * 5 + 2), cols(dw), rowWeights(dh), rows(dh) {
-        BuildGrayColumnTable(dw, sw, block.data(), cols.data(), 0.0, double(sw) / dw, &cf, &cl, AxisFilter::Bilinear);
-        BuildGrayRowTable(dh, sh, rowWeights.data(), rows.data(), srcStride, 0.0, double(sh) / dh, &rf, &rl,
-                          rowFilter);
-        std::memcpy(block.data() + dw, cols.data(), size_t(dw) * 4);
-    }
-};
 
 #if defined(TARN_HAVE_X86_SIMD)
 TEST(GrayHalvedRows, MatchTheBilinearRowsOfWholeShrinks) {
@@ -58,12 +41,11 @@ TEST(GrayHalvedRows, MatchTheBilinearRowsOfWholeShrinks) {
     for (const Size& s : sizes)
         for (const bool up : {false, true}) {
             const int32_t srcStride = int32_t(s.sw);
-            std::vector<uint8_t> src(size_t(srcStride) * s.sh);
-            for (auto& b : src) b = uint8_t(rng());
+            auto src = test::RandomBytes(size_t(srcStride) * s.sh, rng);
             // Bottom-up: the first row last in memory, strides negative.
             const int32_t sStride = up ? -srcStride : srcStride;
             const uint8_t* first = up ? src.data() + size_t(srcStride) * (s.sh - 1) : src.data();
-            const Tables t(s.sw, s.sh, s.dw, s.dh, sStride, s.rows);
+            const test::GrayTables t({s.sw, s.sh, s.dw, s.dh}, sStride, AxisFilter::Bilinear, s.rows);
             ASSERT_TRUE(t.cf == 0 && t.cl == s.dw && t.rf == 0 && t.rl == s.dh) << s.sw << "->" << s.dw;
             const int32_t dstStride = int32_t(s.dw + 7);
             const size_t margin = 40, bytes = size_t(dstStride) * s.dh + 2 * margin;
@@ -93,11 +75,10 @@ TEST(GrayHalvedRows, MatchTheBilinearRowsOfWholeShrinks) {
 TEST(GrayHalvedRows, KeepTheLowerRowsMeansForTheNextRow) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     const uint32_t sw = 350, sh = 12, dw = 175;
-    const Tables t(sw, sh, dw, 1, int32_t(sw), AxisFilter::Bilinear);
+    const test::GrayTables t({sw, sh, dw, 1}, int32_t(sw), AxisFilter::Bilinear, AxisFilter::Bilinear);
     // The plain rows read the row below whatever its weight: one row more.
-    std::vector<uint8_t> src(size_t(sw) * (sh + 1));
     std::mt19937 rng(5);
-    for (auto& b : src) b = uint8_t(rng());
+    const auto src = test::RandomBytes(size_t(sw) * (sh + 1), rng);
     // Source row and weight of each target row.
     const std::vector<std::pair<uint32_t, uint32_t>> tables[] = {
         {{0, 128}, {1, 128}, {2, 128}, {3, 128}, {4, 128}, {5, 128}},

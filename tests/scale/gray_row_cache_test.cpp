@@ -63,19 +63,13 @@ TEST(GrayRowCache, EachWayOfBlendingMatchesThePlainRow) {
                           {100, 67, Run::Shuffled},  {97, 301, Run::Shuffled}, {1920, 1280, Run::Shuffled}, {243, 121, Run::Shuffled}};
     std::mt19937 rng(33);
     for (const Case& c : cases) {
-        // The block as the driver lays it out: weights, then the offsets the
-        // trailing pixels read their weights from.
-        std::vector<uint8_t> block(size_t(c.dw) * 5 + 8, 0);
-        std::vector<uint32_t> offsets(c.dw);
-        uint32_t first = 0, last = 0;
-        BuildGrayColumnTable(c.dw, c.sw, block.data(), offsets.data(), 0.0, double(c.sw) / c.dw, &first, &last,
-                             AxisFilter::Bilinear);
-        std::memcpy(block.data() + c.dw, offsets.data(), size_t(c.dw) * 4);
+        const test::GrayTables t({c.sw, 1, c.dw, 1}, 0, AxisFilter::Bilinear, AxisFilter::Bilinear);
+        const uint8_t* block = t.block.data();
+        const uint32_t *offsets = t.cols.data(), first = t.cf, last = t.cl;
         const uint32_t middle = last - first;
         const int32_t stride = int32_t(c.sw);
         const uint32_t rows = 6;
-        std::vector<uint8_t> src(size_t(stride) * rows);
-        for (auto& b : src) b = uint8_t(rng());
+        auto src = test::RandomBytes(size_t(stride) * rows, rng);
         // Streamed rows start their vector stores on a 32-byte boundary:
         // targets that start off it by 0 to 31 bytes, the bytes around them
         // left alone.
@@ -86,9 +80,9 @@ TEST(GrayRowCache, EachWayOfBlendingMatchesThePlainRow) {
                     const size_t skew = (y * 7 + rw) % 32 + 32;
                     std::vector<uint8_t> want(middle + 96, 0x3C), got(middle + 96, 0x3C);
                     const uint8_t* row = src.data() + size_t(stride) * y;
-                    GrayInnerRowPlain(want.data() + skew, row, block.data() + first, offsets.data() + first, middle,
+                    GrayInnerRowPlain(want.data() + skew, row, block + first, offsets + first, middle,
                                       stride, rw);
-                    GrayInnerRowCachedAvx2(got.data() + skew, row, block.data() + first, offsets.data() + first,
+                    GrayInnerRowCachedAvx2(got.data() + skew, row, block + first, offsets + first,
                                            middle, stride, rw, cache);
                     ASSERT_EQ(got, want) << c.sw << "->" << c.dw << " row " << y << " rw " << (rw & 255) << " stream "
                                          << stream;
@@ -109,8 +103,7 @@ TEST(GrayStrided, TheLastBlockTakesOnlySamplesWithinReach) {
         for (uint32_t count : {16u, 31u, 32u, 48u, 63u, 64u, 100u, 480u})
             for (bool means : {false, true}) {
                 const uint32_t reach = q * (count - 1) + (means ? 2 : 1);
-                std::vector<uint8_t> s(reach);
-                for (auto& b : s) b = uint8_t(rng());
+                auto s = test::RandomBytes(reach, rng);
                 std::vector<uint8_t> out(count + 16, 0x77);
                 const uint32_t done = means ? StridedMeansAvx2(out.data(), s.data(), count, q, reach, nullptr)
                                             : StridedPicksAvx2(out.data(), s.data(), count, q, reach, s.data());
@@ -124,37 +117,6 @@ TEST(GrayStrided, TheLastBlockTakesOnlySamplesWithinReach) {
 }
 #endif
 
-// A field-paired enlargement large enough to be stored around the caches:
-// its top and bottom band rows (half the picture, as the pair marks count
-// pairs) are each the gather of their table row, in every form, whichever
-// way they reach the target.
-TEST(GrayRowCache, StreamedBandRowsAreTheGathersOfTheirTableRows) {
-    const uint32_t sw = 1100, sh = 1001, dw = 2200, dh = 2002;
-    const double sx = double(sw) / dw, sy = double(sh) / dh;
-    std::vector<uint8_t> colWeights(dw);
-    std::vector<uint32_t> cols(dw), rowWeights(dh), rows(dh);
-    uint32_t cf, cl, rf, rl;
-    BuildGrayColumnTable(dw, sw, colWeights.data(), cols.data(), 0.0, sx, &cf, &cl, AxisFilter::Bilinear);
-    BuildGrayRowTable(dh, sh, rowWeights.data(), rows.data(), int32_t(sw), 0.0, sy, &rf, &rl, AxisFilter::FieldPairs);
-    ASSERT_GT(dh - rl, dh / 3) << "a large part of the target is band rows";
-    std::mt19937 rng(37);
-    const auto src = test::RandomBytes(size_t(sw) * sh, rng);
-    test::ForEachForm([&](SimdForm form) {
-        // Rows start 3 bytes past a 32-byte boundary and carry 5 bytes of padding.
-        const int32_t stride = int32_t(dw + 5);
-        std::vector<uint8_t> out(size_t(stride) * dh + 64, 0x6E);
-        uint8_t* dst = out.data() + 3;
-        ScaleImage({dst, dw, dh, stride, 1}, {src.data(), sw, sh, int32_t(sw), 1}, {sx, sy}, 5, nullptr);
-        for (uint32_t y = 0; y < dh; ++y) {
-            if (y >= rf && y < rl) continue;
-            const uint8_t* d = dst + size_t(stride) * y;
-            const uint8_t* s = src.data() + rows[y];
-            for (uint32_t x = 0; x < dw; ++x) ASSERT_EQ(d[x], s[cols[x]]) << FormName(form) << " " << y << " " << x;
-            for (uint32_t x = dw; x < dw + 5 && y + 1 < dh; ++x) ASSERT_EQ(d[x], 0x6E);
-        }
-    });
-}
-
 TEST(GrayRowCache, TargetOverTheSourceRunsRowByRow) {
     // A 2x enlargement written over the buffer that holds its source: rows
     // written early change rows read later. Without the cache the widest
@@ -163,8 +125,7 @@ TEST(GrayRowCache, TargetOverTheSourceRunsRowByRow) {
     // form's when target and source share bytes).
     std::mt19937 rng(32);
     const uint32_t sw = 48, sh = 12, dw = 96, dh = 24;
-    std::vector<uint8_t> start(size_t(dw) * dh + 64);
-    for (auto& b : start) b = uint8_t(rng());
+    auto start = test::RandomBytes(size_t(dw) * dh + 64, rng);
     // Field pairs too: half their target is bottom rows, gathered whole.
     for (uint32_t mode : {1u, 5u}) {
         auto run = [&](SimdForm form) {

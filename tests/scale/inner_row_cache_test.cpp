@@ -22,8 +22,7 @@ void ExpectCallsGiveThePlainBytes(uint32_t pixelBytes) {
     std::mt19937 rng(17);
     const uint32_t srcWidth = 90, rows = 12;
     const int32_t stride = int32_t(srcWidth * pixelBytes + 12);
-    std::vector<uint8_t> src(size_t(stride) * rows + 16);
-    for (auto& b : src) b = uint8_t(rng());
+    auto src = test::RandomBytes(size_t(stride) * rows + 16, rng);
     // Source row of each call, and the row below it as a stride multiple.
     struct Call {
         uint32_t row;
@@ -80,21 +79,13 @@ TEST(InnerRowCache, ImagesAgreeAcrossFormsInPlaceToo) {
         for (bool inPlace : {false, true})
             for (uint32_t mode : {1u, 2u, 5u}) {
                 if (inPlace && c.pixelBytes == 3) continue;
-                const uint32_t sw = c.sw, sh = c.sh, dw = c.dw, dh = c.dh, pb = c.pixelBytes;
-                const auto start = test::RandomBytes(size_t(std::max(sw * sh, dw * dh)) * pb + 64, rng);
+                const auto start =
+                    test::RandomBytes(size_t(std::max(c.sw * c.sh, c.dw * c.dh)) * c.pixelBytes + 64, rng);
                 test::ExpectFormsAgree(
                     [&] {
-                        // One block with the target well after the source: apart
-                        // on every run, so the cached form is the one checked.
-                        std::vector<uint8_t> arena(start.size() * 2 + 4096, 0x11);
-                        std::copy(start.begin(), start.end(), arena.begin());
-                        uint8_t* src = arena.data();
-                        uint8_t* dst = inPlace ? src : arena.data() + start.size() + 4096;
-                        ScaleImage({dst, dw, dh, int32_t(dw * pb), pb}, {src, sw, sh, int32_t(sw * pb), pb},
-                                   {double(sw) / dw, double(sh) / dh}, mode, nullptr);
-                        return std::vector<uint8_t>(dst, dst + start.size());
+                        return test::ScaleInOneBlock(start, {c.sw, c.sh, c.dw, c.dh}, c.pixelBytes, mode, inPlace);
                     },
-                    test::Label(pb, "bytes", sw, sh, "mode", mode, "in place", inPlace));
+                    test::Label(c.pixelBytes, "bytes", c.sw, c.sh, "mode", mode, "in place", inPlace));
             }
 }
 
@@ -107,8 +98,7 @@ TEST(InnerRowCache, LargeTargetsStreamThePlainBytes) {
     const uint32_t sw = 1001, sh = 713, dw = 1777, dh = 1777;
     ASSERT_TRUE(StreamsTarget(size_t(dw) * 4 * dh));
     std::mt19937 rng(41);
-    std::vector<uint8_t> src(size_t(sw) * 4 * sh);
-    for (auto& b : src) b = uint8_t(rng());
+    auto src = test::RandomBytes(size_t(sw) * 4 * sh, rng);
     for (uint32_t pad : {12u, 0u})
         for (uint32_t shift : {0u, 4u, 12u})
             for (uint32_t mode : {1u, 5u}) {

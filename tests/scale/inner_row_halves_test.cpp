@@ -44,8 +44,7 @@ TEST(InnerRowHalves, RunsGiveThePlainBytes) {
         // The plain form reads 4 bytes at the last S+.
         const size_t rowBytes = co[c.len - 1] + c.pixelBytes + 4;
         const int32_t stride = int32_t(rowBytes + 3);
-        std::vector<uint8_t> src(size_t(stride) + rowBytes);
-        for (auto& b : src) b = uint8_t(rng());
+        auto src = test::RandomBytes(size_t(stride) + rowBytes, rng);
         // The run's row and the row below, that one first with a negative stride.
         const uint8_t* row = c.sign > 0 ? src.data() : src.data() + stride;
         const InnerRowFn plain = c.pixelBytes == 3 ? InnerRow33Plain : InnerRow44Plain;

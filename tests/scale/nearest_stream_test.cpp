@@ -35,8 +35,7 @@ TEST(NearestRows, WindowsMatchPlain) {
     for (uint32_t len : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 63u, 64u})
         for (const Steps steps :
              {kRandom, Steps{0, 1, 0}, Steps{0, 1, 29}, Steps{0, 3, 0}, Steps{2, 2, 0}, Steps{4, 9, 0}}) {
-            std::vector<uint8_t> src(width * 4);  // no slack: a read past the row shows under ASan
-            for (auto& b : src) b = uint8_t(rng());
+            auto src = test::RandomBytes(width * 4, rng);  // no slack: a read past the row shows under ASan
             const bool rising = steps.most > 0;
             std::vector<uint32_t> co(len + 8);
             uint32_t sample = rng() % 8;
@@ -80,8 +79,7 @@ TEST(NearestRows, UniformStepFormsMatchPlain) {
             for (uint32_t first : {0u, 3u})
                 for (uint32_t beyond : {0u, 1u, 5u, 40u}) {
                     const uint32_t width = first + (len - 1) * form.pixels + 1 + beyond;
-                    std::vector<uint8_t> src(width * 4);  // no slack
-                    for (auto& b : src) b = uint8_t(rng());
+                    auto src = test::RandomBytes(width * 4, rng);  // no slack
                     std::vector<uint32_t> co(len);
                     for (uint32_t x = 0; x < len; ++x) co[x] = (first + x * form.pixels) * 4;
                     ASSERT_EQ(len > 1 ? form.pixels * 4 : 0u, UniformStep(co.data(), len));
@@ -103,8 +101,7 @@ TEST(NearestRows, ThreeByteRowsHoldTheirSamplesOnly) {
     for (uint32_t width : {1u, 5u, 64u})
         for (uint32_t len : {1u, 2u, 5u, 9u, 40u})
             for (uint32_t most : {1u, 3u, 9u}) {
-                std::vector<uint8_t> src(width * 3);
-                for (auto& b : src) b = uint8_t(rng());
+                auto src = test::RandomBytes(width * 3, rng);
                 std::vector<uint32_t> co(len);
                 uint32_t sample = 0;
                 for (auto& o : co) {
@@ -137,8 +134,7 @@ TEST(NearestRows, UniformStepIsTheOneDistanceOrNone) {
 #if defined(TARN_HAVE_X86_SIMD)
 TEST(NearestRows, StreamStoreCopiesExactlyTheRow) {
     std::mt19937 rng(8);
-    std::vector<uint8_t> src(400);
-    for (auto& b : src) b = uint8_t(rng());
+    auto src = test::RandomBytes(400, rng);
     for (size_t at : {0u, 1u, 3u, 4u, 15u})
         for (size_t bytes : {0u, 1u, 15u, 16u, 17u, 63u, 64u, 65u, 129u, 300u}) {
             alignas(16) uint8_t out[400];
@@ -163,8 +159,7 @@ void ExpectApartEqualsShared(uint32_t pixelBytes, uint32_t sw, uint32_t sh, uint
     // Shared layout: each source row, then 24 bytes of gap, then a target row.
     const int32_t shared = srcRow + 24 + dstRow + 8;
     std::mt19937 rng(9);
-    std::vector<uint8_t> pixels(size_t(srcRow) * sh + 8);
-    for (auto& b : pixels) b = uint8_t(rng());
+    auto pixels = test::RandomBytes(size_t(srcRow) * sh + 8, rng);
     std::vector<uint8_t> both(size_t(shared) * std::max(sh, dh) + 64, kCanary);
     for (uint32_t y = 0; y < sh; ++y)
         std::memcpy(&both[size_t(y) * shared], &pixels[size_t(y) * srcRow], size_t(srcRow));

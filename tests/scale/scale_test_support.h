@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <random>
 #include <sstream>
 #include <string>
@@ -13,6 +15,7 @@
 
 #include "platform/cpu_features.h"
 #include "platform/form_table.h"
+#include "scale/axis_table.h"
 #include "scale/scale.h"
 
 namespace tarn::test {
@@ -92,6 +95,35 @@ struct Shape {
 };
 inline std::string Describe(const Shape& s) {
     return std::to_string(s.sw) + "x" + std::to_string(s.sh) + "->" + std::to_string(s.dw) + "x" + std::to_string(s.dh);
+}
+
+// The column and row tables of the single-channel driver at the usual
+// steps, laid out as it lays them out: the column weight bytes followed by
+// the column offsets, which the trailing pixels read their weights from.
+struct GrayTables {
+    std::vector<uint8_t> block;
+    std::vector<uint32_t> cols, rowWeights, rows;
+    uint32_t cf = 0, cl = 0, rf = 0, rl = 0;
+    GrayTables(const Shape& s, int32_t srcStride, AxisFilter columns, AxisFilter rowFilter)
+        : block(size_t(s.dw) * 5 + 8), cols(s.dw), rowWeights(s.dh), rows(s.dh) {
+        BuildGrayColumnTable(s.dw, s.sw, block.data(), cols.data(), 0.0, double(s.sw) / s.dw, &cf, &cl, columns);
+        BuildGrayRowTable(s.dh, s.sh, rowWeights.data(), rows.data(), srcStride, 0.0, double(s.sh) / s.dh, &rf, &rl,
+                          rowFilter);
+        std::memcpy(block.data() + s.dw, cols.data(), size_t(s.dw) * 4);
+    }
+};
+
+// Scales the picture at the start of `start` (rows without padding) in one
+// block with its target: over the source when `inPlace`, else well after
+// it, so that the rows count as apart on every run; the target's bytes.
+inline std::vector<uint8_t> ScaleInOneBlock(const std::vector<uint8_t>& start, const Shape& s, uint32_t bytes,
+                                            uint32_t mode, bool inPlace) {
+    std::vector<uint8_t> block(start.size() * 2 + 4096, 0x33);
+    std::copy(start.begin(), start.end(), block.begin());
+    uint8_t* dst = inPlace ? block.data() : block.data() + start.size() + 4096;
+    ScaleImage({dst, s.dw, s.dh, int32_t(s.dw * bytes), bytes}, {block.data(), s.sw, s.sh, int32_t(s.sw * bytes), bytes},
+               {double(s.sw) / s.dw, double(s.sh) / s.dh}, mode, nullptr);
+    return std::vector<uint8_t>(dst, dst + start.size());
 }
 
 // A whole image through ScaleImage: `sb` bytes a source pixel and `db` a
