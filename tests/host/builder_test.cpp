@@ -46,18 +46,25 @@ TEST(CreateBlank, RefusesBadDescriptors) {
     EXPECT_EQ(bytes, 0);
 }
 
+// A planar blank is black (luma 16, chroma 128) to its last byte, the half
+// row at the end of each chroma plane of an odd height too; a packed blank
+// gets its first quarter set to 0x80 and the rest left as allocated, which
+// the library makes zero; RGB and grey blanks are zero.
 TEST(CreateBlank, FillsEachFormatAsHostsExpect) {
-    struct Case {
+    const struct {
         SurfaceFormat format;
+        uint32_t width, height;
         int32_t bytes;
+    } cases[] = {
+        // RGB24 48 x 6, RGB32 64 x 6, GRAY8 16 x 6, YUV420 16 x 6 x 1.5, YUV422 32 x 6.
+        {SURFACE_FORMAT_RGB24, 16, 6, 288}, {SURFACE_FORMAT_RGB32, 16, 6, 384}, {SURFACE_FORMAT_GRAY8, 16, 6, 96},
+        {SURFACE_FORMAT_YUV420, 16, 6, 144}, {SURFACE_FORMAT_YUV422, 16, 6, 192},
+        // Chroma planes of (8 / 2) x 5 / 2 = 10 bytes at 40 and 50.
+        {SURFACE_FORMAT_YUV420, 8, 5, 60},
     };
-    // 16 x 6: RGB24 48 x 6, RGB32 64 x 6, GRAY8 16 x 6, YUV420 16 x 6 x 1.5, YUV422 32 x 6.
-    const Case cases[] = {{SURFACE_FORMAT_RGB24, 288}, {SURFACE_FORMAT_RGB32, 384},
-                          {SURFACE_FORMAT_GRAY8, 96},  {SURFACE_FORMAT_YUV420, 144},
-                          {SURFACE_FORMAT_YUV422, 192}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.format);
-        const SurfaceInfo info = Describe(c.format, 16, 6);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.format << " " << c.width << "x" << c.height);
+        const SurfaceInfo info = Describe(c.format, c.width, c.height);
         tarn::Ref<ITarnSurface> s;
         int32_t bytes = 0;
         ASSERT_EQ(Builder()->CreateBlank(&info, &bytes, s.put()), VED_S_OK);
@@ -66,25 +73,11 @@ TEST(CreateBlank, FillsEachFormatAsHostsExpect) {
         ASSERT_NE(p, nullptr);
         for (int32_t i = 0; i < bytes; ++i) {
             uint8_t expected = 0;
-            if (c.format == SURFACE_FORMAT_YUV420) expected = i < 96 ? 0x10 : 0x80;
-            // The quarter fill of a packed blank; the rest is left as allocated,
-            // which the library makes zero.
+            if (c.format == SURFACE_FORMAT_YUV420) expected = i < int32_t(c.width * c.height) ? 0x10 : 0x80;
             if (c.format == SURFACE_FORMAT_YUV422) expected = i < bytes / 4 ? 0x80 : 0;
             ASSERT_EQ(p[i], expected) << "byte " << i;
         }
     }
-}
-
-// Odd height: each chroma plane is (8 / 2) x 5 / 2 = 10 bytes, at 40 and 50,
-// so the whole 60-byte buffer is set, the half row at each plane's end too.
-TEST(CreateBlank, PlanarOfOddHeightFillsWholeChromaPlanes) {
-    const SurfaceInfo info = Describe(SURFACE_FORMAT_YUV420, 8, 5);
-    tarn::Ref<ITarnSurface> s;
-    int32_t bytes = 0;
-    ASSERT_EQ(Builder()->CreateBlank(&info, &bytes, s.put()), VED_S_OK);
-    ASSERT_EQ(bytes, 60);
-    const uint8_t* p = host::PixelsOf(s.get());
-    for (int32_t i = 0; i < bytes; ++i) ASSERT_EQ(p[i], i < 40 ? 0x10 : 0x80) << "byte " << i;
 }
 
 TEST(CreateBlank, ForcesSizeAndStorageAndDefaultsTheContentRectangle) {
@@ -93,20 +86,13 @@ TEST(CreateBlank, ForcesSizeAndStorageAndDefaultsTheContentRectangle) {
     info.storage = 77;
     auto s = host::Blank(info);
     SurfaceInfo out = host::InfoOf(s.get());
-    EXPECT_EQ(out.size, 52u);
-    EXPECT_EQ(out.storage, 4u);
-    EXPECT_EQ(out.contentLeft, 0);
-    EXPECT_EQ(out.contentTop, 0);
-    EXPECT_EQ(out.contentRight, 12);
-    EXPECT_EQ(out.contentBottom, 10);
+    EXPECT_EQ(std::vector<int64_t>({out.size, out.storage, out.contentLeft, out.contentTop, out.contentRight, out.contentBottom}),
+              std::vector<int64_t>({52, 4, 0, 0, 12, 10}));
 
-    info.contentLeft = 2;  // a rectangle the caller set stays
-    info.contentTop = 1;
-    info.contentRight = 9;
-    info.contentBottom = 5;
+    info.contentLeft = 2, info.contentTop = 1, info.contentRight = 9, info.contentBottom = 5;  // set by the caller: kept
     out = host::InfoOf(host::Blank(info).get());
-    EXPECT_EQ(out.contentLeft, 2);
-    EXPECT_EQ(out.contentBottom, 5);
+    EXPECT_EQ(std::vector<int32_t>({out.contentLeft, out.contentTop, out.contentRight, out.contentBottom}),
+              std::vector<int32_t>({2, 1, 9, 5}));
 }
 
 TEST(CreateFromData, RefusesNullsSmallSizesAndMasks) {
@@ -136,43 +122,38 @@ TEST(CreateFromData, SourceWithoutDataIsRefused) {
     EXPECT_EQ(out, nullptr);
 }
 
-TEST(CreateFromData, RoundsRgbSizesAndCopiesRowsAtTheCallersStride) {
-    // 10 x 7 RGB24 with rows of 32 bytes: kept as 8 x 6 with stride 24.
-    SurfaceInfo info = Describe(SURFACE_FORMAT_RGB24, 10, 7);
-    info.stride = 32;
-    info.contentRight = 3;  // replaced by the whole frame
-    const std::vector<uint8_t> data = host::Ramp(32 * 7);
-    auto s = host::FromData(info, data);
-    const SurfaceInfo out = host::InfoOf(s.get());
-    EXPECT_EQ(out.width, 8u);
-    EXPECT_EQ(out.height, 6u);
-    EXPECT_EQ(out.stride, 24);
-    EXPECT_EQ(out.contentRight, 8);
-    EXPECT_EQ(out.contentBottom, 6);
-    const uint8_t* p = host::PixelsOf(s.get());
-    for (int y = 0; y < 6; ++y)
-        for (int x = 0; x < 24; ++x) ASSERT_EQ(p[y * 24 + x], data[y * 32 + x]) << y << "," << x;
-}
-
-TEST(CreateFromData, KeepsAlignedRgbAndPlanarAsGiven) {
-    // Width a multiple of 4: the caller's stride stays and the copy is whole.
-    SurfaceInfo rgb = Describe(SURFACE_FORMAT_RGB32, 8, 5);
-    rgb.stride = 40;
-    const std::vector<uint8_t> data = host::Ramp(40 * 5);
-    auto s = host::FromData(rgb, data);
-    SurfaceInfo out = host::InfoOf(s.get());
-    EXPECT_EQ(out.height, 4u);  // odd heights lose a row
-    EXPECT_EQ(out.stride, 40);
-    EXPECT_EQ(0, std::memcmp(host::PixelsOf(s.get()), data.data(), 160));
-
-    // Planar sizes are not rounded, and the planar picture is always top-down.
-    SurfaceInfo planar = Describe(SURFACE_FORMAT_YUV420, 6, 6, 0);
-    const std::vector<uint8_t> yuv = host::Ramp(54);
-    auto p = host::FromData(planar, yuv);
-    out = host::InfoOf(p.get());
-    EXPECT_EQ(out.width, 6u);
-    EXPECT_EQ(out.topDown, 1u);
-    EXPECT_EQ(0, std::memcmp(host::PixelsOf(p.get()), yuv.data(), 54));
+// RGB sizes are rounded down, the width to a multiple of 4 and the height to
+// an even number, and the content rectangle replaced by the whole frame. A
+// rounded width gets packed rows; otherwise the caller's stride stays. Planar
+// sizes are not rounded, and the planar picture is always top-down.
+TEST(CreateFromData, RoundsRgbSizesAndCopiesRowsAtTheKeptStride) {
+    const struct {
+        SurfaceFormat format;
+        uint32_t width, height, topDown;
+        int32_t stride;
+        uint32_t keptWidth, keptHeight;
+        int32_t keptStride;
+        uint32_t rows;  // of keptStride bytes, all planes
+    } cases[] = {
+        {SURFACE_FORMAT_RGB24, 10, 7, 1, 32, 8, 6, 24, 6},
+        {SURFACE_FORMAT_RGB32, 8, 5, 1, 40, 8, 4, 40, 4},
+        {SURFACE_FORMAT_YUV420, 6, 6, 0, 6, 6, 6, 6, 9},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.format);
+        SurfaceInfo info = Describe(c.format, c.width, c.height, c.topDown);
+        info.stride = c.stride;
+        info.contentRight = 3;
+        const std::vector<uint8_t> data = host::Ramp(size_t(c.stride) * c.height * (c.format == SURFACE_FORMAT_YUV420 ? 1.5 : 1));
+        auto s = host::FromData(info, data);
+        const SurfaceInfo out = host::InfoOf(s.get());
+        EXPECT_EQ(std::vector<int64_t>({out.width, out.height, out.stride, out.topDown, out.contentRight, out.contentBottom}),
+                  std::vector<int64_t>({c.keptWidth, c.keptHeight, c.keptStride, c.format == SURFACE_FORMAT_YUV420 ? 1 : c.topDown,
+                                        c.keptWidth, c.keptHeight}));
+        const uint8_t* p = host::PixelsOf(s.get());
+        for (uint32_t y = 0; y < c.rows; ++y)
+            for (int32_t x = 0; x < c.keptStride; ++x) ASSERT_EQ(p[y * c.keptStride + x], data[y * c.stride + x]) << y << "," << x;
+    }
 }
 
 TEST(CreateFromData, SwappedPlanarExchangesTheChromaPlanes) {

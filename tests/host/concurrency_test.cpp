@@ -16,12 +16,12 @@ using host::Describe;
 
 constexpr int kThreads = 4;
 
-// Runs body(t) on kThreads threads released together.
+// Runs body(t) on `count` threads released together.
 template <class Body>
-void OnThreads(Body body) {
-    std::atomic<int> waiting{kThreads};
+void OnThreads(Body body, int count = kThreads) {
+    std::atomic<int> waiting{count};
     std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
+    for (int t = 0; t < count; ++t)
         threads.emplace_back([&, t] {
             waiting.fetch_sub(1);
             while (waiting.load() > 0) std::this_thread::yield();
@@ -61,20 +61,10 @@ TEST(Concurrency, AddRefAndReleaseOfOneSurface) {
 // count reach zero, and the object is deleted once (the sanitizers watch).
 TEST(Concurrency, LastTwoReleasesDeleteOnce) {
     for (int round = 0; round < 100; ++round) {
-        ITarnSurface* s = nullptr;
-        const SurfaceInfo info = Describe(SURFACE_FORMAT_GRAY8, 4, 4);
-        int32_t bytes = 0;
-        ASSERT_EQ(Builder()->CreateBlank(&info, &bytes, &s), VED_S_OK);
+        ITarnSurface* s = host::Blank(Describe(SURFACE_FORMAT_GRAY8, 4, 4)).detach();
         s->AddRef();
-        std::atomic<int> zeros{0}, ready{2};
-        const auto release = [&] {
-            ready.fetch_sub(1);
-            while (ready.load() > 0) std::this_thread::yield();
-            if (s->Release() == 0) zeros.fetch_add(1);
-        };
-        std::thread a(release), b(release);
-        a.join();
-        b.join();
+        std::atomic<int> zeros{0};
+        OnThreads([&](int) { zeros.fetch_add(s->Release() == 0); }, 2);
         ASSERT_EQ(zeros.load(), 1) << "round " << round;
     }
 }

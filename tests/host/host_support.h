@@ -95,4 +95,15 @@ inline uint32_t RefCount(VideoEdit::IVedUnknown* object) {
     return object->Release();
 }
 
+// What a new surface and a clone have alike: opaque, a black key colour that
+// keys nothing, and no overlays.
+inline void ExpectOverlayDefaults(ITarnSurface* s) {
+    uint32_t alpha = 1, back = 1;
+    EXPECT_EQ(s->GetAlpha(&alpha), VED_S_OK);
+    EXPECT_EQ(s->GetBackColor(&back), VED_S_OK);
+    EXPECT_EQ(alpha, 0u);
+    EXPECT_EQ(back, 0xFF000000u);
+    EXPECT_EQ(s->GetOverlayCount(), 0);
+}
+
 }  // namespace host

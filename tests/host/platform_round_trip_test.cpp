@@ -22,56 +22,39 @@ tarn::Ref<ITarnSurface> FromSource(void* source, int32_t kind, SurfaceFormat for
     return s;
 }
 
-TEST(PlatformRoundTrip, BitmapInGlobalMemory) {
-    struct Case { SurfaceFormat f; uint32_t topDown; size_t bytes; } cases[] = {
-        {SURFACE_FORMAT_RGB24, 0, 24 * 6},
-        {SURFACE_FORMAT_RGB32, 0, 32 * 6},
-        {SURFACE_FORMAT_YUV420, 1, 8 * 6 * 3 / 2},
+// Export kind 2 is a bitmap in global memory, which keeps the row order;
+// kind 1 a DirectDraw surface, turned to top first on the way and carrying a
+// planar picture at half height, which must be 4 rows or more to come back.
+TEST(PlatformRoundTrip, BitmapAndDirectDrawSurface) {
+    const struct {
+        int32_t kind;
+        SurfaceFormat f;
+        uint32_t height, topDown;
+        size_t bytes;
+    } cases[] = {
+        {2, SURFACE_FORMAT_RGB24, 6, 0, 24 * 6},  {2, SURFACE_FORMAT_RGB32, 6, 0, 32 * 6},
+        {2, SURFACE_FORMAT_YUV420, 6, 1, 8 * 6 * 3 / 2},
+        {1, SURFACE_FORMAT_RGB32, 8, 0, 32 * 8},  {1, SURFACE_FORMAT_RGB24, 8, 1, 24 * 8},
+        {1, SURFACE_FORMAT_YUV420, 8, 1, 8 * 8 * 3 / 2},
     };
-    for (const Case& c : cases) {
-        const SurfaceInfo info = host::Describe(c.f, 8, 6, c.topDown);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "kind " << c.kind << " format " << c.f);
+        const SurfaceInfo info = host::Describe(c.f, 8, c.height, c.topDown);
         const std::vector<uint8_t> picture = host::Ramp(c.bytes, 7);
-        auto out = host::FromData(info, picture);
         void* handle = nullptr;
         uint32_t owned = 0;
-        ASSERT_EQ(out->Export(2, &handle, &owned), VED_S_OK);
+        ASSERT_EQ(host::FromData(info, picture)->Export(c.kind, &handle, &owned), VED_S_OK);
         ASSERT_EQ(owned, 1u);
-        auto back = FromSource(handle, 2, c.f);
+        auto back = FromSource(handle, c.kind, c.f);
         ASSERT_TRUE(back);
         const SurfaceInfo got = host::InfoOf(back.get());
-        EXPECT_EQ(got.width, 8u);
-        EXPECT_EQ(got.height, 6u);
-        EXPECT_EQ(got.format, c.f);
-        EXPECT_EQ(got.stride, info.stride);
-        EXPECT_EQ(got.topDown, c.topDown);
-        EXPECT_EQ(CopyOut(back.get(), info.stride, c.topDown, c.bytes), picture) << c.f;
-        EXPECT_EQ(plat::GlobalFree(handle), nullptr);
-    }
-}
-
-TEST(PlatformRoundTrip, DirectDrawSurface) {
-    struct Case { SurfaceFormat f; uint32_t topDown; size_t bytes; } cases[] = {
-        {SURFACE_FORMAT_RGB32, 0, 32 * 8},  // turned to top first on the way
-        {SURFACE_FORMAT_RGB24, 1, 24 * 8},
-        // Carried at half height, which must be 4 rows or more to come back.
-        {SURFACE_FORMAT_YUV420, 1, 8 * 8 * 3 / 2},
-    };
-    for (const Case& c : cases) {
-        const SurfaceInfo info = host::Describe(c.f, 8, 8, c.topDown);
-        const std::vector<uint8_t> picture = host::Ramp(c.bytes, 3);
-        auto out = host::FromData(info, picture);
-        void* handle = nullptr;
-        uint32_t owned = 0;
-        ASSERT_EQ(out->Export(1, &handle, &owned), VED_S_OK);
-        ASSERT_EQ(owned, 1u);
-        auto* dd = static_cast<plat::IDirectDrawSurface7*>(handle);
-        auto back = FromSource(dd, 1, c.f);
-        ASSERT_TRUE(back);
-        const SurfaceInfo got = host::InfoOf(back.get());
-        EXPECT_EQ(got.height, 8u);
-        EXPECT_EQ(got.topDown, 1u);
-        EXPECT_EQ(CopyOut(back.get(), info.stride, c.topDown, c.bytes), picture) << c.f;
-        EXPECT_EQ(dd->Release(), 0u);
+        EXPECT_EQ(std::vector<int64_t>({got.width, got.height, got.format, got.stride, got.topDown}),
+                  std::vector<int64_t>({8, c.height, c.f, info.stride, c.kind == 1 ? 1 : c.topDown}));
+        EXPECT_EQ(CopyOut(back.get(), info.stride, c.topDown, c.bytes), picture);
+        if (c.kind == 2)
+            EXPECT_EQ(plat::GlobalFree(handle), nullptr);
+        else
+            EXPECT_EQ(static_cast<plat::IDirectDrawSurface7*>(handle)->Release(), 0u);
     }
 }
 

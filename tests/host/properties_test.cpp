@@ -8,20 +8,15 @@ using host::Describe;
 
 TEST(Properties, DefaultsOfANewSurface) {
     auto s = Blank(Describe(SURFACE_FORMAT_RGB32, 8, 8));
-    uint32_t value = 1;
-    EXPECT_EQ(s->GetAlpha(&value), VED_S_OK);
-    EXPECT_EQ(value, 0u);
-    EXPECT_EQ(s->GetBackColor(&value), VED_S_OK);
-    EXPECT_EQ(value, 0xFF000000u);
+    host::ExpectOverlayDefaults(s.get());
     int32_t x = 1, y = 1;
     s->GetAspect(&x, &y);
-    EXPECT_EQ(x, 0);
-    EXPECT_EQ(y, 0);
-    VedRect r{1, 1, 1, 1};
-    s->GetDestRect(&r);
-    EXPECT_EQ(r.right, 0);
-    s->GetSourceRect(&r);
-    EXPECT_EQ(r.bottom, 0);
+    VedRect dest{1, 1, 1, 1}, source{1, 1, 1, 1};
+    s->GetDestRect(&dest);
+    s->GetSourceRect(&source);
+    EXPECT_EQ(std::vector<int32_t>({x, y, dest.left, dest.top, dest.right, dest.bottom, source.left, source.top,
+                                    source.right, source.bottom}),
+              std::vector<int32_t>(10, 0));
     ITarnSurface* mask = reinterpret_cast<ITarnSurface*>(0x1);
     EXPECT_EQ(s->GetMask(&mask), VED_E_FAIL);
     EXPECT_EQ(mask, nullptr);
@@ -145,10 +140,8 @@ TEST(ComputeFitRect, CentresThePictureAndWritesOnlyThreeSides) {
         ASSERT_EQ(s->SetAspect(c.aspectX, c.aspectY), VED_S_OK);
         VedRect r{-99, -99, -99, -99};
         s->ComputeFitRect(c.targetWidth, c.targetHeight, &r);
-        EXPECT_EQ(r.left, c.expected.left);
-        EXPECT_EQ(r.top, c.expected.top);
-        EXPECT_EQ(r.right, c.expected.right);
-        EXPECT_EQ(r.bottom, c.expected.bottom);
+        EXPECT_EQ(std::vector<int32_t>({r.left, r.top, r.right, r.bottom}),
+                  std::vector<int32_t>({c.expected.left, c.expected.top, c.expected.right, c.expected.bottom}));
     }
 }
 

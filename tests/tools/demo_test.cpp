@@ -2,35 +2,30 @@
 // puts it: letterbox bands, a logo keyed on black, white title text.
 #include "demo.h"
 #include "png_io.h"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <random>
+#include "tools_support.h"
 
 namespace tarnsurf {
 namespace {
 
-namespace fs = std::filesystem;
-
 const uint8_t* Pixel(const Image& image, int x, int y) { return image.Row(y) + 3 * x; }
 
-TEST(Demo, WritesTheSceneAndBothFittedSizes) {
-    const fs::path dir = fs::temp_directory_path() / ("tarnsurf-demo-" + std::to_string(std::random_device()()));
-    DemoOptions options;
-    options.outDir = (dir / "made" / "here").string();  // made when missing
-    RunDemo(options);
+// One run with its parts, into a directory it makes: the scene at both
+// fitted sizes, and the parts the scene is made of.
+using Demo = ScratchDir;
 
-    const Image scene = ReadPng((dir / "made/here/tarnsurf-demo-1280x720.png").string());
-    const Image large = ReadPng((dir / "made/here/tarnsurf-demo-1920x1080.png").string());
-    const Image small = ReadPng((dir / "made/here/tarnsurf-demo-640x480.png").string());
-    fs::remove_all(dir);
-    ASSERT_EQ(scene.width, 1280);
-    ASSERT_EQ(scene.height, 720);
-    ASSERT_EQ(large.width, 1920);
-    ASSERT_EQ(large.height, 1080);
-    ASSERT_EQ(small.width, 640);
-    ASSERT_EQ(small.height, 480);
+TEST_F(Demo, WritesTheSceneBothFittedSizesAndItsParts) {
+    DemoOptions options;
+    options.outDir = Path("made/here");  // made when missing
+    options.parts = true;
+    RunDemo(options);
+    const auto read = [&](const std::string& leaf) { return ReadPng(Path("made/here/tarnsurf-" + leaf + ".png")); };
+    const Image scene = read("demo-1280x720"), large = read("demo-1920x1080"), small = read("demo-640x480");
+    const Image background = read("part-background"), title = read("part-title"), inset = read("part-inset"),
+                logo = read("part-logo");
+    EXPECT_EQ(std::vector<int>({scene.width, scene.height, large.width, large.height, small.width, small.height,
+                                background.width, background.height, title.width, title.height, title.channels,
+                                inset.width, inset.height, logo.width, logo.height}),
+              std::vector<int>({1280, 720, 1920, 1080, 640, 480, 1280, 720, 544, 72, 4, 64, 48, 128, 128}));
 
     // 16:9 into 4:3: black bands of 60 rows above and below, picture between.
     for (int y : {0, 59, 420, 479})
@@ -50,23 +45,7 @@ TEST(Demo, WritesTheSceneAndBothFittedSizes) {
     for (int c = 0; c < 3; ++c) EXPECT_GT(Pixel(scene, 368 + 8 + 4, 56 + 4 + 4)[c], 225);
     // The first colour bar outside every overlay stays 75% grey.
     for (int c = 0; c < 3; ++c) EXPECT_NEAR(Pixel(scene, 20, 300)[c], 191, 3);
-}
 
-TEST(Demo, PartsAreThePicturesTheSceneIsMadeOf) {
-    const fs::path dir = fs::temp_directory_path() / ("tarnsurf-parts-" + std::to_string(std::random_device()()));
-    DemoOptions options;
-    options.outDir = dir.string();
-    options.parts = true;
-    RunDemo(options);
-    const Image background = ReadPng((dir / "tarnsurf-part-background.png").string());
-    const Image title = ReadPng((dir / "tarnsurf-part-title.png").string());
-    const Image inset = ReadPng((dir / "tarnsurf-part-inset.png").string());
-    const Image logo = ReadPng((dir / "tarnsurf-part-logo.png").string());
-    const Image scene = ReadPng((dir / "tarnsurf-demo-1280x720.png").string());
-    fs::remove_all(dir);
-    EXPECT_EQ(std::vector<int>({background.width, background.height, title.width, title.height, title.channels,
-                                inset.width, inset.height, logo.width, logo.height}),
-              std::vector<int>({1280, 720, 544, 72, 4, 64, 48, 128, 128}));
     // The background under the box is the first bar; the scene darkens it.
     EXPECT_NEAR(Pixel(background, 60, 100)[0], 191, 1);
     EXPECT_LT(Pixel(scene, 60, 100)[0], 150);

@@ -53,19 +53,26 @@ std::vector<uint8_t> Flattened(const Library& lib, const std::vector<uint8_t>& f
     return std::vector<uint8_t>(p, p + PlanarBytes(w, h));
 }
 
+// Calls copy(at, atBig, n) for each row of each plane of the frame: its
+// offset in a kW x kH frame, the offset of the same row in the big frame
+// where the frame sits inside the margin, and the row's length.
+template <class Copy>
+void ForEachWindowRow(Copy copy) {
+    const auto planeStart = [](int w, int h, int plane) { return plane ? size_t(w) * h + size_t(plane - 1) * (w / 2) * (h / 2) : 0; };
+    for (int plane = 0; plane < 3; ++plane) {
+        const int s = plane ? 2 : 1;
+        for (int r = 0; r < kH / s; ++r)
+            copy(planeStart(kW, kH, plane) + size_t(r) * (kW / s),
+                 planeStart(kBigW, kBigH, plane) + size_t(r + kMargin / s) * (kBigW / s) + size_t(kMargin / s), kW / s);
+    }
+}
+
 // The library composing the whole overlay with its top left corner at x, y
 // of the frame, inside a larger frame that holds it; the frame's part cut out.
 std::vector<uint8_t> Reference(const Library& lib, const std::vector<uint8_t>& frame, const Image& picture, int x,
                                int y, uint32_t key) {
     std::vector<uint8_t> big(PlanarBytes(kBigW, kBigH), 0);
-    for (int plane = 0; plane < 3; ++plane) {
-        const int s = plane ? 2 : 1;
-        const size_t from = plane == 0 ? 0 : PlanarBytes(kW, kH) * 2 / 3 + size_t(plane - 1) * (kW / 2) * (kH / 2);
-        const size_t to = plane == 0 ? 0 : PlanarBytes(kBigW, kBigH) * 2 / 3 + size_t(plane - 1) * (kBigW / 2) * (kBigH / 2);
-        for (int r = 0; r < kH / s; ++r)
-            std::copy_n(&frame[from + size_t(r) * (kW / s)], kW / s,
-                        &big[to + size_t(r + kMargin / s) * (kBigW / s) + size_t(kMargin / s)]);
-    }
+    ForEachWindowRow([&](size_t at, size_t atBig, int n) { std::copy_n(&frame[at], n, &big[atBig]); });
     const bool masked = picture.channels == 4;
     SurfaceRef overlay = masked ? RgbaSurfaceFrom(lib, picture, 0) : RgbSurfaceFrom(lib, picture);
     EXPECT_EQ(overlay->SetSourceRect(0, 0, picture.width, picture.height), VED_S_OK);
@@ -74,14 +81,7 @@ std::vector<uint8_t> Reference(const Library& lib, const std::vector<uint8_t>& f
     EXPECT_EQ(overlay->SetBackColor(key), VED_S_OK);
     const std::vector<uint8_t> composed = Flattened(lib, big, kBigW, kBigH, overlay.get());
     std::vector<uint8_t> window(PlanarBytes(kW, kH));
-    for (int plane = 0; plane < 3; ++plane) {
-        const int s = plane ? 2 : 1;
-        const size_t from = plane == 0 ? 0 : PlanarBytes(kBigW, kBigH) * 2 / 3 + size_t(plane - 1) * (kBigW / 2) * (kBigH / 2);
-        const size_t to = plane == 0 ? 0 : PlanarBytes(kW, kH) * 2 / 3 + size_t(plane - 1) * (kW / 2) * (kH / 2);
-        for (int r = 0; r < kH / s; ++r)
-            std::copy_n(&composed[from + size_t(r + kMargin / s) * (kBigW / s) + size_t(kMargin / s)], kW / s,
-                        &window[to + size_t(r) * (kW / s)]);
-    }
+    ForEachWindowRow([&](size_t at, size_t atBig, int n) { std::copy_n(&composed[atBig], n, &window[at]); });
     return window;
 }
 

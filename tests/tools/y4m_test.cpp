@@ -2,7 +2,7 @@
 // that are cut short, corrupt, or not 8-bit 4:2:0.
 #include "y4m.h"
 
-#include "error_of.h"
+#include "tools_support.h"
 
 #include <gtest/gtest.h>
 

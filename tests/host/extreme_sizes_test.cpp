@@ -1,7 +1,9 @@
-// Shrinks by a factor of 16 or more take the exact box functions, whose fixed
-// pitch table steps some runs wider than their pixels. On the last row such a
-// run would reach past the buffer; these cases must stay inside every buffer
-// (the sanitizer build checks each access) and still answer success.
+// Pictures at the ends of the size range. Shrinks by a factor of 16 or more
+// take the exact box functions, whose fixed pitch table steps some runs wider
+// than their pixels: on the last row such a run would reach past the buffer.
+// A planar picture drawn into a 1 x 1 buffer has chroma planes of no size.
+// Each case must answer success and stay inside every buffer (the sanitizer
+// build checks each access; canaries check the caller's buffer).
 #include "host_support.h"
 
 namespace {
@@ -32,6 +34,16 @@ TEST(LargeShrink, StaysInsideEveryBufferForEachPixelSizePair) {
                 EXPECT_EQ(source->DrawToBuffer(nullptr, nullptr, drawn.data(), 100, 4, stride, mode),
                           VED_S_OK);
             }
+}
+
+TEST(TinyTarget, PlanarIntoOnePixelInEveryMode) {
+    auto s = host::FromData(Describe(SURFACE_FORMAT_YUV420, 16, 16), host::Ramp(16 * 16 * 3 / 2));
+    for (int32_t mode : {0, 1, 2, 3, 4, 5, 6, 0xFF00, 0xFF01, 0xFF02}) {
+        std::vector<uint8_t> buffer(64, 0xCD);
+        EXPECT_EQ(s->DrawToBuffer(nullptr, nullptr, buffer.data() + 16, 1, 1, 0, mode), VED_S_OK)
+            << "mode " << mode;
+        for (int i = 0; i < 16; ++i) ASSERT_EQ(buffer[i], 0xCD) << "mode " << mode;
+    }
 }
 
 }  // namespace
