@@ -129,6 +129,11 @@ TEST(ComputeFitRect, CentresThePictureAndWritesOnlyThreeSides) {
         // 400 x 100 shown as 2:1: 400 / 2 = 200 > 100 / 1 = 100, so W = 2 x 100 / 1 = 200.
         // R = 2, target 100 x 100: h = 50, top 25.
         {400, 100, 2, 1, 100, 100, {-99, 25, 100, 75}},
+        // Odd leftovers: both the fitted side and its offset are truncated.
+        // h = 101 / (4/3) = 75.75 -> 75, top (100 - 75) / 2 = 12.5 -> 12.
+        {640, 480, 0, 0, 101, 100, {-99, 12, 101, 87}},
+        // w = 4/3 x 61 = 81.33 -> 81, left (100 - 81) / 2 = 9.5 -> 9.
+        {640, 480, 0, 0, 100, 61, {9, -99, 90, 61}},
         // The shape already matches the aspect within 0.000001: nothing corrected.
         {1000, 1000, 2000001, 2000000, 300, 100, {100, -99, 200, 100}},
     };

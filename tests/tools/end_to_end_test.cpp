@@ -170,16 +170,14 @@ TEST_F(EndToEnd, ComposesAClipBetweenTwoFfmpegCommands) {
         const size_t below = At(kOverlayX + 8, kOverlayY + kOverlayH - 8);
         EXPECT_NEAR(out[below], in[below], 1) << "frame " << f;
     }
-}
 
-TEST_F(EndToEnd, WorksInAPipeAndGivesTheSameFrames) {
-    ASSERT_EQ(Compose(Path("clip.y4m") + Logo() + " -o " + Path("file.y4m")).status, 0);
+    // In a pipe, from ffmpeg to ffmpeg, the same frames come out.
     const ShellRun run = Compose("- " + Logo() + " -o - | ffmpeg -v error -f yuv4mpegpipe -i - -f yuv4mpegpipe " +
                                  Path("piped.y4m"), ClipThroughFfmpeg());
     ASSERT_EQ(run.status, 0) << run.err;
-    Y4mHeader a, b;
-    EXPECT_EQ(ReadFrames(Path("file.y4m"), &a), ReadFrames(Path("piped.y4m"), &b));
-    EXPECT_EQ(a.width, b.width);
+    Y4mHeader piped, file;
+    EXPECT_EQ(ReadFrames(Path("piped.y4m"), &piped), ReadFrames(Path("out.y4m"), &file));
+    EXPECT_EQ(std::pair(piped.width, piped.height), std::pair(file.width, file.height));
 }
 
 TEST_F(EndToEnd, ResizesFittedWithTheRequestedSize) {

@@ -104,7 +104,9 @@ struct SmallStream {
     }
 };
 
-TEST(Y4mStream, WriterLaysOutHeaderMarkersAndPlanesInStreamOrder) {
+// The writer lays out the header, a marker per frame and the planes in stream
+// order; the reader gives back every frame into the planes it is handed.
+TEST(Y4mStream, FramesGoOutInStreamOrderAndComeBackIntoTheCallersPlanes) {
     const SmallStream s;
     const std::string bytes = s.Bytes();
     const std::string header = "YUV4MPEG2 W6 H4 F25:1 C420jpeg\n";
@@ -116,11 +118,8 @@ TEST(Y4mStream, WriterLaysOutHeaderMarkersAndPlanesInStreamOrder) {
     EXPECT_EQ(uint8_t(bytes[second + 6]), s.y[1][0]);
     EXPECT_EQ(uint8_t(bytes[second + 6 + 24]), s.u[1][0]);  // U before V
     EXPECT_EQ(uint8_t(bytes[second + 6 + 30]), s.v[1][0]);
-}
 
-TEST(Y4mStream, ReaderGivesBackEveryFrameIntoTheCallersPlanes) {
-    const SmallStream s;
-    File f = StreamOf(s.Bytes());
+    File f = StreamOf(bytes);
     Y4mReader reader(f.get(), "t.y4m");
     EXPECT_EQ(reader.header().width, 6);
     std::vector<uint8_t> y(24), u(6), v(6);
