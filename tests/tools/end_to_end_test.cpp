@@ -10,7 +10,9 @@
 #include "host/host_support.h"
 #include "tools_support.h"
 
+#if !defined(_WIN32)
 #include <sys/wait.h>
+#endif
 
 namespace tarnsurf {
 namespace {
@@ -131,6 +133,15 @@ protected:
     Image overlay_;
     Frames clip_;
 };
+
+// The code the program ended with, from what std::system answers.
+int ExitCode(int status) {
+#if defined(_WIN32)
+    return status;
+#else
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+}
 
 size_t At(int x, int y) { return size_t(y) * kW + size_t(x); }
 
@@ -310,8 +321,7 @@ TEST_F(EndToEnd, BadInputIsRefusedWithoutOutput) {
     };
     for (const auto& c : cases) {
         const ShellRun run = Compose(c.args + " -o " + Path("out.y4m"));
-        ASSERT_TRUE(WIFEXITED(run.status)) << c.args;
-        EXPECT_EQ(WEXITSTATUS(run.status), c.code) << c.args;
+        EXPECT_EQ(ExitCode(run.status), c.code) << c.args;
         EXPECT_NE(run.err.find(c.message), std::string::npos) << "expected '" << c.message << "' in: " << run.err;
         EXPECT_FALSE(fs::exists(Path("out.y4m"))) << c.args;
         for (const auto& entry : fs::directory_iterator(dir_))
