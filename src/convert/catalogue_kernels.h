@@ -55,9 +55,20 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
 // over afterwards: a row pair that writes only there is left out, and one
 // whose luma rows lie there may write its chroma alone. Every byte from
 // `overwritten` on is what the whole conversion writes there.
-void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
+//
+// Given `halved` rows, row pair k also writes source row 2k halved across
+// (HalvePackedRow) to row k of them, after its own bytes, while the row is
+// at hand: the rows of a packed resize to half size both ways. Answers
+// whether it did (smoothed rows in the Yuy2 order of an even width, read
+// downwards); where it answers false nothing of them is written.
+struct HalvedRows {
+    uint8_t* rows = nullptr;
+    int32_t stride = 0;
+};
+bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
                     uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
-                    int32_t srcStride, int32_t width, int32_t height, const uint8_t* overwritten);
+                    int32_t srcStride, int32_t width, int32_t height, const uint8_t* overwritten,
+                    HalvedRows halved = {});
 
 // Packed 4:2:2 in any order to Rgb32, Rgb24, Rgb565 or Rgb555
 // (packed_to_rgb.cpp), as ConvYuy2ToRgb*.

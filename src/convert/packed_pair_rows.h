@@ -28,13 +28,25 @@ void PackedChromaPlain(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 struct TwoChroma {
     uint8_t* u[2];
     uint8_t* v[2];
+    // Where given, rows 2k and 2k + 2 halved across as well (HalvePackedRow),
+    // from the loads the chroma makes of them anyway.
+    uint8_t* halved[2] = {nullptr, nullptr};
 };
+
+// A packed row halved across, as the 4:2:2 scaler halves it when the source
+// is twice the target's width: the first two bytes of each of the row's
+// `pairs` groups of four, 2 x `pairs` bytes in all. A packed resize to half
+// size both ways takes its target row k from source row 2k so, and the
+// planar first step before it reads that row anyway.
+using HalvePackedRowFn = void (*)(uint8_t* out, const uint8_t* row, size_t pairs);
+void HalvePackedRowPlain(uint8_t* out, const uint8_t* row, size_t pairs);
 
 #if defined(TARN_HAVE_X86_SIMD)
 // The row-pair form of kYuvRowsAvx2.
 void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 void PackedChromaAvx2(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 void TwoChromaAvx2(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
+void HalvePackedRowAvx2(uint8_t* out, const uint8_t* row, size_t pairs);
 #endif
 
 // The pairs of four bytes from `row` to its next 32-byte boundary, where

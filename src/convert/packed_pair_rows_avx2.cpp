@@ -113,6 +113,18 @@ inline void StoreJoinedChroma(uint8_t* u, uint8_t* v, __m256i c01, __m256i c23) 
     Store32(v, _mm256_permutevar8x32_epi32(_mm256_unpackhi_epi64(a, b), lanes));
 }
 
+// Thirty-two bytes of a halved row from two vectors of 8 pairs: the low
+// half of each 32-bit word, in order (the pack interleaves the halves and a
+// 64-bit permute undoes it).
+inline __m256i HalvedOf(__m256i p, __m256i q) {
+    const __m256i low = _mm256_set1_epi32(0xFFFF);
+    return _mm256_permute4x64_epi64(_mm256_packus_epi32(_mm256_and_si256(p, low), _mm256_and_si256(q, low)),
+                                    _MM_SHUFFLE(3, 1, 2, 0));
+}
+
+// With `Halve`, rows 2k and 2k + 2 (r[1] and r[3]) are halved across from
+// the same loads.
+template <bool Halve>
 inline void TwoChromaBlock(const TwoChroma& out, const uint8_t* const r[6], size_t i) {
     const size_t o = 4 * i;
     HintRowsAfter(r[5], reinterpret_cast<uintptr_t>(r[1]) - reinterpret_cast<uintptr_t>(r[0]), 4, o);
@@ -120,7 +132,11 @@ inline void TwoChromaBlock(const TwoChroma& out, const uint8_t* const r[6], size
     for (int k = 0; k < 2; ++k) {
         const size_t at = o + 64 * size_t(k);
         __m256i s[6], f[4];
-        for (int j = 0; j < 6; ++j) s[j] = ChromaOf(Load32(r[j] + at), Load32(r[j] + at + 32));
+        for (int j = 0; j < 6; ++j) {
+            const __m256i p = Load32(r[j] + at), q = Load32(r[j] + at + 32);
+            s[j] = ChromaOf(p, q);
+            if (Halve && (j == 1 || j == 3)) Store32(out.halved[j / 2] + at / 2, HalvedOf(p, q));
+        }
         for (int j = 0; j < 4; ++j) f[j] = Smooth32(s[j], s[j + 2], s[j + 1]);
         c[0][k] = _mm256_avg_epu8(f[0], f[1]);
         c[1][k] = _mm256_avg_epu8(f[2], f[3]);
@@ -144,17 +160,27 @@ void PackedChromaAvx2(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs) {
 }
 
 void TwoChromaAvx2(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs) {
-    const uint8_t* outs[4] = {out.u[0], out.u[1], out.v[0], out.v[1]};
-    const size_t sizes[4] = {pairs, pairs, pairs, pairs};
+    const bool halve = out.halved[0] != nullptr;
+    const uint8_t* outs[6] = {out.u[0], out.u[1], out.v[0], out.v[1], out.halved[0], out.halved[1]};
+    const size_t sizes[6] = {pairs, pairs, pairs, pairs, 2 * pairs, 2 * pairs};
     const Rows3 upper{rows[0], rows[1], rows[2]}, lower{rows[3], rows[4], rows[5]};
-    const bool overlap = OutputsApart(outs, sizes, 4, upper, lower, pairs);
-    const size_t i = PairBlocks(rows[2], pairs, overlap, [&](size_t at) { TwoChromaBlock(out, rows, at); });
+    const bool overlap = OutputsApart(outs, sizes, 6, upper, lower, pairs);
+    const size_t i =
+        halve ? PairBlocks(rows[2], pairs, overlap, [&](size_t at) { TwoChromaBlock<true>(out, rows, at); })
+              : PairBlocks(rows[2], pairs, overlap, [&](size_t at) { TwoChromaBlock<false>(out, rows, at); });
     // The rest pair by pair.
     for (int p = 0; p < 2; ++p) {
         const Rows3 a{rows[2 * p], rows[2 * p + 2], rows[2 * p + 1]};
         const Rows3 b{rows[2 * p + 1], rows[2 * p + 3], rows[2 * p + 2]};
         PackedChromaPlain(out.u[p] + i, out.v[p] + i, RowsFrom(a, 4 * i), RowsFrom(b, 4 * i), pairs - i);
+        if (halve) HalvePackedRowPlain(out.halved[p] + 2 * i, rows[2 * p + 1] + 4 * i, pairs - i);
     }
+}
+
+void HalvePackedRowAvx2(uint8_t* out, const uint8_t* row, size_t pairs) {
+    size_t i = 0;
+    for (; i + 16 <= pairs; i += 16) Store32(out + 2 * i, HalvedOf(Load32(row + 4 * i), Load32(row + 4 * i + 32)));
+    HalvePackedRowPlain(out + 2 * i, row + 4 * i, pairs - i);
 }
 
 }  // namespace tarn

@@ -25,6 +25,13 @@ void PackedChromaPlain(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs) {
     }
 }
 
+void HalvePackedRowPlain(uint8_t* out, const uint8_t* row, size_t pairs) {
+    for (size_t i = 0; i < pairs; ++i) {
+        out[2 * i] = row[4 * i];
+        out[2 * i + 1] = row[4 * i + 1];
+    }
+}
+
 namespace {
 
 // The chroma-alone form that gives the bytes of these row forms, if any.
@@ -44,14 +51,16 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
                    nullptr);
 }
 
-void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
+bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
                     uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
-                    int32_t srcStride, int32_t width, int32_t height, const uint8_t* overwritten) {
+                    int32_t srcStride, int32_t width, int32_t height, const uint8_t* overwritten,
+                    HalvedRows halved) {
     // A negative height reads the source from its last row up.
     const RowWalk walk = WalkOf(src, srcStride, height);
     const int32_t rows = walk.rows;
     const size_t pairs = static_cast<size_t>(width >> 1);
-    if (rows < (smooth ? 4 : 2) || width < 2) return;
+    if (rows < (smooth ? 4 : 2) || width < 2) return false;
+    const bool halve = halved.rows && height > 0 && !(width & 1);
     const int32_t lastPair = rows / 2 - 1;
     const ByteSpan srcSpan = ByteSpan::OfFrame(src, srcStride, rows);
     const ByteSpan dstSpan = ByteSpan::OfPlanar(dstY, dstU, dstV, yStride, uvStride, rows);
@@ -64,6 +73,17 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
     const int blockShift = body == TierBody::Sse2 ? 4 : 3;
     const size_t nb = body == TierBody::Plain ? 0 : size_t((width >> blockShift) << blockShift) * 2;
     const size_t n = pairs * 4;
+#if defined(TARN_HAVE_X86_SIMD)
+    const HalvePackedRowFn halveRow = &f == &kYuvRowsAvx2 ? HalvePackedRowAvx2 : HalvePackedRowPlain;
+#else
+    const HalvePackedRowFn halveRow = HalvePackedRowPlain;
+#endif
+    // Row k of the halved rows, from source row 2k as stored.
+    const auto halveAt = [&](int32_t k, uint8_t* scratch) {
+        if (!halve) return;
+        const uint8_t* from = srcSpan.Fetch(Offset(walk.base, 2 * k * walk.step), n, scratch);
+        halveRow(halved.rows + intptr_t(k) * halved.stride, from, pairs);
+    };
 
     const size_t cap = n + 64;
     Scratch work(cap * 16);
@@ -104,7 +124,12 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
         for (Addr c : cs)
             if (!dstSpan.Holds(c, pairs)) return false;
         const auto at = [](Addr a) { return reinterpret_cast<uint8_t*>(a); };
-        TwoChromaAvx2({{at(p.u), at(q.u)}, {at(p.v), at(q.v)}}, rows6, pairs);
+        TwoChroma out{{at(p.u), at(q.u)}, {at(p.v), at(q.v)}};
+        if (halve) {
+            out.halved[0] = halved.rows + intptr_t(k) * halved.stride;
+            out.halved[1] = out.halved[0] + halved.stride;
+        }
+        TwoChromaAvx2(out, rows6, pairs);
         return true;
 #else
         (void)k, (void)p, (void)q;
@@ -118,7 +143,10 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
         const Addr y0At = place.y0, y1At = place.y1, uAt = place.u, vAt = place.v;
         // What is written over afterwards need not be written now.
         const bool lumaLost = place.lumaLost;
-        if (place.allLost) continue;
+        if (place.allLost) {
+            halveAt(k, row(0));
+            continue;
+        }
         if (k > 0 && k + 1 < lastPair && twoAt(k, place, placeOf(k + 1))) {
             ++k;
             continue;
@@ -212,7 +240,9 @@ void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
         dstSpan.Store(y1At, y1, 2 * pairs);
         dstSpan.Store(uAt, u, pairs);
         dstSpan.Store(vAt, v, pairs);
+        halveAt(k, row(0));
     }
+    return halve;
 }
 
 void ConvYuy2ToPlanarSmoothPlain(uint8_t* dstY, uint8_t* dstU, uint8_t* dstV, int32_t yStride,

@@ -136,15 +136,16 @@ void ConvertPackedToPlanar(uint8_t* packed, int32_t packedStride, uint8_t* plana
                              width, height);
 }
 
-void ConvertPackedToPlanarOver(uint8_t* packed, int32_t packedStride, uint8_t* planar, int32_t planarStride,
-                               int32_t width, int32_t height, int64_t overwritten) {
-    if (!packed || !planar) return;
+bool ConvertPackedToPlanarOver(uint8_t* packed, int32_t packedStride, uint8_t* planar, int32_t planarStride,
+                               int32_t width, int32_t height, int64_t overwritten, uint8_t* halvedRows,
+                               int32_t halvedStride) {
+    if (!packed || !planar) return false;
     // The bodies of the kernels kPackedToPlanar names, tier by tier.
     constexpr TierBody kBodies[] = {TierBody::Plain, TierBody::Mmx, TierBody::Sse2};
     const Planes p = PlanesOf(planar, planarStride, height, false);
-    PackedToPlanar(kBodies[static_cast<int>(TierOf(g_cpuFeatures))], true, PackedOrder::Yuy2, p.y, p.second,
-                   p.first, planarStride, p.chromaStride, packed, packedStride, width, height,
-                   planar + overwritten);
+    return PackedToPlanar(kBodies[static_cast<int>(TierOf(g_cpuFeatures))], true, PackedOrder::Yuy2, p.y,
+                          p.second, p.first, planarStride, p.chromaStride, packed, packedStride, width, height,
+                          planar + overwritten, {halvedRows, halvedStride});
 }
 
 void ConvertRgb24ToRgb32(uint8_t* rgb24, int32_t rgb24Stride, uint8_t* rgb32, int32_t rgb32Stride,

@@ -22,9 +22,13 @@ void ConvertPackedToPlanar(uint8_t* packed, int32_t packedStride, uint8_t* plana
                            int32_t width, int32_t height);
 // ConvertPackedToPlanar into memory whose first `overwritten` bytes are
 // written over afterwards: from there on the same bytes, and of what lies
-// wholly before, as little as it can.
-void ConvertPackedToPlanarOver(uint8_t* packed, int32_t packedStride, uint8_t* planar, int32_t planarStride,
-                               int32_t width, int32_t height, int64_t overwritten);
+// wholly before, as little as it can. Given `halvedRows`, it also writes
+// row k of them (`halvedStride` apart) as source row 2k halved across, the
+// rows of a packed resize to half size both ways, while it reads the source
+// anyway; it answers whether it did.
+bool ConvertPackedToPlanarOver(uint8_t* packed, int32_t packedStride, uint8_t* planar, int32_t planarStride,
+                               int32_t width, int32_t height, int64_t overwritten,
+                               uint8_t* halvedRows = nullptr, int32_t halvedStride = 0);
 void ConvertRgb24ToRgb32(uint8_t* rgb24, int32_t rgb24Stride, uint8_t* rgb32, int32_t rgb32Stride,
                          int32_t width, int32_t height, uint32_t flip);
 void ConvertRgb32ToRgb24(uint8_t* rgb32, int32_t rgb32Stride, uint8_t* rgb24, int32_t rgb24Stride,

@@ -146,6 +146,18 @@ int64_t DirectResizeCovered(const Picture& picture, const Aspect& aspect, const 
     return luma / 4 <= chroma ? luma + luma / 4 + chroma : luma + chroma;
 }
 
+bool DirectPackedHalving(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
+                         const Destination& to) {
+    const int32_t w = request.width, h = request.height;
+    // Even target sides, so that the scaler's even cut leaves them, and rows
+    // that neither overlap nor leave a part of themselves to the paint.
+    if (LayoutOf(picture.format) != PixelLayout::Packed || request.keepAspect || ((w | h) & 1) ||
+        picture.width != 2 * w || picture.height != 2 * h || to.stride < 2 * int64_t(w))
+        return false;
+    VedRect fit;
+    return GateOf(picture, aspect, request, &to, fit) == ResizeGate::Scales;
+}
+
 VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& request,
                         const Destination* to, PendingPixels& made) {
     const int32_t width = request.width, height = request.height, quality = request.quality;
@@ -171,6 +183,7 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
     uint8_t* out = nullptr;
     int32_t outStride = 0;
     uint32_t outTopDown = picture.topDown;
+    bool rowsInPlace = false;
     if (to) {
         // Row bytes the scaler stores whole anyway are left out of the paint,
         // which goes first all the same: a 24-bit row's last store reaches
@@ -195,6 +208,7 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
             FillPlanarAroundRows(to->buffer, height, to->stride, int32_t(std::min<int64_t>(rowBytes, to->stride)), 0);
         else
             FillPlanar(to->buffer, width, height, to->stride, nullptr, 0);
+        rowsInPlace = packed && wholeRows && request.rowsInPlace;
         out = to->buffer;
         outStride = to->stride;
         outTopDown = to->topDown;
@@ -242,7 +256,9 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
     switch (layout) {
         case PixelLayout::Interleaved: StretchInterleaved(in, nullptr, resized, target, pad, quality); break;
         case PixelLayout::Planar: StretchPlanar(in, nullptr, resized, target, pad, quality); break;
-        case PixelLayout::Packed: StretchPacked(in, nullptr, resized, target, pad); break;
+        case PixelLayout::Packed:
+            if (!rowsInPlace) StretchPacked(in, nullptr, resized, target, pad);
+            break;
         default:  // only direct output gets here, its buffer already painted
             return VED_E_NOTSUPPORTED;
     }

@@ -15,6 +15,10 @@ struct ResizeRequest {
     int32_t height;
     int32_t keepAspect;  // non-zero: fitted with `aspect` into width x height
     int32_t quality;     // the scaling mode
+    // Sent to a destination: the packed rows the scaler would store there
+    // are there already (the planar first step of an exact halving wrote
+    // them, DirectPackedHalving), so only the paint around them is left.
+    bool rowsInPlace = false;
 };
 
 // Without a destination the resized picture is a new buffer in `made`, and
@@ -35,5 +39,12 @@ VedResult ResizePicture(Picture& picture, Aspect& aspect, const ResizeRequest& r
 // positive stride are answered; anything else is 0.
 int64_t DirectResizeCovered(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
                             const Destination& to);
+
+// Whether ResizePicture, sent to `to`, scales this packed picture to exactly
+// half its size both ways into whole rows the paint goes around: then target
+// row k is source row 2k halved across (every second pair), row k at k x
+// stride, rows apart from each other.
+bool DirectPackedHalving(const Picture& picture, const Aspect& aspect, const ResizeRequest& request,
+                         const Destination& to);
 
 }  // namespace tarn

@@ -33,7 +33,7 @@ VedResult CTarnSurface::RunRecord(const OperationRecord& record, const Destinati
 
 VedResult CTarnSurface::RunRecordOnce(const OperationRecord& record, const Destination* to) {
     if (record.kind == kRecordSetFormat) return RunSetFormat(record.format, to);
-    const ResizeRequest request{record.width, record.height, record.keepAspect, record.quality};
+    ResizeRequest request{record.width, record.height, record.keepAspect, record.quality};
     if (info.format == SURFACE_FORMAT_YUV422) {
         // Packed pictures are resized by way of the planar format. Sent to a
         // destination, the first step writes the caller's buffer and leaves

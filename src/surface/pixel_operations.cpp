@@ -75,7 +75,7 @@ VedResult CTarnSurfaceBuffer::RunResize(const ResizeRequest& request, const Dest
     return r;
 }
 
-VedResult CTarnSurfaceBuffer::RunPlanarStepBefore(const ResizeRequest& request, const Destination& to) {
+VedResult CTarnSurfaceBuffer::RunPlanarStepBefore(ResizeRequest& request, const Destination& to) {
     const Picture picture = PictureOf(info, pixels);
     const int64_t covered = DirectResizeCovered(picture, Aspect{aspectX, aspectY}, request, to);
     // A source that shares bytes with what the step or the resize writes
@@ -86,8 +86,13 @@ VedResult CTarnSurfaceBuffer::RunPlanarStepBefore(const ResizeRequest& request, 
         return RunSetFormat(SURFACE_FORMAT_YUV420, &to);
     // The step's refusal of a stride shorter than a luma row stays.
     if (to.stride < picture.width) return VED_E_INVALIDARG;
-    ConvertPackedToPlanarOver(picture.pixels, picture.stride, to.buffer, to.stride, picture.width, picture.height,
-                              covered);
+    // An exact halving takes its rows from every second source row, which
+    // the step reads anyway: it writes them as it goes, and the resize then
+    // paints around them.
+    const bool halving = DirectPackedHalving(picture, Aspect{aspectX, aspectY}, request, to);
+    request.rowsInPlace =
+        ConvertPackedToPlanarOver(picture.pixels, picture.stride, to.buffer, to.stride, picture.width,
+                                  picture.height, covered, halving ? to.buffer : nullptr, to.stride);
     return VED_S_OK;
 }
 

@@ -90,8 +90,9 @@ public:
     virtual VedResult RunSetFormat(SurfaceFormat format, const Destination* to) = 0;
     // The planar first step of a packed resize sent to `to`: the conversion
     // to YUV420 there, of which the bytes the resize is sure to write over
-    // (DirectResizeCovered) are left out as far as they can be.
-    virtual VedResult RunPlanarStepBefore(const ResizeRequest& request, const Destination& to) = 0;
+    // (DirectResizeCovered) are left out as far as they can be. Where the
+    // step writes the resize's rows as well, it sets request.rowsInPlace.
+    virtual VedResult RunPlanarStepBefore(ResizeRequest& request, const Destination& to) = 0;
 
     // Where resizes and format changes write while the surface is directed at
     // a caller's memory, or null.

@@ -44,7 +44,7 @@ public:
     VedResult TARN_CALL DoFill(VedRect* rect, uint32_t color) override;
     VedResult RunResize(const ResizeRequest& request, const Destination* to) override;
     VedResult RunSetFormat(SurfaceFormat format, const Destination* to) override;
-    VedResult RunPlanarStepBefore(const ResizeRequest& request, const Destination& to) override;
+    VedResult RunPlanarStepBefore(ResizeRequest& request, const Destination& to) override;
 
     // Takes `bytes` (plus the tail slack) for the buffer; false when `bytes`
     // is below 1 (nothing done) or memory is short.

@@ -3,12 +3,15 @@
 // the integer way takes, widths whose rows end inside a vector step, sources
 // that end where their last row ends or run bottom-up, bottom-up targets
 // with canaries around them, bytes at the ends of their range, and a target
-// over its own source.
+// over its own source. Last, the halved rows a packed resize to half size
+// takes from the planar step before it, against this scaler's plain form.
 #include <gtest/gtest.h>
 
 #include <random>
 #include <vector>
 
+#include "convert/catalogue_kernels.h"
+#include "operations/convert_functions.h"
 #include "platform/cpu_features.h"
 #include "platform/form_table.h"
 #include "scale/scale.h"
@@ -137,6 +140,56 @@ TEST(PackedScaleForms, TargetOverTheSourceGivesThePlainBytes) {
         if (HostSimdForm() < f) continue;
         EXPECT_EQ(run(f), plain) << FormName(f);
     }
+}
+
+// The planar step of a packed resize to half size writes the resize's rows
+// as it reads the source: those rows must be the plain scaler's, with the
+// bytes around them untouched, and the step's own bytes those it writes
+// without them, in every tier and form. Widths take the two-pair blocks
+// with and without a rest, and the pair-by-pair rows; luma is written over
+// for the upper rows, as under a resize's paint.
+TEST(PackedScaleForms, HalvedRowsOfThePlanarStepAreThePlainScalersRows) {
+    struct Size {
+        int32_t w, h;
+    };
+    const Size sizes[] = {{128, 40}, {144, 24}, {208, 12}, {132, 44}, {40, 8}, {34, 10}, {1920, 8}};
+    const uint32_t tiers[] = {0, kCpuMmx, kCpuMmx | kCpuSse2};
+    std::mt19937 rng(44);
+    const size_t margin = 40;
+    for (const Size& s : sizes) {
+        const int32_t srcStride = 2 * s.w + 4, rowStride = s.w + 10, dw = s.w / 2, dh = s.h / 2;
+        std::vector<uint8_t> src(size_t(srcStride) * s.h);
+        for (auto& b : src) b = uint8_t(rng());
+        std::vector<uint8_t> expected(size_t(rowStride) * dh + 2 * margin, 0x3C);
+        {
+            ScopedKernelChoice choice(g_cpuFeatures, SimdForm::Plain);
+            ScalePacked({expected.data() + margin, uint32_t(dw), uint32_t(dh), rowStride, 2},
+                        {src.data(), uint32_t(s.w), uint32_t(s.h), srcStride, 2});
+        }
+        const size_t planarBytes = size_t(s.w) * s.h * 3 / 2;
+        const int64_t overwritten = int64_t(s.w) * s.h * 3 / 4;
+        for (uint32_t tier : tiers)
+            for (SimdForm f : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+                if (HostSimdForm() < f) continue;
+                ScopedKernelChoice choice(tier, f);
+                std::vector<uint8_t> alone(planarBytes, 0x5A), with(planarBytes, 0x5A);
+                std::vector<uint8_t> rows(expected.size(), 0x3C);
+                EXPECT_FALSE(ConvertPackedToPlanarOver(src.data(), srcStride, alone.data(), s.w, s.w, s.h,
+                                                       overwritten));
+                EXPECT_TRUE(ConvertPackedToPlanarOver(src.data(), srcStride, with.data(), s.w, s.w, s.h,
+                                                      overwritten, rows.data() + margin, rowStride));
+                EXPECT_TRUE(with == alone) << s.w << "x" << s.h << " " << DescribeKernelChoice();
+                EXPECT_TRUE(rows == expected) << s.w << "x" << s.h << " " << DescribeKernelChoice();
+            }
+    }
+    // An odd width, or a source read from its last row up, is not halved so,
+    // and nothing is written to the rows.
+    std::vector<uint8_t> src(size_t(2 * 33) * 8, 7), planar(size_t(33) * 8 * 2, 0), rows(200, 0x3C);
+    EXPECT_FALSE(ConvertPackedToPlanarOver(src.data(), 66, planar.data(), 33, 33, 8, 0, rows.data(), 20));
+    uint8_t* u = planar.data() + 32 * 8;
+    EXPECT_FALSE(PackedToPlanar(TierBody::Sse2, true, PackedOrder::Yuy2, planar.data(), u, u + 16 * 4, 32, 16,
+                                src.data() + 66 * 7, 66, 32, -8, nullptr, {rows.data(), 20}));
+    EXPECT_EQ(rows, std::vector<uint8_t>(200, 0x3C));
 }
 
 }  // namespace

@@ -118,6 +118,12 @@ TEST(PackedDirectResize, CallerBytesMatchTheConversionThenTheResize) {
         {64, 40, 60, 40, 0, 0, 0, SCALE_BOX_FADE, 0, 0},       // same height, narrower
         {64, 40, 32, 4, 0, 0, 0, SCALE_BILINEAR, 0, 1},        // the least height
         {64, 5, 32, 4, 0, 0, 0, SCALE_NEAREST, 0, 1},          // the least source, odd
+        // Exact halvings, whose rows the first step writes: two-pair blocks
+        // with a rest, pair by pair, a wide stride, bottom-up, odd sides.
+        {144, 48, 72, 24, 0, 0, 0, SCALE_AREA, 0, 1},
+        {132, 44, 66, 22, 0, 0, 0, SCALE_BOX, 10, 0},
+        {130, 42, 65, 21, 0, 0, 0, SCALE_BILINEAR, 0, 1},
+        {128, 40, 64, 20, 1, 0, 0, SCALE_NEAREST, 0, 1},       // fitted: painted whole
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Describe(c));
@@ -138,6 +144,7 @@ TEST(PackedDirectResize, EveryTierAndFormGivesTheTwoStepsBytes) {
         {99, 30, 66, 20, 0, 0, 0, SCALE_AREA, 0, 1},
         {98, 31, 49, 16, 1, 4, 3, SCALE_BOX, 3, 1},
         {70, 21, 70, 30, 0, 0, 0, SCALE_PLANAR_AREA, 0, 0},
+        {192, 64, 96, 32, 0, 0, 0, SCALE_PLANAR_NEAREST, 6, 1},  // halving: rows from the first step
     };
     for (uint32_t tier : tiers) {
         for (SimdForm form : forms) {
