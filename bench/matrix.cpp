@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bench_support.h"
+#include "bytes_floor.h"
 #include "blur_floor.h"
 #include "object/surface_builder.h"
 #include "scale/sharpen.h"
@@ -242,8 +243,9 @@ void RegisterResizes() {
 
 // The float work alone of the planar sharpen's blur over the 1080p luma
 // plane (blur_floor.h), beside the peer's whole scale of the frame for each
-// factor of the YUV420 p-sharpen rows: where this ratio is above 1, the
-// stated arithmetic by itself costs more than the peer's scale.
+// factor of the YUV420 p-sharpen rows, and the bytes alone that the YUV422
+// 1/2 rows must read and write (bytes_floor.h): where such a ratio is above
+// 1, the stated work by itself costs more than the peer's scale.
 void RegisterFloors() {
 #if defined(TARN_BENCH_BLUR_FLOOR)
     if (!__builtin_cpu_supports("avx2")) return;
@@ -265,6 +267,34 @@ void RegisterFloors() {
         };
         Register(std::string("Floor/YUV420/p-sharpen-blur/") + std::to_string(m.num) + "-" + std::to_string(m.den),
                  peerName, ours, peer, size_t(kW) * kH);
+    }
+#endif
+#if defined(TARN_BENCH_BYTES_FLOOR) && defined(TARN_HAVE_PEER)
+    // A packed frame resized to half size into the caller's memory first
+    // converts to planar there, at the target's stride, which is the
+    // source's width: every chroma row of that step smooths four source
+    // rows, so the whole source is read, and every byte of the planar frame
+    // is left written (by the step, the paint or the rows). Those bytes
+    // alone, beside the peer's scale for each of its filters the YUV422 1/2
+    // rows meet.
+    if (!__builtin_cpu_supports("avx2")) return;
+    const Format& packed = kFormats[4];
+    const size_t written = size_t(kW) * kH * 3 / 2;
+    uint8_t* out = Scratch(0, written).data();
+    const std::pair<libyuv::FilterMode, const char*> filters[] = {
+        {libyuv::kFilterNone, "nearest"}, {libyuv::kFilterBilinear, "bilinear"}, {libyuv::kFilterBox, "box"}};
+    for (const auto& [filter, filterName] : filters) {
+        std::string peerName;
+        const std::function<void()> peer =
+            PeerScale(packed, kW / 2, kH / 2, filter, Scratch(1, FrameBytes(packed, kW / 2, kH / 2)).data(), peerName);
+        auto ours = [packed, out, written] {
+            uint8_t* in = nullptr;
+            if (Source(packed)->GetPixels(&in) != VED_S_OK) return false;
+            benchmark::DoNotOptimize(tarn::bench::BytesFloor(in, FrameBytes(packed, kW, kH), out, written, 0x80));
+            return true;
+        };
+        Register(std::string("Floor/YUV422/bytes/1-2/") + filterName, peerName, ours, peer,
+                 (FrameBytes(packed, kW, kH) + FrameBytes(packed, kW / 2, kH / 2)) / 2);
     }
 #endif
 }
