@@ -9,13 +9,16 @@ struct Positions {
     int y0, u, y1, v;
 };
 Positions PositionsOf(Order o) {
-    switch (o) {
-        case Order::Yuy2: return {0, 1, 2, 3};  // Y0 Cb Y1 Cr
-        case Order::Yvyu: return {0, 3, 2, 1};  // Y0 Cr Y1 Cb
-        case Order::Uyvy: return {1, 0, 3, 2};  // Cb Y0 Cr Y1
-        case Order::Vyuy: break;                // Cr Y0 Cb Y1
-    }
-    return {1, 2, 3, 0};
+    // Yuy2: Y0 Cb Y1 Cr; Yvyu: Y0 Cr Y1 Cb; Uyvy: Cb Y0 Cr Y1; Vyuy: Cr Y0 Cb Y1.
+    static const Positions at[] = {{0, 1, 2, 3}, {0, 3, 2, 1}, {1, 0, 3, 2}, {1, 2, 3, 0}};
+    return at[int(o)];
+}
+
+// A planar picture of P row pairs, `width` wide.
+Planar PlanarOfSize(int P, int width) {
+    return {Rows(size_t(2 * P), std::vector<uint8_t>(size_t(width))),
+            Rows(size_t(P), std::vector<uint8_t>(size_t(width / 2))),
+            Rows(size_t(P), std::vector<uint8_t>(size_t(width / 2)))};
 }
 
 int Floor(int v, int shift) { return v >= 0 ? v >> shift : -((-v + (1 << shift) - 1) >> shift); }
@@ -142,9 +145,7 @@ Rows PlanarToPacked(Tier tier, bool smooth, Order order, const Planar& p, int wi
 Planar PackedToPlanar(Order order, const Rows& packed, int width) {
     const Positions at = PositionsOf(order);
     const int P = int(packed.size()) / 2;
-    Planar out{Rows(size_t(2 * P), std::vector<uint8_t>(size_t(width))),
-               Rows(size_t(P), std::vector<uint8_t>(size_t(width / 2))),
-               Rows(size_t(P), std::vector<uint8_t>(size_t(width / 2)))};
+    Planar out = PlanarOfSize(P, width);
     for (int k = 0; k < P; ++k)
         for (int j = 0; j < width / 2; ++j) {
             const uint8_t* a = &packed[2 * k][4 * j];
@@ -205,9 +206,7 @@ Rows RgbToPacked(Kind in, Order order, const Rows& rgb, int width) {
 
 Planar RgbToPlanar(Kind in, const Rows& rgb, int width) {
     const int P = int(rgb.size()) / 2;
-    Planar out{Rows(size_t(2 * P), std::vector<uint8_t>(size_t(width))),
-               Rows(size_t(P), std::vector<uint8_t>(size_t(width / 2))),
-               Rows(size_t(P), std::vector<uint8_t>(size_t(width / 2)))};
+    Planar out = PlanarOfSize(P, width);
     for (int k = 0; k < P; ++k)
         for (int j = 0; j < width / 2; ++j) {
             int sb = 0, sg = 0, sr = 0;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <tuple>
 
 #include "ipl/ipl_error.h"
 #include "ipl/ipl_image.h"
@@ -289,11 +290,10 @@ TEST(SetImageBorder, ClampsToTheDepthAndSetsTheMaskedSides) {
 TEST(ImageRect, WholeImageRoiAndClipping) {
     ImageHeader h{};
     h.width = 10, h.height = 6;
+    const auto corners = [](const InclusiveRect& r) { return std::tuple(r.left, r.top, r.right, r.bottom); };
     InclusiveRect r;
     ASSERT_TRUE(ImageRect(&h, true, &r));
-    EXPECT_EQ(r.left + r.top, 0);
-    EXPECT_EQ(r.right, 9);
-    EXPECT_EQ(r.bottom, 5);
+    EXPECT_EQ(corners(r), std::tuple(0, 0, 9, 5));
     const struct {
         ImageRoi roi;
         bool clip, ok;
@@ -315,10 +315,7 @@ TEST(ImageRect, WholeImageRoiAndClipping) {
         InclusiveRect got{};
         EXPECT_EQ(ImageRect(&h, c.clip, &got), c.ok) << c.roi.xOffset << "," << c.roi.yOffset;
         if (c.ok) {
-            EXPECT_EQ(got.left, c.rect.left);
-            EXPECT_EQ(got.top, c.rect.top);
-            EXPECT_EQ(got.right, c.rect.right);
-            EXPECT_EQ(got.bottom, c.rect.bottom);
+            EXPECT_EQ(corners(got), corners(c.rect)) << c.roi.xOffset << "," << c.roi.yOffset;
         }
     }
 }
