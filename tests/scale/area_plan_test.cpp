@@ -163,7 +163,8 @@ void ExpectExactBoxesAgree(const WholeImage& image, std::mt19937& rng) {
         const auto plain = image.ExpectFormsAgree(src, SCALE_AREA);
         for (uint32_t y = 0; saturated && y < s.dh; ++y)
             for (uint32_t x = 0; x < s.dw * image.db; ++x)
-                ASSERT_EQ(plain[WholeImage::kMargin + size_t(y) * image.DstStride() + x], 255) << image.What(SCALE_AREA);
+                ASSERT_EQ(plain[WholeImage::kMargin + size_t(y) * image.DstStride() + x], 255)
+                    << image.What(SCALE_AREA);
     }
 }
 

@@ -1,4 +1,4 @@
-// Box rows of boxes 4 or 8 samples wide and of unit boxes (at most one
+// Box rows of boxes 2, 4 or 8 samples wide and of unit boxes (at most one
 // sample wide and tall), and the exact area shrink by 4 and 8, against the
 // plain forms byte for byte: every family, lengths with and without tails,
 // row counts in and out of range, source rows that end right after the
@@ -25,16 +25,17 @@ struct Family {
     uint32_t sp, dp;
     RowFn plain;
     UnitFn unitPlain;
-    RowFn quad;        // null where AVX2 is not built
+    RowFn paired, quad;  // boxes 2 and 4 or 8 samples wide; null where AVX2 is not built
     UnitFn unitAvx2;
 };
 
 template <BoxFamily F>
 constexpr Family FamilyOf(uint32_t sp, uint32_t dp) {
 #if defined(TARN_HAVE_X86_SIMD)
-    return {sp, dp, BoxShrinkRowPlain<F>, BoxUnitRowPlain<F>, BoxQuadRowAvx2<F>, BoxUnitRowAvx2<F>};
+    return {sp, dp, BoxShrinkRowPlain<F>, BoxUnitRowPlain<F>, BoxPairedRowAvx2<F>, BoxQuadRowAvx2<F>,
+            BoxUnitRowAvx2<F>};
 #else
-    return {sp, dp, BoxShrinkRowPlain<F>, BoxUnitRowPlain<F>, nullptr, nullptr};
+    return {sp, dp, BoxShrinkRowPlain<F>, BoxUnitRowPlain<F>, nullptr, nullptr, nullptr};
 #endif
 }
 
@@ -55,9 +56,9 @@ TEST(BoxQuads, RowsMatchPlain) {
     if (!kFamilies[0].quad || HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     std::mt19937 rng(404);
     for (const Family& fam : kFamilies)
-        for (uint32_t width : {4u, 8u})
-            for (uint32_t len : {1u, 7u, 8u, 9u, 10u, 15u, 16u, 17u, 23u, 25u, 31u, 40u})
-                for (uint32_t rows : {0u, 1u, 2u, 3u, 4u, 5u, 7u, 8u, 12u, 16u, 17u})
+        for (uint32_t width : {2u, 4u, 8u})
+            for (uint32_t len : {1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 10u, 15u, 16u, 17u, 23u, 25u, 31u, 40u, 64u})
+                for (uint32_t rows = 0; rows <= 17; ++rows)
                     for (int sign : {1, -1}) {
                         const uint32_t start = 5 * fam.sp;  // the run begins inside the row
                         std::vector<uint32_t> offsets(len), counts(len, width);
@@ -70,7 +71,8 @@ TEST(BoxQuads, RowsMatchPlain) {
                         const uint8_t* first = src.data() + (sign < 0 ? size_t(rowBytes + 3) * (deep - 1) : 0);
                         Target want(size_t(len) * fam.dp + 1), got(size_t(len) * fam.dp + 1);
                         fam.plain(want.Run(), first, offsets.data(), counts.data(), len, stride, rows);
-                        fam.quad(got.Run(), first, offsets.data(), counts.data(), len, stride, rows);
+                        (width == 2 ? fam.paired : fam.quad)(got.Run(), first, offsets.data(), counts.data(), len,
+                                                             stride, rows);
                         ASSERT_EQ(got.bytes, want.bytes) << fam.sp << "->" << fam.dp << " width " << width << " len "
                                                          << len << " rows " << rows << " sign " << sign;
                     }

@@ -121,8 +121,8 @@ inline std::vector<uint8_t> ScaleInOneBlock(const std::vector<uint8_t>& start, c
     std::vector<uint8_t> block(start.size() * 2 + 4096, 0x33);
     std::copy(start.begin(), start.end(), block.begin());
     uint8_t* dst = inPlace ? block.data() : block.data() + start.size() + 4096;
-    ScaleImage({dst, s.dw, s.dh, int32_t(s.dw * bytes), bytes}, {block.data(), s.sw, s.sh, int32_t(s.sw * bytes), bytes},
-               {double(s.sw) / s.dw, double(s.sh) / s.dh}, mode, nullptr);
+    ScaleImage({dst, s.dw, s.dh, int32_t(s.dw * bytes), bytes},
+               {block.data(), s.sw, s.sh, int32_t(s.sw * bytes), bytes}, {double(s.sw) / s.dw, double(s.sh) / s.dh}, mode, nullptr);
     return std::vector<uint8_t>(dst, dst + start.size());
 }
 
