@@ -40,32 +40,26 @@ TEST(GrayHalvedRows, MatchTheBilinearRowsOfWholeShrinks) {
     std::mt19937 rng(7);
     for (const Size& s : sizes)
         for (const bool up : {false, true}) {
-            const int32_t srcStride = int32_t(s.sw);
-            auto src = test::RandomBytes(size_t(srcStride) * s.sh, rng);
-            // Bottom-up: the first row last in memory, strides negative.
-            const int32_t sStride = up ? -srcStride : srcStride;
-            const uint8_t* first = up ? src.data() + size_t(srcStride) * (s.sh - 1) : src.data();
-            const test::GrayTables t({s.sw, s.sh, s.dw, s.dh}, sStride, AxisFilter::Bilinear, s.rows);
+            const test::WholeImage image{{s.sw, s.sh, s.dw, s.dh}, 1, 1, 0, 7, up};
+            const auto src = image.Source(rng);
+            const test::GrayTables t(image.s, up ? -image.SrcStride() : image.SrcStride(), AxisFilter::Bilinear, s.rows);
             ASSERT_TRUE(t.cf == 0 && t.cl == s.dw && t.rf == 0 && t.rl == s.dh) << s.sw << "->" << s.dw;
-            const int32_t dstStride = int32_t(s.dw + 7);
-            const size_t margin = 40, bytes = size_t(dstStride) * s.dh + 2 * margin;
-            std::vector<uint8_t> plain(bytes, 0x3C), fast(bytes, 0x3C);
-            auto row0 = [&](std::vector<uint8_t>& v) {
-                return v.data() + margin + (up ? size_t(dstStride) * (s.dh - 1) : 0);
-            };
-            const int32_t dStride = up ? -dstStride : dstStride;
-            bool blends = false;
-            for (uint32_t y = 0; y < s.dh; ++y) {
-                blends |= (t.rowWeights[y] & 255) != 0;
-                GrayInnerRowPlain(row0(plain) + intptr_t(dStride) * y, first + RowDelta(t.rows[y]), t.block.data(),
-                                  t.cols.data(), s.dw, sStride, t.rowWeights[y]);
-            }
+            bool blends = false, ran = false;
+            const auto plain = image.Run(src, [&](const ScaleTarget& to, const ScaleSource& from) {
+                for (uint32_t y = 0; y < s.dh; ++y) {
+                    blends |= (t.rowWeights[y] & 255) != 0;
+                    GrayInnerRowPlain(to.pixels + intptr_t(to.stride) * y, from.pixels + RowDelta(t.rows[y]),
+                                      t.block.data(), t.cols.data(), s.dw, from.stride, t.rowWeights[y]);
+                }
+            });
             EXPECT_EQ(blends, s.rows == kF) << "the field tables should mean two rows";
-            const bool ran = GrayHalvedRowsAvx2(row0(fast), dStride, first, t.rows.data(), t.rowWeights.data(), s.dh,
-                                                sStride, t.block.data(), t.cols.data(), s.dw, s.sw);
+            const auto fast = image.Run(src, [&](const ScaleTarget& to, const ScaleSource& from) {
+                ran = GrayHalvedRowsAvx2(to.pixels, to.stride, from.pixels, t.rows.data(), t.rowWeights.data(), s.dh,
+                                         from.stride, t.block.data(), t.cols.data(), s.dw, s.sw);
+            });
             EXPECT_EQ(ran, s.halves) << s.sw << "->" << s.dw;
-            if (ran) EXPECT_EQ(fast, plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " up " << up;
-            else EXPECT_EQ(fast, std::vector<uint8_t>(bytes, 0x3C)) << "wrote although it declined";
+            if (ran) EXPECT_EQ(fast, plain) << image.What(1);
+            else EXPECT_EQ(fast, image.Run(src, [](auto, auto) {})) << "wrote although it declined";
         }
 }
 

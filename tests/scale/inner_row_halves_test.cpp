@@ -24,15 +24,10 @@ struct HalvesCase {
 TEST(InnerRowHalves, RunsGiveThePlainBytes) {
     std::mt19937 rng(5);
     std::vector<HalvesCase> cases;
+    const uint32_t runs[][3] = {{3, 0, 2}, {3, 5, 2}, {4, 0, 2}, {4, 1, 4}, {4, 3, 8}, {4, 2, 0}};
     for (uint32_t len : {1u, 2u, 7u, 8u, 9u, 10u, 16u, 17u, 18u, 31u, 64u, 121u})
-        for (int32_t sign : {1, -1}) {
-            cases.push_back({3, 0, 2, len, sign});
-            cases.push_back({3, 5, 2, len, sign});
-            cases.push_back({4, 0, 2, len, sign});
-            cases.push_back({4, 1, 4, len, sign});
-            cases.push_back({4, 3, 8, len, sign});
-            cases.push_back({4, 2, 0, len, sign});
-        }
+        for (int32_t sign : {1, -1})
+            for (const auto& [pixelBytes, start, step] : runs) cases.push_back({pixelBytes, start, step, len, sign});
     int ran = 0;
     for (const HalvesCase& c : cases) {
         std::vector<uint32_t> co(c.len + 8), cw(c.len + 8, kHalfWord);
