@@ -1,7 +1,8 @@
 // Each colour kernel against its reference form in every form this machine
 // runs: awkward widths and heights (odd, around every block, from the last
 // row up), rows long enough for many steps of the widest blocks followed by
-// each kind of tail, and rows walked backwards through memory. Frames,
+// each kind of tail, and rows walked backwards through memory (both frames,
+// or the depth conversions' target alone). Frames,
 // margins and the source (which some kernels write into) are compared byte
 // for byte.
 #include <gtest/gtest.h>
@@ -14,11 +15,26 @@ namespace {
 
 using ref::Tier;
 
-enum class Ref { Yuy2ToRgb, RgbToYuy2, PlanarToRgbSmooth, PlanarToRgb24Rows, PlanarToYuy2, RgbToPlanar, Yuy2ToPlanar };
+enum class Ref {
+    Yuy2ToRgb, RgbToYuy2, PlanarToRgbSmooth, PlanarToRgb24Rows, PlanarToYuy2, RgbToPlanar, Yuy2ToPlanar, RgbDepth
+};
 
-// Sizes beyond the awkward ones: rows of many steps, and rows walked
-// backwards (which the kernels that read each row once go through in chunks).
-enum : int { kWide = 1, kBackwards = 2 };
+// The depth conversions as defined: target row y holds source row y (from
+// the last row up for a negative height), three bytes copied, 0 for a fourth.
+void RgbDepth(int inBpp, int outBpp, const ref::Mem& d, ptrdiff_t d0, int ds, const ref::Mem& s, ptrdiff_t s0, int ss,
+              int w, int h) {
+    const int rows = std::abs(h);
+    for (int y = 0; y < rows; ++y)
+        for (int i = 0; i < w * outBpp; ++i) {
+            const ptrdiff_t from = s0 + ptrdiff_t(h < 0 ? rows - 1 - y : y) * ss + i / outBpp * inBpp + i % outBpp;
+            d.Put(d0 + ptrdiff_t(y) * ds + i, i % outBpp == 3 ? 0 : s.Get(from));
+        }
+}
+
+// Sizes beyond the awkward ones: rows of many steps, rows walked backwards
+// (which the kernels that read each row once go through in chunks), and the
+// awkward sizes again with the target alone stored from its last row up.
+enum : int { kWide = 1, kBackwards = 2, kTargetUp = 4 };
 
 struct KernelCase {
     const char* name;
@@ -31,7 +47,7 @@ struct KernelCase {
 
 struct Geometry {
     int32_t w, h;
-    bool backwards;  // frames of rows from the last row up, strides negative
+    bool srcUp, dstUp;  // frames of rows from the last row up, strides negative
     int32_t srcPad, dstPad, planePad;
 };
 
@@ -50,8 +66,8 @@ void Check(const KernelCase& c, const Geometry& g, SimdForm form, uint32_t seed)
     const int32_t rows = std::abs(g.h);
     const PlanarLayout l = PlanarOf(g.w, rows, g.planePad);
     const ref::PlanarSrc& p = l.planes;
-    RowFrame src(g.w * c.inBpp + g.srcPad, rows, g.backwards, seed);
-    RowFrame dst(g.w * c.outBpp + g.dstPad, rows, g.backwards, 0);
+    RowFrame src(g.w * c.inBpp + g.srcPad, rows, g.srcUp, seed);
+    RowFrame dst(g.w * c.outBpp + g.dstPad, rows, g.dstUp, 0);
     Buffer planes(l.bytes, c.inBpp ? 0 : seed);
     Buffer srcRef = src.buffer, dstRef = dst.buffer, planesRef = planes;
     {
@@ -75,8 +91,9 @@ void Check(const KernelCase& c, const Geometry& g, SimdForm form, uint32_t seed)
         case Ref::PlanarToYuy2: ref::PlanarToYuy2(c.tier, d, dst.first, dst.step, pl, p, g.w, g.h); break;
         case Ref::RgbToPlanar: ref::RgbToPlanar(c.inBpp, pl, p, s, src.first, src.step, g.w, g.h); break;
         case Ref::Yuy2ToPlanar: ref::Yuy2ToPlanar(c.tier, pl, p, s, src.first, src.step, g.w, g.h); break;
+        case Ref::RgbDepth: RgbDepth(c.inBpp, c.outBpp, d, dst.first, dst.step, s, src.first, src.step, g.w, g.h); break;
     }
-    const std::string what = std::string(c.name) + " " + Case(g.w, g.h, form) + (g.backwards ? " backwards" : "");
+    const std::string what = std::string(c.name) + " " + Case(g.w, g.h, form) + (g.srcUp ? " source up" : "") + (g.dstUp ? " target up" : "");
     ASSERT_EQ(dst.buffer.data, dstRef.data) << what;
     ASSERT_EQ(src.buffer.data, srcRef.data) << what << " source";
     ASSERT_EQ(planes.data, planesRef.data) << what << " planes";
@@ -86,15 +103,18 @@ std::vector<Geometry> SizesOf(const KernelCase& c) {
     const bool planar = c.inBpp == 0 || c.outBpp == 0;
     static const std::vector<int32_t> kRowHeights{1, 2, 3, 4, 5, 6, -1, -5, -6};
     std::vector<Geometry> sizes;
-    for (int32_t w : AwkwardWidths())
-        for (int32_t h : planar ? AwkwardHeights() : kRowHeights) sizes.push_back({w, h, false, w % 4, w % 3, w % 3});
+    for (bool up : {false, true})
+        if (!up || (c.sizes & kTargetUp))
+            for (int32_t w : AwkwardWidths())
+                for (int32_t h : planar ? AwkwardHeights() : kRowHeights)
+                    sizes.push_back({w, h, false, up, w % 4, w % 3, w % 3});
     // 3 x 64 + 32 + 2: every block size once after the widest; 1922: a frame
     // row of many steps with a pair left over; 1923: each later row starts a
     // pixel further along.
     for (int32_t h : {6, -5}) {
         if (c.sizes & kWide)
-            for (int32_t w : {226, 1922}) sizes.push_back({w, h, false, 4, 4, 2});
-        if (c.sizes & kBackwards) sizes.push_back({1923, h, true, 4, 4, 3});
+            for (int32_t w : {226, 1922}) sizes.push_back({w, h, false, false, 4, 4, 2});
+        if (c.sizes & kBackwards) sizes.push_back({1923, h, true, true, 4, 4, 3});
     }
     return sizes;
 }
@@ -132,6 +152,8 @@ TEST(ColourKernels, MatchTheirReferenceForms) {
         {"ConvYuy2ToPlanarSmoothPlain", ConvYuy2ToPlanarSmoothPlain, Ref::Yuy2ToPlanar, Tier::Plain, 2, 0, 0},
         {"ConvYuy2ToPlanarSmoothMmxTier", ConvYuy2ToPlanarSmoothMmxTier, Ref::Yuy2ToPlanar, Tier::Mmx, 2, 0, 0},
         {"ConvYuy2ToPlanarSmoothSse2Tier", ConvYuy2ToPlanarSmoothSse2Tier, Ref::Yuy2ToPlanar, Tier::Sse2, 2, 0, kWide},
+        {"ConvRgb24ToRgb32", ConvRgb24ToRgb32, Ref::RgbDepth, Tier::Plain, 3, 4, kBoth | kTargetUp},
+        {"ConvRgb32ToRgb24", ConvRgb32ToRgb24, Ref::RgbDepth, Tier::Plain, 4, 3, kBoth | kTargetUp},
     };
     uint32_t seed = 100;
     for (const KernelCase& c : cases)
