@@ -9,6 +9,7 @@
 // difference are taken from each blurred row as it is made. Only the mask
 // waits for the whole plane, since it needs the extremes of all of it.
 #include <algorithm>
+#include <cfloat>
 #include <climits>
 #include <cmath>
 #include <memory>
@@ -69,8 +70,25 @@ void ApplySharpenAt(uint8_t* to, int32_t bv, int32_t high, int32_t low) {
     *to = static_cast<uint8_t>(v >= 255 ? 255 : v <= 0 ? 0 : v);
 }
 
-void BlurHorizontalPlain(const uint8_t* row, int32_t width, const float* k, int32_t n, float*, float* out) {
-    for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
+BlurRowTaps MakeBlurRowTaps(const float* k, int32_t n, int32_t width, float* weights) {
+    const int32_t r = n / 2;
+    float whole = 0;
+    bool normal = true;
+    for (int32_t i = 0; i < n; ++i) {
+        whole += k[i];
+        normal = normal && k[i] >= FLT_MIN;
+    }
+    for (int32_t x = 0; x < width; ++x) {
+        float weight = 0;
+        for (int32_t i = 0; i < n; ++i)
+            if (x + i - r >= 0 && x + i - r < width) weight += k[i];
+        weights[x] = weight;
+    }
+    return {k, n, whole, whole == 0x1.fffffep-1f && normal, weights};
+}
+
+void BlurHorizontalPlain(const uint8_t* row, int32_t width, const BlurRowTaps& taps, float*, float* out) {
+    for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, taps.k, taps.n);
 }
 
 void BlurVerticalPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
@@ -131,6 +149,8 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     std::vector<float> scratch(2 * (size_t(width) + size_t(n)) + 48 + kSlack);
     std::vector<const float*> rows(static_cast<size_t>(slots));
     std::vector<float> taps(static_cast<size_t>(n));
+    std::vector<float> weights(size_t(width) + kSlack);
+    const BlurRowTaps across = MakeBlurRowTaps(k, n, width, weights.data());
     auto slot = [&](int32_t row) { return ring.data() + size_t(row % slots) * width; };
     int32_t made = 0;
     float checked = 0;
@@ -138,7 +158,7 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     for (int32_t y = 0; y < height;) {
         const bool pair = y >= r && y + 1 + r < height;
         for (; made <= std::min(height - 1, y + r + (pair ? 1 : 0)); ++made)
-            forms.horizontal(in + made * stride, width, k, n, scratch.data(), slot(made));
+            forms.horizontal(in + made * stride, width, across, scratch.data(), slot(made));
         BlurColumnTaps column{rows.data(), taps.data(), 0, 0.0f, false};
         for (int32_t i = 0; i < n; ++i) {
             const int32_t row = y + i - r;

@@ -32,10 +32,27 @@ struct BlurColumnTaps {
     bool keepsWholes;
 };
 
+// The taps of the horizontal pass, the same for every row of a plane and so
+// worked out once for all of them: the n taps, their sum in order, whether
+// dividing by that sum is a step to the next float up (see
+// sharpen_passes.h), and for each of the row's `width` pixels the sum, in
+// order, of its taps inside the row.
+struct BlurRowTaps {
+    const float* k;
+    int32_t n;
+    float whole;
+    bool nextUp;
+    const float* weights;
+};
+
+// The taps of the horizontal pass over rows of `width`; `weights` receives
+// `width` floats.
+BlurRowTaps MakeBlurRowTaps(const float* k, int32_t n, int32_t width, float* weights);
+
 struct SharpenForms {
     // out[x] = the blur of `row` at x over the taps inside the row; `scratch`
     // holds 2 (`width` + n) + 48 floats for the form's own use.
-    void (*horizontal)(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
+    void (*horizontal)(const uint8_t* row, int32_t width, const BlurRowTaps& taps, float* scratch, float* out);
     // out[x] = the blur at x over the taps' rows.
     void (*vertical)(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
     // Two rows of the vertical pass at once, the second one row further down
@@ -57,7 +74,7 @@ float BlurRowAt(const uint8_t* row, int32_t width, int32_t x, const float* k, in
 uint8_t BlurColumnAt(const BlurColumnTaps& taps, int32_t x);
 void ApplySharpenAt(uint8_t* to, int32_t bv, int32_t high, int32_t low);
 
-void BlurHorizontalPlain(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out);
+void BlurHorizontalPlain(const uint8_t* row, int32_t width, const BlurRowTaps& taps, float* scratch, float* out);
 void BlurVerticalPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
 void BlurVerticalPairPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8_t* next);
 void SharpenExtremesPlain(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);

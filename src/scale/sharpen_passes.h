@@ -86,45 +86,41 @@ inline typename L::F TapSum(const float* k, Count count, Load load) {
 // leaves the sum as it was, so the pixels near the ends take the same sums
 // as the rest and only their weights differ. Registers where every tap lies
 // inside the row divide by the whole weight; the others, and a last one
-// drawn back to end at the row's end, by each pixel's own.
+// drawn back to end at the row's end, by each pixel's own, from the taps'
+// table of them.
 //
 // `f` starts on a 64-byte line. With the nine taps, `g` holds the same row
 // half a line further on, and the wide loop reads each tap's register from
 // whichever of the two holds it within one line: a load across two lines
 // costs about two. The loop's steps are whole lines, so which copy serves a
-// tap and register is fixed for the row.
+// tap and register is fixed for the row. What the loop leaves of the
+// interior goes as one more wide step drawn back to end where the interior
+// does (its registers read `f` wherever they fall, once a row): pixels it
+// makes again take the same sums.
 template <class L, class Count, bool kSuccessor>
-void HorizontalRow(const float* f, const float* g, int32_t width, const float* k, Count count, float whole,
+void HorizontalRow(const float* f, const float* g, int32_t width, const BlurRowTaps& taps, Count count,
                    float* out) {
     using F = typename L::F;
     constexpr int32_t N = L::kLanes, kPhases = 16 / N;
-    const int32_t n = count(), r = n / 2;
-    // The weight of pixel x: the sum of its taps inside the row, in order.
-    auto weightAt = [&](int32_t x) {
-        float weight = 0;
-        for (int32_t i = 0; i < n; ++i)
-            if (x + i - r >= 0 && x + i - r < width) weight += k[i];
-        return weight;
-    };
+    const float* k = taps.k;
+    const int32_t r = count() / 2;
     auto edge = [&](int32_t x) {
-        float weights[N];
-        for (int32_t j = 0; j < N; ++j) weights[j] = weightAt(x + j);
         const F sum = TapSum<L>(k, count, [&](int32_t t) { return L::Load(f + x - r + t); });
-        L::Store(out + x, L::Div(sum, L::Load(weights)));
+        L::Store(out + x, L::Div(sum, L::Load(taps.weights + x)));
     };
-    auto normalised = [weight = L::Set1(whole)](F sum) {
+    auto normalised = [weight = L::Set1(taps.whole)](F sum) {
         if constexpr (kSuccessor) return L::Successor(sum);
         else return L::Div(sum, weight);
     };
-    auto wide = [&](int32_t& x, auto load) {
-        for (; x + N * kBlocks <= width - r; x += N * kBlocks) {
-            F s[kBlocks];
-            TapSums<L>(k, count, [&](int32_t t, int j) { return load(x, t, j); }, s);
-            for (int j = 0; j < kBlocks; ++j) L::Store(out + x + N * j, normalised(s[j]));
-        }
+    auto step = [&](int32_t x, auto load) {
+        F s[kBlocks];
+        TapSums<L>(k, count, [&](int32_t t, int j) { return load(x, t, j); }, s);
+        for (int j = 0; j < kBlocks; ++j) L::Store(out + x + N * j, normalised(s[j]));
     };
+    auto anywhere = [&](int32_t x, int32_t t, int j) { return L::Load(f + x - r + t + N * j); };
     int32_t x = 0;
     for (; x < r && x + N <= width; x += N) edge(x);
+    const int32_t first = x;
     if constexpr (std::is_same_v<Count, FixedCount<9>>) {
         const float* from[9][kPhases];
         for (int32_t t = 0; t < 9; ++t)
@@ -132,9 +128,15 @@ void HorizontalRow(const float* f, const float* g, int32_t width, const float* k
                 const int32_t at = (x - r + t + N * p) & 15;
                 from[t][p] = (at + N > 16 ? g : f) + t - r;
             }
-        wide(x, [&](int32_t x, int32_t t, int j) { return L::Load(from[t][j % kPhases] + x + N * j); });
+        for (; x + N * kBlocks <= width - r; x += N * kBlocks)
+            step(x, [&](int32_t x, int32_t t, int j) { return L::Load(from[t][j % kPhases] + x + N * j); });
     } else {
-        wide(x, [&](int32_t x, int32_t t, int j) { return L::Load(f + x - r + t + N * j); });
+        for (; x + N * kBlocks <= width - r; x += N * kBlocks) step(x, anywhere);
+    }
+    if (x > first && x < width - r) {
+        x = width - r - N * kBlocks;
+        step(x, anywhere);
+        x += N * kBlocks;
     }
     for (; x + N <= width - r; x += N)
         L::Store(out + x, normalised(TapSum<L>(k, count, [&](int32_t t) { return L::Load(f + x - r + t); })));
@@ -143,20 +145,18 @@ void HorizontalRow(const float* f, const float* g, int32_t width, const float* k
 }
 
 template <class L, class Count>
-void HorizontalRowOf(const float* f, const float* g, int32_t width, const float* k, Count count, float whole,
+void HorizontalRowOf(const float* f, const float* g, int32_t width, const BlurRowTaps& taps, Count count,
                      float* out) {
-    bool normal = true;
-    for (int32_t i = 0; i < count(); ++i) normal = normal && k[i] >= FLT_MIN;
-    if (whole == 0x1.fffffep-1f && normal) HorizontalRow<L, Count, true>(f, g, width, k, count, whole, out);
-    else HorizontalRow<L, Count, false>(f, g, width, k, count, whole, out);
+    if (taps.nextUp) HorizontalRow<L, Count, true>(f, g, width, taps, count, out);
+    else HorizontalRow<L, Count, false>(f, g, width, taps, count, out);
 }
 
 template <class L>
-void Horizontal(const uint8_t* row, int32_t width, const float* k, int32_t n, float* scratch, float* out) {
+void Horizontal(const uint8_t* row, int32_t width, const BlurRowTaps& taps, float* scratch, float* out) {
     constexpr int32_t N = L::kLanes;
-    const int32_t r = n / 2;
+    const int32_t n = taps.n, r = n / 2;
     if (width < N) {
-        for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, k, n);
+        for (int32_t x = 0; x < width; ++x) out[x] = BlurRowAt(row, width, x, taps.k, n);
         return;
     }
     // The first float at or after p that starts a 64-byte line.
@@ -172,10 +172,8 @@ void Horizontal(const uint8_t* row, int32_t width, const float* k, int32_t n, fl
         if (twice) L::Store(g + i, v);
     }
     for (; i < width; ++i) f[i] = g[i] = row[i];
-    float whole = 0;
-    for (int32_t t = 0; t < n; ++t) whole += k[t];
-    if (twice) HorizontalRowOf<L>(f, g, width, k, FixedCount<9>{}, whole, out);
-    else HorizontalRowOf<L>(f, g, width, k, AnyCount{n}, whole, out);
+    if (twice) HorizontalRowOf<L>(f, g, width, taps, FixedCount<9>{}, out);
+    else HorizontalRowOf<L>(f, g, width, taps, AnyCount{n}, out);
 }
 
 // Bytes of a register of column sums: the sum truncated to its low byte,

@@ -3,9 +3,10 @@
 // then into bytes, then the mask over a copy): planes narrower and shorter
 // than the blur's taps, widths that end inside a vector step, padded and
 // upside-down rows with canaries around the plane, planes whose differences
-// stay within the dead band (nothing changes) or reach one side only; the
-// two-row vertical pass and the extremes against the plain forms; and the
-// mask's divisions for every pixel pair and every divisor.
+// stay within the dead band (nothing changes) or reach one side only; rows
+// ending at every offset after the horizontal pass's wide steps; the two-row
+// vertical pass and the extremes against the plain forms; and the mask's
+// divisions for every pixel pair and every divisor.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -152,6 +153,28 @@ TEST(SharpenForms, BlursOfOtherWidthsMatchTheReference) {
                     EXPECT_EQ(out, expected) << sigma << " " << w << "x" << h << " " << FormName(f);
                 }
             }
+}
+
+TEST(SharpenForms, RowsEndingAtEveryOffsetAfterTheWideStepsMatchTheReference) {
+    // The horizontal pass makes what its wide steps leave of a row's
+    // interior with one more step drawn back over pixels already made, and
+    // the pixels near either end from a table of their weights: every width
+    // from just below one AVX2 step to past two, so that the leftover takes
+    // every length, for the sharpen's nine taps and for seven.
+    std::mt19937 rng(15);
+    for (const double sigma : {1.5, 1.0})
+        for (int32_t w = 60; w <= 150; ++w) {
+            std::vector<uint8_t> in(size_t(w) * 3);
+            for (uint8_t& v : in) v = uint8_t(rng());
+            const std::vector<uint8_t> expected = ReferenceBlur(in, w, 3, sigma);
+            for (SimdForm f : kForms) {
+                if (HostSimdForm() < f) continue;
+                ScopedKernelChoice choice(g_cpuFeatures, f);
+                std::vector<uint8_t> out(in.size());
+                GaussianBlurPlane(in.data(), w, 3, sigma, out.data());
+                EXPECT_EQ(out, expected) << sigma << " width " << w << " " << FormName(f);
+            }
+        }
 }
 
 TEST(SharpenForms, RowPairsMatchTwoSingleRows) {
