@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "tarn/TarnSurface.h"
+#include "host/host_support.h"
 
 namespace {
 
@@ -58,17 +58,21 @@ public:
 ITarnSurface* const kUntouched = reinterpret_cast<ITarnSurface*>(uintptr_t(0x5A5A5A5A));
 
 // Runs `entry` with the n-th allocation failing, n = 1, 2, ... until a run
-// makes no failing allocation; each failed run must answer `failure`. Answers
-// how many runs failed.
+// makes no failing allocation; each failed run must answer `failure`, and no
+// exception may leave the library. Answers how many runs failed.
 template <class Entry>
 int EveryAllocationFails(VedResult failure, Entry entry) {
     int failed = 0;
     for (long n = 1; n < 200; ++n) {
-        VedResult r;
+        VedResult r = VED_E_KERNELFAILED;
         bool fired;
         {
             FailAt arm(n);
-            r = entry();
+            try {
+                r = entry();
+            } catch (...) {
+                ADD_FAILURE() << "an exception left the library at allocation " << n;
+            }
             fired = arm.Fired();
         }
         if (!fired) {
@@ -86,12 +90,7 @@ int EveryAllocationFails(VedResult failure, Entry entry) {
 TEST(AllocationFailure, CreateObjectAnswersFail) {
     const int failed = EveryAllocationFails(VED_E_FAIL, [] {
         void* out = kUntouched;
-        VedResult r = VED_E_KERNELFAILED;
-        try {
-            r = CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, &out);
-        } catch (...) {
-            ADD_FAILURE() << "an exception left CreateObject";
-        }
+        const VedResult r = CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, &out);
         if (r >= 0) static_cast<ISurfaceBuilder*>(out)->Release();
         else EXPECT_EQ(out, kUntouched);
         return r;
@@ -100,26 +99,14 @@ TEST(AllocationFailure, CreateObjectAnswersFail) {
 }
 
 TEST(AllocationFailure, CreateBlankAnswersOutOfMemory) {
-    tarn::Ref<ISurfaceBuilder> builder;
-    ASSERT_EQ(CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, builder.put_void()), VED_S_OK);
+    const tarn::Ref<ISurfaceBuilder> builder = host::Builder();
     for (SurfaceFormat format : {SURFACE_FORMAT_RGB24, SURFACE_FORMAT_YUV420, SURFACE_FORMAT_YUV422}) {
         SCOPED_TRACE(format);
-        SurfaceInfo info{};
-        info.size = sizeof info;
-        info.width = 16;
-        info.height = 8;
-        info.format = format;
-        info.bitsPerPixel = format == SURFACE_FORMAT_RGB24 ? 24 : format == SURFACE_FORMAT_YUV420 ? 12 : 16;
-        info.stride = format == SURFACE_FORMAT_RGB24 ? 48 : format == SURFACE_FORMAT_YUV420 ? 16 : 32;
+        const SurfaceInfo info = host::Describe(format, 16, 8);
         const int failed = EveryAllocationFails(VED_E_OUTOFMEMORY, [&] {
             ITarnSurface* out = kUntouched;
-            VedResult r = VED_E_KERNELFAILED;
-            try {
-                int32_t bytes = 0;
-                r = builder->CreateBlank(&info, &bytes, &out);
-            } catch (...) {
-                ADD_FAILURE() << "an exception left CreateBlank";
-            }
+            int32_t bytes = 0;
+            const VedResult r = builder->CreateBlank(&info, &bytes, &out);
             if (r >= 0) out->Release();
             else EXPECT_EQ(out, kUntouched);
             return r;
@@ -131,14 +118,8 @@ TEST(AllocationFailure, CreateBlankAnswersOutOfMemory) {
 // An odd RGB picture is trimmed by a resize before its conversion to planar;
 // when that resize cannot have its buffer, the conversion reports memory.
 TEST(AllocationFailure, TrimBeforePlanarConversionAnswersOutOfMemory) {
-    tarn::Ref<ISurfaceBuilder> builder;
-    ASSERT_EQ(CreateObject(CLSID_TarnSurfaceLibrary, IID_ISurfaceBuilder, builder.put_void()), VED_S_OK);
-    SurfaceInfo info{};
-    info.size = sizeof info;
-    info.width = 9;
-    info.height = 9;
-    info.format = SURFACE_FORMAT_RGB24;
-    info.bitsPerPixel = 24;
+    const tarn::Ref<ISurfaceBuilder> builder = host::Builder();
+    SurfaceInfo info = host::Describe(SURFACE_FORMAT_RGB24, 9, 9);
     info.stride = 28;
     const int failed = EveryAllocationFails(VED_E_OUTOFMEMORY, [&] {
         tarn::Ref<ITarnSurface> s;
@@ -149,13 +130,7 @@ TEST(AllocationFailure, TrimBeforePlanarConversionAnswersOutOfMemory) {
             EXPECT_EQ(s->SetFormat(SURFACE_FORMAT_YUV420), VED_S_OK);
             g_countdown = armed;
         }
-        VedResult r = VED_E_KERNELFAILED;
-        try {
-            r = s->Flush();
-        } catch (...) {
-            ADD_FAILURE() << "an exception left Flush";
-        }
-        return r;
+        return s->Flush();
     });
     EXPECT_GE(failed, 1);
 }

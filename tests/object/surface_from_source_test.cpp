@@ -32,14 +32,26 @@ void ExpectShape(const SurfaceInfo& i, uint32_t w, uint32_t h, SurfaceFormat f, 
 
 ITarnSurface* const kUntouched = reinterpret_cast<ITarnSurface*>(uintptr_t(0x5A5A));
 
+// Refused in their order, with the result left alone: among them headers
+// that claim more than any 32-bit byte count (never multiplied past the
+// range of the arithmetic), blocks too small for their header, and
+// containers that cannot carry the format asked for.
 TEST(CreateFromSource, RefusalsComeInTheirOrderAndLeaveTheResultAlone) {
     auto builder = Builder();
     const plat::HGLOBAL dib24 = MakeDib(8, 4, 24, Ramp(96));
     const plat::HGLOBAL dib16 = MakeDib(8, 4, 16, Ramp(64));
     const plat::HGLOBAL small = MakeDib(3, 4, 24, Ramp(48));
     const plat::HGLOBAL topDown = MakeDib(8, -4, 24, Ramp(96));
+    const plat::HGLOBAL truncated = MakeDib(8, 8, 24, Ramp(24 * 7));  // one row short
+    const plat::HGLOBAL tiny = plat::GlobalAlloc(GHND, 20);
+    const plat::HGLOBAL absurd[] = {MakeDib(0x7FFFFFF0, 0x7FFFFFF0, 16, Ramp(256)),
+                                    MakeDib(0x7FFFFFF0, 0x7FFFFFF0, 12, Ramp(256)),
+                                    MakeDib(0x7FFFFFF1, 0x7FFFFFF1, 32, Ramp(256)),
+                                    MakeDib(0x40000000, 8, 24, Ramp(256))};
     plat::HRASTER freed = MakeContainer(4, 4, 24, 0, Ramp(48));
     ASSERT_EQ(plat::RasterFree(freed), plat::RASTER_OK);
+    const plat::HRASTER container = MakeContainer(8, 4, 24, 0, Ramp(96));
+    const plat::HRASTER thin = MakeContainer(8, 4, 8, 0, Ramp(32));  // a third of an 8 x 8 planar picture
     struct Case { const char* what; void* source; int32_t kind, format; uint32_t flags; VedResult answer; };
     const Case cases[] = {
         {"kind 3", dib24, 3, 1, kCopy, VED_E_NOTSUPPORTED},
@@ -57,6 +69,14 @@ TEST(CreateFromSource, RefusalsComeInTheirOrderAndLeaveTheResultAlone) {
         {"depth before flags", dib16, 2, 2, 1, VED_E_NOTSUPPORTED},
         {"no copy flag", dib24, 2, 1, 1, VED_E_INVALIDARG},
         {"no flags", dib24, 2, 4, 0, VED_E_INVALIDARG},
+        {"block a row short", truncated, 2, 1, kCopy, VED_E_INVALIDARG},
+        {"block shorter than a header", tiny, 2, 1, kCopy, VED_E_INVALIDARG},
+        {"absurd packed", absurd[0], 2, SURFACE_FORMAT_YUV422, kCopy, VED_E_INVALIDARG},
+        {"absurd planar", absurd[1], 2, SURFACE_FORMAT_YUV420, kCopy, VED_E_INVALIDARG},
+        {"absurd 32-bit", absurd[2], 2, SURFACE_FORMAT_RGB32, kCopy, VED_E_INVALIDARG},
+        {"absurd width", absurd[3], 2, SURFACE_FORMAT_RGB24, kCopy, VED_E_INVALIDARG},
+        {"packed from a container", container, 0, SURFACE_FORMAT_YUV422, kCopy, VED_E_NOTSUPPORTED},
+        {"planar from a thin container", thin, 0, SURFACE_FORMAT_YUV420, kCopy, VED_E_INVALIDARG},
     };
     for (const Case& c : cases) {
         ITarnSurface* out = kUntouched;
@@ -64,146 +84,81 @@ TEST(CreateFromSource, RefusalsComeInTheirOrderAndLeaveTheResultAlone) {
             << c.what;
         EXPECT_EQ(out, kUntouched) << c.what;
     }
-    for (plat::HGLOBAL b : {dib24, dib16, small, topDown}) plat::GlobalFree(b);
+    for (plat::HGLOBAL b : {dib24, dib16, small, topDown, truncated, tiny}) plat::GlobalFree(b);
+    for (plat::HGLOBAL b : absurd) plat::GlobalFree(b);
+    for (plat::HRASTER r : {container, thin}) plat::RasterFree(r);
 }
 
-// A 7 x 5 24-bit bitmap: rows of 24 bytes in the block, bottom row first.
-// It comes in 4 x 4 with a stride of 12: the first four rows of the block,
-// each cut to its first four pixels, while the content still says 7 x 5.
-TEST(CreateFromSource, BitmapIsCutToWholeGroupsOfFourAndEvenRows) {
-    const std::vector<uint8_t> src = Ramp(24 * 5);
-    const plat::HGLOBAL dib = MakeDib(7, 5, 24, src);
-    tarn::Ref<ITarnSurface> s;
-    ASSERT_EQ(Builder()->CreateFromSource(dib, 2, SURFACE_FORMAT_RGB32, kCopy, s.put()), VED_S_OK);
-    const SurfaceInfo info = InfoOf(s.get());
-    ExpectShape(info, 4, 4, SURFACE_FORMAT_RGB24, 24, 12, 0);
-    ExpectContent(info, {0, 0, 7, 5});
-    const std::vector<uint8_t> got = BytesOf(s.get(), 48);
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 12; ++x) ASSERT_EQ(got[y * 12 + x], src[y * 24 + x]) << y << "," << x;
-    plat::GlobalFree(dib);
-}
-
-TEST(CreateFromSource, BitmapDepthPicksTheRgbFormat) {
-    struct Case { uint16_t bits; int32_t asked; SurfaceFormat got; int32_t stride; } cases[] = {
-        {32, SURFACE_FORMAT_RGB24, SURFACE_FORMAT_RGB32, 32},
-        {32, SURFACE_FORMAT_RGB32, SURFACE_FORMAT_RGB32, 32},
-        {24, SURFACE_FORMAT_RGB32, SURFACE_FORMAT_RGB24, 24},
+// Bitmaps (kind 2) and containers (kind 0) copied in. A bitmap's RGB rows
+// are cut to whole groups of four pixels and even rows (the content still
+// says the picture's size); its depth picks the RGB format, while planar and
+// packed bitmaps keep their sizes and the header's depth whatever the format
+// (a planar picture declared as 24-bit stays 24). A container's width is
+// rounded up (the added column black), rows wider than the surface's are cut,
+// its rows are turned to bottom first, and a planar container carries half
+// the height. Each surface row holds the bytes of its source row that fit,
+// the rest zero.
+TEST(CreateFromSource, BitmapsAndContainersAreCopiedIn) {
+    struct Case {
+        const char* what;
+        int32_t kind, w, h, bits, rowBytes;  // rowBytes: a container's, 0 for packed rows
+        size_t bytes;                        // of the source pixels
+        int32_t asked;
+        uint32_t flags;
+        uint32_t outW, outH;
+        SurfaceFormat got;
+        int32_t gotBits, stride;
+        uint32_t topDown;
+        Rect content;
+        int32_t sourceRow;  // bytes a source row lies apart
+        bool turned;        // surface row y holds the source's last row but y
+    };
+    const Case cases[] = {
+        {"7 x 5 bitmap", 2, 7, 5, 24, 0, 24 * 5, SURFACE_FORMAT_RGB32, kCopy,
+         4, 4, SURFACE_FORMAT_RGB24, 24, 12, 0, {0, 0, 7, 5}, 24, false},
+        {"32-bit bitmap, RGB24 asked", 2, 8, 6, 32, 0, 32 * 6, SURFACE_FORMAT_RGB24, kCopy | 1,
+         8, 6, SURFACE_FORMAT_RGB32, 32, 32, 0, {0, 0, 8, 6}, 32, false},
+        {"32-bit bitmap", 2, 8, 6, 32, 0, 32 * 6, SURFACE_FORMAT_RGB32, kCopy | 1,
+         8, 6, SURFACE_FORMAT_RGB32, 32, 32, 0, {0, 0, 8, 6}, 32, false},
+        {"24-bit bitmap, RGB32 asked", 2, 8, 6, 24, 0, 24 * 6, SURFACE_FORMAT_RGB32, kCopy | 1,
+         8, 6, SURFACE_FORMAT_RGB24, 24, 24, 0, {0, 0, 8, 6}, 24, false},
+        {"planar bitmap", 2, 6, 5, 12, 0, 6 * 5 * 3 / 2, SURFACE_FORMAT_YUV420, kCopy,
+         6, 5, SURFACE_FORMAT_YUV420, 12, 6, 1, {0, 0, 6, 5}, 6, false},
+        {"planar bitmap of 24 bits", 2, 6, 5, 24, 0, 6 * 5 * 3 / 2, SURFACE_FORMAT_YUV420, kCopy,
+         6, 5, SURFACE_FORMAT_YUV420, 24, 6, 1, {0, 0, 6, 5}, 6, false},
+        {"packed bitmap", 2, 6, 5, 16, 0, 12 * 5, SURFACE_FORMAT_YUV422, kCopy,
+         6, 5, SURFACE_FORMAT_YUV422, 16, 12, 0, {0, 0, 6, 5}, 12, false},
+        {"7 x 5 container", 0, 7, 5, 24, 21, 21 * 5, SURFACE_FORMAT_RGB24, kCopy,
+         8, 5, SURFACE_FORMAT_RGB24, 24, 24, 0, {0, 0, 7, 5}, 21, true},
+        {"container of wide rows", 0, 8, 4, 32, 40, 40 * 4, SURFACE_FORMAT_RGB32, kCopy,
+         8, 4, SURFACE_FORMAT_RGB32, 32, 40, 0, {0, 0, 8, 4}, 40, true},
+        {"planar container", 0, 8, 4, 24, 0, 8 * 3 * 4, SURFACE_FORMAT_YUV420, kCopy,
+         8, 8, SURFACE_FORMAT_YUV420, 12, 8, 1, {0, 0, 8, 8}, 8, false},
     };
     for (const Case& c : cases) {
-        const std::vector<uint8_t> src = Ramp(size_t(c.stride) * 6, c.bits);
-        const plat::HGLOBAL dib = MakeDib(8, 6, c.bits, src);
-        tarn::Ref<ITarnSurface> s;
-        ASSERT_EQ(Builder()->CreateFromSource(dib, 2, c.asked, kCopy | 1, s.put()), VED_S_OK);
-        const SurfaceInfo info = InfoOf(s.get());
-        ExpectShape(info, 8, 6, c.got, c.bits, c.stride, 0);
-        ExpectContent(info, {0, 0, 8, 6});
-        EXPECT_EQ(BytesOf(s.get(), src.size()), src) << c.bits;
-        plat::GlobalFree(dib);
-    }
-}
-
-// Planar and packed bitmaps keep their sizes; the depth is the header's,
-// whatever the format (a planar picture declared as 24-bit stays 24).
-TEST(CreateFromSource, PlanarAndPackedBitmapsAreCopiedInOnePiece) {
-    struct Case { SurfaceFormat f; uint16_t bits; int32_t stride; uint32_t topDown; size_t bytes; } cases[] = {
-        {SURFACE_FORMAT_YUV420, 12, 6, 1, 6 * 5 * 3 / 2},
-        {SURFACE_FORMAT_YUV420, 24, 6, 1, 6 * 5 * 3 / 2},
-        {SURFACE_FORMAT_YUV422, 16, 12, 0, 12 * 5},
-    };
-    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
         const std::vector<uint8_t> src = Ramp(c.bytes);
-        const plat::HGLOBAL dib = MakeDib(6, 5, c.bits, src);
+        const plat::HGLOBAL dib = c.kind == 2 ? MakeDib(c.w, c.h, uint16_t(c.bits), src) : nullptr;
+        const plat::HRASTER raster = c.kind == 0 ? MakeContainer(c.w, c.h, c.bits, c.rowBytes, src) : nullptr;
         tarn::Ref<ITarnSurface> s;
-        ASSERT_EQ(Builder()->CreateFromSource(dib, 2, c.f, kCopy, s.put()), VED_S_OK);
+        ASSERT_EQ(Builder()->CreateFromSource(c.kind == 2 ? dib : raster, c.kind, c.asked, c.flags, s.put()),
+                  VED_S_OK);
         const SurfaceInfo info = InfoOf(s.get());
-        ExpectShape(info, 6, 5, c.f, c.bits, c.stride, c.topDown);
-        ExpectContent(info, {0, 0, 6, 5});
-        EXPECT_EQ(BytesOf(s.get(), c.bytes), src);
-        plat::GlobalFree(dib);
+        ExpectShape(info, c.outW, c.outH, c.got, c.gotBits, c.stride, c.topDown);
+        ExpectContent(info, c.content);
+        const size_t rows = c.bytes / size_t(c.sourceRow);
+        const std::vector<uint8_t> got =
+            BytesOf(s.get(), size_t(c.stride) * c.outH * (c.got == SURFACE_FORMAT_YUV420 ? 3 : 2) / 2);
+        for (size_t i = 0; i < got.size(); ++i) {
+            const size_t y = i / size_t(c.stride), x = i % size_t(c.stride), from = c.turned ? rows - 1 - y : y;
+            ASSERT_EQ(got[i], x < size_t(c.sourceRow) ? src[from * size_t(c.sourceRow) + x] : 0) << y << "," << x;
+        }
+        if (dib) plat::GlobalFree(dib);
+        if (raster) {
+            EXPECT_EQ(plat::RasterUnlockData(raster), plat::RASTER_E_NOTLOCKED);  // left unlocked
+            plat::RasterFree(raster);
+        }
     }
-}
-
-// Headers that claim more than any 32-bit byte count: refused, never
-// multiplied past the range of the arithmetic.
-TEST(CreateFromSource, AbsurdBitmapSizesAreRefused) {
-    struct Case { int32_t w, h; uint16_t bits; int32_t format; } cases[] = {
-        {0x7FFFFFF0, 0x7FFFFFF0, 16, SURFACE_FORMAT_YUV422},
-        {0x7FFFFFF0, 0x7FFFFFF0, 12, SURFACE_FORMAT_YUV420},
-        {0x7FFFFFF1, 0x7FFFFFF1, 32, SURFACE_FORMAT_RGB32},
-        {0x40000000, 8, 24, SURFACE_FORMAT_RGB24},
-    };
-    for (const Case& c : cases) {
-        const plat::HGLOBAL dib = MakeDib(c.w, c.h, c.bits, Ramp(256));
-        ITarnSurface* out = kUntouched;
-        EXPECT_EQ(Builder()->CreateFromSource(dib, 2, c.format, kCopy, &out), VED_E_INVALIDARG) << c.w;
-        EXPECT_EQ(out, kUntouched);
-        plat::GlobalFree(dib);
-    }
-}
-
-TEST(CreateFromSource, BitmapBlockTooSmallForItsHeaderIsRefused) {
-    const plat::HGLOBAL truncated = MakeDib(8, 8, 24, Ramp(24 * 7));  // one row short
-    ITarnSurface* out = kUntouched;
-    EXPECT_EQ(Builder()->CreateFromSource(truncated, 2, 1, kCopy, &out), VED_E_INVALIDARG);
-    EXPECT_EQ(out, kUntouched);
-    plat::GlobalFree(truncated);
-    const plat::HGLOBAL tiny = plat::GlobalAlloc(GHND, 20);
-    EXPECT_EQ(Builder()->CreateFromSource(tiny, 2, 1, kCopy, &out), VED_E_INVALIDARG);
-    plat::GlobalFree(tiny);
-}
-
-// A 7 x 5 24-bit container with 21 bytes a row: 8 x 5 with a stride of 24,
-// rows turned to bottom first, the added last column black.
-TEST(CreateFromSource, ContainerWidthIsRoundedUpAndRowsTurned) {
-    const std::vector<uint8_t> src = Ramp(21 * 5);
-    const plat::HRASTER raster = MakeContainer(7, 5, 24, 21, src);
-    tarn::Ref<ITarnSurface> s;
-    ASSERT_EQ(Builder()->CreateFromSource(raster, 0, SURFACE_FORMAT_RGB24, kCopy, s.put()), VED_S_OK);
-    const SurfaceInfo info = InfoOf(s.get());
-    ExpectShape(info, 8, 5, SURFACE_FORMAT_RGB24, 24, 24, 0);
-    ExpectContent(info, {0, 0, 7, 5});
-    const std::vector<uint8_t> got = BytesOf(s.get(), 24 * 5);
-    for (int y = 0; y < 5; ++y) {
-        for (int x = 0; x < 21; ++x) ASSERT_EQ(got[y * 24 + x], src[(4 - y) * 21 + x]) << y << "," << x;
-        for (int x = 21; x < 24; ++x) ASSERT_EQ(got[y * 24 + x], 0) << y << "," << x;
-    }
-    EXPECT_EQ(plat::RasterUnlockData(raster), plat::RASTER_E_NOTLOCKED);  // left unlocked
-    plat::RasterFree(raster);
-}
-
-// Rows wider than the surface's are cut to its stride.
-TEST(CreateFromSource, ContainerRowsWiderThanTheSurfaceAreCut) {
-    const std::vector<uint8_t> src = Ramp(40 * 4);
-    const plat::HRASTER raster = MakeContainer(8, 4, 32, 40, src);
-    tarn::Ref<ITarnSurface> s;
-    ASSERT_EQ(Builder()->CreateFromSource(raster, 0, SURFACE_FORMAT_RGB32, kCopy, s.put()), VED_S_OK);
-    ExpectShape(InfoOf(s.get()), 8, 4, SURFACE_FORMAT_RGB32, 32, 40, 0);
-    const std::vector<uint8_t> got = BytesOf(s.get(), 40 * 4);
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 40; ++x) ASSERT_EQ(got[y * 40 + x], src[(3 - y) * 40 + x]);
-    plat::RasterFree(raster);
-}
-
-TEST(CreateFromSource, PlanarContainerCarriesHalfTheHeight) {
-    const std::vector<uint8_t> src = Ramp(8 * 3 * 4);  // 8 x 4 pixels of 24 bits
-    const plat::HRASTER raster = MakeContainer(8, 4, 24, 0, src);
-    tarn::Ref<ITarnSurface> s;
-    ASSERT_EQ(Builder()->CreateFromSource(raster, 0, SURFACE_FORMAT_YUV420, kCopy, s.put()), VED_S_OK);
-    const SurfaceInfo info = InfoOf(s.get());
-    ExpectShape(info, 8, 8, SURFACE_FORMAT_YUV420, 12, 8, 1);
-    ExpectContent(info, {0, 0, 8, 8});
-    EXPECT_EQ(BytesOf(s.get(), src.size()), src);
-    ITarnSurface* out = kUntouched;
-    EXPECT_EQ(Builder()->CreateFromSource(raster, 0, SURFACE_FORMAT_YUV422, kCopy, &out),
-              VED_E_NOTSUPPORTED);
-    plat::RasterFree(raster);
-
-    // An 8-bit container of that size holds a third of the picture.
-    const plat::HRASTER thin = MakeContainer(8, 4, 8, 0, Ramp(32));
-    EXPECT_EQ(Builder()->CreateFromSource(thin, 0, SURFACE_FORMAT_YUV420, kCopy, &out), VED_E_INVALIDARG);
-    EXPECT_EQ(out, kUntouched);
-    plat::RasterFree(thin);
 }
 
 TEST(CreateFromSource, DirectDrawSurfaceKeepsItsSizeAndPitch) {

@@ -12,12 +12,7 @@ namespace tarn {
 namespace {
 
 Picture Frame(SurfaceFormat format, int32_t width, int32_t height, int32_t stride) {
-    Picture p;
-    p.format = format;
-    p.width = width;
-    p.height = height;
-    p.stride = stride;
-    return p;
+    return {nullptr, format, 0, width, height, stride, 0, {0, 0, 0, 0}};
 }
 
 struct StartCase {

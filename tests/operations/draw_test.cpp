@@ -34,43 +34,45 @@ uint8_t StoredByte(const Ref<ITarnSurface>& s, int32_t row, int32_t byte) {
     return b->pixels[row * b->info.stride + byte];
 }
 
-TEST(DrawToSurface, BottomUpTargetRectangleIsFlippedToStoredRows) {
-    Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_RGB24, 8, 6, /*topDown*/ 0);
-    Paint(target, kCanary);
-    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB24, 8, 4, 0);
-    VedRect dest{0, 0, 8, 4};  // the top four rows of the picture
-    ASSERT_EQ(target->DrawToSurface(&dest, source.get(), nullptr, SCALE_NEAREST), VED_S_OK);
-    EXPECT_TRUE(SameRect(dest, {0, 0, 8, 4}));  // the caller's record stays; a copy is flipped
-    for (int32_t row = 0; row < 6; ++row) {
-        // Same row order on both sides: stored rows 0 to 3 of the source land
-        // in stored rows 2 to 5.
-        const uint8_t want = row >= 2 ? uint8_t(10 * (row - 2) + 1) : kCanary;
-        for (int32_t x = 0; x < 24; ++x) ASSERT_EQ(StoredByte(target, row, x), want) << row;
+// Rectangles count in picture rows: a bottom-up side's rectangle is flipped
+// to its stored rows (on a copy: the caller's record stays), and same row
+// orders copy stored rows in order while opposite ones mirror them. `rows`
+// gives, for each stored target row, the stored source row it shows, or -1
+// for none.
+TEST(DrawToSurface, RectanglesAreFlippedForBottomUpSidesAndRowOrdersMirror) {
+    struct Side {
+        SurfaceFormat format;
+        uint32_t w, h, topDown;
+    };
+    struct Case {
+        const char* what;
+        Side target, source;
+        VedRect dest;
+        bool whole;  // no source rectangle
+        int rows[6];
+    };
+    const Case cases[] = {
+        {"bottom-up both, the picture's top rows", {SURFACE_FORMAT_RGB24, 8, 6, 0}, {SURFACE_FORMAT_RGB24, 8, 4, 0},
+         {0, 0, 8, 4}, true, {-1, -1, 0, 1, 2, 3}},
+        {"bottom-up source onto top-down", {SURFACE_FORMAT_RGB32, 4, 4, 1}, {SURFACE_FORMAT_RGB32, 4, 6, 0},
+         {0, 0, 4, 2}, false, {5, 4, -1, -1}},
+        {"32-bit source onto a 24-bit target", {SURFACE_FORMAT_RGB24, 4, 4, 1}, {SURFACE_FORMAT_RGB32, 4, 4, 1},
+         {0, 0, 4, 4}, true, {0, 1, 2, 3}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Ref<ITarnSurface> target = MakeBlank(c.target.format, c.target.w, c.target.h, c.target.topDown);
+        Paint(target, kCanary);
+        Ref<ITarnSurface> source = RowNumbered(c.source.format, c.source.w, c.source.h, c.source.topDown);
+        VedRect dest = c.dest, from = c.dest;
+        ASSERT_EQ(target->DrawToSurface(&dest, source.get(), c.whole ? nullptr : &from, SCALE_NEAREST), VED_S_OK);
+        EXPECT_TRUE(SameRect(dest, c.dest));
+        EXPECT_TRUE(SameRect(from, c.dest));
+        const int32_t rowBytes = int32_t(c.target.w) * host::BitsOf(c.target.format) / 8;
+        for (int32_t row = 0; row < int32_t(c.target.h); ++row)
+            for (int32_t x = 0; x < rowBytes; ++x)
+                ASSERT_EQ(StoredByte(target, row, x), c.rows[row] < 0 ? kCanary : 10 * c.rows[row] + 1) << row;
     }
-}
-
-TEST(DrawToSurface, BottomUpSourceRectangleIsFlippedAndRowOrdersMirror) {
-    Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_RGB32, 4, 4, /*topDown*/ 1);
-    Paint(target, kCanary);
-    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB32, 4, 6, 0);
-    VedRect dest{0, 0, 4, 2}, from{0, 0, 4, 2};  // the picture's top rows on both sides
-    ASSERT_EQ(target->DrawToSurface(&dest, source.get(), &from, SCALE_NEAREST), VED_S_OK);
-    // The source's picture top is its stored row 5 (51), then row 4 (41); the
-    // top-down target shows them in that order.
-    for (int32_t x = 0; x < 16; ++x) {
-        EXPECT_EQ(StoredByte(target, 0, x), 51);
-        EXPECT_EQ(StoredByte(target, 1, x), 41);
-        EXPECT_EQ(StoredByte(target, 2, x), kCanary);
-    }
-}
-
-TEST(DrawToSurface, ThirtyTwoBitSourceOntoTwentyFourBitTarget) {
-    Ref<ITarnSurface> target = MakeBlank(SURFACE_FORMAT_RGB24, 4, 4);
-    Paint(target, kCanary);
-    Ref<ITarnSurface> source = RowNumbered(SURFACE_FORMAT_RGB32, 4, 4, 1);
-    ASSERT_EQ(target->DrawToSurface(nullptr, source.get(), nullptr, SCALE_NEAREST), VED_S_OK);
-    for (int32_t row = 0; row < 4; ++row)
-        for (int32_t x = 0; x < 12; ++x) ASSERT_EQ(StoredByte(target, row, x), 10 * row + 1);
 }
 
 TEST(DrawToSurface, ContentRectangleOnlyGrows) {

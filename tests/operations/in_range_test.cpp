@@ -16,22 +16,7 @@ namespace tarn {
 namespace {
 
 using namespace testing_blank;
-using flatten_support::Bytes;
-using flatten_support::PixelsOf;
-
-// A YUV420 picture with one value per plane, made through the builder.
-Ref<ITarnSurface> Planar(int w, int h, uint8_t y, uint8_t first, uint8_t second) {
-    Ref<ITarnSurface> s = MakeBlank(SURFACE_FORMAT_YUV420, uint32_t(w), uint32_t(h));
-    PaintPlanes(Buffer(s)->pixels, w, h, y, first, second);
-    return s;
-}
-
-Ref<ITarnSurface> ZeroMask(int w, int h) { return MakeBlank(SURFACE_FORMAT_GRAY8, uint32_t(w), uint32_t(h)); }
-
-void Place(ITarnSurface* o, VedRect s, VedRect d) {
-    ASSERT_EQ(o->SetSourceRect(s.left, s.top, s.right, s.bottom), VED_S_OK);
-    ASSERT_EQ(o->SetDestRect(d.left, d.top, d.right, d.bottom), VED_S_OK);
-}
+using namespace flatten_support;
 
 VedResult FlattenInPlace(ITarnSurface* target, ITarnSurface* overlay) {
     EXPECT_EQ(target->AddOverlay(overlay), VED_S_OK);
@@ -50,63 +35,49 @@ TEST(InRange, MaskedOverlayTrimmedByItsConversionIsPainted) {
     Ref<ITarnSurface> overlay = MakeBlank(SURFACE_FORMAT_RGB24, 9, 9);
     ASSERT_EQ(Buffer(overlay)->info.stride, 28);
     Paint(overlay, 0xFF);
-    overlay->SetMask(ZeroMask(9, 9).get());
+    overlay->SetMask(Mask(9, 9, 0).get());
     Place(overlay.get(), {0, 0, 9, 9}, {10, 10, 19, 19});
 
     EXPECT_EQ(FlattenInPlace(target.get(), overlay.get()), VED_S_OK);
     const SurfaceInfo oi = host::InfoOf(overlay.get());
     ASSERT_EQ(oi.format, SURFACE_FORMAT_YUV420);
     ASSERT_EQ(oi.width, 8u);
-    const Bytes o = PixelsOf(overlay.get()), t = PixelsOf(target.get());
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x) ASSERT_EQ(t[(10 + y) * 64 + 10 + x], o[y * 8 + x]) << x << "," << y;
-    EXPECT_NE(o[0], 16);  // white is not the blank luma, so the check above has teeth
-    for (int i = 10; i < 19; ++i) {
-        EXPECT_EQ(t[18 * 64 + i], 16) << "row 18, column " << i;
-        EXPECT_EQ(t[i * 64 + 18], 16) << "column 18, row " << i;
-    }
+    const Bytes o = PixelsOf(overlay.get());
+    EXPECT_NE(o[0], 16);  // white is not the blank luma, so the check has teeth
+    ExpectPlanes(PixelsOf(target.get()), 64, 64, {10, 10, 18, 18}, Of(o, 8, 8), Flat(16, 128, 128));
 }
 
 // D reaches one column past the target's right edge; its odd last column is
 // never blended, so every block lies inside.
 TEST(InRange, MaskedDestinationOnePastTheEdgeKeepsItsWholeBlocks) {
-    Ref<ITarnSurface> target = Planar(16, 16, 16, 128, 128);
-    Ref<ITarnSurface> overlay = Planar(8, 8, 200, 128, 128);
-    overlay->SetMask(ZeroMask(8, 8).get());
+    Ref<ITarnSurface> target = Yuv420(16, 16, 16, 128, 128);
+    Ref<ITarnSurface> overlay = Yuv420(8, 8, 200, 128, 128);
+    overlay->SetMask(Mask(8, 8, 0).get());
     Place(overlay.get(), {0, 0, 7, 6}, {10, 0, 17, 6});
 
     EXPECT_EQ(FlattenInPlace(target.get(), overlay.get()), VED_S_OK);
-    const Bytes t = PixelsOf(target.get());
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 16; ++x)
-            ASSERT_EQ(t[y * 16 + x], y < 6 && x >= 10 ? 200 : 16) << x << "," << y;
+    ExpectPlanes(PixelsOf(target.get()), 16, 16, {10, 0, 16, 6}, Flat(200, 128, 128), Flat(16, 128, 128));
 }
 
 // S outside the overlay's present size (a queued resize shrinks it to 4x4):
 // the stretch is taken, its draw fails unseen, and the blank stretched
 // overlay and mask are blended, painting black with weight 0.
 TEST(InRange, SourceBeyondAShrunkOverlayTakesTheStretch) {
-    Ref<ITarnSurface> target = Planar(16, 16, 100, 60, 60);
-    Ref<ITarnSurface> overlay = Planar(8, 8, 200, 90, 90);
-    overlay->SetMask(ZeroMask(8, 8).get());
+    Ref<ITarnSurface> target = Yuv420(16, 16, 100, 60, 60);
+    Ref<ITarnSurface> overlay = Yuv420(8, 8, 200, 90, 90);
+    overlay->SetMask(Mask(8, 8, 0).get());
     Place(overlay.get(), {0, 0, 8, 8}, {0, 0, 6, 6});
     ASSERT_EQ(overlay->Resize(4, 4, 0, 0), VED_S_OK);
 
     EXPECT_EQ(FlattenInPlace(target.get(), overlay.get()), VED_S_OK);
-    const Bytes t = PixelsOf(target.get());
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x) ASSERT_EQ(t[y * 16 + x], x < 6 && y < 6 ? 16 : 100) << x << "," << y;
-    for (int plane = 0; plane < 2; ++plane)
-        for (int y = 0; y < 4; ++y)
-            for (int x = 0; x < 4; ++x)
-                ASSERT_EQ(t[256 + plane * 64 + y * 8 + x], x < 3 && y < 3 ? 128 : 60) << plane << ":" << x << "," << y;
+    ExpectPlanes(PixelsOf(target.get()), 16, 16, {0, 0, 6, 6}, Flat(16, 128, 128), Flat(100, 60, 60));
 }
 
 // alpha 256 answers success with nothing touched before any range test.
 TEST(InRange, OpaqueKeyedOverlayIsPassedOverBeforeTheRangeTests) {
-    Ref<ITarnSurface> target = Planar(16, 16, 30, 40, 50);
+    Ref<ITarnSurface> target = Yuv420(16, 16, 30, 40, 50);
     const Bytes before = PixelsOf(target.get());
-    Ref<ITarnSurface> overlay = Planar(8, 8, 200, 128, 128);
+    Ref<ITarnSurface> overlay = Yuv420(8, 8, 200, 128, 128);
     Place(overlay.get(), {0, 0, 8, 8}, {12, 0, 20, 8});
     ASSERT_EQ(overlay->SetAlpha(256), VED_S_OK);
     EXPECT_EQ(FlattenInPlace(target.get(), overlay.get()), VED_S_OK);
@@ -125,14 +96,11 @@ TEST(InRange, DrawReadsTheEvenCutOfTheSourceRectangle) {
     EXPECT_EQ(si.format, SURFACE_FORMAT_YUV420);
     EXPECT_EQ(si.width, 8u);
     EXPECT_EQ(si.height, 8u);
-    const uint8_t white = Buffer(source)->pixels[0];
-    EXPECT_NE(white, 16);
-    const Bytes t = PixelsOf(target.get());
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 16; ++x) ASSERT_EQ(t[y * 64 + x], white) << x << "," << y;
-    EXPECT_EQ(t[16 * 64 + 16], 16);
+    const uint8_t* white = Buffer(source)->pixels;  // flat, so flat when stretched
+    EXPECT_NE(white[0], 16);
+    ExpectPlanes(PixelsOf(target.get()), 64, 64, {0, 0, 16, 16}, Flat(white[0], white[64], white[80]),
+                 Flat(16, 128, 128));
 }
-
 
 // A direct resize into a stride shorter than a 24-bit row: rows overlap, but
 // every byte written lies in the stride x height x 3 / 2 the caller provides.

@@ -19,16 +19,7 @@ constexpr uint8_t kCanary = 0xCD;
 
 Picture Pic(std::vector<uint8_t>& bytes, SurfaceFormat format, int32_t bits, int32_t w, int32_t h,
             int32_t stride, uint32_t topDown = 1) {
-    Picture p;
-    p.pixels = bytes.data();
-    p.format = format;
-    p.bits = bits;
-    p.width = w;
-    p.height = h;
-    p.stride = stride;
-    p.topDown = topDown;
-    p.content = {0, 0, w, h};
-    return p;
+    return {bytes.data(), format, bits, w, h, stride, topDown, {0, 0, w, h}};
 }
 
 std::vector<uint8_t> Counting(size_t n) {

@@ -123,6 +123,8 @@ TEST(SetFormat, EveryPairOfTheTableInEveryTier) {
         for (const Pair& p : kPairs) {
             for (uint32_t topDown : {0u, 1u}) {
                 for (int32_t w : {20, 36}) {
+                    SCOPED_TRACE(testing::Message() << "pair " << p.from << "->" << p.to << " tier " << int(t.tier)
+                                                    << " topDown " << topDown << " width " << w);
                     const int32_t h = 8;
                     const SurfaceInfo info = Describe(p.from, w, h, topDown);
                     const auto bytes = Random(BytesOf(info), ++seed);
@@ -134,18 +136,13 @@ TEST(SetFormat, EveryPairOfTheTableInEveryTier) {
                     ASSERT_EQ(s->SetFormat(p.to), VED_S_OK);
                     ASSERT_EQ(s->Flush(), VED_S_OK);
                     const SurfaceInfo after = InfoOf(s.get());
-                    const std::string what = "pair " + std::to_string(p.from) + "->" + std::to_string(p.to) +
-                                             " tier " + std::to_string(int(t.tier)) + " topDown " +
-                                             std::to_string(topDown) + " width " + std::to_string(w);
-                    EXPECT_EQ(after.format, e.format) << what;
-                    EXPECT_EQ(after.bitsPerPixel, e.bits) << what;
-                    EXPECT_EQ(after.stride, e.stride) << what;
-                    EXPECT_EQ(after.topDown, e.topDown) << what;
-                    EXPECT_EQ(after.width, uint32_t(w)) << what;
-                    const uint8_t* px = PixelsOf(s.get());
-                    const auto miss = std::mismatch(want.begin(), want.end(), px);
-                    ASSERT_TRUE(miss.first == want.end())
-                        << what << " first difference at byte " << (miss.first - want.begin());
+                    EXPECT_EQ(after.format, e.format);
+                    EXPECT_EQ(after.bitsPerPixel, e.bits);
+                    EXPECT_EQ(after.stride, e.stride);
+                    EXPECT_EQ(after.topDown, e.topDown);
+                    EXPECT_EQ(after.width, uint32_t(w));
+                    const auto miss = std::mismatch(want.begin(), want.end(), PixelsOf(s.get()));
+                    ASSERT_TRUE(miss.first == want.end()) << "first difference at byte " << (miss.first - want.begin());
                 }
             }
         }

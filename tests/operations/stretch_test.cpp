@@ -19,14 +19,7 @@ uint8_t Sample(int32_t x, int32_t y, int32_t k) { return uint8_t(x * 16 + y * 4 
 // A picture over a test's bytes; the stretch reads a source and never writes
 // it.
 Picture Pic(const uint8_t* p, int32_t w, int32_t h, int32_t stride, int32_t bits = 8, uint32_t topDown = 1) {
-    Picture picture;
-    picture.pixels = const_cast<uint8_t*>(p);
-    picture.bits = bits;
-    picture.width = w;
-    picture.height = h;
-    picture.stride = stride;
-    picture.topDown = topDown;
-    return picture;
+    return {const_cast<uint8_t*>(p), SurfaceFormat{}, bits, w, h, stride, topDown, {0, 0, 0, 0}};
 }
 
 // A 4-byte-per-pixel picture with every byte telling its own position.

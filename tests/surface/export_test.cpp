@@ -82,51 +82,31 @@ TEST(ExportBitmap, RgbRowsArePaddedToWordsAndStoredBottomFirst) {
     }
 }
 
-// Planar bitmaps are the 12-bit picture packed tight, top row first; the
-// three planes follow each other as in the surface.
-TEST(ExportBitmap, PlanarPictureIsPackedTopFirst) {
-    const std::vector<uint8_t> src = Ramp(8 * 6 * 3 / 2);
-    auto s = Picture(SURFACE_FORMAT_YUV420, 8, 6, 12, 8, 1, src);
-    const Exported e = Export(s.get(), 2);
-    ASSERT_EQ(e.answer, VED_S_OK);
-    const Dib dib = ReadDib(e.handle);
-    ExpectHeader(dib.header, 8, 6, 12, 72);
-    EXPECT_EQ(dib.pixels, src);
-    plat::GlobalFree(e.handle);
-}
-
-// A packed surface stored top first goes out unturned, and stays marked
-// bottom first afterwards.
-TEST(ExportBitmap, PackedPictureMarksTheSurfaceBottomFirst) {
-    const std::vector<uint8_t> src = Ramp(12 * 4);
-    auto s = Picture(SURFACE_FORMAT_YUV422, 6, 4, 16, 12, 1, src);
-    const Exported e = Export(s.get(), 2);
-    ASSERT_EQ(e.answer, VED_S_OK);
-    const Dib dib = ReadDib(e.handle);
-    ExpectHeader(dib.header, 6, 4, 16, 48);
-    EXPECT_EQ(dib.pixels, src);
-    EXPECT_EQ(InfoOf(s.get()).topDown, 0u);
-    plat::GlobalFree(e.handle);
-}
-
-TEST(ExportBitmap, MaskGoesOutAllZero) {
-    auto s = Picture(SURFACE_FORMAT_GRAY8, 6, 4, 8, 8, 1, Ramp(32));
-    const Exported e = Export(s.get(), 2);
-    ASSERT_EQ(e.answer, VED_S_OK);
-    const Dib dib = ReadDib(e.handle);
-    ExpectHeader(dib.header, 6, 4, 8, 32);
-    EXPECT_EQ(dib.pixels, std::vector<uint8_t>(32, 0));
-    plat::GlobalFree(e.handle);
-}
-
-// A depth that does not fit the format would make a block smaller than the
-// picture: refused, with nothing written to the results.
-TEST(ExportBitmap, DepthTooSmallForThePictureIsRefused) {
-    auto s = Picture(SURFACE_FORMAT_YUV420, 8, 6, 1, 8, 1, Ramp(72));
-    const Exported e = Export(s.get(), 2);
-    EXPECT_EQ(e.answer, VED_E_FAIL);
-    EXPECT_EQ(e.handle, reinterpret_cast<void*>(uintptr_t(0x77)));
-    EXPECT_EQ(e.flag, 7u);
+// Planar, packed and mask bitmaps are the picture packed tight as stored,
+// top row first (the 12-bit planes follow each other as in the surface); a
+// packed surface goes out unturned and stays marked bottom first afterwards;
+// a mask goes out all zero.
+TEST(ExportBitmap, PlanarPackedAndMaskPicturesGoOutAsStored) {
+    struct Case { SurfaceFormat f; uint32_t w, h; int32_t bits, stride; bool zero; } cases[] = {
+        {SURFACE_FORMAT_YUV420, 8, 6, 12, 8, false},
+        {SURFACE_FORMAT_YUV422, 6, 4, 16, 12, false},
+        {SURFACE_FORMAT_GRAY8, 6, 4, 8, 8, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.f);
+        const size_t bytes = size_t(c.stride) * c.h * (c.f == SURFACE_FORMAT_YUV420 ? 3 : 2) / 2;
+        const std::vector<uint8_t> src = Ramp(bytes);
+        auto s = Picture(c.f, c.w, c.h, c.bits, c.stride, 1, src);
+        const Exported e = Export(s.get(), 2);
+        ASSERT_EQ(e.answer, VED_S_OK);
+        const Dib dib = ReadDib(e.handle);
+        ExpectHeader(dib.header, int32_t(c.w), int32_t(c.h), uint16_t(c.bits), uint32_t(bytes));
+        EXPECT_EQ(dib.pixels, c.zero ? std::vector<uint8_t>(bytes, 0) : src);
+        if (c.f == SURFACE_FORMAT_YUV422) {
+            EXPECT_EQ(InfoOf(s.get()).topDown, 0u);
+        }
+        plat::GlobalFree(e.handle);
+    }
 }
 
 // Every kind drains the queue first, even one that is then refused.
@@ -190,14 +170,22 @@ TEST(ExportDirectDraw, PlanarPictureTravelsAtHalfHeight) {
     dd->Release();
 }
 
-TEST(ExportDirectDraw, FormatsWithoutAShapeFail) {
-    const std::vector<uint8_t> bytes = Ramp(64);
-    auto mask = Picture(SURFACE_FORMAT_GRAY8, 8, 4, 8, 8, 1, bytes);
-    auto packed = Picture(SURFACE_FORMAT_YUV422, 8, 4, 16, 16, 0, bytes);
-    auto oddPlanar = Picture(SURFACE_FORMAT_YUV420, 8, 5, 12, 8, 1, bytes);  // 60 bytes, 2 rows of 24 made
-    for (ITarnSurface* s : {mask.get(), packed.get(), oddPlanar.get()}) {
-        const Exported e = Export(s, 1);
-        EXPECT_EQ(e.answer, VED_E_FAIL) << InfoOf(s).format;
+// Refused with nothing written to the results: DirectDraw surfaces of
+// formats without a shape there, and a bitmap whose depth does not fit its
+// format, which would make a block smaller than the picture.
+TEST(Export, PicturesWithoutAShapeFail) {
+    struct Case { SurfaceFormat f; uint32_t w, h; int32_t bits, stride, topDown, kind; } cases[] = {
+        {SURFACE_FORMAT_GRAY8, 8, 4, 8, 8, 1, 1},
+        {SURFACE_FORMAT_YUV422, 8, 4, 16, 16, 0, 1},
+        {SURFACE_FORMAT_YUV420, 8, 5, 12, 8, 1, 1},  // 60 bytes, 2 rows of 24 made
+        {SURFACE_FORMAT_YUV420, 8, 6, 1, 8, 1, 2},
+    };
+    for (const Case& c : cases) {
+        const size_t bytes = size_t(c.stride) * c.h * (c.f == SURFACE_FORMAT_YUV420 ? 3 : 2) / 2;
+        auto s = Picture(c.f, c.w, c.h, c.bits, c.stride, uint32_t(c.topDown), Ramp(bytes));
+        const Exported e = Export(s.get(), c.kind);
+        EXPECT_EQ(e.answer, VED_E_FAIL) << c.f << " kind " << c.kind;
+        EXPECT_EQ(e.handle, reinterpret_cast<void*>(uintptr_t(0x77)));
         EXPECT_EQ(e.flag, 7u);
     }
 }

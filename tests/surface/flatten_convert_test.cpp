@@ -57,21 +57,9 @@ TEST(FlattenConvert, RgbTargetAndRgb32OverlayInPlace) {
     Ref<ITarnSurface> plain = Make(SURFACE_FORMAT_RGB24, 16, 8, RgbFlat(16, 8, 3, 10, 20, 30));
     plain->SetFormat(SURFACE_FORMAT_YUV420);
     const Bytes before = PixelsOf(plain.get());
-    const Bytes p = PixelsOf(frame.get());
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 16; ++x) {
-            const bool in = x >= 4 && x < 12 && y >= 2 && y < 6;
-            EXPECT_EQ(p[y * 16 + x], in ? o[(y - 2) * 8 + x - 4] : before[y * 16 + x]) << x << "," << y;
-        }
-    for (int plane = 0; plane < 2; ++plane)
-        for (int y = 0; y < 4; ++y)
-            for (int x = 0; x < 8; ++x) {
-                const bool in = x >= 2 && x < 6 && y >= 1 && y < 3;
-                const int at = 128 + plane * 32 + y * 8 + x;
-                const int oat = 32 + plane * 8 + (y - 1) * 4 + x - 2;
-                EXPECT_EQ(p[at], in ? o[oat] : before[at]) << plane << ":" << x << "," << y;
-            }
+    ExpectPlanes(PixelsOf(frame.get()), 16, 8, {4, 2, 12, 6}, Of(o, 8, 4), Of(before, 16, 8));
 }
+
 
 // An RGB24 overlay without mask on a YUV420 frame: converted, then keyed at
 // alpha 0, so D takes exactly the samples of the same picture converted alone.
@@ -89,19 +77,9 @@ TEST(FlattenConvert, Rgb24OverlayKeyed) {
     twin->SetFormat(SURFACE_FORMAT_YUV420);
     const Bytes o = PixelsOf(twin.get());
     EXPECT_EQ(PixelsOf(title.get()), o);
-    const Bytes p = PixelsOf(frame.get());
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 16; ++x) {
-            const bool in = x >= 8 && y >= 4 && y < 12;
-            EXPECT_EQ(p[y * 16 + x], in ? o[(y - 4) * 8 + x - 8] : 90) << x << "," << y;
-        }
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x) {
-            const bool in = x >= 4 && y >= 2 && y < 6;
-            EXPECT_EQ(p[256 + y * 8 + x], in ? o[64 + (y - 2) * 4 + x - 4] : 91) << x << "," << y;
-            EXPECT_EQ(p[320 + y * 8 + x], in ? o[80 + (y - 2) * 4 + x - 4] : 92) << x << "," << y;
-        }
+    ExpectPlanes(PixelsOf(frame.get()), 16, 16, {8, 4, 16, 12}, Of(o, 8, 8), Flat(90, 91, 92));
 }
+
 
 // Into a copy: the RGB24 original keeps its format and pixels and loses its
 // overlays. A masked overlay is painted into the converted copy; a keyed one
@@ -156,18 +134,8 @@ TEST(FlattenConvert, StretchedOverlays) {
         frame->AddOverlay(title.get());
         Ref<ITarnSurface> out;
         ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
-        const Bytes p = PixelsOf(frame.get());
-        for (int y = 0; y < 16; ++y)
-            for (int x = 0; x < 16; ++x) {
-                const bool in = c.painted && x >= 2 && x < 10 && y >= 2 && y < 10;
-                EXPECT_EQ(p[y * 16 + x], in ? 200 : 90) << x << "," << y;
-            }
-        for (int y = 0; y < 8; ++y)
-            for (int x = 0; x < 8; ++x) {
-                const bool in = c.painted && x >= 1 && x < 5 && y >= 1 && y < 5;
-                EXPECT_EQ(p[256 + y * 8 + x], in ? 50 : 91) << x << "," << y;
-                EXPECT_EQ(p[320 + y * 8 + x], in ? 60 : 92) << x << "," << y;
-            }
+        const VedRect d = c.painted ? VedRect{2, 2, 10, 10} : VedRect{0, 0, 0, 0};
+        ExpectPlanes(PixelsOf(frame.get()), 16, 16, d, Flat(200, 50, 60), Flat(90, 91, 92));
         EXPECT_EQ(Count(title.get()), 1u);
         if (mask) {
             EXPECT_EQ(Count(mask.get()), 2u);

@@ -18,27 +18,8 @@ namespace {
 
 using namespace flatten_support;
 
-Ref<ITarnSurface> Yuv420(int w, int h, uint8_t y, uint8_t u, uint8_t v) {
-    return Make(SURFACE_FORMAT_YUV420, w, h, Yuv420Flat(w, h, y, u, v));
-}
-
 Ref<ITarnSurface> Yuv422(int w, int h, uint8_t fill) {
     return Make(SURFACE_FORMAT_YUV422, w, h, Bytes(2 * w * h, fill));
-}
-
-// A GRAY8 mask of one value, stride rounded to 4 bytes.
-Ref<ITarnSurface> Mask(int w, int h, uint8_t value) {
-    SurfaceInfo info = host::Describe(SURFACE_FORMAT_GRAY8, uint32_t(w), uint32_t(h));
-    info.stride = (w + 3) & ~3;
-    Ref<ITarnSurface> s = host::Blank(info);
-    std::memset(host::PixelsOf(s.get()), value, size_t(info.stride) * h);
-    return s;
-}
-
-void Place(ITarnSurface* o, VedRect s, VedRect d, uint32_t alpha = 0) {
-    ASSERT_EQ(o->SetSourceRect(s.left, s.top, s.right, s.bottom), VED_S_OK);
-    ASSERT_EQ(o->SetDestRect(d.left, d.top, d.right, d.bottom), VED_S_OK);
-    ASSERT_EQ(o->SetAlpha(alpha), VED_S_OK);
 }
 
 TEST(Flatten, EmptyListAnswersThisSurfaceInEitherMode) {
@@ -62,17 +43,9 @@ TEST(Flatten, KeyedOverlayInPlace) {
     ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
     EXPECT_EQ(out.get(), frame.get());
     EXPECT_EQ(frame->GetOverlayCount(), 0);
-    const Bytes p = PixelsOf(frame.get());
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 16; ++x)
-            EXPECT_EQ(p[y * 16 + x], (x >= 4 && x < 12 && y >= 2 && y < 6) ? 200 : 10) << x << "," << y;
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 8; ++x) {
-            const bool in = x >= 2 && x < 6 && y >= 1 && y < 3;
-            EXPECT_EQ(p[128 + y * 8 + x], in ? 50 : 100) << x << "," << y;
-            EXPECT_EQ(p[160 + y * 8 + x], in ? 60 : 150) << x << "," << y;
-        }
+    ExpectPlanes(PixelsOf(frame.get()), 16, 8, {4, 2, 12, 6}, Flat(200, 50, 60), Flat(10, 100, 150));
 }
+
 
 // Into a copy: the original keeps its pixels but loses its overlays; the copy
 // is a new object with one reference for the caller.
@@ -108,11 +81,7 @@ TEST(Flatten, AlphaOrderAndMaskIgnoringAlpha) {
     frame->AddOverlay(hidden.get());
     Ref<ITarnSurface> out;
     ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
-    const Bytes p = PixelsOf(frame.get());
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x) EXPECT_EQ(p[y * 8 + x], x >= 4 && y >= 4 ? 70 : 40);
-    EXPECT_EQ(p[64 + 3 * 4 + 3], 71);
-    EXPECT_EQ(p[64], 41);
+    ExpectPlanes(PixelsOf(frame.get()), 8, 8, {4, 4, 8, 8}, Flat(70, 71, 72), Flat(40, 41, 42));
 }
 
 // Odd D: a mask leaves the last column and row, the keyed path paints them.
@@ -133,8 +102,11 @@ TEST(Flatten, OddRectangleMaskedAgainstKeyed) {
     }
 }
 
-// The carry-over of the SSE2 tier's queue, end to end: a 3 by 3 overlay at
-// alpha 128 over Y 0 gives rows 175, 150, 100 with SSE2 and 100 without.
+// The carry-over of the SSE2 tier's queue: a 3 by 3 overlay at alpha 128
+// over Y 0. With SSE2 a row ends with three pixels queued and the next row
+// blends them again: row 0 takes 100, 150, 175 over three rows; row 1 100,
+// 150; row 2 100 (its first two by the batch of eight, the third alone).
+// Without SSE2 every Y is blended once: 100. Outside D stays 0.
 TEST(Flatten, KeyedTiersDifferInTheQueueTail) {
     for (bool sse2 : {true, false}) {
         ScopedKernelChoice choice(sse2 ? kCpuSse2 | kCpuMmx : 0, HostSimdForm());
@@ -145,9 +117,9 @@ TEST(Flatten, KeyedTiersDifferInTheQueueTail) {
         Ref<ITarnSurface> out;
         ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
         const Bytes p = PixelsOf(frame.get());
-        const int row[3] = {sse2 ? 175 : 100, sse2 ? 150 : 100, 100};
-        for (int y = 0; y < 3; ++y)
-            for (int x = 0; x < 3; ++x) EXPECT_EQ(p[y * 8 + x], row[y]) << sse2 << x << y;
+        const int row[4] = {sse2 ? 175 : 100, sse2 ? 150 : 100, 100, 0};
+        for (int y = 0; y < 4; ++y)
+            for (int x = 0; x < 4; ++x) EXPECT_EQ(p[y * 8 + x], x < 3 ? row[y] : 0) << sse2 << x << y;
     }
 }
 

@@ -5,30 +5,21 @@
 #include <stdexcept>
 #include <vector>
 
-#include "object/surface_builder.h"
+#include "operations/blank_surface.h"
 #include "surface/bounded_list.h"
-#include "surface/tarn_surface_buffer.h"
 
 namespace {
 
 using namespace tarn;
 
-CTarnSurfaceBuffer* MakeRgb32(uint32_t width, uint32_t height) {
-    SurfaceInfo info{};
-    info.width = width;
-    info.height = height;
-    info.format = SURFACE_FORMAT_RGB32;
-    info.bitsPerPixel = 32;
-    info.stride = int32_t(width) * 4;
-    info.topDown = 1;
-    CSurfaceBuilder builder;  // a local builder needs no count
-    ITarnSurface* s = nullptr;
-    EXPECT_EQ(builder.CreateBlank(&info, nullptr, &s), VED_S_OK);
-    return static_cast<CTarnSurfaceBuffer*>(s);
-}
+// An 8 x 8 RGB32 surface seen from inside.
+class Rgb32Surface : public ::testing::Test {
+protected:
+    Ref<ITarnSurface> keep = testing_blank::MakeBlank(SURFACE_FORMAT_RGB32, 8, 8);
+    CTarnSurfaceBuffer* s = testing_blank::Buffer(keep);
+};
 
-TEST(DirectOutput, StartsUnsetAndIsClearedByASuccessfulCopyOut) {
-    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+TEST_F(Rgb32Surface, DirectOutputStartsUnsetAndIsClearedByASuccessfulCopyOut) {
     EXPECT_FALSE(s->directOutput);
     std::vector<uint8_t> out(8 * 8 * 4);
     // An empty queue: copied out as it is, never directed.
@@ -39,22 +30,18 @@ TEST(DirectOutput, StartsUnsetAndIsClearedByASuccessfulCopyOut) {
     ASSERT_EQ(s->CopyOut(out.data(), 32, 1), VED_S_OK);
     EXPECT_FALSE(s->directOutput);
     EXPECT_TRUE(s->operations.empty());
-    s->Release();
 }
 
-TEST(DirectOutput, AFailureBeforeTheLastRecordKeepsItQueued) {
-    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+TEST_F(Rgb32Surface, DirectOutputAFailureBeforeTheLastRecordKeepsItQueued) {
     std::vector<uint8_t> out(8 * 8 * 4);
     s->SetFormat(SurfaceFormat(99));
     s->SetFormat(SURFACE_FORMAT_RGB32);
     EXPECT_EQ(s->CopyOut(out.data(), 32, 0), VED_E_NOTSUPPORTED);
     EXPECT_EQ(s->operations.size(), 1u);  // the last record waits
     EXPECT_FALSE(s->directOutput);
-    s->Release();
 }
 
-TEST(DirectOutput, AFailureOfTheLastRecordLeavesDirectOutputOn) {
-    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+TEST_F(Rgb32Surface, DirectOutputAFailureOfTheLastRecordLeavesDirectOutputOn) {
     ASSERT_EQ(s->DoFill(nullptr, 0x00102030u), VED_S_OK);
     std::vector<uint8_t> out(8 * 8 * 4, 0xEE);
     s->SetFormat(SurfaceFormat(99));
@@ -77,27 +64,24 @@ TEST(DirectOutput, AFailureOfTheLastRecordLeavesDirectOutputOn) {
     EXPECT_EQ(out[1], 0x20);
     EXPECT_EQ(out[2], 0x30);
     EXPECT_EQ(out[3], 0x10);
-    s->Release();
 }
 
-TEST(Buffer, AllocationOfNothingIsRefusedAndTheDestructorDropsTheQueue) {
-    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+TEST_F(Rgb32Surface, AllocationOfNothingIsRefusedAndTheDestructorDropsTheQueue) {
     uint8_t* before = s->pixels;
     EXPECT_FALSE(s->AllocatePixels(0));
     EXPECT_EQ(s->pixels, before);
     s->Resize(16, 16, 0, 0);
     s->SetFormat(SURFACE_FORMAT_YUV420);
     EXPECT_EQ(s->operations.size(), 2u);
-    s->Release();  // queued records are dropped, not run; LeakSanitizer checks the rest
+    keep.reset();  // queued records are dropped, not run; LeakSanitizer checks the rest
 }
 
-TEST(Buffer, AHostBufferIsNotFreed) {
-    CTarnSurfaceBuffer* s = MakeRgb32(8, 8);
+TEST_F(Rgb32Surface, AHostBufferIsNotFreed) {
     std::vector<uint8_t> host(8 * 8 * 4 + 64);
     s->ReplacePixels(host.data());  // frees the owned buffer, owns the new one
     EXPECT_EQ(s->ownership, 1u);
     s->SetOwnership(0);             // now the host's: must survive the surface
-    s->Release();
+    keep.reset();
     host[0] = 1;
 }
 
