@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <vector>
 
 #include "host/host_support.h"
@@ -48,6 +49,17 @@ inline void Place(ITarnSurface* o, VedRect s, VedRect d, uint32_t alpha = 0) {
     ASSERT_EQ(o->SetSourceRect(s.left, s.top, s.right, s.bottom), VED_S_OK);
     ASSERT_EQ(o->SetDestRect(d.left, d.top, d.right, d.bottom), VED_S_OK);
     ASSERT_EQ(o->SetAlpha(alpha), VED_S_OK);
+}
+
+// Adds `overlays` to `frame` in order and flattens it; `out`, if given,
+// receives the result.
+inline VedResult FlattenWith(ITarnSurface* frame, std::initializer_list<ITarnSurface*> overlays,
+                             Ref<ITarnSurface>* out = nullptr) {
+    for (ITarnSurface* o : overlays) EXPECT_EQ(frame->AddOverlay(o), VED_S_OK);
+    Ref<ITarnSurface> result;
+    const VedResult r = frame->Flatten(result.put());
+    if (out) *out = result;
+    return r;
 }
 
 // Drains first: GetInfo alone would show the format before queued work.

@@ -51,28 +51,6 @@ int64_t BytesOf(SurfaceFormat format, int64_t w, int64_t h) {
     return (w * host::BitsOf(format) + 31) / 32 * 4 * h;
 }
 
-TEST(RotateFrame, SizesWorkedByHand) {
-    struct Case {
-        int32_t degrees;
-        int64_t w, h, outW, outH;
-    };
-    // t = d x 3.14159 / 180. 45: 100 (sin t + cos t) = 141.42 -> 141 -> 142.
-    // 30: 480 x 0.5 + 640 x 0.866 = 794.26 -> 794; 480 x 0.866 + 320 = 735.7
-    // -> 735 -> 736. 1920 x 1080 at 30: 2202.8 -> 2202, 1895.3 -> 1896.
-    const Case cases[] = {
-        {45, 100, 100, 142, 142},   {30, 640, 480, 794, 736},    {210, 640, 480, 794, 736},
-        {150, 640, 480, 794, 736},  {330, 640, 480, 794, 736},   {30, 1920, 1080, 2202, 1896},
-        {1, 4, 4, 4, 4},            {359, 4, 4, 4, 4},           {-30, 640, 480, 0, 0},
-        {-1, 640, 480, 0, 0},       {361, 640, 480, 0, 0},       {450, 640, 480, 0, 0},
-        {INT_MIN, 640, 480, 0, 0},  {INT_MAX, 640, 480, 0, 0},
-    };
-    for (const Case& c : cases) {
-        const RotatedFrame f = GrownFrame(c.degrees, c.w, c.h);
-        EXPECT_EQ(f.width, c.outW) << c.degrees << " " << c.w << "x" << c.h;
-        EXPECT_EQ(f.height, c.outH) << c.degrees << " " << c.w << "x" << c.h;
-    }
-}
-
 TEST(Rotate, FrameOfTheSurface) {
     struct Case {
         SurfaceFormat format;
@@ -81,8 +59,17 @@ TEST(Rotate, FrameOfTheSurface) {
         uint32_t outW, outH;
         int32_t outStride;
     };
+    // t = d x 3.14159 / 180. 45: 100 (sin t + cos t) = 141.42 -> 141 -> 142.
+    // 30: 480 x 0.5 + 640 x 0.866 = 794.26 -> 794; 480 x 0.866 + 320 = 735.7
+    // -> 735 -> 736. 1920 x 1080 at 30: 2202.8 -> 2202, 1895.3 -> 1896. A
+    // turn of one degree keeps a small frame. (Angles out of range have no
+    // frame: see the refusals.)
     const Case cases[] = {
         {SURFACE_FORMAT_RGB24, 640, 480, 90, 480, 640, 1440},
+        {SURFACE_FORMAT_RGB32, 640, 480, 150, 794, 736, 3176},
+        {SURFACE_FORMAT_GRAY8, 640, 480, 330, 794, 736, 796},
+        {SURFACE_FORMAT_GRAY8, 4, 4, 1, 4, 4, 4},
+        {SURFACE_FORMAT_GRAY8, 4, 4, 359, 4, 4, 4},
         {SURFACE_FORMAT_RGB24, 640, 480, 270, 480, 640, 1440},
         {SURFACE_FORMAT_RGB24, 10, 6, 90, 6, 10, 20},  // 18 bytes of pixels, padded to 20
         {SURFACE_FORMAT_RGB32, 100, 100, 45, 142, 142, 568},

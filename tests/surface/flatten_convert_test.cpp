@@ -45,9 +45,7 @@ TEST(FlattenConvert, RgbTargetAndRgb32OverlayInPlace) {
     Ref<ITarnSurface> title = Make(SURFACE_FORMAT_RGB32, 8, 4, RgbFlat(8, 4, 4, 200, 150, 100));
     title->SetSourceRect(0, 0, 8, 4);
     title->SetDestRect(4, 2, 12, 6);
-    frame->AddOverlay(title.get());
-    Ref<ITarnSurface> out;
-    ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+    ASSERT_EQ(FlattenWith(frame.get(), {title.get()}), VED_S_OK);
     EXPECT_EQ(FormatOf(frame.get()), SURFACE_FORMAT_YUV420);
     EXPECT_EQ(FormatOf(title.get()), SURFACE_FORMAT_YUV420);  // for good
     Ref<ITarnSurface> mask;
@@ -70,9 +68,7 @@ TEST(FlattenConvert, Rgb24OverlayKeyed) {
     Ref<ITarnSurface> title = Make(SURFACE_FORMAT_RGB24, 8, 8, rgb);
     title->SetSourceRect(0, 0, 8, 8);
     title->SetDestRect(8, 4, 16, 12);
-    frame->AddOverlay(title.get());
-    Ref<ITarnSurface> out;
-    ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+    ASSERT_EQ(FlattenWith(frame.get(), {title.get()}), VED_S_OK);
     Ref<ITarnSurface> twin = Make(SURFACE_FORMAT_RGB24, 8, 8, rgb);
     twin->SetFormat(SURFACE_FORMAT_YUV420);
     const Bytes o = PixelsOf(twin.get());
@@ -94,9 +90,8 @@ TEST(FlattenConvert, RgbTargetIntoCopy) {
         title->SetSourceRect(0, 0, 8, 8);
         title->SetDestRect(0, 0, 8, 8);
         if (masked) title->SetMask(ZeroMask(8, 8).get());
-        frame->AddOverlay(title.get());
         Ref<ITarnSurface> out;
-        EXPECT_EQ(frame->Flatten(out.put()), masked ? VED_S_OK : VED_E_INVALIDARG);
+        EXPECT_EQ(FlattenWith(frame.get(), {title.get()}, &out), masked ? VED_S_OK : VED_E_INVALIDARG);
         ASSERT_NE(out.get(), frame.get());
         EXPECT_EQ(FormatOf(frame.get()), SURFACE_FORMAT_RGB24);
         EXPECT_EQ(PixelsOf(frame.get()), rgb);
@@ -131,9 +126,7 @@ TEST(FlattenConvert, StretchedOverlays) {
             mask = ZeroMask(4, 4);
             title->SetMask(mask.get());
         }
-        frame->AddOverlay(title.get());
-        Ref<ITarnSurface> out;
-        ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+        ASSERT_EQ(FlattenWith(frame.get(), {title.get()}), VED_S_OK);
         const VedRect d = c.painted ? VedRect{2, 2, 10, 10} : VedRect{0, 0, 0, 0};
         ExpectPlanes(PixelsOf(frame.get()), 16, 16, d, Flat(200, 50, 60), Flat(90, 91, 92));
         EXPECT_EQ(Count(title.get()), 1u);
@@ -157,9 +150,7 @@ TEST(FlattenConvert, StretchedYuv422OverlayIsRefused) {
     title->SetDestRect(0, 0, 8, 8);
     Ref<ITarnSurface> mask = ZeroMask(4, 4);
     title->SetMask(mask.get());
-    frame->AddOverlay(title.get());
-    Ref<ITarnSurface> out;
-    EXPECT_EQ(frame->Flatten(out.put()), VED_E_INVALIDARG);
+    EXPECT_EQ(FlattenWith(frame.get(), {title.get()}), VED_E_INVALIDARG);
     EXPECT_EQ(PixelsOf(frame.get()), before);
     EXPECT_EQ(Count(title.get()), 1u);
     EXPECT_EQ(Count(mask.get()), 2u);

@@ -38,9 +38,8 @@ TEST(Flatten, KeyedOverlayInPlace) {
     Ref<ITarnSurface> frame = Yuv420(16, 8, 10, 100, 150);
     Ref<ITarnSurface> title = Yuv420(8, 4, 200, 50, 60);
     Place(title.get(), {0, 0, 8, 4}, {4, 2, 12, 6});
-    ASSERT_EQ(frame->AddOverlay(title.get()), VED_S_OK);
     Ref<ITarnSurface> out;
-    ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+    ASSERT_EQ(FlattenWith(frame.get(), {title.get()}, &out), VED_S_OK);
     EXPECT_EQ(out.get(), frame.get());
     EXPECT_EQ(frame->GetOverlayCount(), 0);
     ExpectPlanes(PixelsOf(frame.get()), 16, 8, {4, 2, 12, 6}, Flat(200, 50, 60), Flat(10, 100, 150));
@@ -55,9 +54,8 @@ TEST(Flatten, IntoCopyLeavesOriginal) {
     const Bytes before = PixelsOf(frame.get());
     Ref<ITarnSurface> title = Yuv420(8, 8, 90, 91, 92);
     Place(title.get(), {0, 0, 8, 8}, {0, 0, 8, 8});
-    frame->AddOverlay(title.get());
     Ref<ITarnSurface> out;
-    ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+    ASSERT_EQ(FlattenWith(frame.get(), {title.get()}, &out), VED_S_OK);
     ASSERT_NE(out.get(), frame.get());
     EXPECT_EQ(Count(out.get()), 1u);
     EXPECT_EQ(Count(frame.get()), 1u);
@@ -76,11 +74,7 @@ TEST(Flatten, AlphaOrderAndMaskIgnoringAlpha) {
     Place(second.get(), {0, 0, 4, 4}, {4, 4, 8, 8}, 256);  // masked: alpha ignored
     second->SetMask(Mask(8, 8, 0).get());
     Place(hidden.get(), {0, 0, 8, 8}, {0, 0, 8, 8}, 256);
-    frame->AddOverlay(first.get());
-    frame->AddOverlay(second.get());
-    frame->AddOverlay(hidden.get());
-    Ref<ITarnSurface> out;
-    ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+    ASSERT_EQ(FlattenWith(frame.get(), {first.get(), second.get(), hidden.get()}), VED_S_OK);
     ExpectPlanes(PixelsOf(frame.get()), 8, 8, {4, 4, 8, 8}, Flat(70, 71, 72), Flat(40, 41, 42));
 }
 
@@ -91,9 +85,7 @@ TEST(Flatten, OddRectangleMaskedAgainstKeyed) {
         Ref<ITarnSurface> title = Yuv420(8, 8, 200, 50, 60);
         Place(title.get(), {0, 0, 5, 5}, {0, 0, 5, 5});
         if (masked) title->SetMask(Mask(8, 8, 0).get());
-        frame->AddOverlay(title.get());
-        Ref<ITarnSurface> out;
-        ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+        ASSERT_EQ(FlattenWith(frame.get(), {title.get()}), VED_S_OK);
         const Bytes p = PixelsOf(frame.get());
         const int painted = masked ? 4 : 5;
         for (int y = 0; y < 8; ++y)
@@ -113,9 +105,7 @@ TEST(Flatten, KeyedTiersDifferInTheQueueTail) {
         Ref<ITarnSurface> frame = Yuv420(8, 8, 0, 0, 0);
         Ref<ITarnSurface> title = Yuv420(8, 8, 200, 200, 200);
         Place(title.get(), {0, 0, 3, 3}, {0, 0, 3, 3}, 128);
-        frame->AddOverlay(title.get());
-        Ref<ITarnSurface> out;
-        ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+        ASSERT_EQ(FlattenWith(frame.get(), {title.get()}), VED_S_OK);
         const Bytes p = PixelsOf(frame.get());
         const int row[4] = {sse2 ? 175 : 100, sse2 ? 150 : 100, 100, 0};
         for (int y = 0; y < 4; ++y)
@@ -164,10 +154,7 @@ TEST(Flatten, Yuv422Target) {
     Place(plain.get(), {0, 0, 8, 4}, {0, 0, 8, 4});
     Place(masked.get(), {0, 0, 3, 2}, {1, 1, 4, 3});
     masked->SetMask(Mask(8, 4, 0).get());
-    frame->AddOverlay(plain.get());
-    frame->AddOverlay(masked.get());
-    Ref<ITarnSurface> out;
-    ASSERT_EQ(frame->Flatten(out.put()), VED_S_OK);
+    ASSERT_EQ(FlattenWith(frame.get(), {plain.get(), masked.get()}), VED_S_OK);
     EXPECT_EQ(Count(masked.get()), 1u);
     EXPECT_EQ(Count(plain.get()), 2u);
     plain->Release();  // the reference Flatten kept
