@@ -1,29 +1,21 @@
 // Export through the public interface: bitmaps in global memory with every
 // header field, DirectDraw surfaces with their caps and masks, the row orders,
 // and the drain that comes before any answer.
+#include "host/host_support.h"
 #include "support/platform_images.h"
 
 using namespace images;
 
 namespace {
 
-// A blank surface of any width with `bytes` written into its buffer.
+// A blank surface of any width and depth with `bytes` written into its buffer.
 tarn::Ref<ITarnSurface> Picture(SurfaceFormat f, uint32_t w, uint32_t h, int32_t bits,
                                 int32_t stride, uint32_t topDown, const std::vector<uint8_t>& bytes) {
-    SurfaceInfo info{};
-    info.size = sizeof info;
-    info.width = w;
-    info.height = h;
-    info.format = f;
+    SurfaceInfo info = host::Describe(f, w, h, topDown);
     info.bitsPerPixel = bits;
     info.stride = stride;
-    info.topDown = topDown;
-    tarn::Ref<ITarnSurface> s;
-    int32_t count = 0;
-    EXPECT_EQ(Builder()->CreateBlank(&info, &count, s.put()), VED_S_OK);
-    uint8_t* p = nullptr;
-    EXPECT_EQ(s->GetPixels(&p), VED_S_OK);
-    if (p) std::memcpy(p, bytes.data(), bytes.size());
+    tarn::Ref<ITarnSurface> s = host::Blank(info);
+    if (uint8_t* p = s ? host::PixelsOf(s.get()) : nullptr) std::memcpy(p, bytes.data(), bytes.size());
     return s;
 }
 
