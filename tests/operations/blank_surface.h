@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -58,5 +59,32 @@ inline void PaintPlanes(uint8_t* p, int32_t width, int32_t height, uint8_t y, ui
     std::memset(p + luma, first, chroma);
     std::memset(p + luma + chroma, second, chroma);
 }
+
+// A planar picture in one buffer addressed by coordinates: chroma planes
+// follow Y with no gap, each (w / 2) x (h / 2), and 16 bytes of 0xCD behind.
+struct Planes {
+    Planes(int32_t w, int32_t h, uint8_t y, uint8_t first, uint8_t second)
+        : w(w), h(h), bytes(size_t(w * h * 3 / 2 + 16), 0xCD) {
+        PaintPlanes(bytes.data(), w, h, y, first, second);
+    }
+    uint8_t& Y(int32_t x, int32_t y) { return bytes[size_t(y * w + x)]; }
+    uint8_t& C(int32_t plane, int32_t x, int32_t y) {
+        return bytes[size_t(w * h + plane * (w / 2) * (h / 2) + y * (w / 2) + x)];
+    }
+    // Paints Y over [l, r) x [t, b) and chroma over the pairs the fill and
+    // stretch rules give: rows t / 2 on, (b - t) / 2 of them, columns l / 2
+    // on, (r - l) / 2 of them.
+    void Paint(VedRect a, uint8_t y, uint8_t first, uint8_t second) {
+        for (int32_t row = a.top; row < a.bottom; ++row)
+            for (int32_t col = a.left; col < a.right; ++col) Y(col, row) = y;
+        for (int32_t row = 0; row < (a.bottom - a.top) / 2; ++row)
+            for (int32_t col = 0; col < (a.right - a.left) / 2; ++col) {
+                C(0, a.left / 2 + col, a.top / 2 + row) = first;
+                C(1, a.left / 2 + col, a.top / 2 + row) = second;
+            }
+    }
+    int32_t w, h;
+    std::vector<uint8_t> bytes;
+};
 
 }  // namespace tarn::testing_blank

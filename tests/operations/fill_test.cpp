@@ -119,21 +119,6 @@ TEST(FillPattern, SixteenBitAndOtherSizes) {
     EXPECT_EQ(canvas.bytes, untouched);
 }
 
-// The expected planar picture, painted by coordinates rather than offsets.
-std::vector<uint8_t> PlanarExpected(int32_t w, int32_t h, VedRect r, FillSamples s) {
-    std::vector<uint8_t> out(size_t(w * h * 3 / 2 + 8), kCanary);
-    const int32_t cw = w / 2, ch = h / 2;
-    for (int32_t y = r.top; y < r.bottom; ++y)
-        for (int32_t x = r.left; x < r.right; ++x) out[size_t(y * w + x)] = s.y;
-    const int32_t cl = r.left / 2, ct = r.top / 2;
-    for (int32_t y = 0; y < (r.bottom - r.top) / 2; ++y)
-        for (int32_t x = 0; x < (r.right - r.left) / 2; ++x) {
-            out[size_t(w * h + (ct + y) * cw + cl + x)] = s.first;
-            out[size_t(w * h + cw * ch + (ct + y) * cw + cl + x)] = s.second;
-        }
-    return out;
-}
-
 TEST(FillPlanar, RectanglesAndWholePicture) {
     struct Case {
         const char* name;
@@ -151,9 +136,10 @@ TEST(FillPlanar, RectanglesAndWholePicture) {
     const uint32_t color = 0x00FF0000;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        std::vector<uint8_t> buffer(size_t(c.w * c.h * 3 / 2 + 8), kCanary);
-        ASSERT_EQ(FillPlanar(buffer.data(), c.w, c.h, c.w, c.whole ? nullptr : &c.rect, color), 1);
-        EXPECT_EQ(buffer, PlanarExpected(c.w, c.h, c.rect, FillSamples{82, 90, 240}));
+        Planes buffer(c.w, c.h, kCanary, kCanary, kCanary), expected = buffer;
+        ASSERT_EQ(FillPlanar(buffer.bytes.data(), c.w, c.h, c.w, c.whole ? nullptr : &c.rect, color), 1);
+        expected.Paint(c.rect, 82, 90, 240);
+        EXPECT_EQ(buffer.bytes, expected.bytes);
     }
     std::vector<uint8_t> buffer(8 * 6 * 3 / 2, kCanary);
     const std::vector<uint8_t> untouched = buffer;
