@@ -30,6 +30,7 @@ TEST(FillSamples, HandWorkedColours) {
         {0x000000FF, 41, 240, 110},   // Lo: (25*255+128)>>8=25; (-18*255+128)>>8=-18
         {0x0000FF00, 144, 54, 34},    // Mid: 33023>>8=128; -18742>>8=-74; -23842>>8=-94
         {0x00FFFFFF, 235, 128, 128},  // white: 56228>>8=219; chroma sums are 128
+        {0x00400000, 33, 119, 156},   // 66*64+128=4352, exactly 17; -2304>>8=-9; 7296>>8=28
     };
     for (const SampleCase& c : cases) {
         const FillSamples s = FillSamplesOf(c.color);
