@@ -188,7 +188,7 @@ TEST(PackedScaleForms, HalvedRowsOfThePlanarStepAreThePlainScalersRows) {
     EXPECT_FALSE(ConvertPackedToPlanarOver(src.data(), 66, planar.data(), 33, 33, 8, 0, rows.data(), 20));
     uint8_t* u = planar.data() + 32 * 8;
     EXPECT_FALSE(PackedToPlanar(TierBody::Sse2, true, PackedOrder::Yuy2, planar.data(), u, u + 16 * 4, 32, 16,
-                                src.data() + 66 * 7, 66, 32, -8, nullptr, {rows.data(), 20}));
+                                src.data(), 66, 32, -8, nullptr, {rows.data(), 20}));
     EXPECT_EQ(rows, std::vector<uint8_t>(200, 0x3C));
 }
 
