@@ -4,8 +4,7 @@
 // any size must show every one of its pixels and touch nothing else.
 #include "compose.h"
 #include "overlay_layout.h"
-
-#include <gtest/gtest.h>
+#include "tools_support.h"
 
 #include <cmath>
 
@@ -37,20 +36,6 @@ Image Picture(int w, int h, int channels) {
             if (channels == 4) p[3] = uint8_t(x < 8 ? 255 : x < 16 ? 0 : (x * 29 + y * 13) & 0xFF);
         }
     return image;
-}
-
-// Flattens `overlay` onto a copy of `frame`, a w x h planar picture.
-std::vector<uint8_t> Flattened(const Library& lib, const std::vector<uint8_t>& frame, int w, int h,
-                               ITarnSurface* overlay) {
-    SurfaceRef target = lib.FromData(DescribeSurface(SURFACE_FORMAT_YUV420, w, h, true), frame.data());
-    if (overlay) {
-        EXPECT_EQ(target->AddOverlay(overlay), VED_S_OK);
-    }
-    SurfaceRef result;
-    EXPECT_EQ(target->Flatten(result.put()), VED_S_OK);
-    uint8_t* p = nullptr;
-    EXPECT_EQ(result->GetPixels(&p), VED_S_OK);
-    return std::vector<uint8_t>(p, p + PlanarBytes(w, h));
 }
 
 // Calls copy(at, atBig, n) for each row of each plane of the frame: its

@@ -1,7 +1,9 @@
-// What the tests of tarnsurf share: the message of a refusal, a scratch
-// directory per test, and whole files read and written.
+// What the tests of tarnsurf share: the message of a refusal, a frame
+// flattened with an overlay, a scratch directory per test, and whole files
+// read and written.
 #pragma once
 
+#include "library.h"
 #include "tool_error.h"
 
 #include <gtest/gtest.h>
@@ -37,6 +39,20 @@ inline std::string FileText(const std::string& path) {
 
 inline void WriteFile(const std::string& path, const std::vector<uint8_t>& bytes) {
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+}
+
+// Flattens `overlay` onto a copy of `frame`, a w x h planar picture.
+inline std::vector<uint8_t> Flattened(const Library& lib, const std::vector<uint8_t>& frame, int w, int h,
+                               ITarnSurface* overlay) {
+    SurfaceRef target = lib.FromData(DescribeSurface(SURFACE_FORMAT_YUV420, w, h, true), frame.data());
+    if (overlay) {
+        EXPECT_EQ(target->AddOverlay(overlay), VED_S_OK);
+    }
+    SurfaceRef result;
+    EXPECT_EQ(target->Flatten(result.put()), VED_S_OK);
+    uint8_t* p = nullptr;
+    EXPECT_EQ(result->GetPixels(&p), VED_S_OK);
+    return std::vector<uint8_t>(p, p + PlanarBytes(w, h));
 }
 
 // A fresh directory for each test, removed with everything in it afterwards.
