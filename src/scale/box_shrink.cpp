@@ -367,12 +367,15 @@ void BoxShrinkRows(const ScaleRequest& request, const DriverTables& tables, cons
     const BoxRowGroupFn group = !exact && paired ? PickPairedRowGroup(f.family) : nullptr;
     // A 3-byte target's last 4-byte store spills one byte past its row, which
     // the next row overwrites when rows touch. The group puts that byte back
-    // after each row (box_shrink.h); with fade the next row's left band, made
-    // before the group, would lie under it, so there touching rows go one at
-    // a time.
+    // after each row (box_shrink.h). With fade the spill of a middle lands
+    // in its own row's right band, made after the group, so touching rows
+    // are grouped too; only a middle that ends its row (no right band) with
+    // a left band in front of the next one would spill onto that band, made
+    // before the group, and there touching rows go one at a time.
     const size_t written = size_t(width) * f.dstBytes + (f.dstBytes == 3 ? 1 : 0);
+    const bool spillsOntoBand = fade && b.right == 0 && b.left > 0;
     const bool grouped = group && height > 1 &&
-                         BoxTargetApart(request, tables, written, fade ? written : size_t(width) * f.dstBytes);
+                         BoxTargetApart(request, tables, written, spillsOntoBand ? written : size_t(width) * f.dstBytes);
     // Rows whose fast path spans the whole run: all of them, or with fade
     // those between the top and bottom bands, whose side bands go before
     // and after the group's middles as they do row by row.
