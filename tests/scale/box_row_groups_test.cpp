@@ -137,5 +137,22 @@ TEST(BoxRowGroups, HalvingAgreesAcrossFormsApartAndInPlace) {
             }
 }
 
+TEST(BoxRowGroups, FadedHalvingWithTouchingRowsAgreesAcrossForms) {
+    // Target rows without padding, so that a 3-byte middle's last store
+    // spills onto the right band of its row; going down and up the buffer,
+    // odd and even sizes, several groups and a last row on its own, and
+    // padded rows beside them.
+    std::mt19937 rng(91);
+    const test::Shape shapes[] = {{74, 26, 37, 13}, {130, 34, 65, 17}, {64, 18, 32, 9}, {2 * 41, 2 * 8, 41, 8}};
+    for (const test::Shape& s : shapes)
+        for (uint32_t sb : {3u, 4u})
+            for (uint32_t db : {3u, 4u})
+                for (int32_t dstPad : {0, 5})
+                    for (bool up : {false, true}) {
+                        const test::WholeImage image{s, sb, db, 3, dstPad, up};
+                        image.ExpectFormsAgree(image.Source(rng), SCALE_BOX_FADE);
+                    }
+}
+
 }  // namespace
 }  // namespace tarn
