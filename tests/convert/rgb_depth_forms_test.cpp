@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "convert/conversion_kernels.h"
+#include "convert/rgb_depth_rows.h"
 #include "platform/cpu_features.h"
 #include "platform/form_table.h"
 
@@ -38,6 +39,33 @@ TEST(RgbDepthForms, FramesThatShareBytesGiveThePlainBytes) {
         }
     }
 }
+
+#if defined(TARN_HAVE_X86_SIMD)
+TEST(RgbDepthForms, Avx2RowsGiveThePlainRowsAtEveryWidthAndOffset) {
+    // Every width through several steps of the widest block and each kind of
+    // tail, from every offset within a 32-byte line; the bytes around the
+    // target row stay as they were.
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::mt19937 rng(7);
+    struct Row {
+        RgbDepthRowFn fast, plain;
+        int sb, db;
+    };
+    const Row rows[] = {{Rgb32ToRgb24RowAvx2, Rgb32ToRgb24RowPlain, 4, 3},
+                        {Rgb24ToRgb32RowAvx2, Rgb24ToRgb32RowPlain, 3, 4}};
+    const int kMaxWidth = 140, kPad = 40;
+    std::vector<uint8_t> src(size_t(kMaxWidth) * 4 + 64);
+    for (auto& b : src) b = uint8_t(rng());
+    for (const Row& r : rows)
+        for (int32_t width = 0; width <= kMaxWidth; ++width)
+            for (int offset = 0; offset < 32; offset += 5) {
+                std::vector<uint8_t> want(size_t(kMaxWidth) * 4 + 2 * kPad, 0xA5), got = want;
+                r.plain(want.data() + kPad + offset, src.data() + offset, width);
+                r.fast(got.data() + kPad + offset, src.data() + offset, width);
+                ASSERT_EQ(got, want) << r.sb << " to " << r.db << ", width " << width << ", offset " << offset;
+            }
+}
+#endif
 
 }  // namespace
 }  // namespace tarn
