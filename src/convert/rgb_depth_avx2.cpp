@@ -10,13 +10,14 @@ namespace tarn {
 
 void Rgb24ToRgb32RowAvx2(uint8_t* d, const uint8_t* s, int32_t width) {
     // Byte 3 of every pixel comes from an index with the high bit set: 0.
+    // The second half's 16-byte load starts 8 bytes in and ends with the
+    // eight pixels, its four pixels 4 bytes into it; so no load leaves the
+    // pixels of the step, and a row of whole steps has no one-by-one tail.
     const __m256i spread = _mm256_setr_epi8(0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128,  //
-                                            0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128);
+                                            4, 5, 6, -128, 7, 8, 9, -128, 10, 11, 12, -128, 13, 14, 15, -128);
     int32_t x = 0;
-    // The second half's 16-byte load starts 12 bytes in: 4 bytes past the
-    // eight pixels, which must still lie in the row.
-    for (; 3 * (x + 8) + 4 <= 3 * width; x += 8) {
-        const __m256i v = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 3 * x + 12),
+    for (; x + 8 <= width; x += 8) {
+        const __m256i v = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 3 * x + 8),
                                               reinterpret_cast<const __m128i*>(s + 3 * x));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 4 * x), _mm256_shuffle_epi8(v, spread));
     }
