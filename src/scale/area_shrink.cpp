@@ -145,6 +145,21 @@ uint32_t AreaExactShift(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth
     return shift;
 }
 
+namespace {
+
+// Column k of block b reads bytes s + 8k + r, r = 0..7, in record order.
+bool EightsBlock(const int32_t* index, uint32_t perColumn, uint32_t width, uint32_t srcWidth, uint32_t b) {
+    if (perColumn != 8) return false;
+    const int32_t s = index[8 * b];
+    if (s < 0 || int64_t(s) + 64 > int64_t(srcWidth)) return false;
+    for (uint32_t r = 0; r < 8; ++r)
+        for (uint32_t k = 0; k < 8; ++k)
+            if (index[size_t(r) * width + 8 * b + k] != s + int32_t(8 * k + r)) return false;
+    return true;
+}
+
+}  // namespace
+
 AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint32_t width, uint32_t srcWidth) {
     AreaSweepPlan plan;
     const uint32_t blocks = width / 8;
@@ -163,6 +178,12 @@ AreaSweepPlan BuildAreaSweepPlan(const int32_t* index, uint32_t perColumn, uint3
                     hi[h] = std::max(hi[h], sample(r, x + k));
                 }
             spread = std::max(spread, hi[h] - lo[h]);
+        }
+        if (EightsBlock(index, perColumn, width, srcWidth, b)) {
+            plan.kind[b] = AreaSweepPlan::Eights;
+            plan.base[2 * b] = plan.base[2 * b + 1] = sample(0, 8 * b);
+            plan.maskAt[b] = uint32_t(plan.masks.size());
+            continue;
         }
         // Both halves read one window when the block's samples fit it: the
         // sweep then loads 16 bytes once into both halves of the register.
@@ -202,7 +223,10 @@ void FindAreaSweepPeriod(AreaSweepPlan& plan, const float* weight, uint32_t perC
     };
     auto repeats = [&](uint32_t b, uint32_t p, int32_t advance) {
         const uint32_t a = b - p;
-        if (plan.kind[b] != plan.kind[a] || plan.kind[b] == AreaSweepPlan::Gather) return false;
+        // Eights blocks have no shuffles to compare and are swept without a period.
+        if (plan.kind[b] != plan.kind[a] || plan.kind[b] == AreaSweepPlan::Gather ||
+            plan.kind[b] == AreaSweepPlan::Eights)
+            return false;
         for (uint32_t h = 0; h < 2; ++h)
             if (plan.base[2 * b + h] != plan.base[2 * a + h] + advance) return false;
         if (std::memcmp(plan.masks.data() + plan.maskAt[b], plan.masks.data() + plan.maskAt[a], maskBytes(b)) != 0)

@@ -27,8 +27,11 @@ void AreaGrayRowPlain(const uint8_t* row, const int32_t* index, const float* wei
 // wider, or a row narrower than the window, gathers from the row widened to
 // floats. Windows end inside the row, so no sample read needs a test. A
 // narrow block whose samples all fit 16 bytes has one window for both halves.
+// A block of eight records a column whose column k reads bytes
+// base + 8k .. base + 8k + 7 in record order (a single-channel step of
+// exactly 8 samples) reads its 64 bytes whole and needs no shuffles planned.
 struct AreaSweepPlan {
-    enum Kind : uint8_t { Gather, Narrow, Wide };
+    enum Kind : uint8_t { Gather, Narrow, Wide, Eights };
     std::vector<uint8_t> kind;     // [block]
     std::vector<int32_t> base;     // [block][half]: first byte of the window
     std::vector<uint32_t> maskAt;  // [block]: offset of the block's shuffles in `masks`

@@ -107,6 +107,29 @@ inline __m256 BlockSum(uint32_t perColumn, const float* weight, uint32_t width, 
     return v;
 }
 
+// A block of eight columns eight bytes apart, eight records each (an
+// Eights block of the plan): columns 0,1 | 4,5 and 2,3 | 6,7 are loaded in
+// the two halves of two registers, whose even and odd 32-bit words then
+// hold, in word k of a half, the first and last four samples of column k
+// of that half. One shuffle a record takes its byte of each word; the
+// products and sums are those of BlockSum, in the same order.
+inline __m256 EightsSum(const uint8_t* p, const float* weight, uint32_t width) {
+    const __m256 a = _mm256_castsi256_ps(_mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 32),
+                                                             reinterpret_cast<const __m128i*>(p)));
+    const __m256 c = _mm256_castsi256_ps(_mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 48),
+                                                             reinterpret_cast<const __m128i*>(p + 16)));
+    const __m256i quads[2] = {_mm256_castps_si256(_mm256_shuffle_ps(a, c, 0x88)),
+                              _mm256_castps_si256(_mm256_shuffle_ps(a, c, 0xDD))};
+    // Record r's shuffle takes byte r % 4 of each word into the low byte of
+    // its lane and zeroes the lane's upper bytes.
+    const __m256i words = _mm256_setr_epi32(0, 4, 8, 12, 0, 4, 8, 12);
+    const __m256i upper = _mm256_set1_epi32(int32_t(0x80808000u));
+    return BlockSum<8>(8, weight, width, [&](uint32_t r) {
+        const __m256i pick = _mm256_or_si256(upper, _mm256_add_epi32(words, _mm256_set1_epi32(int32_t(r % 4))));
+        return _mm256_cvtepi32_ps(_mm256_shuffle_epi8(quads[r / 4], pick));
+    });
+}
+
 // The blocks that repeat (AreaSweepPlan::period), from the row's start,
 // when every block of the period is narrow: the period's shuffles and
 // weights are loaded once for the whole row, and the windows are found from
@@ -195,7 +218,9 @@ void SweepOf(const uint8_t* row, uint32_t srcWidth, const int32_t* index, const 
             Fetch(row + plan->base[2 * b] + kSourceAhead);
             if constexpr (E != End::Carry) Fetch(local.out + x + kTargetAhead);
         }
-        if (kind == AreaSweepPlan::Narrow) {
+        if (kind == AreaSweepPlan::Eights) {
+            v = EightsSum(row + plan->base[2 * b], w, width);
+        } else if (kind == AreaSweepPlan::Narrow) {
             const int32_t* base = plan->base.data() + 2 * b;
             const __m256i window = base[0] == base[1] ? Window(row + base[0]) : Windows(row, base, 0);
             const uint8_t* m = plan->masks.data() + plan->maskAt[b];

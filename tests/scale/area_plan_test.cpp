@@ -49,6 +49,17 @@ void CheckPlan(const AreaSweepPlan& plan, const std::vector<int32_t>& index, uin
                uint32_t srcWidth) {
     for (uint32_t b = 0; b < width / 8; ++b) {
         if (plan.kind[b] == AreaSweepPlan::Gather) continue;
+        if (plan.kind[b] == AreaSweepPlan::Eights) {
+            // 64 bytes from the base, column k's eight records in order.
+            const int32_t base = plan.base[2 * b];
+            ASSERT_GE(base, 0) << b;
+            EXPECT_LE(uint32_t(base) + 64, srcWidth) << b;
+            ASSERT_EQ(per, 8u);
+            for (uint32_t r = 0; r < per; ++r)
+                for (uint32_t k = 0; k < 8; ++k)
+                    EXPECT_EQ(index[size_t(r) * width + 8 * b + k], base + int32_t(8 * k + r)) << b << " " << r;
+            continue;
+        }
         const uint32_t parts = plan.kind[b] == AreaSweepPlan::Narrow ? 1 : 2;
         for (uint32_t h = 0; h < 2; ++h) {
             const int32_t base = plan.base[2 * b + h];
@@ -104,6 +115,45 @@ TEST(AreaPlan, WindowsStayInsideTheRowAndHoldTheirSamples) {
         }
         CheckPlan(plan, index, per, width, c.srcWidth);
     }
+}
+
+// Planes exactly 8 samples a column across and not a whole step down (the
+// chroma of a 4:2:0 frame shrunk by 8 at an odd luma height): blocks of
+// eight columns read 64 bytes whole. Rows of whole blocks, of blocks and
+// leftover columns, of a single block ending with the row; top-down and
+// bottom-up, padded or not.
+TEST(AreaPlan, EightSamplesAcrossAgreeAcrossForms) {
+    const Shape planes[] = {{960, 37, 120, 5}, {168, 27, 21, 4}, {64, 9, 8, 2}, {72, 17, 9, 3}, {248, 41, 31, 6}};
+    std::mt19937 rng(8);
+    for (const Shape& s : planes)
+        for (bool up : {false, true}) {
+            const WholeImage image{s, 1, 1, up ? 3 : 0, up ? 5 : 0, up};
+            image.ExpectFormsAgree(image.Source(rng), SCALE_AREA);
+            // All 255: the largest sums the rows carry.
+            image.ExpectFormsAgree(std::vector<uint8_t>(image.Source(rng).size(), 255), SCALE_AREA);
+        }
+}
+
+TEST(AreaPlan, EightSamplesAcrossAreReadWhole) {
+    // Eight records a column, column x reading bytes 8x .. 8x + 7: every
+    // block is read whole. A column of block 1 reading one sample late
+    // keeps that block to the planned windows.
+    const uint32_t width = 24, per = 8;
+    std::vector<int32_t> index(size_t(per) * width);
+    for (uint32_t x = 0; x < width; ++x)
+        for (uint32_t r = 0; r < per; ++r) index[size_t(r) * width + x] = int32_t(8 * x + r);
+    AreaSweepPlan plan = BuildAreaSweepPlan(index.data(), per, width, 8 * width);
+    EXPECT_EQ(plan.kind, std::vector<uint8_t>(3, AreaSweepPlan::Eights));
+    CheckPlan(plan, index, per, width, 8 * width);
+    index[size_t(3) * width + 10] += 1;
+    plan = BuildAreaSweepPlan(index.data(), per, width, 8 * width);
+    EXPECT_EQ(plan.kind[0], AreaSweepPlan::Eights);
+    EXPECT_NE(plan.kind[1], AreaSweepPlan::Eights);
+    EXPECT_EQ(plan.kind[2], AreaSweepPlan::Eights);
+    CheckPlan(plan, index, per, width, 8 * width);
+    // Seven records a column never read eight.
+    plan = BuildAreaSweepPlan(index.data(), 7, width, 8 * width);
+    for (uint8_t k : plan.kind) EXPECT_NE(k, AreaSweepPlan::Eights);
 }
 
 TEST(AreaPlan, RepeatingBlocksAreWhatTheyClaim) {
@@ -273,6 +323,35 @@ TEST(AreaPlan, RowEndsRoundHalvesAndWrapLikeThePlainForm) {
         }
         EXPECT_EQ(outB, outA) << "f " << f;
         EXPECT_EQ(carB, carA) << "f " << f;
+    }
+}
+
+TEST(AreaPlan, EightSamplesAcrossSumInRecordOrder) {
+    // A row's sums, eight records a column read whole, against the plain
+    // sweep's floats: weights of every size, unlike each other, so that
+    // adding the products in any other order would round differently.
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::mt19937 rng(9);
+    std::uniform_real_distribution<float> some(1e-4f, 0.2f);
+    for (uint32_t width : {8u, 21u, 40u}) {
+        const uint32_t per = 8, srcWidth = 8 * width + 3;
+        std::vector<int32_t> index(size_t(per) * width);
+        std::vector<float> weight(index.size());
+        for (uint32_t x = 0; x < width; ++x)
+            for (uint32_t r = 0; r < per; ++r) {
+                index[size_t(r) * width + x] = int32_t(8 * x + r);
+                weight[size_t(r) * width + x] = some(rng);
+            }
+        const AreaSweepPlan plan = BuildAreaSweepPlan(index.data(), per, width, srcWidth);
+        for (uint8_t k : plan.kind) ASSERT_EQ(k, AreaSweepPlan::Eights);
+        for (int round = 0; round < 20; ++round) {
+            const std::vector<uint8_t> row = test::RandomBytes(srcWidth, rng);
+            std::vector<float> plain(width, 0.0f), carry(width, 0.0f), scratch(srcWidth + 16);
+            AreaGrayRowPlain(row.data(), index.data(), weight.data(), per, width, plain.data());
+            AreaGrayRowEndPlannedAvx2(row.data(), srcWidth, index.data(), weight.data(), per, width, scratch.data(), 0,
+                                      0.0f, carry.data(), nullptr, &plan);
+            ASSERT_EQ(carry, plain) << width;
+        }
     }
 }
 #endif
