@@ -13,6 +13,12 @@ namespace {
 SimdForm DetectHostForm() {
 #if defined(TARN_HAVE_X86_SIMD) && (defined(__GNUC__) || defined(__clang__))
     __builtin_cpu_init();
+    // The compiler's check also asks the system whether it saves the wide
+    // registers, so a processor with AVX-512 under a system without it
+    // stays on AVX2.
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+        __builtin_cpu_supports("avx512vl"))
+        return SimdForm::Avx512;
     if (__builtin_cpu_supports("avx2")) return SimdForm::Avx2;
     if (__builtin_cpu_supports("sse2")) return SimdForm::Sse2;
     return SimdForm::Plain;
@@ -23,7 +29,7 @@ SimdForm DetectHostForm() {
 #endif
 }
 
-std::atomic<SimdForm> g_formCap{SimdForm::Avx2};
+std::atomic<SimdForm> g_formCap{SimdForm::Avx512};
 
 }  // namespace
 
@@ -51,6 +57,7 @@ ScopedKernelChoice::~ScopedKernelChoice() {
 
 const char* FormName(SimdForm form) {
     switch (form) {
+        case SimdForm::Avx512: return "AVX-512";
         case SimdForm::Avx2: return "AVX2";
         case SimdForm::Sse2: return "SSE2";
         case SimdForm::Plain: break;

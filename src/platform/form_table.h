@@ -13,7 +13,9 @@
 
 namespace tarn {
 
-enum class SimdForm : uint8_t { Plain = 0, Sse2 = 1, Avx2 = 2 };
+// Avx512 needs AVX-512 F, BW and VL together, and the system saving their
+// registers.
+enum class SimdForm : uint8_t { Plain = 0, Sse2 = 1, Avx2 = 2, Avx512 = 3 };
 
 // The widest form this processor runs (Plain where the fast forms are not built).
 SimdForm HostSimdForm();

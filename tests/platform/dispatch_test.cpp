@@ -86,10 +86,25 @@ TEST(FormTable, PicksTheWidestAllowedFormAndEndsInAPlainOne) {
         ScopedKernelChoice choice(g_cpuFeatures, SimdForm::Plain);
         EXPECT_EQ(PickForm(good)(), 2);
     }
-    if (HostSimdForm() == SimdForm::Avx2) {
+    if (HostSimdForm() >= SimdForm::Avx2) {
         ScopedKernelChoice choice(g_cpuFeatures, SimdForm::Avx2);
         EXPECT_EQ(PickForm(good)(), 1);
     }
+}
+
+int FormC() { return 3; }
+
+TEST(FormTable, AnAvx512HostRunsTheAvx2FormOfAFamilyWithoutAWiderOne) {
+    constexpr FormEntry<FormFn> widest[] = {
+        {SimdForm::Avx512, FormC}, {SimdForm::Avx2, FormA}, {SimdForm::Plain, FormB}};
+    constexpr FormEntry<FormFn> upToAvx2[] = {{SimdForm::Avx2, FormA}, {SimdForm::Plain, FormB}};
+    if (HostSimdForm() < SimdForm::Avx512) GTEST_SKIP() << "no AVX-512 here";
+    ScopedKernelChoice host(g_cpuFeatures, SimdForm::Avx512);
+    EXPECT_EQ(PickForm(widest)(), 3);
+    EXPECT_EQ(PickForm(upToAvx2)(), 1);
+    EXPECT_STREQ(FormName(ActiveSimdForm()), "AVX-512");
+    ScopedKernelChoice avx2(g_cpuFeatures, SimdForm::Avx2);
+    EXPECT_EQ(PickForm(widest)(), 1);
 }
 
 }  // namespace
