@@ -119,7 +119,7 @@ SharpenForms PickSharpenForms() {
                                            SharpenExtremesPlain, ApplySharpenPlain};
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<SharpenForms> t[] = {
-        {SimdForm::Avx2, kSharpenAvx2}, {SimdForm::Sse2, kSharpenSse2},
+        {SimdForm::Avx512, kSharpenAvx512}, {SimdForm::Avx2, kSharpenAvx2}, {SimdForm::Sse2, kSharpenSse2},
         {SimdForm::Plain, plain}};
     return PickForm(t);
 #else

@@ -83,6 +83,7 @@ void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t hi
 #if defined(TARN_HAVE_X86_SIMD)
 extern const SharpenForms kSharpenSse2;
 extern const SharpenForms kSharpenAvx2;
+extern const SharpenForms kSharpenAvx512;
 #endif
 
 }  // namespace tarn

@@ -42,7 +42,6 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "scale/rounded.h"
 #include "scale/sharpen.h"
 
 namespace tarn::sharpen_passes {
@@ -58,6 +57,17 @@ struct AnyCount {
     int32_t operator()() const { return n; }
 };
 
+// A product (or a row's load) kept as one value of its own, as Rounded in
+// rounded.h does, but in any of the vector registers the form has: AVX-512
+// has 32, and the others' "x" would leave half of them unused.
+template <class V>
+inline V Kept(V p) {
+#if defined(__GNUC__)
+    __asm__("" : "+v"(p));
+#endif
+    return p;
+}
+
 // Registers of sums per pass of the wide loops: each tap's factor and row
 // are fetched once for all of them, and the sums stay in registers.
 constexpr int kBlocks = 8;
@@ -67,10 +77,10 @@ constexpr int kBlocks = 8;
 template <class L, int B, class Count, class Load>
 inline void TapSums(const float* k, Count count, Load load, typename L::F (&s)[B]) {
     const typename L::F k0 = L::Set1(k[0]);
-    for (int j = 0; j < B; ++j) s[j] = Rounded(L::Mul(load(0, j), k0));
+    for (int j = 0; j < B; ++j) s[j] = Kept(L::Mul(load(0, j), k0));
     for (int32_t t = 1; t < count(); ++t) {
         const typename L::F kt = L::Set1(k[t]);
-        for (int j = 0; j < B; ++j) s[j] = L::Add(s[j], Rounded(L::Mul(load(t, j), kt)));
+        for (int j = 0; j < B; ++j) s[j] = L::Add(s[j], Kept(L::Mul(load(t, j), kt)));
     }
 }
 
@@ -97,6 +107,12 @@ inline typename L::F TapSum(const float* k, Count count, Load load) {
 // interior goes as one more wide step drawn back to end where the interior
 // does (its registers read `f` wherever they fall, once a row): pixels it
 // makes again take the same sums.
+// Whether the wide loop reads its taps from two copies of the row: only
+// where a register is shorter than a line, since a register of a whole line
+// crosses one wherever it does not start on it.
+template <class L, class Count>
+constexpr bool kTwoCopies = std::is_same_v<Count, FixedCount<9>> && L::kLanes < 16;
+
 template <class L, class Count, bool kSuccessor>
 void HorizontalRow(const float* f, const float* g, int32_t width, const BlurRowTaps& taps, Count count,
                    float* out) {
@@ -121,7 +137,7 @@ void HorizontalRow(const float* f, const float* g, int32_t width, const BlurRowT
     int32_t x = 0;
     for (; x < r && x + N <= width; x += N) edge(x);
     const int32_t first = x;
-    if constexpr (std::is_same_v<Count, FixedCount<9>>) {
+    if constexpr (kTwoCopies<L, Count>) {
         const float* from[9][kPhases];
         for (int32_t t = 0; t < 9; ++t)
             for (int32_t p = 0; p < kPhases; ++p) {
@@ -163,7 +179,7 @@ void Horizontal(const uint8_t* row, int32_t width, const BlurRowTaps& taps, floa
     auto lineStart = [](float* p) { return p + ((0 - reinterpret_cast<uintptr_t>(p)) & 63) / sizeof(float); };
     float* f = lineStart(scratch + r);
     float* g = lineStart(f + width + 2 * r) + 8;
-    const bool twice = n == 9;
+    const bool twice = n == 9 && kTwoCopies<L, FixedCount<9>>;
     for (int32_t i = 0; i < r; ++i) f[i - r] = f[width + i] = g[i - r] = g[width + i] = 0.0f;
     int32_t i = 0;
     for (; i + N <= width; i += N) {
@@ -172,7 +188,7 @@ void Horizontal(const uint8_t* row, int32_t width, const BlurRowTaps& taps, floa
         if (twice) L::Store(g + i, v);
     }
     for (; i < width; ++i) f[i] = g[i] = row[i];
-    if (twice) HorizontalRowOf<L>(f, g, width, taps, FixedCount<9>{}, out);
+    if (n == 9) HorizontalRowOf<L>(f, g, width, taps, FixedCount<9>{}, out);
     else HorizontalRowOf<L>(f, g, width, taps, AnyCount{n}, out);
 }
 
@@ -235,12 +251,12 @@ inline void PairSums(const float* const* rows, const float* k, Count count, int3
     constexpr int32_t N = L::kLanes;
     const int32_t n = count();
     const F k0 = L::Set1(k[0]);
-    for (int j = 0; j < B; ++j) a[j] = Rounded(L::Mul(L::Load(rows[0] + x + N * j), k0));
+    for (int j = 0; j < B; ++j) a[j] = Kept(L::Mul(L::Load(rows[0] + x + N * j), k0));
     const F k1 = L::Set1(k[1]);
     for (int j = 0; j < B; ++j) {
-        const F v = Rounded(L::Load(rows[1] + x + N * j));
-        a[j] = L::Add(a[j], Rounded(L::Mul(v, k1)));
-        b[j] = Rounded(L::Mul(v, k0));
+        const F v = Kept(L::Load(rows[1] + x + N * j));
+        a[j] = L::Add(a[j], Kept(L::Mul(v, k1)));
+        b[j] = Kept(L::Mul(v, k0));
     }
 #if defined(__GNUC__)
 #pragma GCC unroll 1
@@ -248,13 +264,13 @@ inline void PairSums(const float* const* rows, const float* k, Count count, int3
     for (int32_t t = 2; t < n; ++t) {
         const F kt = L::Set1(k[t]), kp = L::Set1(k[t - 1]);
         for (int j = 0; j < B; ++j) {
-            const F v = Rounded(L::Load(rows[t] + x + N * j));
-            a[j] = L::Add(a[j], Rounded(L::Mul(v, kt)));
-            b[j] = L::Add(b[j], Rounded(L::Mul(v, kp)));
+            const F v = Kept(L::Load(rows[t] + x + N * j));
+            a[j] = L::Add(a[j], Kept(L::Mul(v, kt)));
+            b[j] = L::Add(b[j], Kept(L::Mul(v, kp)));
         }
     }
     const F kl = L::Set1(k[n - 1]);
-    for (int j = 0; j < B; ++j) b[j] = L::Add(b[j], Rounded(L::Mul(L::Load(rows[n] + x + N * j), kl)));
+    for (int j = 0; j < B; ++j) b[j] = L::Add(b[j], Kept(L::Mul(L::Load(rows[n] + x + N * j), kl)));
 }
 
 // Registers of each row per pass of the pair's wide loop: with more, the
@@ -307,7 +323,8 @@ void VerticalPair(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8
 // The largest byte of a register, by halves.
 template <class L>
 int32_t MaxByte(typename L::I v) {
-    if constexpr (sizeof(v) == 32) v = L::MaxU8(v, L::template Down<16>(v));
+    if constexpr (sizeof(v) == 64) v = L::MaxU8(v, L::template Down<32>(v));
+    if constexpr (sizeof(v) >= 32) v = L::MaxU8(v, L::template Down<16>(v));
     v = L::MaxU8(v, L::template Down<8>(v));
     v = L::MaxU8(v, L::template Down<4>(v));
     v = L::MaxU8(v, L::template Down<2>(v));

@@ -23,7 +23,7 @@
 namespace tarn {
 namespace {
 
-constexpr SimdForm kForms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2};
+constexpr SimdForm kForms[] = {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2, SimdForm::Avx512};
 
 // The blur of a tight plane, both passes over whole planes, each tap inside
 // the plane added in order and the kept taps' sum divided out.
@@ -159,11 +159,12 @@ TEST(SharpenForms, RowsEndingAtEveryOffsetAfterTheWideStepsMatchTheReference) {
     // The horizontal pass makes what its wide steps leave of a row's
     // interior with one more step drawn back over pixels already made, and
     // the pixels near either end from a table of their weights: every width
-    // from just below one AVX2 step to past two, so that the leftover takes
-    // every length, for the sharpen's nine taps and for seven.
+    // from just below one AVX2 step to past two AVX-512 steps, so that the
+    // leftover takes every length in each form, for the sharpen's nine taps
+    // and for seven.
     std::mt19937 rng(15);
     for (const double sigma : {1.5, 1.0})
-        for (int32_t w = 60; w <= 150; ++w) {
+        for (int32_t w = 60; w <= 280; ++w) {
             std::vector<uint8_t> in(size_t(w) * 3);
             for (uint8_t& v : in) v = uint8_t(rng());
             const std::vector<uint8_t> expected = ReferenceBlur(in, w, 3, sigma);
@@ -187,7 +188,7 @@ TEST(SharpenForms, RowPairsMatchTwoSingleRows) {
         float* k = nullptr;
         int32_t n = 0;
         MakeGaussianKernel(sigma, &k, &n);
-        for (const int32_t w : {1, 7, 8, 9, 31, 32, 33, 65, 100, 257}) {
+        for (const int32_t w : {1, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 100, 257}) {
             std::vector<std::vector<float>> ring(size_t(n) + 1, std::vector<float>(static_cast<size_t>(w)));
             for (auto& row : ring)
                 for (float& v : row) v = float(rng() % 25600) / 100.0f;
@@ -225,7 +226,7 @@ TEST(SharpenForms, ExtremesMatchThePlainForm) {
     // already reach further.
     std::mt19937 rng(33);
     for (int kind = 0; kind < 6; ++kind)
-        for (const int32_t w : {1, 15, 16, 17, 31, 32, 33, 64, 100, 1000}) {
+        for (const int32_t w : {1, 15, 16, 17, 31, 32, 33, 63, 64, 65, 100, 127, 128, 129, 1000}) {
             std::vector<uint8_t> a(static_cast<size_t>(w)), b(a.size());
             for (size_t i = 0; i < a.size(); ++i) {
                 const uint8_t u = uint8_t(rng()), v = uint8_t(rng());
