@@ -116,7 +116,7 @@ void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t hi
 
 SharpenForms PickSharpenForms() {
     static constexpr SharpenForms plain = {BlurHorizontalPlain, BlurVerticalPlain, BlurVerticalPairPlain,
-                                           SharpenExtremesPlain, ApplySharpenPlain};
+                                           SharpenExtremesPlain, ApplySharpenPlain, nullptr};
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<SharpenForms> t[] = {
         {SimdForm::Avx512, kSharpenAvx512}, {SimdForm::Avx2, kSharpenAvx2}, {SimdForm::Sse2, kSharpenSse2},
@@ -134,17 +134,24 @@ constexpr size_t kSlack = 64;
 
 // Blurs `in` (rows `stride` apart) into the tight `out`, calling done(y)
 // once row y of `out` is made. Row j of the horizontal pass lives in slot
-// j % (n + 1) of the ring: the n rows one output row reads, or the n + 1 two
-// neighbouring rows read, are consecutive rows, and the row made next
-// replaces the one just left behind. Rows whose taps all lie inside the
-// plane go two at a time, which reads each ring row once for both.
+// j % slots of the ring, slots being n + band - 1: the n rows one output row
+// reads, or the n + band - 1 that a band of neighbouring rows reads, are
+// consecutive rows, and the row made next replaces the one just left
+// behind. Rows whose taps all lie inside the plane go a band (or two) at a
+// time, which reads each ring row once for all of them.
 template <class Done>
 void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32_t height, intptr_t stride,
               double sigma, uint8_t* out, Done done) {
     float* k = nullptr;
     int32_t n = 0;
     MakeGaussianKernel(sigma, &k, &n);
-    const int32_t r = n / 2, slots = n + 1;
+    // A form with bands takes the sharpen's kernel a band of rows at a time
+    // (see SharpenForms::verticalBand); other kernels, and other forms, go
+    // two rows at a time.
+    bool symmetric = n == 9;
+    for (int32_t i = 0; i < n; ++i) symmetric = symmetric && k[i] == k[n - 1 - i];
+    const int32_t band = forms.verticalBand != nullptr && symmetric ? kSharpenBandRows : 2;
+    const int32_t r = n / 2, slots = n + band - 1;
     std::vector<float> ring(size_t(slots) * size_t(width) + kSlack);
     std::vector<float> scratch(2 * (size_t(width) + size_t(n)) + 48 + kSlack);
     std::vector<const float*> rows(static_cast<size_t>(slots));
@@ -156,8 +163,10 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     float checked = 0;
     bool keepsWholes = false;
     for (int32_t y = 0; y < height;) {
-        const bool pair = y >= r && y + 1 + r < height;
-        for (; made <= std::min(height - 1, y + r + (pair ? 1 : 0)); ++made)
+        // The rows made with this one: a band's or a pair's where all their
+        // taps lie inside the plane.
+        const int32_t more = y < r ? 0 : y + band - 1 + r < height ? band - 1 : y + 1 + r < height ? 1 : 0;
+        for (; made <= std::min(height - 1, y + r + more); ++made)
             forms.horizontal(in + made * stride, width, across, scratch.data(), slot(made));
         BlurColumnTaps column{rows.data(), taps.data(), 0, 0.0f, false};
         for (int32_t i = 0; i < n; ++i) {
@@ -176,12 +185,12 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
         }
         column.keepsWholes = keepsWholes;
         uint8_t* to = out + size_t(y) * width;
-        if (pair) {
-            rows[size_t(n)] = slot(y + 1 + r);
-            forms.verticalPair(column, width, to, to + width);
-            done(y);
-            done(y + 1);
-            y += 2;
+        if (more > 0) {
+            for (int32_t i = 1; i <= more; ++i) rows[size_t(n - 1 + i)] = slot(y + r + i);
+            if (more == 1) forms.verticalPair(column, width, to, to + width);
+            else forms.verticalBand(column, width, to);
+            for (int32_t i = 0; i <= more; ++i) done(y + i);
+            y += more + 1;
         } else {
             forms.vertical(column, width, to);
             done(y++);

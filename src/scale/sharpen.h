@@ -49,6 +49,9 @@ struct BlurRowTaps {
 // `width` floats.
 BlurRowTaps MakeBlurRowTaps(const float* k, int32_t n, int32_t width, float* weights);
 
+// Rows in a band of the vertical pass (see SharpenForms::verticalBand).
+constexpr int32_t kSharpenBandRows = 16;
+
 struct SharpenForms {
     // out[x] = the blur of `row` at x over the taps inside the row; `scratch`
     // holds 2 (`width` + n) + 48 floats for the form's own use.
@@ -63,6 +66,11 @@ struct SharpenForms {
     void (*extremes)(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
     // The mask over one row of the plane in place, from its blur `b`.
     void (*apply)(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
+    // kSharpenBandRows rows of the vertical pass at once into out, out +
+    // width, ..., for nine taps with k[t] == k[8 - t]: taps.rows holds
+    // kSharpenBandRows + 8 rows, output row i reading the nine from row i
+    // on. Null in forms without the registers to hold a band's sums.
+    void (*verticalBand)(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
 };
 
 // The kernels of the form in use.

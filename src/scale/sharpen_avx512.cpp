@@ -5,9 +5,11 @@
 // below at 0 before they are narrowed with unsigned saturation.
 //
 // GCC 12's AVX-512 intrinsics start many results from a deliberately
-// undefined register, which its 32-bit builds then report as possibly used
-// uninitialised: noise from the compiler's own headers, silenced here.
+// undefined register, which it then reports, depending on how the code
+// around them is inlined, as used or possibly used uninitialised: noise
+// from the compiler's own headers, silenced here.
 #if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
 #include <immintrin.h>
@@ -86,6 +88,6 @@ struct Avx512Lanes {
 const SharpenForms kSharpenAvx512 = {
     sharpen_passes::Horizontal<Avx512Lanes>, sharpen_passes::Vertical<Avx512Lanes>,
     sharpen_passes::VerticalPair<Avx512Lanes>, sharpen_passes::Extremes<Avx512Lanes>,
-    sharpen_passes::Apply<Avx512Lanes>};
+    sharpen_passes::Apply<Avx512Lanes>, sharpen_passes::VerticalBand<Avx512Lanes>};
 
 }  // namespace tarn

@@ -41,6 +41,7 @@
 #include <cfloat>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 #include "scale/sharpen.h"
 
@@ -318,6 +319,71 @@ void VerticalPair(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8
         out[i] = BlurColumnAt(taps, i);
         next[i] = BlurColumnAt(below, i);
     }
+}
+
+// The vertical pass over a band of kBandRows output rows at once, for the
+// sharpen's nine taps when they are symmetric (k[t] == k[8 - t], as a
+// Gaussian's are). Row j of the band's kBandRows + 8 rows meets output row i
+// at tap j - i, and the product it adds there is the row times k[j - i],
+// which is the same float as the row times k[8 - (j - i)]: each row needs at
+// most five products however many of the band's rows it serves, where the
+// one-row and two-row passes take nine for each output row. The rows come
+// in order, so each output row's sum still takes its taps in order. All the
+// band's sums stay in registers: 16 of them, the five products and the row,
+// which needs a form with 32 registers.
+constexpr int kBandRows = kSharpenBandRows;
+
+template <class L, bool kWhole>
+void BandColumns(const float* const* rows, const float* k, const ColumnBytes<L, kWhole>& store, int32_t x,
+                 int32_t width, uint8_t* out) {
+    using F = typename L::F;
+    F acc[kBandRows];
+    [&]<int... J>(std::integer_sequence<int, J...>) {
+        auto row = [&]<int j>(std::integral_constant<int, j>) {
+            const F v = Kept(L::Load(rows[j] + x));
+            F p[5];
+            for (int m = 0; m < 5; ++m) p[m] = Kept(L::Mul(v, L::Set1(k[m])));
+            [&]<int... I>(std::integer_sequence<int, I...>) {
+                auto add = [&]<int i>(std::integral_constant<int, i>) {
+                    constexpr int t = j - i;
+                    if constexpr (t >= 0 && t <= 8) {
+                        const F product = p[t < 5 ? t : 8 - t];
+                        if constexpr (t == 0) acc[i] = product;
+                        else acc[i] = L::Add(acc[i], product);
+                        if constexpr (t == 8) store(out + intptr_t(i) * width + x, acc[i]);
+                    }
+                };
+                (add(std::integral_constant<int, I>{}), ...);
+            }(std::make_integer_sequence<int, kBandRows>{});
+        };
+        (row(std::integral_constant<int, J>{}), ...);
+    }(std::make_integer_sequence<int, kBandRows + 8>{});
+}
+
+// kBandRows rows of the vertical pass into out, out + width, ...: taps.rows
+// holds kBandRows + 8 rows, each output row reading the nine from its own
+// on. Widths short of a register go a pixel at a time; what the registers
+// leave of a row goes as one more register drawn back to end at the row's
+// end, whose pixels made again take the same bytes.
+template <class L, bool kWhole>
+void VerticalBandOf(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
+    constexpr int32_t N = L::kLanes;
+    const ColumnBytes<L, kWhole> store{L::Set1(taps.weight)};
+    if (width < N) {
+        BlurColumnTaps one = taps;
+        for (int i = 0; i < kBandRows; ++i, ++one.rows)
+            for (int32_t x = 0; x < width; ++x) out[intptr_t(i) * width + x] = BlurColumnAt(one, x);
+        return;
+    }
+    int32_t x = 0;
+    for (; x + N <= width; x += N) BandColumns<L>(taps.rows, taps.k, store, x, width, out);
+    if (x < width) BandColumns<L>(taps.rows, taps.k, store, width - N, width, out);
+}
+
+template <class L>
+void VerticalBand(const BlurColumnTaps& taps, int32_t width, uint8_t* out) {
+    if (taps.keepsWholes) VerticalBandOf<L, true>(taps, width, out);
+    else VerticalBandOf<L, false>(taps, width, out);
 }
 
 // The largest byte of a register, by halves.

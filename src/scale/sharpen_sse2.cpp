@@ -76,6 +76,7 @@ struct Sse2Lanes {
 
 const SharpenForms kSharpenSse2 = {sharpen_passes::Horizontal<Sse2Lanes>, sharpen_passes::Vertical<Sse2Lanes>,
                                   sharpen_passes::VerticalPair<Sse2Lanes>,
-                                  sharpen_passes::Extremes<Sse2Lanes>, sharpen_passes::Apply<Sse2Lanes>};
+                                  sharpen_passes::Extremes<Sse2Lanes>, sharpen_passes::Apply<Sse2Lanes>,
+                                  nullptr};
 
 }  // namespace tarn

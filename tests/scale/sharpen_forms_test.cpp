@@ -5,8 +5,8 @@
 // upside-down rows with canaries around the plane, planes whose differences
 // stay within the dead band (nothing changes) or reach one side only; rows
 // ending at every offset after the horizontal pass's wide steps; the two-row
-// vertical pass and the extremes against the plain forms; and the mask's
-// divisions for every pixel pair and every divisor.
+// and banded vertical passes and the extremes against the plain forms; and
+// the mask's divisions for every pixel pair and every divisor.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -84,7 +84,7 @@ TEST(SharpenForms, PlanesMatchTheWholePlaneReference) {
         int32_t w, h;
     };
     const Size sizes[] = {{1, 1},   {3, 2},   {8, 9},    {9, 8},    {17, 17},  {25, 4},   {33, 21},
-                          {40, 11}, {64, 40}, {101, 13}, {203, 19}, {333, 26}};
+                          {40, 11}, {64, 40}, {101, 13}, {203, 19}, {333, 26}, {47, 61}, {130, 43}};
     constexpr int32_t kPad = 5, kGuard = 32;
     constexpr uint8_t kCanary = 0xA5;
     std::mt19937 rng(51);
@@ -217,6 +217,50 @@ TEST(SharpenForms, RowPairsMatchTwoSingleRows) {
         }
         delete[] k;
     }
+}
+
+TEST(SharpenForms, RowBandsMatchSingleRows) {
+    // A band of rows from one read of its rows, in the forms that have
+    // bands, against the plain one-row pass over each row's nine: widths
+    // below, at and around a register and ones whose last register is drawn
+    // back, weights that keep wholes or divide, and a canary on either side.
+    constexpr uint8_t kCanary = 0xC3;
+    constexpr int32_t kRows = kSharpenBandRows;
+    std::mt19937 rng(26);
+    float* k = nullptr;
+    int32_t n = 0;
+    MakeGaussianKernel(1.5, &k, &n);
+    ASSERT_EQ(n, 9);
+    for (const int32_t w : {1, 5, 15, 16, 17, 31, 32, 33, 47, 100, 250}) {
+        std::vector<std::vector<float>> ring(size_t(kRows + n - 1), std::vector<float>(static_cast<size_t>(w)));
+        for (auto& row : ring)
+            for (float& v : row) v = float(rng() % 25600) / 100.0f;
+        std::vector<const float*> rows;
+        for (const auto& row : ring) rows.push_back(row.data());
+        for (const float weight : {0x1.fffffep-1f, 0.75f}) {
+            const BlurColumnTaps taps{rows.data(), k, n, weight, weight != 0.75f};
+            std::vector<uint8_t> expected(size_t(kRows) * w);
+            for (int32_t i = 0; i < kRows; ++i) {
+                BlurColumnTaps one = taps;
+                one.rows += i;
+                BlurVerticalPlain(one, w, expected.data() + size_t(i) * w);
+            }
+            for (SimdForm f : kForms) {
+                if (HostSimdForm() < f) continue;
+                ScopedKernelChoice choice(g_cpuFeatures, f);
+                const SharpenForms forms = PickSharpenForms();
+                if (forms.verticalBand == nullptr) continue;
+                std::vector<uint8_t> out(expected.size() + 2, kCanary);
+                forms.verticalBand(taps, w, out.data() + 1);
+                const std::string at = "width " + std::to_string(w) + ", weight " + std::to_string(weight) + " " +
+                                       FormName(f);
+                EXPECT_TRUE(std::equal(expected.begin(), expected.end(), out.begin() + 1)) << at;
+                EXPECT_EQ(out.front(), kCanary) << at;
+                EXPECT_EQ(out.back(), kCanary) << at;
+            }
+        }
+    }
+    delete[] k;
 }
 
 TEST(SharpenForms, ExtremesMatchThePlainForm) {
