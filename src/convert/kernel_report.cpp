@@ -9,7 +9,8 @@ namespace tarn {
 namespace {
 
 // Forms a family's rows are built in, beyond the plain one.
-enum FormSet : uint8_t { kPlainOnly = 0, kSse2Only = 1, kAvx2Only = 2, kSse2AndAvx2 = 3 };
+// Bits: 1 SSE2, 2 AVX2, 4 AVX-512.
+enum FormSet : uint8_t { kPlainOnly = 0, kSse2Only = 1, kAvx2Only = 2, kSse2AndAvx2 = 3, kUpToAvx512 = 7 };
 // Which tiers run the fast forms: the SSE2 tier only (the others compute
 // their own arithmetic in plain code), every tier but the plain one, or every
 // tier (the bytes are the same in all).
@@ -25,7 +26,7 @@ struct Family {
 const Family kFamilies[] = {
     {"planar to 32-bit",
      {"ConvPlanarToRgb32SmoothPlain", "ConvPlanarToRgb32SmoothMmxTier", "ConvPlanarToRgb32SmoothSse2Tier"},
-     kSse2AndAvx2, FormRule::Sse2Tier},
+     kUpToAvx512, FormRule::Sse2Tier},
     {"planar to 24-bit",
      {"ConvPlanarToRgb24SmoothPlain", "ConvPlanarToRgb24SmoothPlain", "ConvPlanarToRgb24Sse2Tier"},
      kSse2AndAvx2, FormRule::Sse2Tier},
@@ -35,12 +36,12 @@ const Family kFamilies[] = {
      kSse2AndAvx2, FormRule::Sse2Tier},
     {"planar to packed",
      {"ConvPlanarToYuy2SmoothPlain", "ConvPlanarToYuy2SmoothMmxTier", "ConvPlanarToYuy2SmoothSse2Tier"},
-     kSse2AndAvx2, FormRule::Sse2Tier},
+     kUpToAvx512, FormRule::Sse2Tier},
     {"packed to planar",
      {"ConvYuy2ToPlanarSmoothPlain", "ConvYuy2ToPlanarSmoothMmxTier", "ConvYuy2ToPlanarSmoothSse2Tier"},
      kSse2AndAvx2, FormRule::Sse2Tier},
     {"packed to 32-bit", {"ConvYuy2ToRgb32Plain", "ConvYuy2ToRgb32MmxTier", "ConvYuy2ToRgb32Sse2Tier"},
-     kSse2AndAvx2, FormRule::Sse2Tier},
+     kUpToAvx512, FormRule::Sse2Tier},
     {"packed to 24-bit", {"ConvYuy2ToRgb24Plain", "ConvYuy2ToRgb24MmxTier", "ConvYuy2ToRgb24Sse2Tier"},
      kSse2AndAvx2, FormRule::Sse2Tier},
     {"32-bit to packed", {"ConvRgb32ToYuy2Plain", "ConvRgb32ToYuy2Plain", "ConvRgb32ToYuy2Sse2Tier"},
@@ -60,6 +61,7 @@ SimdForm FormOf(const Family& f, Tier tier) {
     if (f.rule == FormRule::Sse2Tier && tier != Tier::Sse2) return SimdForm::Plain;
     if (f.rule == FormRule::NotPlainTier && tier == Tier::Plain) return SimdForm::Plain;
     const SimdForm active = ActiveSimdForm();
+    if (active >= SimdForm::Avx512 && (f.forms & 4)) return SimdForm::Avx512;
     if (active >= SimdForm::Avx2 && (f.forms & 2)) return SimdForm::Avx2;
     if (active >= SimdForm::Sse2 && (f.forms & 1)) return SimdForm::Sse2;
     return SimdForm::Plain;

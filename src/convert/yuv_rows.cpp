@@ -113,6 +113,7 @@ const YuvRowForms kYuvRowsPlain = {SmoothPlain,           AveragePlain,         
 namespace {
 constexpr FormEntry<const YuvRowForms*> kYuvRowsForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
+    {SimdForm::Avx512, &kYuvRowsAvx512},
     {SimdForm::Avx2, &kYuvRowsAvx2},
     {SimdForm::Sse2, &kYuvRowsSse2},
 #endif

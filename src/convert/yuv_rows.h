@@ -4,7 +4,7 @@
 // These are what the SSE2 tier's kernels run in their block columns, so every
 // form computes the rounding averages r() and s() of smoothing.h and the
 // vector form of colour_formulas.h, bit for bit. The plain forms are the
-// scalar reference; the SSE2 and AVX2 forms are chosen by PickForm.
+// scalar reference; the SSE2, AVX2 and AVX-512 forms are chosen by PickForm.
 #pragma once
 
 #include <cstddef>
@@ -92,6 +92,7 @@ extern const YuvRowForms kYuvRowsPlain;
 #if defined(TARN_HAVE_X86_SIMD)
 extern const YuvRowForms kYuvRowsSse2;
 extern const YuvRowForms kYuvRowsAvx2;
+extern const YuvRowForms kYuvRowsAvx512;
 #endif
 
 // The fastest forms allowed now.

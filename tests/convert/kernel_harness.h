@@ -48,6 +48,7 @@ inline std::vector<SimdForm> FormsHere() {
     std::vector<SimdForm> forms{SimdForm::Plain};
     if (HostSimdForm() >= SimdForm::Sse2) forms.push_back(SimdForm::Sse2);
     if (HostSimdForm() >= SimdForm::Avx2) forms.push_back(SimdForm::Avx2);
+    if (HostSimdForm() >= SimdForm::Avx512) forms.push_back(SimdForm::Avx512);
     return forms;
 }
 

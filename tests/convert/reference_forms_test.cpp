@@ -108,12 +108,13 @@ std::vector<Geometry> SizesOf(const KernelCase& c) {
             for (int32_t w : AwkwardWidths())
                 for (int32_t h : planar ? AwkwardHeights() : kRowHeights)
                     sizes.push_back({w, h, false, up, w % 4, w % 3, w % 3});
-    // 3 x 64 + 32 + 2: every block size once after the widest; 1922: a frame
+    // 3 x 64 + 32 + 2 and 3 x 128 + 64 + 32 + 16 + 2: every block size once
+    // after the widest (64 pixels, or 128 for the widest forms); 1922: a frame
     // row of many steps with a pair left over; 1923: each later row starts a
     // pixel further along.
     for (int32_t h : {6, -5}) {
         if (c.sizes & kWide)
-            for (int32_t w : {226, 1922}) sizes.push_back({w, h, false, false, 4, 4, 2});
+            for (int32_t w : {226, 498, 1922}) sizes.push_back({w, h, false, false, 4, 4, 2});
         if (c.sizes & kBackwards) sizes.push_back({1923, h, true, true, 4, 4, 3});
     }
     return sizes;

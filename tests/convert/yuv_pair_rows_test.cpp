@@ -1,7 +1,7 @@
 // The row forms that make both rows of a row pair in one pass, in every form
 // this machine runs, against the smoothing and colour formulas worked here
 // pixel by pixel: the luma shared between the rows or not, streaming stores
-// or not, the two output rows on one 32-byte phase or on two, aligned or not,
+// or not, the two output rows on one 64- or 32-byte phase or on two, aligned or not,
 // lengths around every step size, and the bytes around each output row
 // untouched.
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@
 namespace tarn::test {
 namespace {
 
-constexpr size_t kPairCounts[] = {1, 7, 8, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 100, 961};
+constexpr size_t kPairCounts[] = {1, 7, 8, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 66, 100, 127, 128, 134, 961};
 constexpr uint8_t kCanary = 0xCD;
 constexpr size_t kPad = 64;
 
@@ -30,20 +30,20 @@ struct PairSource {
     std::vector<uint8_t> luma[6], u[3], v[3];
 };
 
-// Where each output row starts past a 32-byte boundary.
+// Where each output row starts past a 64-byte boundary.
 struct Skews {
     size_t row[2];
 };
 
-// Two output rows with canaries around, each at its offset from 32-byte
+// Two output rows with canaries around, each at its offset from 64-byte
 // alignment.
 struct PairOutput {
     PairOutput(size_t rowBytes, Skews misalign) : bytes(rowBytes), skew(misalign) {
-        for (auto& r : rows) r.assign(rowBytes + 2 * kPad + 32, kCanary);
+        for (auto& r : rows) r.assign(rowBytes + 2 * kPad + 64, kCanary);
     }
     uint8_t* Row(int i) {
         uint8_t* p = rows[i].data() + kPad;
-        while ((reinterpret_cast<uintptr_t>(p) & 31) != 0) ++p;
+        while ((reinterpret_cast<uintptr_t>(p) & 63) != 0) ++p;
         return p + skew.row[i];
     }
     // Whether every byte outside the row is still the canary.
@@ -78,9 +78,11 @@ RowPair MakePair(const PairSource& s, bool shared, PairOutput& out, bool stream)
 
 int SmoothAt(const Rows3& r, size_t i) { return ref::S(r.a[i], r.b[i], r.c[i]); }
 
-// Rows on one 32-byte phase (aligned, 16 past it as 16-byte aligned buffers
-// often are, or not 16-byte aligned at all) and rows on two phases.
-constexpr Skews kSkews[] = {{{0, 0}}, {{16, 16}}, {{1, 1}}, {{8, 8}}, {{0, 16}}, {{16, 8}}};
+// Rows on one 64-byte phase (aligned, 16, 32 or 48 past it as 16-byte
+// aligned buffers often are, or not 16-byte aligned at all), rows on one
+// 32-byte phase but two 64-byte ones, and rows on two 32-byte phases.
+constexpr Skews kSkews[] = {{{0, 0}},  {{16, 16}}, {{32, 32}}, {{48, 48}}, {{1, 1}},
+                            {{8, 8}},  {{0, 32}},  {{16, 48}}, {{0, 16}},  {{16, 8}}};
 
 // Every combination of form, shape, streaming and alignment for one output
 // kind; `check` compares the two rows with the formulas.

@@ -4,7 +4,7 @@
 //
 //   tarnkernels                      this processor
 //   tarnkernels --features 0x800000  as a processor with that word would run
-//   tarnkernels --form plain         with the fast forms capped (plain, sse2, avx2)
+//   tarnkernels --form plain         with the fast forms capped (plain, sse2, avx2, avx512)
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -28,7 +28,7 @@ struct Options {
 int Usage(const char* why) {
     std::fprintf(stderr,
                  "tarnkernels: %s\n"
-                 "usage: tarnkernels [--features WORD] [--form plain|sse2|avx2]\n"
+                 "usage: tarnkernels [--features WORD] [--form plain|sse2|avx2|avx512]\n"
                  "  --features WORD  show what a processor with this feature word runs\n"
                  "                   (hexadecimal with 0x, or decimal)\n"
                  "  --form FORM      cap the fast forms, as a test would\n",
@@ -52,6 +52,7 @@ std::optional<Options> Parse(int argc, char** argv) {
             if (f == "plain") o.form = SimdForm::Plain;
             else if (f == "sse2") o.form = SimdForm::Sse2;
             else if (f == "avx2") o.form = SimdForm::Avx2;
+            else if (f == "avx512") o.form = SimdForm::Avx512;
             else return std::nullopt;
         } else {
             return std::nullopt;
@@ -107,7 +108,7 @@ int main(int argc, char** argv) {
     if (!options) return Usage("bad arguments");
     const uint32_t word = options->features.value_or(g_cpuFeatures);
     // Forcing the word refills the catalogue as start-up would have for it.
-    ScopedKernelChoice choice(word, options->form.value_or(SimdForm::Avx2));
+    ScopedKernelChoice choice(word, options->form.value_or(SimdForm::Avx512));
     FillKernelCatalogue(word);
     PrintFeatures(word, options->features.has_value());
     PrintFamilies();
