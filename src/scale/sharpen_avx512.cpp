@@ -80,6 +80,10 @@ struct Avx512Lanes {
         else if constexpr (kBytes == 16) return _mm512_shuffle_i32x4(v, v, 0x01);
         else return _mm512_bsrli_epi128(v, kBytes);
     }
+    template <int kFloats>
+    static F Align(F hi, F lo) {
+        return _mm512_castsi512_ps(_mm512_alignr_epi32(_mm512_castps_si512(hi), _mm512_castps_si512(lo), kFloats));
+    }
     static int32_t LowByte(I v) { return _mm_cvtsi128_si32(_mm512_castsi512_si128(v)) & 255; }
 };
 

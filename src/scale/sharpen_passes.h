@@ -92,6 +92,64 @@ inline typename L::F TapSum(const float* k, Count count, Load load) {
     return s[0];
 }
 
+// Whether the wide loop reads its taps from two copies of the row: only
+// where a register is shorter than a line, since a register of a whole line
+// crosses one wherever it does not start on it.
+template <class L, class Count>
+constexpr bool kTwoCopies = std::is_same_v<Count, FixedCount<9>> && L::kLanes < 16;
+
+// Lanes that can make a register from two neighbours: Align<k>(hi, lo)
+// holds lo's lanes from k on, then hi's first k.
+template <class L>
+concept AlignsRegisters = requires(typename L::F v) { L::template Align<1>(v, v); };
+
+// The register d floats (-kLanes < d < kLanes) from `cur`, `prev` and `next`
+// being the registers before and after it.
+template <class L, int d>
+inline typename L::F Window(typename L::F prev, typename L::F cur, typename L::F next) {
+    if constexpr (d < 0) return L::template Align<L::kLanes + d>(cur, prev);
+    else if constexpr (d == 0) return cur;
+    else return L::template Align<d>(next, cur);
+}
+
+// The interior of a row for nine symmetric taps (k[t] == k[8 - t]), from
+// `x`, a register's start on a line of `f`, for lanes that align registers:
+// the pixels of each register are multiplied once by each of the five
+// distinct taps, and each tap's products for a register are aligned out of
+// its own, its predecessor's and its successor's, which costs less than
+// loading nine registers across lines, four of the nine products being the
+// same floats as four others. The sums still take the nine products in tap
+// order. Returns where the registers stop.
+template <class L, class Normalised>
+int32_t SymmetricInterior(const float* f, int32_t width, const float* k, Normalised normalised, int32_t x,
+                          float* out) {
+    using F = typename L::F;
+    constexpr int32_t N = L::kLanes;
+    F km[5], before[5], here[5], after[5];
+    for (int m = 0; m < 5; ++m) km[m] = L::Set1(k[m]);
+    auto products = [&](const float* at, F (&p)[5]) {
+        const F v = L::Load(at);
+        for (int m = 0; m < 5; ++m) p[m] = Kept(L::Mul(v, km[m]));
+    };
+    products(f + x - N, before);
+    products(f + x, here);
+    for (; x + N <= width - 4; x += N) {
+        products(f + x + N, after);
+        F s = Window<L, -4>(before[0], here[0], after[0]);
+        s = L::Add(s, Window<L, -3>(before[1], here[1], after[1]));
+        s = L::Add(s, Window<L, -2>(before[2], here[2], after[2]));
+        s = L::Add(s, Window<L, -1>(before[3], here[3], after[3]));
+        s = L::Add(s, here[4]);
+        s = L::Add(s, Window<L, 1>(before[3], here[3], after[3]));
+        s = L::Add(s, Window<L, 2>(before[2], here[2], after[2]));
+        s = L::Add(s, Window<L, 3>(before[1], here[1], after[1]));
+        s = L::Add(s, Window<L, 4>(before[0], here[0], after[0]));
+        L::Store(out + x, normalised(s));
+        for (int m = 0; m < 5; ++m) before[m] = here[m], here[m] = after[m];
+    }
+    return x;
+}
+
 // A row of at least kLanes pixels from `f`, the row widened to floats with r
 // zeros on either side: a tap outside the row adds a product of 0, which
 // leaves the sum as it was, so the pixels near the ends take the same sums
@@ -108,12 +166,6 @@ inline typename L::F TapSum(const float* k, Count count, Load load) {
 // interior goes as one more wide step drawn back to end where the interior
 // does (its registers read `f` wherever they fall, once a row): pixels it
 // makes again take the same sums.
-// Whether the wide loop reads its taps from two copies of the row: only
-// where a register is shorter than a line, since a register of a whole line
-// crosses one wherever it does not start on it.
-template <class L, class Count>
-constexpr bool kTwoCopies = std::is_same_v<Count, FixedCount<9>> && L::kLanes < 16;
-
 template <class L, class Count, bool kSuccessor>
 void HorizontalRow(const float* f, const float* g, int32_t width, const BlurRowTaps& taps, Count count,
                    float* out) {
@@ -137,6 +189,10 @@ void HorizontalRow(const float* f, const float* g, int32_t width, const BlurRowT
     auto anywhere = [&](int32_t x, int32_t t, int j) { return L::Load(f + x - r + t + N * j); };
     int32_t x = 0;
     for (; x < r && x + N <= width; x += N) edge(x);
+    if constexpr (std::is_same_v<Count, FixedCount<9>> && AlignsRegisters<L>) {
+        if (k[0] == k[8] && k[1] == k[7] && k[2] == k[6] && k[3] == k[5])
+            x = SymmetricInterior<L>(f, width, k, normalised, x, out);
+    }
     const int32_t first = x;
     if constexpr (kTwoCopies<L, Count>) {
         const float* from[9][kPhases];
