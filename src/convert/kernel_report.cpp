@@ -39,7 +39,7 @@ const Family kFamilies[] = {
      kUpToAvx512, FormRule::Sse2Tier},
     {"packed to planar",
      {"ConvYuy2ToPlanarSmoothPlain", "ConvYuy2ToPlanarSmoothMmxTier", "ConvYuy2ToPlanarSmoothSse2Tier"},
-     kSse2AndAvx2, FormRule::Sse2Tier},
+     kUpToAvx512, FormRule::Sse2Tier},
     {"packed to 32-bit", {"ConvYuy2ToRgb32Plain", "ConvYuy2ToRgb32MmxTier", "ConvYuy2ToRgb32Sse2Tier"},
      kUpToAvx512, FormRule::Sse2Tier},
     {"packed to 24-bit", {"ConvYuy2ToRgb24Plain", "ConvYuy2ToRgb24MmxTier", "ConvYuy2ToRgb24Sse2Tier"},

@@ -18,6 +18,8 @@ namespace tarn {
 // u[i] and v[i] as smoothPairFromYuy2 gives them for packed rows F0 = s(a)
 // and F1 = s(b): r(F0, F1) of bytes 4i + 1 and 4i + 3.
 using PackedChromaFn = void (*)(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
+// A row pair with its luma, as smoothPairFromYuy2.
+using PackedPairFn = void (*)(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 
 void PackedChromaPlain(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 // The chroma of row pairs k and k + 1, neither the first nor the last of a
@@ -47,7 +49,22 @@ void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Ro
 void PackedChromaAvx2(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 void TwoChromaAvx2(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
 void HalvePackedRowAvx2(uint8_t* out, const uint8_t* row, size_t pairs);
+void SmoothPairFromYuy2Avx512(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
+void PackedChromaAvx512(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
+void TwoChromaAvx512(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
+void HalvePackedRowAvx512(uint8_t* out, const uint8_t* row, size_t pairs);
 #endif
+
+// The forms a packed-to-planar conversion with vector row forms takes for
+// its row pairs, where they have them (null: the row forms' own, or none).
+struct PackedPairForms {
+    PackedPairFn pair;
+    PackedChromaFn chroma;
+    void (*two)(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
+    HalvePackedRowFn halve;
+};
+// Those of the widest form allowed at the moment, for row forms `rows`.
+const PackedPairForms& PackedPairFormsFor(const YuvRowForms& rows);
 
 // The pairs of four bytes from `row` to its next 32-byte boundary, where
 // the loads of the vector forms stop straddling cache lines; 0 at a

@@ -14,6 +14,7 @@
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
 #include "platform/byte_span.h"
+#include "platform/form_table.h"
 
 namespace tarn {
 
@@ -34,15 +35,29 @@ void HalvePackedRowPlain(uint8_t* out, const uint8_t* row, size_t pairs) {
 
 namespace {
 
-// The chroma-alone form that gives the bytes of these row forms, if any.
-PackedChromaFn ChromaAloneOf(const YuvRowForms& f) {
+// Plain row forms work every pair by the plain rule; the SSE2 ones have no
+// chroma-alone form, their row pair with its luma being as fast.
+constexpr PackedPairForms kPairsPlain{nullptr, PackedChromaPlain, nullptr, HalvePackedRowPlain};
+constexpr PackedPairForms kPairsSse2{nullptr, nullptr, nullptr, HalvePackedRowPlain};
 #if defined(TARN_HAVE_X86_SIMD)
-    if (&f == &kYuvRowsAvx2) return PackedChromaAvx2;
+constexpr PackedPairForms kPairsAvx2{SmoothPairFromYuy2Avx2, PackedChromaAvx2, TwoChromaAvx2, HalvePackedRowAvx2};
+constexpr PackedPairForms kPairsAvx512{SmoothPairFromYuy2Avx512, PackedChromaAvx512, TwoChromaAvx512,
+                                       HalvePackedRowAvx512};
 #endif
-    return &f == &kYuvRowsPlain ? PackedChromaPlain : nullptr;
-}
+constexpr FormEntry<const PackedPairForms*> kPairForms[] = {
+#if defined(TARN_HAVE_X86_SIMD)
+    {SimdForm::Avx512, &kPairsAvx512},
+    {SimdForm::Avx2, &kPairsAvx2},
+#endif
+    {SimdForm::Plain, &kPairsSse2},
+};
+static_assert(EndsInPlainForm(kPairForms));
 
 }  // namespace
+
+const PackedPairForms& PackedPairFormsFor(const YuvRowForms& rows) {
+    return &rows == &kYuvRowsPlain ? kPairsPlain : *PickForm(kPairForms);
+}
 
 void PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY, uint8_t* dstU,
                     uint8_t* dstV, int32_t yStride, int32_t uvStride, const uint8_t* src,
@@ -67,17 +82,15 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
     const YuvRowForms& f = RowsFor(body);
     const bool trunc = smooth && body == TierBody::Mmx;
     const Addr lost = AddrOf(overwritten);
-    const PackedChromaFn chromaAlone = smooth && !trunc && overwritten ? ChromaAloneOf(f) : nullptr;
+    const PackedPairForms& forms = PackedPairFormsFor(f);
+    const PackedChromaFn chromaAlone = smooth && !trunc && overwritten ? forms.chroma : nullptr;
+    const PackedPairFn pairRows = forms.pair ? forms.pair : f.smoothPairFromYuy2;
     const ReorderRowFn reorder = ActiveReorderRow();
     // Block columns in bytes of the packed row; the rest are remainder pairs.
     const int blockShift = body == TierBody::Sse2 ? 4 : 3;
     const size_t nb = body == TierBody::Plain ? 0 : size_t((width >> blockShift) << blockShift) * 2;
     const size_t n = pairs * 4;
-#if defined(TARN_HAVE_X86_SIMD)
-    const HalvePackedRowFn halveRow = &f == &kYuvRowsAvx2 ? HalvePackedRowAvx2 : HalvePackedRowPlain;
-#else
-    const HalvePackedRowFn halveRow = HalvePackedRowPlain;
-#endif
+    const HalvePackedRowFn halveRow = forms.halve;
     // Row k of the halved rows, from source row 2k as stored.
     const auto halveAt = [&](int32_t k, uint8_t* scratch) {
         if (!halve) return;
@@ -110,8 +123,7 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
     // serve every column and each pair starts where the last did (an even
     // width), with every row they touch in the frames.
     const auto twoAt = [&](int32_t k, const Place& p, const Place& q) {
-#if defined(TARN_HAVE_X86_SIMD)
-        if (&f != &kYuvRowsAvx2 || trunc || !smooth || order != PackedOrder::Yuy2 || (width & 1) ||
+        if (!forms.two || trunc || !smooth || order != PackedOrder::Yuy2 || (width & 1) ||
             nb / 4 != pairs || !p.lumaLost || !q.lumaLost || q.allLost)
             return false;
         const uint8_t* rows6[6];
@@ -129,12 +141,8 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
             out.halved[0] = halved.rows + intptr_t(k) * halved.stride;
             out.halved[1] = out.halved[0] + halved.stride;
         }
-        TwoChromaAvx2(out, rows6, pairs);
+        forms.two(out, rows6, pairs);
         return true;
-#else
-        (void)k, (void)p, (void)q;
-        return false;
-#endif
     };
     for (int32_t k = 0; k <= lastPair; ++k) {
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
@@ -172,7 +180,7 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
         size_t done = 0;
         if (!smooth) {
             // Rows as stored, chroma r(row 2k, row 2k + 1) in every body.
-            f.smoothPairFromYuy2(y0, y1, u, v, Rows3{s[1], s[1], s[1]}, Rows3{s[2], s[2], s[2]}, pairs);
+            pairRows(y0, y1, u, v, Rows3{s[1], s[1], s[1]}, Rows3{s[2], s[2], s[2]}, pairs);
             done = pairs;
         } else if (!trunc) {
             const Rows3 a = first ? Rows3{s[1], s[1], s[1]} : Rows3{s[0], s[2], s[1]};
@@ -181,7 +189,7 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
             if (lumaLost && chromaAlone)
                 chromaAlone(u, v, a, b, done);
             else
-                f.smoothPairFromYuy2(y0, y1, u, v, a, b, done);
+                pairRows(y0, y1, u, v, a, b, done);
         }
         if (done < pairs) {
             // Working packed rows from byte o on: their luma bytes give the

@@ -114,7 +114,8 @@ namespace {
 
 ScalePackedFn PickScalePacked() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<ScalePackedFn> t[] = {{SimdForm::Avx2, ScalePackedAvx2},
+    static const FormEntry<ScalePackedFn> t[] = {{SimdForm::Avx512, ScalePackedAvx512},
+                                                 {SimdForm::Avx2, ScalePackedAvx2},
                                                  {SimdForm::Plain, ScalePackedPlain}};
     return PickForm(t);
 #else

@@ -69,6 +69,67 @@ private:
     int32_t tag_[2] = {-1, -1};
 };
 
+// The vector forms' way for fractions that are not whole 128ths. The plain
+// form's value of a target byte is double(top) - (double(top) - bottom) * dy
+// with top = float(H(y0)) and bottom = H(y1), where H(row) = a - (a - b) * dx
+// is the same double expression of the row's two samples. So each source
+// row's H, and H rounded to float, are worked once, in doubles with the same
+// operations in the same order, and kept while target rows use it; each
+// target row is then one vertical blend of two kept rows.
+struct PackedDoubleColumns {
+    PackedColumns taps;
+    std::vector<double> dx;  // taps.dx widened
+    PackedWindows windows;   // of blocks of four target bytes
+};
+inline PackedDoubleColumns PlanPackedDoubleColumns(int32_t srcWidth, int32_t dstWidth) {
+    PackedDoubleColumns c{PlanPackedColumns(srcWidth, dstWidth), {}, {}};
+    c.dx.assign(c.taps.dx.begin(), c.taps.dx.end());
+    c.windows = PlanPackedWindows(c.taps, 2 * srcWidth, 4);
+    return c;
+}
+
+// A source row blended across: H in doubles, and H rounded to float, which
+// is what a target row takes of it when it is the upper row.
+struct PackedBlended {
+    std::vector<double> h;
+    std::vector<float> top;
+};
+
+// H of target byte i of `row`, and both forms of it stored.
+inline void BlendPackedOne(PackedBlended& out, const uint8_t* row, const PackedDoubleColumns& c, size_t i) {
+    const int32_t a = row[c.taps.off0[i]], b = row[c.taps.off1[i]];
+    out.h[i] = a - (a - b) * c.dx[i];
+    out.top[i] = static_cast<float>(out.h[i]);
+}
+
+// Whether a target of `bytes` is written around the caches: it would only
+// push the source and the kept rows out, and each line written would first
+// be read. The caller fences once after the last row.
+inline bool WriteAroundCaches(size_t bytes) { return bytes >= (size_t(8) << 20); }
+
+// Scales by blend(out, row, columns, n) of each source row used and
+// mix(d, top floats, bottom doubles, dy, n, around) of each target row, and
+// answers whether the rows went around the caches (then the caller fences).
+template <class Blend, class Mix>
+bool ScalePackedInDoubles(const ScaleTarget& target, const ScaleSource& source, Blend blend, Mix mix) {
+    const int32_t lastRow = int32_t(source.height) - 1, rows = int32_t(target.height);
+    const float sy = PackedStep(source.height, target.height);
+    const size_t n = 2 * size_t(target.width);
+    const PackedDoubleColumns c = PlanPackedDoubleColumns(int32_t(source.width), int32_t(target.width));
+    const bool around = WriteAroundCaches(n * size_t(rows));
+    KeptRows<PackedBlended> kept({std::vector<double>(n), std::vector<float>(n)});
+    auto work = [&](PackedBlended& out, int32_t y) { blend(out, source.pixels + intptr_t(y) * source.stride, c, n); };
+    for (int32_t y = 0; y < rows; ++y) {
+        const PackedRow r = PackedRowAt(y, sy, lastRow);
+        // With dy 0 the value is top - (top - bottom) * 0 = top: the row
+        // below plays no part, and the row above stands in for it.
+        const PackedBlended& top = kept.Get(r.y0, r.y1, work);
+        const PackedBlended& bottom = r.dy == 0.0f ? top : kept.Get(r.y1, r.y0, work);
+        mix(target.pixels + intptr_t(y) * target.stride, top.top.data(), bottom.h.data(), r.dy, n, around);
+    }
+    return around;
+}
+
 #if defined(TARN_HAVE_X86_SIMD)
 // Same arguments and bytes as ScalePacked; the caller makes sure the target
 // shares no byte with the source.
@@ -77,6 +138,9 @@ void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source);
 // The AVX2 form for sizes where every dx and dy is a whole number of 128ths:
 // it scales and answers true, or touches nothing and answers false.
 bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source);
+
+// The AVX-512 form of ScalePackedAvx2, the same caller's promise.
+void ScalePackedAvx512(const ScaleTarget& target, const ScaleSource& source);
 #endif
 
 }  // namespace tarn

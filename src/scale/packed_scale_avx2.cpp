@@ -1,13 +1,7 @@
-// The 4:2:2 scaler, AVX2 form. The plain form's value of a target byte is
-// double(top) - (double(top) - bottom) * dy with top = float(H(y0)) and
-// bottom = H(y1), where H(row) = a - (a - b) * dx is the same double
-// expression of the row's two samples. So each source row's H, and H rounded
-// to float, are worked once, in doubles with the same operations in the
-// same order (the samples picked out of 16-byte windows of the row by byte
-// shuffles planned once), kept while target rows use it,
-// and each target row is then one vertical blend of two kept rows. Sizes
-// whose fractions are all whole 128ths go the integer way instead
-// (packed_scale_steps_avx2.cpp).
+// The 4:2:2 scaler, AVX2 form: ScalePackedInDoubles (packed_scale.h) with
+// rows four doubles a register, the samples picked out of 16-byte windows of
+// the row by byte shuffles planned once. Sizes whose fractions are all whole
+// 128ths go the integer way instead (packed_scale_steps_avx2.cpp).
 #include <immintrin.h>
 
 #include <algorithm>
@@ -19,33 +13,6 @@
 namespace tarn {
 namespace {
 
-// The columns with dx widened, and the windows of blocks of four target
-// bytes, their samples shuffled into 32-bit lanes.
-struct Columns {
-    PackedColumns taps;
-    std::vector<double> dx;
-    PackedWindows windows;
-};
-
-Columns PlanColumns(int32_t srcWidth, int32_t dstWidth) {
-    Columns c{PlanPackedColumns(srcWidth, dstWidth), {}, {}};
-    c.dx.assign(c.taps.dx.begin(), c.taps.dx.end());
-    c.windows = PlanPackedWindows(c.taps, 2 * srcWidth, 4);
-    return c;
-}
-
-// A source row blended across: H in doubles, and H rounded to float, which
-// is what a target row takes of it when it is the upper row.
-struct Blended {
-    std::vector<double> h;
-    std::vector<float> top;
-};
-
-double BlendOne(const uint8_t* row, const Columns& c, size_t i) {
-    const int32_t a = row[c.taps.off0[i]], b = row[c.taps.off1[i]];
-    return a - (a - b) * c.dx[i];
-}
-
 void StoreFour(double* h, float* top, size_t i, __m256d v) {
     _mm256_storeu_pd(h + i, v);
     _mm_storeu_ps(top + i, _mm256_cvtpd_ps(v));
@@ -54,7 +21,7 @@ void StoreFour(double* h, float* top, size_t i, __m256d v) {
 // Eight target bytes at a time: two blocks of four, each shuffled out of its
 // own 16-byte window in one half, then widened four at a time. The tables
 // are read through locals, as the vector stores may alias anything.
-void BlendRow(Blended& out, const uint8_t* row, const Columns& c, size_t n) {
+void BlendRow(PackedBlended& out, const uint8_t* row, const PackedDoubleColumns& c, size_t n) {
     const int32_t* base = c.windows.base.data();
     const uint8_t *pickA = c.windows.pickA.data(), *pickB = c.windows.pickB.data();
     const double* dx = c.dx.data();
@@ -65,10 +32,7 @@ void BlendRow(Blended& out, const uint8_t* row, const Columns& c, size_t n) {
         const size_t k = i / 4;
         const int32_t base0 = base[k], base1 = base[k + 1];
         if ((base0 | base1) < 0) {
-            for (size_t j = i; j < i + 8; j += 4)
-                StoreFour(h, top, j,
-                          _mm256_setr_pd(BlendOne(row, c, j), BlendOne(row, c, j + 1), BlendOne(row, c, j + 2),
-                                         BlendOne(row, c, j + 3)));
+            for (size_t j = i; j < i + 8; ++j) BlendPackedOne(out, row, c, j);
             continue;
         }
         const __m256i window = _mm256_inserti128_si256(
@@ -87,10 +51,7 @@ void BlendRow(Blended& out, const uint8_t* row, const Columns& c, size_t n) {
             StoreFour(h, top, j, _mm256_sub_pd(_mm256_cvtepi32_pd(a4), product));
         }
     }
-    for (; i < n; ++i) {
-        h[i] = BlendOne(row, c, i);
-        top[i] = static_cast<float>(h[i]);
-    }
+    for (; i < n; ++i) BlendPackedOne(out, row, c, i);
 }
 
 // One target row: double(top) - (double(top) - bottom) * dy, truncated.
@@ -131,23 +92,8 @@ void MixRow(uint8_t* d, const float* top, const double* bottom, float dy, size_t
 
 void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source) {
     if (ScalePackedStepsAvx2(target, source)) return;
-    const int32_t lastRow = int32_t(source.height) - 1, rows = int32_t(target.height);
-    const float sy = PackedStep(source.height, target.height);
-    const size_t n = 2 * size_t(target.width);
-    const Columns c = PlanColumns(int32_t(source.width), int32_t(target.width));
-    const bool around = WriteAroundCaches(n * size_t(rows));
-    KeptRows<Blended> kept({std::vector<double>(n), std::vector<float>(n)});
-    auto blend = [&](Blended& out, int32_t y) { BlendRow(out, source.pixels + intptr_t(y) * source.stride, c, n); };
-    for (int32_t y = 0; y < rows; ++y) {
-        const PackedRow r = PackedRowAt(y, sy, lastRow);
-        // With dy 0 the value is top - (top - bottom) * 0 = top: the row
-        // below plays no part, and the row above stands in for it.
-        const Blended& top = kept.Get(r.y0, r.y1, blend);
-        const Blended& bottom = r.dy == 0.0f ? top : kept.Get(r.y1, r.y0, blend);
-        MixRow(target.pixels + intptr_t(y) * target.stride, top.top.data(), bottom.h.data(), r.dy, n, around);
-    }
     // The streamed stores are ordered before whatever the caller does next.
-    if (around) _mm_sfence();
+    if (ScalePackedInDoubles(target, source, BlendRow, MixRow)) _mm_sfence();
 }
 
 }  // namespace tarn

@@ -1,6 +1,7 @@
 // How the 4:2:2 scaler's AVX2 forms write a target row: thirty-two bytes at
 // a time, and around the caches when the target is far larger than they
-// are. Include only from *_avx2.cpp files; everything here is file-local.
+// are (WriteAroundCaches). Include only from *_avx2.cpp files; everything
+// here is file-local.
 #pragma once
 
 #include <immintrin.h>
@@ -10,11 +11,6 @@
 
 namespace tarn {
 namespace {
-
-// Whether a target of `bytes` is written around the caches: it would only
-// push the source and the kept rows out, and each line written would first
-// be read. The caller fences once after the last row.
-inline bool WriteAroundCaches(size_t bytes) { return bytes >= (size_t(8) << 20); }
 
 // A target row, thirty-two bytes at a time by `vector(i)` and the rest by
 // `scalar(i)`. With `around` the row's first bytes up to an aligned address

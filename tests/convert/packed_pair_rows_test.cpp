@@ -25,27 +25,43 @@ TEST(PackedChroma, OneBlockWorkedByHand) {
     EXPECT_EQ(v, 103);
 }
 
+// A row buffer of `n` bytes whose byte `lead` lies `lead` bytes past a
+// 64-byte boundary, so that the vector forms' first steps up to their
+// boundaries are taken at every length.
+struct LeadRow {
+    LeadRow(size_t n, size_t lead, uint32_t seed) : bytes(RandomBytes(n + lead + 64, seed)) {
+        const size_t off = reinterpret_cast<uintptr_t>(bytes.data()) & 63;
+        at = bytes.data() + (64 - off) % 64 + lead;
+    }
+    std::vector<uint8_t> bytes;
+    uint8_t* at;
+};
+
 // Rows starting at every alignment the vector forms care about, of every
-// length around their blocks of 32 pairs: the chroma-alone forms against
-// the chroma of the plain row-pair form, and each row-pair form against the
-// plain one, canaries after each output.
+// length around their blocks of 32 and 64 pairs: the chroma-alone forms
+// against the chroma of the plain row-pair form, and each row-pair form
+// against the plain one, canaries after each output.
 TEST(PackedChroma, EveryFormGivesTheChromaOfTheRowPairForm) {
     std::vector<PackedChromaFn> forms{PackedChromaPlain};
-    std::vector<const YuvRowForms*> pairForms;
+    std::vector<PackedPairFn> pairForms;
 #if defined(TARN_HAVE_X86_SIMD)
-    if (HostSimdForm() >= SimdForm::Sse2) pairForms.push_back(&kYuvRowsSse2);
+    if (HostSimdForm() >= SimdForm::Sse2) pairForms.push_back(kYuvRowsSse2.smoothPairFromYuy2);
     if (HostSimdForm() >= SimdForm::Avx2) {
         forms.push_back(PackedChromaAvx2);
-        pairForms.push_back(&kYuvRowsAvx2);
+        pairForms.push_back(kYuvRowsAvx2.smoothPairFromYuy2);
+    }
+    if (HostSimdForm() >= SimdForm::Avx512) {
+        forms.push_back(PackedChromaAvx512);
+        pairForms.push_back(SmoothPairFromYuy2Avx512);
     }
 #endif
     uint32_t seed = 7;
-    for (size_t lead : {0, 1, 4, 12, 16, 28, 31}) {
-        for (size_t pairs = 0; pairs <= 200; pairs += pairs < 70 ? 1 : 37) {
-            const size_t n = 4 * pairs + 64 + lead;
-            std::vector<uint8_t> r[4];
-            for (auto& row : r) row = RandomBytes(n, ++seed);
-            const auto at = [&](int i) { return r[i].data() + lead; };
+    for (size_t lead : {0, 1, 4, 12, 16, 28, 31, 36, 60}) {
+        for (size_t pairs = 0; pairs <= 260; pairs += pairs < 140 ? 1 : 37) {
+            const size_t n = 4 * pairs + 64;
+            std::vector<LeadRow> r;
+            for (int i = 0; i < 4; ++i) r.emplace_back(n, lead, ++seed);
+            const auto at = [&](int i) { return r[size_t(i)].at; };
             // A middle pair (the rows share centre and neighbour), the first
             // and last pairs (a row given three times) and six rows of their
             // own.
@@ -65,9 +81,9 @@ TEST(PackedChroma, EveryFormGivesTheChromaOfTheRowPairForm) {
                     ASSERT_EQ(gu, u) << what;
                     ASSERT_EQ(gv, v) << what;
                 }
-                for (const YuvRowForms* f : pairForms) {
+                for (PackedPairFn form : pairForms) {
                     std::vector<uint8_t> g0(2 * pairs + 1, 0xCD), g1 = g0, gu(pairs + 1, 0xCD), gv = gu;
-                    f->smoothPairFromYuy2(g0.data(), g1.data(), gu.data(), gv.data(), shape[0], shape[1], pairs);
+                    form(g0.data(), g1.data(), gu.data(), gv.data(), shape[0], shape[1], pairs);
                     ASSERT_EQ(g0, y0) << what;
                     ASSERT_EQ(g1, y1) << what;
                     ASSERT_EQ(gu, u) << what;
@@ -79,31 +95,56 @@ TEST(PackedChroma, EveryFormGivesTheChromaOfTheRowPairForm) {
 }
 
 #if defined(TARN_HAVE_X86_SIMD)
-// The chroma of two middle row pairs at once against the plain chroma-alone
-// form pair by pair, at every alignment and around the blocks of 32.
+// The chroma of two middle row pairs at once, with and without rows 2k and
+// 2k + 2 halved across from the same loads, against the plain chroma-alone
+// and halving forms pair by pair, at every alignment and around the blocks
+// of 32 and 64; and each form halving a row alone against the plain one.
+// Canaries follow every output.
 TEST(PackedChroma, TwoPairsGiveTheChromaOfEachPair) {
-    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    struct Form {
+        SimdForm form;
+        void (*two)(const TwoChroma&, const uint8_t* const[6], size_t);
+        HalvePackedRowFn halve;
+    };
+    const Form forms[] = {{SimdForm::Avx2, TwoChromaAvx2, HalvePackedRowAvx2},
+                          {SimdForm::Avx512, TwoChromaAvx512, HalvePackedRowAvx512}};
     uint32_t seed = 99;
-    for (size_t lead : {0, 4, 16, 20}) {
-        for (size_t pairs : {1, 31, 32, 33, 36, 64, 95, 100}) {
-            const size_t n = 4 * pairs + 64 + lead;
-            std::vector<uint8_t> r[6];
-            const uint8_t* rows[6];
-            for (int j = 0; j < 6; ++j) {
-                r[j] = RandomBytes(n, ++seed);
-                rows[j] = r[j].data() + lead;
+    for (const Form& form : forms) {
+        if (HostSimdForm() < form.form) continue;
+        for (size_t lead : {0, 4, 16, 20, 44, 60, 3}) {
+            for (size_t pairs : {1, 15, 31, 32, 33, 36, 63, 64, 65, 95, 100, 128, 140, 200}) {
+                const size_t n = 4 * pairs + 64;
+                std::vector<LeadRow> r;
+                const uint8_t* rows[6];
+                for (int j = 0; j < 6; ++j) {
+                    r.emplace_back(n, lead, ++seed);
+                    rows[j] = r.back().at;
+                }
+                std::vector<uint8_t> want[6], got[6];
+                for (int j = 0; j < 4; ++j) want[j].assign(pairs + 1, 0xCD);
+                for (int j = 4; j < 6; ++j) want[j].assign(2 * pairs + 1, 0xCD);
+                for (int p = 0; p < 2; ++p) {
+                    const Rows3 a{rows[2 * p], rows[2 * p + 2], rows[2 * p + 1]};
+                    const Rows3 b{rows[2 * p + 1], rows[2 * p + 3], rows[2 * p + 2]};
+                    PackedChromaPlain(want[p].data(), want[2 + p].data(), a, b, pairs);
+                    HalvePackedRowPlain(want[4 + p].data(), rows[2 * p + 1], pairs);
+                }
+                const std::string what = std::to_string(pairs) + " pairs from byte " + std::to_string(lead) +
+                                         " " + FormName(form.form);
+                for (bool halve : {false, true}) {
+                    for (int j = 0; j < 6; ++j) got[j].assign(want[j].size(), 0xCD);
+                    TwoChroma out{{got[0].data(), got[1].data()}, {got[2].data(), got[3].data()}};
+                    if (halve) out.halved[0] = got[4].data(), out.halved[1] = got[5].data();
+                    form.two(out, rows, pairs);
+                    // Without halving the halved rows are left as they were.
+                    const std::vector<uint8_t> untouched(2 * pairs + 1, 0xCD);
+                    for (int j = 0; j < 6; ++j)
+                        ASSERT_EQ(got[j], j < 4 || halve ? want[j] : untouched) << what << " out " << j;
+                }
+                std::vector<uint8_t> alone(2 * pairs + 1, 0xCD);
+                form.halve(alone.data(), rows[1], pairs);
+                ASSERT_EQ(alone, want[4]) << what;
             }
-            std::vector<uint8_t> want[4], got[4];
-            for (auto& w : want) w.assign(pairs + 1, 0xCD);
-            for (int j = 0; j < 4; ++j) got[j] = want[j];
-            for (int p = 0; p < 2; ++p) {
-                const Rows3 a{rows[2 * p], rows[2 * p + 2], rows[2 * p + 1]};
-                const Rows3 b{rows[2 * p + 1], rows[2 * p + 3], rows[2 * p + 2]};
-                PackedChromaPlain(want[p].data(), want[2 + p].data(), a, b, pairs);
-            }
-            TwoChromaAvx2({{got[0].data(), got[1].data()}, {got[2].data(), got[3].data()}}, rows, pairs);
-            for (int j = 0; j < 4; ++j)
-                ASSERT_EQ(got[j], want[j]) << pairs << " pairs from byte " << lead << " out " << j;
         }
     }
 }

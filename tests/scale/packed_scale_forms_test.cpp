@@ -63,7 +63,7 @@ TEST(PackedScaleForms, AgreeWithThePlainForm) {
                 ASSERT_EQ(plain[i], 0x3C);
                 ASSERT_EQ(plain[plain.size() - 1 - i], 0x3C);
             }
-            for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+            for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2, SimdForm::Avx512}) {
                 if (HostSimdForm() < f) continue;
                 EXPECT_EQ(run(f), plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " variant "
                                          << variant << " " << FormName(f);
@@ -83,7 +83,7 @@ TEST(PackedScaleForms, DoublingTakesTheFloorOfHalvesAndQuarters) {
         {13, 200, 6, 227, 0, 255, 0, 255},                 // row 1
         {13, 200, 6, 227, 0, 255, 0, 255},                 // clamps onto row 1
     };
-    for (SimdForm f : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+    for (SimdForm f : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2, SimdForm::Avx512}) {
         if (HostSimdForm() < f) continue;
         ScopedKernelChoice choice(g_cpuFeatures, f);
         uint8_t out[4][8] = {};
@@ -116,7 +116,7 @@ TEST(PackedScaleForms, LargeTargetsGiveThePlainBytes) {
         const auto plain = run(SimdForm::Plain);
         ASSERT_EQ(plain[31], 0x3C);
         ASSERT_EQ(plain[plain.size() - 1], 0x3C);
-        for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+        for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2, SimdForm::Avx512}) {
             if (HostSimdForm() < f) continue;
             EXPECT_TRUE(run(f) == plain) << s.sw << "x" << s.sh << "->" << s.dw << "x" << s.dh << " " << FormName(f);
         }
@@ -136,7 +136,7 @@ TEST(PackedScaleForms, TargetOverTheSourceGivesThePlainBytes) {
         return buf;
     };
     const auto plain = run(SimdForm::Plain);
-    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2}) {
+    for (SimdForm f : {SimdForm::Sse2, SimdForm::Avx2, SimdForm::Avx512}) {
         if (HostSimdForm() < f) continue;
         EXPECT_EQ(run(f), plain) << FormName(f);
     }
@@ -169,7 +169,7 @@ TEST(PackedScaleForms, HalvedRowsOfThePlanarStepAreThePlainScalersRows) {
         const size_t planarBytes = size_t(s.w) * s.h * 3 / 2;
         const int64_t overwritten = int64_t(s.w) * s.h * 3 / 4;
         for (uint32_t tier : tiers)
-            for (SimdForm f : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+            for (SimdForm f : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2, SimdForm::Avx512}) {
                 if (HostSimdForm() < f) continue;
                 ScopedKernelChoice choice(tier, f);
                 std::vector<uint8_t> alone(planarBytes, 0x5A), with(planarBytes, 0x5A);
