@@ -55,6 +55,7 @@ const RgbRowForms kRgbRowsPlain = {PlanarPlain<4>, PlanarPlain<3>, Yuy2BlocksPla
 namespace {
 constexpr FormEntry<const RgbRowForms*> kRgbRowsForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
+    {SimdForm::Avx512, &kRgbRowsAvx512},
     {SimdForm::Avx2, &kRgbRowsAvx2},
     {SimdForm::Sse2, &kRgbRowsSse2},
 #endif

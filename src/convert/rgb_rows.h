@@ -34,6 +34,7 @@ extern const RgbRowForms kRgbRowsPlain;
 #if defined(TARN_HAVE_X86_SIMD)
 extern const RgbRowForms kRgbRowsSse2;
 extern const RgbRowForms kRgbRowsAvx2;
+extern const RgbRowForms kRgbRowsAvx512;
 #endif
 
 const RgbRowForms& ActiveRgbRows();
