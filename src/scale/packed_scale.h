@@ -102,6 +102,27 @@ inline void BlendPackedOne(PackedBlended& out, const uint8_t* row, const PackedD
     out.top[i] = static_cast<float>(out.h[i]);
 }
 
+// What a vector form's row blend reads and writes, held in locals: the
+// vector stores may alias anything, and would have every pointer held
+// elsewhere fetched anew after each.
+struct PackedBlendView {
+    PackedBlendView(PackedBlended& out, const PackedDoubleColumns& c)
+        : base(c.windows.base.data()), pickA(c.windows.pickA.data()), pickB(c.windows.pickB.data()),
+          dx(c.dx.data()), h(out.h.data()), top(out.top.data()) {}
+    const int32_t* base;
+    const uint8_t *pickA, *pickB;
+    const double* dx;
+    double* h;
+    float* top;
+};
+
+// Target byte i of a row: double(top) - (double(top) - bottom) * dy, truncated.
+inline uint8_t MixPackedOne(const float* top, const double* bottom, float dy, size_t i) {
+    const double t = top[i];
+    const double value = t - (t - bottom[i]) * double(dy);
+    return static_cast<uint8_t>(static_cast<int32_t>(value));
+}
+
 // Whether a target of `bytes` is written around the caches: it would only
 // push the source and the kept rows out, and each line written would first
 // be read. The caller fences once after the last row.

@@ -19,18 +19,13 @@ void StoreFour(double* h, float* top, size_t i, __m256d v) {
 }
 
 // Eight target bytes at a time: two blocks of four, each shuffled out of its
-// own 16-byte window in one half, then widened four at a time. The tables
-// are read through locals, as the vector stores may alias anything.
+// own 16-byte window in one half, then widened four at a time.
 void BlendRow(PackedBlended& out, const uint8_t* row, const PackedDoubleColumns& c, size_t n) {
-    const int32_t* base = c.windows.base.data();
-    const uint8_t *pickA = c.windows.pickA.data(), *pickB = c.windows.pickB.data();
-    const double* dx = c.dx.data();
-    double* h = out.h.data();
-    float* top = out.top.data();
+    const PackedBlendView t(out, c);
     size_t i = 0;
     for (; i + 8 <= n; i += 8) {
         const size_t k = i / 4;
-        const int32_t base0 = base[k], base1 = base[k + 1];
+        const int32_t base0 = t.base[k], base1 = t.base[k + 1];
         if ((base0 | base1) < 0) {
             for (size_t j = i; j < i + 8; ++j) BlendPackedOne(out, row, c, j);
             continue;
@@ -39,16 +34,16 @@ void BlendRow(PackedBlended& out, const uint8_t* row, const PackedDoubleColumns&
             _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base0))),
             _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + base1)), 1);
         const __m256i a =
-            _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pickA + 16 * k)));
+            _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(t.pickA + 16 * k)));
         const __m256i b =
-            _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pickB + 16 * k)));
+            _mm256_shuffle_epi8(window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(t.pickB + 16 * k)));
         const __m256i diff = _mm256_sub_epi32(a, b);
         for (int half = 0; half < 2; ++half) {
             const __m128i a4 = half ? _mm256_extracti128_si256(a, 1) : _mm256_castsi256_si128(a);
             const __m128i d4 = half ? _mm256_extracti128_si256(diff, 1) : _mm256_castsi256_si128(diff);
             const size_t j = i + 4 * size_t(half);
-            const __m256d product = _mm256_mul_pd(_mm256_cvtepi32_pd(d4), _mm256_loadu_pd(dx + j));
-            StoreFour(h, top, j, _mm256_sub_pd(_mm256_cvtepi32_pd(a4), product));
+            const __m256d product = _mm256_mul_pd(_mm256_cvtepi32_pd(d4), _mm256_loadu_pd(t.dx + j));
+            StoreFour(t.h, t.top, j, _mm256_sub_pd(_mm256_cvtepi32_pd(a4), product));
         }
     }
     for (; i < n; ++i) BlendPackedOne(out, row, c, i);
@@ -65,11 +60,7 @@ void MixRow(uint8_t* d, const float* top, const double* bottom, float dy, size_t
     auto sixteen = [&](size_t i) {
         return _mm_packus_epi16(_mm_packs_epi32(four(i), four(i + 4)), _mm_packs_epi32(four(i + 8), four(i + 12)));
     };
-    auto scalar = [&](size_t i) {
-        const double t = top[i];
-        const double value = t - (t - bottom[i]) * double(dy);
-        return static_cast<uint8_t>(static_cast<int32_t>(value));
-    };
+    auto scalar = [&](size_t i) { return MixPackedOne(top, bottom, dy, i); };
     if (dy == 0.0f) {
         // t - (t - bottom) * 0 is t: the floats truncated as they are, eight
         // at a time. The packs leave 4-byte groups in the order 0 2 4 6 1 3 5 7.
