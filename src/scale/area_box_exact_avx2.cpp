@@ -137,20 +137,22 @@ void EmitRow(uint8_t* out, const uint16_t* s, uint32_t width, uint32_t c, uint32
 // block. The pixels after the whole blocks come from one more block, the
 // last eight the blocks may cover, worked into a scratch and copied out for
 // the pixels not yet written; the rest (rows of fewer than eight, the last
-// 3-byte pixel) are summed one by one.
+// 3-byte pixel) are summed one by one. The blocks run in the widest form
+// allowed (box_quads.h).
 void QuadRows(uint8_t* dst, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t fx, uint32_t fy,
               uint32_t c, int32_t srcStride, int32_t dstStride, uint32_t shift) {
     const uint32_t covered = c == 4 ? dstWidth : dstWidth - 1;
     const uint32_t blocks = covered / 8;
     const QuadBoxes q{c, c, fx, fy, srcStride, QuadBoxes::Round, {}, shift};
+    const QuadBoxBlocksFn quads = PickQuadBoxBlocks();
     for (uint32_t t = 0; t < dstHeight; ++t, dst += dstStride) {
         const uint8_t* row = src + intptr_t(t) * fy * srcStride;
-        QuadBoxBlocksAvx2(dst, row, blocks, q);
+        quads(dst, row, blocks, q);
         uint32_t x = 8 * blocks;
         if (blocks > 0 && x < covered) {
             uint8_t last[32];
             const uint32_t from = covered - 8;
-            QuadBoxBlocksAvx2(last, row + size_t(from) * fx * c, 1, q);
+            quads(last, row + size_t(from) * fx * c, 1, q);
             std::memcpy(dst + size_t(x) * c, last + size_t(x - from) * c, size_t(covered - x) * c);
             x = covered;
         }

@@ -32,7 +32,12 @@ struct QuadBoxes {
 // `blocks` blocks of eight boxes from `src` (the first sample of the first
 // box). With 3-byte samples each four is read as 16 bytes, three past the
 // fourth sample's 4-byte load: the caller keeps them inside its memory.
+using QuadBoxBlocksFn = void (*)(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q);
 void QuadBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q);
+void QuadBoxBlocksAvx512(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q);
+// The fastest of them allowed: the rows of boxes 4 or 8 wide, AVX2 forms
+// themselves, take their blocks from it (the AVX2 form at the least).
+QuadBoxBlocksFn PickQuadBoxBlocks();
 
 // `eights` runs of eight boxes two 4-byte samples wide and `rows` rows tall
 // (at most 256 samples a box), one after another from `src`: each channel's

@@ -18,6 +18,7 @@
 #include "scale/box_shrink.h"
 
 #include "platform/byte_span.h"
+#include "scale/box_quads.h"
 #include "scale/box_unit.h"
 #include "platform/form_table.h"
 #include "scale/pixel_lanes.h"
@@ -169,6 +170,15 @@ BoxSum4Fn PickBoxSum4() {
     return nullptr;
 #endif
 }
+
+#if defined(TARN_HAVE_X86_SIMD)
+QuadBoxBlocksFn PickQuadBoxBlocks() {
+    static const FormEntry<QuadBoxBlocksFn> forms[] = {
+        {SimdForm::Avx512, QuadBoxBlocksAvx512}, {SimdForm::Avx2, QuadBoxBlocksAvx2}, {SimdForm::Plain, nullptr}};
+    const QuadBoxBlocksFn f = PickForm(forms);
+    return f ? f : QuadBoxBlocksAvx2;
+}
+#endif
 
 void BoxRowExact(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts, uint32_t len,
                  int32_t stride, uint32_t rowCount, uint32_t dstPitch, uint32_t srcPitch, const ScaleBounds& bounds) {

@@ -351,7 +351,8 @@ void QuadBoxBlocksAvx2(uint8_t* dst, const uint8_t* src, uint32_t blocks, const 
 // bytes, so they stay as they are). The last pixel of a 3-byte source or
 // target goes to the plain kernels: a block reads past its last sample and
 // does not reproduce the spilled fourth byte. Rows of fewer than eight such
-// pixels go to the plain kernels whole.
+// pixels go to the plain kernels whole. The blocks run in the widest form
+// allowed (box_quads.h).
 template <BoxFamily F>
 void BoxQuadRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, const uint32_t* counts,
                     uint32_t len, int32_t stride, uint32_t rowCount) {
@@ -362,12 +363,13 @@ void BoxQuadRowAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* offsets, c
     const uint32_t covered = sp == 4 && dp == 4 ? len : len - 1;  // pixels the blocks may give
     const uint32_t blocks = covered / 8;
     QuadBoxes q{sp, dp, width, rowCount, stride, QuadBoxes::Chain, ChainOf(F, rowCount, width), 0};
-    QuadBoxBlocksAvx2(dst, row + offsets[0], blocks, q);
+    const QuadBoxBlocksFn quads = PickQuadBoxBlocks();
+    quads(dst, row + offsets[0], blocks, q);
     uint32_t done = 8 * blocks;
     if (blocks > 0 && done < covered) {
         uint8_t last[8 * dp];
         const uint32_t from = covered - 8;
-        QuadBoxBlocksAvx2(last, row + offsets[from], 1, q);
+        quads(last, row + offsets[from], 1, q);
         std::memcpy(dst + size_t(done) * dp, last + size_t(done - from) * dp, size_t(covered - done) * dp);
         done = covered;
     }

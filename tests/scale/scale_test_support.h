@@ -70,7 +70,7 @@ std::string Label(const Parts&... parts) {
 // machine runs.
 template <class Fn>
 void ForEachForm(Fn fn) {
-    for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2}) {
+    for (SimdForm form : {SimdForm::Plain, SimdForm::Sse2, SimdForm::Avx2, SimdForm::Avx512}) {
         if (HostSimdForm() < form) continue;
         ScopedKernelChoice choice(g_cpuFeatures, form);
         fn(form);
