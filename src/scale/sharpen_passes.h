@@ -1,5 +1,6 @@
-// The sharpening passes, written once over a register width: the SSE2 and
-// AVX2 forms supply their lanes (the type L below) and instantiate these.
+// The sharpening passes, written once over a register width: the SSE2, AVX2
+// and AVX-512 forms supply their lanes (the type L below) and instantiate
+// these.
 //
 // Each pass keeps the plain form's float operations in its order (a sum over
 // the taps in order, each product rounded on its own, one division), so each
@@ -8,7 +9,10 @@
 // changes nothing. The horizontal pass widens the row to floats once and
 // reads each tap from there. The vertical pass has the same taps for all
 // pixels of its row. Both run eight registers of pixels at a time, with the
-// sharpen's nine taps unrolled.
+// sharpen's nine taps unrolled. Forms with 32 registers and an alignment of
+// two registers (AVX-512) also use the symmetry of the sharpen's kernel:
+// k[t] == k[8 - t], so a value times k[t] is the same float as that value
+// times k[8 - t], and five products of each value serve all nine taps.
 //
 // Most divisions are by the sum of all taps, which for the sharpen's kernel
 // is 1 - 2^-24. A positive normal float s = m * 2^e (1 <= m < 2) divided by
@@ -29,8 +33,9 @@
 // (high halves of unsigned products), Shift16 (right by a count made by
 // Bits16) and StoreWords (16-bit lanes as bytes, clamped to 0 .. 255); and
 // over bytes: LoadI, SetU8, SubSatU8, MaxU8, MinU8, Xor, Down<k> (the
-// register moved down by k bytes, k = 16 only for registers of 32) and
-// LowByte.
+// register moved down by k bytes, k = 32 and 16 only for registers of at
+// least twice that) and LowByte. Optionally, Align<k> (see
+// AlignsRegisters).
 //
 // Everything here that computes is instantiated on a lanes type private to
 // its form's file, or local to a template so instantiated: no function
@@ -158,8 +163,8 @@ int32_t SymmetricInterior(const float* f, int32_t width, const float* k, Normali
 // drawn back to end at the row's end, by each pixel's own, from the taps'
 // table of them.
 //
-// `f` starts on a 64-byte line. With the nine taps, `g` holds the same row
-// half a line further on, and the wide loop reads each tap's register from
+// `f` starts on a 64-byte line. With the nine taps and registers shorter
+// than a line, `g` holds the same row half a line further on, and the wide loop reads each tap's register from
 // whichever of the two holds it within one line: a load across two lines
 // costs about two. The loop's steps are whole lines, so which copy serves a
 // tap and register is fixed for the row. What the loop leaves of the
