@@ -128,15 +128,16 @@ inline uint8_t MixPackedOne(const float* top, const double* bottom, float dy, si
 // be read. The caller fences once after the last row.
 inline bool WriteAroundCaches(size_t bytes) { return bytes >= (size_t(8) << 20); }
 
-// Scales by blend(out, row, columns, n) of each source row used and
-// mix(d, top floats, bottom doubles, dy, n, around) of each target row, and
-// answers whether the rows went around the caches (then the caller fences).
-template <class Blend, class Mix>
-bool ScalePackedInDoubles(const ScaleTarget& target, const ScaleSource& source, Blend blend, Mix mix) {
+// Scales by blend(out, row, c, n) of each source row used, `c` the columns
+// as the form plans them, and mix(d, top floats, bottom doubles, dy, n,
+// around) of each target row; answers whether the rows went around the
+// caches (then the caller fences).
+template <class Columns, class Blend, class Mix>
+bool ScalePackedInDoubles(const ScaleTarget& target, const ScaleSource& source, const Columns& c, Blend blend,
+                          Mix mix) {
     const int32_t lastRow = int32_t(source.height) - 1, rows = int32_t(target.height);
     const float sy = PackedStep(source.height, target.height);
     const size_t n = 2 * size_t(target.width);
-    const PackedDoubleColumns c = PlanPackedDoubleColumns(int32_t(source.width), int32_t(target.width));
     const bool around = WriteAroundCaches(n * size_t(rows));
     KeptRows<PackedBlended> kept({std::vector<double>(n), std::vector<float>(n)});
     auto work = [&](PackedBlended& out, int32_t y) { blend(out, source.pixels + intptr_t(y) * source.stride, c, n); };
