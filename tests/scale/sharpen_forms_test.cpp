@@ -84,7 +84,7 @@ TEST(SharpenForms, PlanesMatchTheWholePlaneReference) {
         int32_t w, h;
     };
     const Size sizes[] = {{1, 1},   {3, 2},   {8, 9},    {9, 8},    {17, 17},  {25, 4},   {33, 21},
-                          {40, 11}, {64, 40}, {101, 13}, {203, 19}, {333, 26}, {47, 61}, {130, 43}};
+                          {40, 11}, {64, 40}, {101, 13}, {203, 19}, {333, 26}, {47, 61}, {130, 43}, {5, 40}};
     constexpr int32_t kPad = 5, kGuard = 32;
     constexpr uint8_t kCanary = 0xA5;
     std::mt19937 rng(51);
