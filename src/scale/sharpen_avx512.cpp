@@ -3,15 +3,6 @@
 // narrowing stores take each 32-bit lane's low byte directly, which is the
 // truncation the vertical pass wants, and the mask's words are clamped
 // below at 0 before they are narrowed with unsigned saturation.
-//
-// GCC 12's AVX-512 intrinsics start many results from a deliberately
-// undefined register, which it then reports, depending on how the code
-// around them is inlined, as used or possibly used uninitialised: noise
-// from the compiler's own headers, silenced here.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
 #include <immintrin.h>
 
 #include "scale/sharpen_passes.h"
