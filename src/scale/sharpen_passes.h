@@ -48,6 +48,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "scale/rounded.h"
 #include "scale/sharpen.h"
 
 namespace tarn::sharpen_passes {
@@ -63,17 +64,6 @@ struct AnyCount {
     int32_t operator()() const { return n; }
 };
 
-// A product (or a row's load) kept as one value of its own, as Rounded in
-// rounded.h does, but in any of the vector registers the form has: AVX-512
-// has 32, and the others' "x" would leave half of them unused.
-template <class V>
-inline V Kept(V p) {
-#if defined(__GNUC__)
-    __asm__("" : "+v"(p));
-#endif
-    return p;
-}
-
 // Registers of sums per pass of the wide loops: each tap's factor and row
 // are fetched once for all of them, and the sums stay in registers.
 constexpr int kBlocks = 8;
@@ -83,10 +73,10 @@ constexpr int kBlocks = 8;
 template <class L, int B, class Count, class Load>
 inline void TapSums(const float* k, Count count, Load load, typename L::F (&s)[B]) {
     const typename L::F k0 = L::Set1(k[0]);
-    for (int j = 0; j < B; ++j) s[j] = Kept(L::Mul(load(0, j), k0));
+    for (int j = 0; j < B; ++j) s[j] = Rounded(L::Mul(load(0, j), k0));
     for (int32_t t = 1; t < count(); ++t) {
         const typename L::F kt = L::Set1(k[t]);
-        for (int j = 0; j < B; ++j) s[j] = L::Add(s[j], Kept(L::Mul(load(t, j), kt)));
+        for (int j = 0; j < B; ++j) s[j] = L::Add(s[j], Rounded(L::Mul(load(t, j), kt)));
     }
 }
 
@@ -134,7 +124,7 @@ int32_t SymmetricInterior(const float* f, int32_t width, const float* k, Normali
     for (int m = 0; m < 5; ++m) km[m] = L::Set1(k[m]);
     auto products = [&](const float* at, F (&p)[5]) {
         const F v = L::Load(at);
-        for (int m = 0; m < 5; ++m) p[m] = Kept(L::Mul(v, km[m]));
+        for (int m = 0; m < 5; ++m) p[m] = Rounded(L::Mul(v, km[m]));
     };
     products(f + x - N, before);
     products(f + x, here);
@@ -313,12 +303,12 @@ inline void PairSums(const float* const* rows, const float* k, Count count, int3
     constexpr int32_t N = L::kLanes;
     const int32_t n = count();
     const F k0 = L::Set1(k[0]);
-    for (int j = 0; j < B; ++j) a[j] = Kept(L::Mul(L::Load(rows[0] + x + N * j), k0));
+    for (int j = 0; j < B; ++j) a[j] = Rounded(L::Mul(L::Load(rows[0] + x + N * j), k0));
     const F k1 = L::Set1(k[1]);
     for (int j = 0; j < B; ++j) {
-        const F v = Kept(L::Load(rows[1] + x + N * j));
-        a[j] = L::Add(a[j], Kept(L::Mul(v, k1)));
-        b[j] = Kept(L::Mul(v, k0));
+        const F v = Rounded(L::Load(rows[1] + x + N * j));
+        a[j] = L::Add(a[j], Rounded(L::Mul(v, k1)));
+        b[j] = Rounded(L::Mul(v, k0));
     }
 #if defined(__GNUC__)
 #pragma GCC unroll 1
@@ -326,13 +316,13 @@ inline void PairSums(const float* const* rows, const float* k, Count count, int3
     for (int32_t t = 2; t < n; ++t) {
         const F kt = L::Set1(k[t]), kp = L::Set1(k[t - 1]);
         for (int j = 0; j < B; ++j) {
-            const F v = Kept(L::Load(rows[t] + x + N * j));
-            a[j] = L::Add(a[j], Kept(L::Mul(v, kt)));
-            b[j] = L::Add(b[j], Kept(L::Mul(v, kp)));
+            const F v = Rounded(L::Load(rows[t] + x + N * j));
+            a[j] = L::Add(a[j], Rounded(L::Mul(v, kt)));
+            b[j] = L::Add(b[j], Rounded(L::Mul(v, kp)));
         }
     }
     const F kl = L::Set1(k[n - 1]);
-    for (int j = 0; j < B; ++j) b[j] = L::Add(b[j], Kept(L::Mul(L::Load(rows[n] + x + N * j), kl)));
+    for (int j = 0; j < B; ++j) b[j] = L::Add(b[j], Rounded(L::Mul(L::Load(rows[n] + x + N * j), kl)));
 }
 
 // Registers of each row per pass of the pair's wide loop: with more, the
@@ -401,9 +391,9 @@ void BandColumns(const float* const* rows, const float* k, const ColumnBytes<L, 
     F acc[kBandRows];
     [&]<int... J>(std::integer_sequence<int, J...>) {
         auto row = [&]<int j>(std::integral_constant<int, j>) {
-            const F v = Kept(L::Load(rows[j] + x));
+            const F v = Rounded(L::Load(rows[j] + x));
             F p[5];
-            for (int m = 0; m < 5; ++m) p[m] = Kept(L::Mul(v, L::Set1(k[m])));
+            for (int m = 0; m < 5; ++m) p[m] = Rounded(L::Mul(v, L::Set1(k[m])));
             [&]<int... I>(std::integer_sequence<int, I...>) {
                 auto add = [&]<int i>(std::integral_constant<int, i>) {
                     constexpr int t = j - i;
