@@ -100,11 +100,12 @@ inline uint8_t BlendOne(const uint8_t* row, const GrayRowCache& c, const uint32_
 // Doubled: 32 blends from 16 pairs (s[i], s[i + 1]), each pair giving an
 // even and an odd target pixel. a + floor((b - a) w / 256) is the formula's
 // value, and the 16-bit high multiply of (b - a) << 7 by w << 1 is that floor.
-uint32_t DoubledRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, uint32_t groups) {
+// Goes on from blend j (pair i = (j - head) / 2), where a wider form stopped.
+uint32_t DoubledRow(uint8_t* out, const uint8_t* row, const GrayRowCache& c, uint32_t j, uint32_t groups) {
     const uint8_t* s = row + c.origin;
     const __m256i even = _mm256_set1_epi16(int16_t(c.evenWeight << 1));
     const __m256i odd = _mm256_set1_epi16(int16_t(c.oddWeight << 1));
-    uint32_t j = c.head, i = 0;
+    uint32_t i = (j - c.head) / 2;
     for (; j + 32 <= groups && c.origin + i + 17 <= c.srcWidth; j += 32, i += 16) {
         const __m256i a = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i)));
         const __m256i b = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 1)));
@@ -164,7 +165,8 @@ const uint8_t* Ahead(const uint8_t* row, GrayRowCache& c) {
 }
 
 // The horizontal blends of one source row, as bytes in order.
-void BlendRow(uint8_t* out, const uint8_t* row, GrayRowCache& c, const uint32_t* offsets, uint32_t groups) {
+void BlendRow(uint8_t* out, const uint8_t* row, GrayRowCache& c, const uint32_t* offsets, uint32_t groups,
+              const GrayCachedSteps& steps) {
     uint32_t done = 0;
     switch (c.run) {
         case Run::Halves: {
@@ -175,7 +177,11 @@ void BlendRow(uint8_t* out, const uint8_t* row, GrayRowCache& c, const uint32_t*
         }
         case Run::Doubled:
             if (c.head) out[0] = BlendOne(row, c, offsets, 0);
-            done = DoubledRow(out, row, c, groups);
+            done = c.head;
+            if (steps.doubled)
+                done += steps.doubled(out + done, row + c.origin, c.evenWeight, c.oddWeight, groups - done,
+                                      c.srcWidth - c.origin);
+            done = DoubledRow(out, row, c, done, groups);
             break;
         case Run::Shuffled: done = ShuffledRow(out, row, c, offsets, groups); break;
     }
@@ -195,10 +201,10 @@ uint8_t* Claim(const uint8_t* row, GrayRowCache& c, const uint8_t* keep) {
 
 // The blend of `row`, from the cache or worked into a claimed slot.
 const uint8_t* Blended(const uint8_t* row, GrayRowCache& c, const uint32_t* offsets, uint32_t groups,
-                       const uint8_t* keep) {
+                       const uint8_t* keep, const GrayCachedSteps& steps) {
     if (const uint8_t* hit = Cached(row, c)) return hit;
     uint8_t* out = Claim(row, c, keep);
-    BlendRow(out, row, c, offsets, groups);
+    BlendRow(out, row, c, offsets, groups, steps);
     return out;
 }
 
@@ -265,27 +271,31 @@ void Vertical(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8,
     for (; j < groups; ++j) dst[j] = uint8_t(LerpByte(top[j], bot[j], w8));
 }
 
+void VerticalAvx2(uint8_t* dst, const uint8_t* top, const uint8_t* bot, uint32_t w8, uint32_t groups, bool stream) {
+    if (stream) Vertical<true>(dst, top, bot, w8, groups);
+    else Vertical<false>(dst, top, bot, w8, groups);
+}
+
 }  // namespace
 
-void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
-                            uint32_t len, int32_t below, uint32_t rw, GrayRowCache& cache) {
+void GrayInnerRowCachedWith(const GrayCachedSteps& steps, uint8_t* dst, const uint8_t* row, const uint8_t* weights,
+                            const uint32_t* offsets, uint32_t len, int32_t below, uint32_t rw, GrayRowCache& cache) {
     const uint32_t groups = len & ~3u;
     if (cache.plannedFor != offsets) Plan(cache, weights, offsets, groups);
     const uint8_t* low = row + below;
     const uint32_t w8 = rw & 255;
     if (w8 == 0) {
         if (const uint8_t* top = Cached(row, cache)) {
-            if (cache.stream) GrayStreamRowAvx2(dst, top, groups);
+            if (cache.stream) steps.streamRow(dst, top, groups);
             else std::memcpy(dst, top, groups);
         }
-        else BlendRow(dst, row, cache, offsets, groups);
+        else BlendRow(dst, row, cache, offsets, groups, steps);
     } else if (cache.run == Run::Halves && cache.step == 2 && w8 == 128 && !Cached(low, cache, false)) {
         HalvedRowsByTwo(dst, row, low, cache, offsets, groups);
     } else {
-        const uint8_t* top = Blended(row, cache, offsets, groups, low);
-        const uint8_t* bot = Blended(low, cache, offsets, groups, row);
-        if (cache.stream) Vertical<true>(dst, top, bot, w8, groups);
-        else Vertical<false>(dst, top, bot, w8, groups);
+        const uint8_t* top = Blended(row, cache, offsets, groups, low, steps);
+        const uint8_t* bot = Blended(low, cache, offsets, groups, row, steps);
+        steps.vertical(dst, top, bot, w8, groups, cache.stream);
     }
     if (cache.stream) cache.fence = GrayStreamFenceAvx2;
     // The trailing pixels take their weight from the byte at 4 * j.
@@ -294,6 +304,12 @@ void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* wei
         const uint32_t cw = weights[4 * size_t(j)];
         dst[j] = uint8_t(LerpByte(LerpByte(s[0], s[1], cw), LerpByte(s[below], s[below + 1], cw), w8));
     }
+}
+
+void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
+                            uint32_t len, int32_t below, uint32_t rw, GrayRowCache& cache) {
+    static constexpr GrayCachedSteps kSteps{nullptr, VerticalAvx2, GrayStreamRowAvx2};
+    GrayInnerRowCachedWith(kSteps, dst, row, weights, offsets, len, below, rw, cache);
 }
 
 }  // namespace tarn

@@ -77,6 +77,24 @@ CachedGrayInnerFn PickCachedGrayInnerRow();
 #if defined(TARN_HAVE_X86_SIMD)
 void GrayInnerRowCachedAvx2(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
                             uint32_t len, int32_t below, uint32_t rw, GrayRowCache& cache);
+void GrayInnerRowCachedAvx512(uint8_t* dst, const uint8_t* row, const uint8_t* weights, const uint32_t* offsets,
+                              uint32_t len, int32_t below, uint32_t rw, GrayRowCache& cache);
+
+// The steps a wider form puts in the AVX2 form's bookkeeping of the cache
+// (which rows to blend, keep and reuse stays the same for every form).
+// `doubled` works the first of `count` blends of a Doubled run from its
+// head on, 2i and 2i + 1 from s[i] and s[i + 1] with `reach` bytes at `s`,
+// and answers how many (null: the AVX2 loop does them all); `vertical` mixes
+// two blended rows into the target, storing around the caches where
+// `stream` says; `streamRow` copies a blended row so.
+struct GrayCachedSteps {
+    uint32_t (*doubled)(uint8_t* out, const uint8_t* s, uint32_t even, uint32_t odd, uint32_t count, uint32_t reach);
+    void (*vertical)(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, uint32_t w8, uint32_t groups,
+                     bool stream);
+    void (*streamRow)(uint8_t* dst, const uint8_t* src, uint32_t n);
+};
+void GrayInnerRowCachedWith(const GrayCachedSteps& steps, uint8_t* dst, const uint8_t* row, const uint8_t* weights,
+                            const uint32_t* offsets, uint32_t len, int32_t below, uint32_t rw, GrayRowCache& cache);
 #endif
 
 }  // namespace tarn

@@ -133,7 +133,8 @@ CachedInnerRowFn PickCachedInnerRow(uint32_t pixelBytes) {
 
 CachedGrayInnerFn PickCachedGrayInnerRow() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<CachedGrayInnerFn> t[] = {{SimdForm::Avx2, GrayInnerRowCachedAvx2},
+    static const FormEntry<CachedGrayInnerFn> t[] = {{SimdForm::Avx512, GrayInnerRowCachedAvx512},
+                                                     {SimdForm::Avx2, GrayInnerRowCachedAvx2},
                                                      {SimdForm::Plain, nullptr}};
     return PickForm(t);
 #else

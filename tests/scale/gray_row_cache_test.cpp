@@ -44,9 +44,9 @@ TEST(GrayRowCache, ScaledImagesAgreeAcrossForms) {
 }
 
 #if defined(TARN_HAVE_X86_SIMD)
-// The cached row against the plain row over the middle band of real
-// tables, row weights 0, 128 and others, and the way the blends are worked
-// that the tables should lead to. The source rows end where the table's
+// The cached row of each form against the plain row over the middle band
+// of real tables, row weights 0, 128 and others, and the way the blends
+// are worked that the tables should lead to. The source rows end where the table's
 // reach ends, so a vector load past them shows under the address sanitizer.
 TEST(GrayRowCache, EachWayOfBlendingMatchesThePlainRow) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
@@ -61,33 +61,40 @@ TEST(GrayRowCache, EachWayOfBlendingMatchesThePlainRow) {
                           {1920, 480, Run::Halves},  {1920, 240, Run::Halves}, {964, 241, Run::Halves},
                           {61, 122, Run::Doubled},   {960, 1920, Run::Doubled}, {17, 34, Run::Doubled},
                           {100, 67, Run::Shuffled},  {97, 301, Run::Shuffled}, {1920, 1280, Run::Shuffled}, {243, 121, Run::Shuffled}};
+    struct Form {
+        SimdForm form;
+        CachedGrayInnerFn fn;
+    };
+    const Form forms[] = {{SimdForm::Avx2, GrayInnerRowCachedAvx2}, {SimdForm::Avx512, GrayInnerRowCachedAvx512}};
     std::mt19937 rng(33);
-    for (const Case& c : cases) {
-        const test::GrayTables t({c.sw, 1, c.dw, 1}, 0, AxisFilter::Bilinear, AxisFilter::Bilinear);
-        const uint8_t* block = t.block.data();
-        const uint32_t *offsets = t.cols.data(), first = t.cf, last = t.cl;
-        const uint32_t middle = last - first;
-        const int32_t stride = int32_t(c.sw);
-        const uint32_t rows = 6;
-        auto src = test::RandomBytes(size_t(stride) * rows, rng);
-        // Streamed rows start their vector stores on a 32-byte boundary:
-        // targets that start off it by 0 to 31 bytes, the bytes around them
-        // left alone.
-        for (bool stream : {false, true}) {
-            GrayRowCache cache(middle, c.sw, stream);
-            for (uint32_t y = 0; y + 1 < rows; ++y)
-                for (uint32_t rw : {0u, 128u, 0x4D4D4D4Du, 0xFFFFFFFFu}) {
-                    const size_t skew = (y * 7 + rw) % 32 + 32;
-                    std::vector<uint8_t> want(middle + 96, 0x3C), got(middle + 96, 0x3C);
-                    const uint8_t* row = src.data() + size_t(stride) * y;
-                    GrayInnerRowPlain(want.data() + skew, row, block + first, offsets + first, middle,
-                                      stride, rw);
-                    GrayInnerRowCachedAvx2(got.data() + skew, row, block + first, offsets + first,
-                                           middle, stride, rw, cache);
-                    ASSERT_EQ(got, want) << c.sw << "->" << c.dw << " row " << y << " rw " << (rw & 255) << " stream "
-                                         << stream;
-                }
-            EXPECT_EQ(cache.run, c.run) << c.sw << "->" << c.dw;
+    for (const Form& f : forms) {
+        for (const Case& c : cases) {
+            if (HostSimdForm() < f.form) continue;
+            const test::GrayTables t({c.sw, 1, c.dw, 1}, 0, AxisFilter::Bilinear, AxisFilter::Bilinear);
+            const uint8_t* block = t.block.data();
+            const uint32_t *offsets = t.cols.data(), first = t.cf, last = t.cl;
+            const uint32_t middle = last - first;
+            const int32_t stride = int32_t(c.sw);
+            const uint32_t rows = 6;
+            auto src = test::RandomBytes(size_t(stride) * rows, rng);
+            // Streamed rows start their vector stores on a 32- or 64-byte
+            // boundary: targets that start off it by 0 to 63 bytes, the bytes
+            // around them left alone.
+            for (bool stream : {false, true}) {
+                GrayRowCache cache(middle, c.sw, stream);
+                for (uint32_t y = 0; y + 1 < rows; ++y)
+                    for (uint32_t rw : {0u, 128u, 0x4D4D4D4Du, 0xFFFFFFFFu}) {
+                        const size_t skew = (y * 7 + rw) % 64 + 64;
+                        std::vector<uint8_t> want(middle + 192, 0x3C), got(middle + 192, 0x3C);
+                        const uint8_t* row = src.data() + size_t(stride) * y;
+                        GrayInnerRowPlain(want.data() + skew, row, block + first, offsets + first, middle,
+                                          stride, rw);
+                        f.fn(got.data() + skew, row, block + first, offsets + first, middle, stride, rw, cache);
+                        ASSERT_EQ(got, want) << FormName(f.form) << " " << c.sw << "->" << c.dw << " row " << y
+                                             << " rw " << (rw & 255) << " stream " << stream;
+                    }
+                EXPECT_EQ(cache.run, c.run) << FormName(f.form) << " " << c.sw << "->" << c.dw;
+            }
         }
     }
 }
