@@ -242,22 +242,25 @@ TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAcrossForms) {
     EXPECT_EQ(AreaExactShift(64, 30, 16, 15), 3u);  // 4 x 2
 }
 
-TEST(AreaPlan, FourBytePairsByRowGroupsAgreeAcrossForms) {
-    // 4-byte pixels halved across (boxes 1, 2 and 4 rows tall) through the
-    // area shrink itself: target heights that leave 0 to 3 rows after whole
-    // groups of four, widths with and without a tail past whole eights,
-    // both row orders, padded strides.
+TEST(AreaPlan, PixelPairsAcrossAgreeAcrossForms) {
+    // 3- and 4-byte pixels halved across (boxes 1, 2 and 4 rows tall)
+    // through the area shrink itself: target heights that leave 0 to 3 rows
+    // after whole groups of four, widths with and without a tail past whole
+    // eights, both row orders, padded strides; 3-byte sources end where
+    // their last pixel ends.
     std::mt19937 rng(13);
-    for (uint32_t fy : {1u, 2u, 4u})
-        for (uint32_t dw : {8u, 9u, 15u, 16u, 33u, 61u})
-            for (uint32_t dh : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u})
-                for (bool up : {false, true}) {
-                    const WholeImage image{{2 * dw, fy * dh, dw, dh}, 4, 4, 12, 20, up};
-                    ASSERT_NE(AreaExactShift(2 * dw, fy * dh, dw, dh), 0u);
-                    image.ExpectFormsAgree(
-                        image.Source(rng), [](const ScaleTarget& t, const ScaleSource& f) { AreaShrink(t, f); },
-                        image.What(SCALE_AREA));
-                }
+    for (uint32_t c : {3u, 4u})
+        for (uint32_t fy : {1u, 2u, 4u})
+            for (uint32_t dw : {8u, 9u, 10u, 15u, 16u, 17u, 33u, 61u})
+                for (uint32_t dh : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u})
+                    for (bool up : {false, true}) {
+                        const WholeImage image{{2 * dw, fy * dh, dw, dh}, c, c, 12, 20, up};
+                        ASSERT_NE(AreaExactShift(2 * dw, fy * dh, dw, dh), 0u);
+                        image.ExpectFormsAgree(
+                            image.Source(rng, c == 3 ? -image.srcPad : 0),
+                            [](const ScaleTarget& t, const ScaleSource& f) { AreaShrink(t, f); },
+                            image.What(SCALE_AREA));
+                    }
 }
 
 TEST(AreaPlan, ShrinksOverTheirOwnSourceKeepTheRowOrder) {
@@ -266,13 +269,18 @@ TEST(AreaPlan, ShrinksOverTheirOwnSourceKeepTheRowOrder) {
     // target row written may change source rows a later target row reads,
     // and every form must read what the plain form, which sums each source
     // row whole before the target row it ends is written, reads. Lead 0 is
-    // the usual in-place shrink. The halving pairs of 4-byte pixels first.
+    // the usual in-place shrink. The halving pairs first, then exact boxes
+    // whose rows end with a block that overlaps the one before: part of its
+    // source lies under target bytes already written, and only its pixels
+    // from other source bytes may be kept.
     const struct {
         uint32_t c;
         Shape s;
         uint32_t skew;
-    } cases[] = {{4, {74, 14, 37, 7}, 0}, {3, {48, 30, 32, 20}, 16}, {3, {61, 40, 40, 9}, 16},
-                 {4, {48, 30, 32, 20}, 16}, {4, {61, 40, 40, 9}, 16}};
+    } cases[] = {{4, {74, 14, 37, 7}, 0},   {3, {74, 14, 37, 7}, 0},    {4, {18, 4, 9, 2}, 0},
+                 {3, {20, 6, 10, 3}, 0},    {4, {36, 8, 9, 2}, 0},      {3, {40, 8, 10, 2}, 0},
+                 {3, {48, 30, 32, 20}, 16}, {3, {61, 40, 40, 9}, 16},   {4, {48, 30, 32, 20}, 16},
+                 {4, {61, 40, 40, 9}, 16}};
     std::mt19937 rng(17);
     for (const auto& [c, s, skew] : cases) {
         const int32_t stride = int32_t(s.sw * c);
