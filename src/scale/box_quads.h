@@ -28,6 +28,21 @@ struct QuadBoxes {
     uint32_t shift;
 };
 
+// The kernels a form of the blocks keeps, and the one that serves q. Boxes
+// as tall as they are wide (4 x 4, 8 x 8) get their row count fixed while
+// compiling, and a box of 16 or 64 samples its shift too (its chain has no
+// steps); the others take both at run time.
+enum class QuadKernel : uint8_t { Four, FourSquare, FourSquareShifted, Eight, EightSquare, EightSquareShifted };
+
+inline QuadKernel QuadKernelFor(const QuadBoxes& q) {
+    const uint32_t shift = q.end == QuadBoxes::Round                         ? q.shift
+                           : q.chain.preShift == 0 && q.chain.count == 0 ? q.chain.finalShift
+                                                                          : 0;
+    if (q.width == 4)
+        return q.rows != 4 ? QuadKernel::Four : shift == 4 ? QuadKernel::FourSquareShifted : QuadKernel::FourSquare;
+    return q.rows != 8 ? QuadKernel::Eight : shift == 6 ? QuadKernel::EightSquareShifted : QuadKernel::EightSquare;
+}
+
 #if defined(TARN_HAVE_X86_SIMD)
 // `blocks` blocks of eight boxes from `src` (the first sample of the first
 // box). With 3-byte samples each four is read as 16 bytes, three past the

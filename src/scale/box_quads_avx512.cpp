@@ -158,18 +158,14 @@ void Blocks(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& 
     }
 }
 
-// Boxes as tall as they are wide (a shrink by 4 or 8 on both axes) get
-// their row count fixed while compiling, and a box of 16 or 64 samples its
-// shift (its chain has no steps).
+// The kernel box_quads.h picks for q.
 template <uint32_t SP, uint32_t DP>
 void BlocksOf(uint8_t* dst, const uint8_t* src, uint32_t blocks, const QuadBoxes& q) {
-    const uint32_t shift = q.end == QuadBoxes::Round ? q.shift
-                           : q.chain.preShift == 0 && q.chain.count == 0 ? q.chain.finalShift
-                                                                          : 0;
-    if (q.width == 4)
-        (q.rows != 4 ? Blocks<SP, DP, 1, 0> : shift == 4 ? Blocks<SP, DP, 1, 4, 4> : Blocks<SP, DP, 1, 4>)(dst, src, blocks, q);
-    else
-        (q.rows != 8 ? Blocks<SP, DP, 2, 0> : shift == 6 ? Blocks<SP, DP, 2, 8, 6> : Blocks<SP, DP, 2, 8>)(dst, src, blocks, q);
+    using Fn = void (*)(uint8_t*, const uint8_t*, uint32_t, const QuadBoxes&);
+    // In the order of QuadKernel.
+    static const Fn kernels[] = {Blocks<SP, DP, 1, 0>, Blocks<SP, DP, 1, 4>, Blocks<SP, DP, 1, 4, 4>,
+                                 Blocks<SP, DP, 2, 0>, Blocks<SP, DP, 2, 8>, Blocks<SP, DP, 2, 8, 6>};
+    kernels[static_cast<int>(QuadKernelFor(q))](dst, src, blocks, q);
 }
 
 }  // namespace
