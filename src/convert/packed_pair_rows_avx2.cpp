@@ -165,9 +165,13 @@ void TwoChromaAvx2(const TwoChroma& out, const uint8_t* const rows[6], size_t pa
     const size_t sizes[6] = {pairs, pairs, pairs, pairs, 2 * pairs, 2 * pairs};
     const Rows3 upper{rows[0], rows[1], rows[2]}, lower{rows[3], rows[4], rows[5]};
     const bool overlap = OutputsApart(outs, sizes, 6, upper, lower, pairs);
+    // The blocks take copies of the targets and rows: through the caller's
+    // they would be read again after every store, which may write them.
+    const TwoChroma o = out;
+    const uint8_t* const r[6] = {rows[0], rows[1], rows[2], rows[3], rows[4], rows[5]};
     const size_t i =
-        halve ? PairBlocks(rows[2], pairs, overlap, [&](size_t at) { TwoChromaBlock<true>(out, rows, at); })
-              : PairBlocks(rows[2], pairs, overlap, [&](size_t at) { TwoChromaBlock<false>(out, rows, at); });
+        halve ? PairBlocks(rows[2], pairs, overlap, [o, r](size_t at) { TwoChromaBlock<true>(o, r, at); })
+              : PairBlocks(rows[2], pairs, overlap, [o, r](size_t at) { TwoChromaBlock<false>(o, r, at); });
     // The rest pair by pair.
     for (int p = 0; p < 2; ++p) {
         const Rows3 a{rows[2 * p], rows[2 * p + 2], rows[2 * p + 1]};
