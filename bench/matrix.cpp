@@ -253,6 +253,8 @@ void RegisterFloors() {
     int32_t n = 0;
     tarn::MakeGaussianKernel(1.5, &k, &n);
     if (n != 9) std::abort();
+    for (int32_t i = 0; i < 4; ++i)
+        if (k[i] != k[8 - i]) std::abort();
     const Format& f = kFormats[3];
     for (const Factor& m : kFactors) {
         const int dw = kW * m.num / m.den, dh = kH * m.num / m.den;
@@ -262,7 +264,9 @@ void RegisterFloors() {
         peer = PeerScale(f, dw, dh, libyuv::kFilterBilinear, Scratch(1, FrameBytes(f, dw, dh)).data(), peerName);
 #endif
         auto ours = [] {
-            benchmark::DoNotOptimize(tarn::bench::BlurFloor(k, int64_t(kW) * kH));
+            static const bool wide = __builtin_cpu_supports("avx512f");
+            const int64_t pixels = int64_t(kW) * kH;
+            benchmark::DoNotOptimize(wide ? tarn::bench::BlurFloor16(k, pixels) : tarn::bench::BlurFloor(k, pixels));
             return true;
         };
         Register(std::string("Floor/YUV420/p-sharpen-blur/") + std::to_string(m.num) + "-" + std::to_string(m.den),
