@@ -49,7 +49,7 @@ void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Ro
 void PackedChromaAvx2(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 void TwoChromaAvx2(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
 void HalvePackedRowAvx2(uint8_t* out, const uint8_t* row, size_t pairs);
-// The same four, sixty-four pairs a step.
+// The same four, sixty-four pairs a step (the first, that of kYuvRowsAvx512).
 void SmoothPairFromYuy2Avx512(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 void PackedChromaAvx512(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 void TwoChromaAvx512(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
@@ -57,9 +57,9 @@ void HalvePackedRowAvx512(uint8_t* out, const uint8_t* row, size_t pairs);
 #endif
 
 // The forms a packed-to-planar conversion with vector row forms takes for
-// its row pairs, where they have them (null: the row forms' own, or none).
+// its row pairs beyond the row forms' own pair row, where they have them
+// (null: none).
 struct PackedPairForms {
-    PackedPairFn pair;
     PackedChromaFn chroma;
     void (*two)(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
     HalvePackedRowFn halve;

@@ -37,12 +37,11 @@ namespace {
 
 // Plain row forms work every pair by the plain rule; the SSE2 ones have no
 // chroma-alone form, their row pair with its luma being as fast.
-constexpr PackedPairForms kPairsPlain{nullptr, PackedChromaPlain, nullptr, HalvePackedRowPlain};
-constexpr PackedPairForms kPairsSse2{nullptr, nullptr, nullptr, HalvePackedRowPlain};
+constexpr PackedPairForms kPairsPlain{PackedChromaPlain, nullptr, HalvePackedRowPlain};
+constexpr PackedPairForms kPairsSse2{nullptr, nullptr, HalvePackedRowPlain};
 #if defined(TARN_HAVE_X86_SIMD)
-constexpr PackedPairForms kPairsAvx2{SmoothPairFromYuy2Avx2, PackedChromaAvx2, TwoChromaAvx2, HalvePackedRowAvx2};
-constexpr PackedPairForms kPairsAvx512{SmoothPairFromYuy2Avx512, PackedChromaAvx512, TwoChromaAvx512,
-                                       HalvePackedRowAvx512};
+constexpr PackedPairForms kPairsAvx2{PackedChromaAvx2, TwoChromaAvx2, HalvePackedRowAvx2};
+constexpr PackedPairForms kPairsAvx512{PackedChromaAvx512, TwoChromaAvx512, HalvePackedRowAvx512};
 #endif
 constexpr FormEntry<const PackedPairForms*> kPairForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
@@ -84,7 +83,6 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
     const Addr lost = AddrOf(overwritten);
     const PackedPairForms& forms = PackedPairFormsFor(f);
     const PackedChromaFn chromaAlone = smooth && !trunc && overwritten ? forms.chroma : nullptr;
-    const PackedPairFn pairRows = forms.pair ? forms.pair : f.smoothPairFromYuy2;
     const ReorderRowFn reorder = ActiveReorderRow();
     // Block columns in bytes of the packed row; the rest are remainder pairs.
     const int blockShift = body == TierBody::Sse2 ? 4 : 3;
@@ -180,7 +178,7 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
         size_t done = 0;
         if (!smooth) {
             // Rows as stored, chroma r(row 2k, row 2k + 1) in every body.
-            pairRows(y0, y1, u, v, Rows3{s[1], s[1], s[1]}, Rows3{s[2], s[2], s[2]}, pairs);
+            f.smoothPairFromYuy2(y0, y1, u, v, Rows3{s[1], s[1], s[1]}, Rows3{s[2], s[2], s[2]}, pairs);
             done = pairs;
         } else if (!trunc) {
             const Rows3 a = first ? Rows3{s[1], s[1], s[1]} : Rows3{s[0], s[2], s[1]};
@@ -189,7 +187,7 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
             if (lumaLost && chromaAlone)
                 chromaAlone(u, v, a, b, done);
             else
-                pairRows(y0, y1, u, v, a, b, done);
+                f.smoothPairFromYuy2(y0, y1, u, v, a, b, done);
         }
         if (done < pairs) {
             // Working packed rows from byte o on: their luma bytes give the

@@ -9,6 +9,7 @@
 // dword/qword/word permutes are used (no byte permutes, which need VBMI).
 #include <immintrin.h>
 
+#include "convert/packed_pair_rows.h"
 #include "convert/simd_constant.h"
 #include "convert/smoothing.h"
 #include "convert/yuv_rows.h"
@@ -347,6 +348,7 @@ const YuvRowForms kYuvRowsAvx512 = [] {
     f.yuy2ToBgra = Yuy2ToBgraAvx512;
     f.smoothPairToBgra = SmoothPairToBgraAvx512;
     f.smoothPairToYuy2 = SmoothPairToYuy2Avx512;
+    f.smoothPairFromYuy2 = SmoothPairFromYuy2Avx512;
     return f;
 }();
 
