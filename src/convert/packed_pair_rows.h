@@ -43,6 +43,33 @@ struct TwoChroma {
 using HalvePackedRowFn = void (*)(uint8_t* out, const uint8_t* row, size_t pairs);
 void HalvePackedRowPlain(uint8_t* out, const uint8_t* row, size_t pairs);
 
+// Middle row pairs k0 .. k0 + count - 1 of a smoothed conversion (neither
+// the first nor the last pair of the picture), worked one source row at a
+// time: as row 2k + 1 comes in, F of row 2k (its luma, row 2k halved across
+// and its chroma kept in `work`); as row 2k + 2 comes in, F of row 2k + 1,
+// its luma and the pair's chroma r(F0, F1). Each pass reads one row not read
+// before, the others being the last two, still in the first-level cache:
+// while the rest of the machine streams through the last-level cache, a
+// single stream of new rows keeps ahead where six at once fall behind.
+// Same bytes as the row-pair forms and HalvePackedRow pair by pair, where
+// no output row meets another or a source row.
+struct PairRun {
+    const uint8_t* src;  // source row 2k0 - 1
+    ptrdiff_t step;      // from one source row to the next
+    uint8_t* y;          // luma row 2k0
+    ptrdiff_t yStride;
+    uint8_t* u;  // chroma rows k0
+    uint8_t* v;
+    ptrdiff_t uvStride;
+    uint8_t* halved;  // halved row k0; null: none
+    ptrdiff_t halvedStride;
+    int32_t count;
+    size_t pairs;
+    uint8_t* work;  // PairRunWorkBytes(pairs)
+};
+using PairRunFn = void (*)(const PairRun& run);
+inline size_t PairRunWorkBytes(size_t pairs) { return 2 * pairs + 256; }
+
 #if defined(TARN_HAVE_X86_SIMD)
 // The row-pair form of kYuvRowsAvx2.
 void SmoothPairFromYuy2Avx2(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
@@ -54,6 +81,7 @@ void SmoothPairFromYuy2Avx512(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, 
 void PackedChromaAvx512(uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs);
 void TwoChromaAvx512(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
 void HalvePackedRowAvx512(uint8_t* out, const uint8_t* row, size_t pairs);
+void PairRunAvx512(const PairRun& run);
 #endif
 
 // The forms a packed-to-planar conversion with vector row forms takes for
@@ -63,6 +91,7 @@ struct PackedPairForms {
     PackedChromaFn chroma;
     void (*two)(const TwoChroma& out, const uint8_t* const rows[6], size_t pairs);
     HalvePackedRowFn halve;
+    PairRunFn run;
 };
 // Those of the widest form allowed at the moment, for row forms `rows`.
 const PackedPairForms& PackedPairFormsFor(const YuvRowForms& rows);

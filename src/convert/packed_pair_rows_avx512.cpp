@@ -192,7 +192,69 @@ struct HalveStep {
     }
 };
 
+// Where a step of a run keeps its 128 bytes of joined chroma in the work
+// row: steps apart from each other, the first (perhaps short) one too.
+inline size_t WorkAt(size_t i) { return i ? 2 * i + 128 : 0; }
+
+// One pass of a run, `count` (up to 64) pairs from pair i: F of row `mid`
+// from its neighbours `up` and `down`, its luma to `y` and its chroma joined
+// as ChromaOf gives it. The first pass of a pair also halves
+// `mid` across (with `Halve`) and keeps the chroma in the work row; the
+// second averages it with what the first kept and stores the pair's u and v.
+template <bool Halve, bool Second>
+struct RunPass {
+    const uint8_t *up, *mid, *down;
+    uint8_t *y, *halved, *u, *v, *work;
+    template <bool Masked>
+    void operator()(size_t i, size_t count) const {
+        const size_t o = 4 * i, n = 4 * count;
+        HintRowsAfter(down, uintptr_t(down - mid), 2, o);
+        HintRowsAfter(down, uintptr_t(down - mid), 2, o + 128);
+        __m512i c[2];
+        for (int h = 0; h < 2; ++h) {
+            const size_t at = 128 * size_t(h);
+            const __m512i p = Load64<Masked>(mid + o, at, n), q = Load64<Masked>(mid + o, at + 64, n);
+            if (Halve && !Second) Store64<Masked>(halved + 2 * i, at / 2, n / 2, HalvedOf(p, q));
+            const __m512i a0 = Load64<Masked>(up + o, at, n), a1 = Load64<Masked>(up + o, at + 64, n);
+            const __m512i b0 = Load64<Masked>(down + o, at, n), b1 = Load64<Masked>(down + o, at + 64, n);
+            const __m512i f0 = Smooth64(a0, b0, p), f1 = Smooth64(a1, b1, q);
+            Store64<Masked>(y + 2 * i, at / 2, n / 2, LumaOf(f0, f1));
+            c[h] = ChromaOf(f0, f1);
+            uint8_t* kept = work + WorkAt(i) + 64 * size_t(h);
+            if (Second)
+                c[h] = _mm512_avg_epu8(_mm512_loadu_si512(kept), c[h]);
+            else
+                _mm512_storeu_si512(kept, c[h]);
+        }
+        if (Second) StoreJoinedChroma<Masked>(u, v, i, count, c[0], c[1]);
+    }
+};
+
+template <bool Halve>
+void PairRunWith(const PairRun& r) {
+    for (int32_t j = 0; j < r.count; ++j) {
+        const uint8_t* above = r.src + 2 * ptrdiff_t(j) * r.step;  // row 2k - 1
+        const uint8_t *even = above + r.step, *odd = even + r.step, *below = odd + r.step;
+        uint8_t* y0 = r.y + 2 * ptrdiff_t(j) * r.yStride;
+        uint8_t* y1 = y0 + r.yStride;
+        uint8_t* h = Halve ? r.halved + ptrdiff_t(j) * r.halvedStride : nullptr;
+        uint8_t* u = r.u + ptrdiff_t(j) * r.uvStride;
+        uint8_t* v = r.v + ptrdiff_t(j) * r.uvStride;
+        // Both passes step alike (from the 64-byte boundary of the odd
+        // row), so that each finds what the first kept where it put it.
+        Blocks64(odd, r.pairs, RunPass<Halve, false>{above, even, odd, y0, h, nullptr, nullptr, r.work});
+        Blocks64(odd, r.pairs, RunPass<Halve, true>{even, odd, below, y1, nullptr, u, v, r.work});
+    }
+}
+
 }  // namespace
+
+void PairRunAvx512(const PairRun& run) {
+    if (run.halved)
+        PairRunWith<true>(run);
+    else
+        PairRunWith<false>(run);
+}
 
 void SmoothPairFromYuy2Avx512(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, Rows3 a, Rows3 b, size_t pairs) {
     PairRows<true>(y0, y1, u, v, a, b, pairs);

@@ -5,6 +5,7 @@
 // below 4 write nothing. Without, luma goes as stored and chroma averages the
 // two rows of a pair. Source rows are brought to the Yuy2 order first.
 #include <algorithm>
+#include <cstdlib>
 
 #include "convert/catalogue_kernels.h"
 #include "convert/conversion_kernels.h"
@@ -37,11 +38,12 @@ namespace {
 
 // Plain row forms work every pair by the plain rule; the SSE2 ones have no
 // chroma-alone form, their row pair with its luma being as fast.
-constexpr PackedPairForms kPairsPlain{PackedChromaPlain, nullptr, HalvePackedRowPlain};
-constexpr PackedPairForms kPairsSse2{nullptr, nullptr, HalvePackedRowPlain};
+constexpr PackedPairForms kPairsPlain{PackedChromaPlain, nullptr, HalvePackedRowPlain, nullptr};
+constexpr PackedPairForms kPairsSse2{nullptr, nullptr, HalvePackedRowPlain, nullptr};
 #if defined(TARN_HAVE_X86_SIMD)
-constexpr PackedPairForms kPairsAvx2{PackedChromaAvx2, TwoChromaAvx2, HalvePackedRowAvx2};
-constexpr PackedPairForms kPairsAvx512{PackedChromaAvx512, TwoChromaAvx512, HalvePackedRowAvx512};
+constexpr PackedPairForms kPairsAvx2{PackedChromaAvx2, TwoChromaAvx2, HalvePackedRowAvx2, nullptr};
+constexpr PackedPairForms kPairsAvx512{PackedChromaAvx512, TwoChromaAvx512, HalvePackedRowAvx512,
+                                       PairRunAvx512};
 #endif
 constexpr FormEntry<const PackedPairForms*> kPairForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)
@@ -97,7 +99,7 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
     };
 
     const size_t cap = n + 64;
-    Scratch work(cap * 16);
+    Scratch work(cap * 16 + PairRunWorkBytes(pairs));
     const auto row = [&](int i) { return work.data() + cap * size_t(i); };
     // Where row pair k writes, and how much of that is written over later.
     struct Place {
@@ -142,6 +144,44 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
         forms.two(out, rows6, pairs);
         return true;
     };
+    // Middle row pairs from k on that keep the same of their bytes (all, or
+    // chroma alone), one source row at a time, where the run form serves
+    // every column and no row it writes meets another or a source row; where
+    // the run ends (k: none).
+    const auto runAt = [&](int32_t k, const Place& p) {
+        if (!forms.run || trunc || !smooth || order != PackedOrder::Yuy2 || (width & 1) || nb / 4 != pairs ||
+            k == 0 || k >= lastPair || p.lumaLost)
+            return k;
+        int32_t end = k + 1;
+        while (end < lastPair) {
+            const Place q = placeOf(end);
+            if (q.lumaLost) break;
+            ++end;
+        }
+        const int32_t count = end - k;
+        const Addr above = Offset(walk.base, (2 * k - 1) * walk.step);
+        const ByteSpan read = ByteSpan::OfRows(reinterpret_cast<const uint8_t*>(above), walk.step, 2 * count + 2, n);
+        if (!srcSpan.Holds(read.Lo(), read.Hi() - read.Lo())) return k;
+        const auto at = [](Addr a) { return reinterpret_cast<uint8_t*>(a); };
+        uint8_t* h = halve ? halved.rows + intptr_t(k) * halved.stride : nullptr;
+        const ByteSpan spans[] = {
+            ByteSpan::OfRows(at(p.y0), yStride, 2 * count, 2 * pairs),
+            ByteSpan::OfRows(at(p.u), uvStride, count, pairs), ByteSpan::OfRows(at(p.v), uvStride, count, pairs),
+            halve ? ByteSpan::OfRows(h, halved.stride, count, 2 * pairs) : ByteSpan()};
+        const bool rowsApart = std::abs(int64_t(yStride)) >= int64_t(2 * pairs) &&
+                               std::abs(int64_t(uvStride)) >= int64_t(pairs) &&
+                               (!halve || std::abs(int64_t(halved.stride)) >= int64_t(2 * pairs));
+        if (!rowsApart) return k;
+        for (size_t i = 0; i < 4; ++i) {
+            if (!spans[i].ApartFrom(read)) return k;
+            if (i < 3 && !dstSpan.Holds(spans[i].Lo(), spans[i].Hi() - spans[i].Lo())) return k;
+            for (size_t j = i + 1; j < 4; ++j)
+                if (!spans[i].ApartFrom(spans[j])) return k;
+        }
+        forms.run({at(above), walk.step, at(p.y0), yStride, at(p.u), at(p.v), uvStride, h,
+                   halved.stride, count, pairs, work.data() + cap * 16});
+        return end;
+    };
     for (int32_t k = 0; k <= lastPair; ++k) {
         const ptrdiff_t shift = -static_cast<ptrdiff_t>(width & 1) * k;
         const bool first = k == 0, last = k == lastPair;
@@ -151,6 +191,10 @@ bool PackedToPlanar(TierBody body, bool smooth, PackedOrder order, uint8_t* dstY
         const bool lumaLost = place.lumaLost;
         if (place.allLost) {
             halveAt(k, row(0));
+            continue;
+        }
+        if (const int32_t end = runAt(k, place); end > k) {
+            k = end - 1;
             continue;
         }
         if (k > 0 && k + 1 < lastPair && twoAt(k, place, placeOf(k + 1))) {

@@ -1,9 +1,11 @@
 // The row-pair forms of packed to planar and the conversion with a
 // destination partly written over afterwards: the chroma-alone forms (one
-// pair and two at once) and the row-pair forms against the plain row-pair
-// form, and the conversion against the whole one from the written-over
+// pair and two at once), the run of pairs and the row-pair forms against
+// the plain row-pair form, and the conversion against the whole one from the written-over
 // point on, in every body and form this machine runs.
 #include <gtest/gtest.h>
+
+#include <array>
 
 #include "convert/catalogue_kernels.h"
 #include "convert/packed_pair_rows.h"
@@ -144,6 +146,58 @@ TEST(PackedChroma, TwoPairsGiveTheChromaOfEachPair) {
                 std::vector<uint8_t> alone(2 * pairs + 1, 0xCD);
                 form.halve(alone.data(), rows[1], pairs);
                 ASSERT_EQ(alone, want[4]) << what;
+            }
+        }
+    }
+}
+
+// A run of middle row pairs worked one source row at a time, with and
+// without halving, read downwards and upwards, from every alignment and
+// around the 64-pair steps: each pair's luma, chroma and halved row as the
+// plain row-pair and halving forms give them pair by pair. Output rows lie
+// a few bytes apart, so every gap is a canary.
+TEST(PackedChroma, RunOfPairsGivesEachPairOfThePlainForms) {
+    if (HostSimdForm() < SimdForm::Avx512) GTEST_SKIP() << "no AVX-512 here";
+    uint32_t seed = 41;
+    for (size_t lead : {0, 4, 20, 60, 2}) {
+        for (size_t pairs : {1, 15, 16, 63, 64, 65, 100, 130, 200}) {
+            for (int32_t count : {1, 2, 5}) {
+                const size_t n = 4 * pairs;
+                const ptrdiff_t srcStride = ptrdiff_t(n + 36);
+                const int32_t rows = 2 * count + 2;
+                LeadRow frame(size_t(srcStride) * size_t(rows), lead, ++seed);
+                for (bool up : {false, true}) {
+                    // Row r of the walk; upwards the walk starts at the last.
+                    const ptrdiff_t step = up ? -srcStride : srcStride;
+                    const uint8_t* first = frame.at + (up ? srcStride * (rows - 1) : 0);
+                    const auto row = [&](int32_t r) { return first + r * step; };
+                    // Luma rows 2 x pairs + 3 apart, chroma and halved rows
+                    // likewise; all from one canary-filled buffer.
+                    const ptrdiff_t yStride = ptrdiff_t(2 * pairs + 3), cStride = ptrdiff_t(pairs + 5),
+                                    hStride = ptrdiff_t(2 * pairs + 7);
+                    const size_t yBytes = size_t(yStride) * 2 * count, cBytes = size_t(cStride) * count,
+                                 hBytes = size_t(hStride) * count;
+                    for (bool halve : {false, true}) {
+                        std::vector<uint8_t> want(yBytes + 2 * cBytes + hBytes, 0xCD), got = want;
+                        const auto place = [&](std::vector<uint8_t>& b) {
+                            uint8_t* y = b.data();
+                            return std::array<uint8_t*, 4>{y, y + yBytes, y + yBytes + cBytes, y + yBytes + 2 * cBytes};
+                        };
+                        const auto w = place(want), g = place(got);
+                        for (int32_t j = 0; j < count; ++j) {
+                            const Rows3 a{row(2 * j), row(2 * j + 2), row(2 * j + 1)};
+                            const Rows3 b{row(2 * j + 1), row(2 * j + 3), row(2 * j + 2)};
+                            kYuvRowsPlain.smoothPairFromYuy2(w[0] + 2 * j * yStride, w[0] + (2 * j + 1) * yStride,
+                                                             w[1] + j * cStride, w[2] + j * cStride, a, b, pairs);
+                            if (halve) HalvePackedRowPlain(w[3] + j * hStride, row(2 * j + 1), pairs);
+                        }
+                        std::vector<uint8_t> work(PairRunWorkBytes(pairs), 0xEE);
+                        PairRunAvx512({row(0), step, g[0], yStride, g[1], g[2], cStride, halve ? g[3] : nullptr,
+                                       hStride, count, pairs, work.data()});
+                        ASSERT_EQ(got, want) << pairs << " pairs from byte " << lead << ", " << count
+                                             << " row pairs" << (up ? " upwards" : "") << (halve ? " halved" : "");
+                    }
+                }
             }
         }
     }
