@@ -152,6 +152,42 @@ bool ScalePackedInDoubles(const ScaleTarget& target, const ScaleSource& source, 
     return around;
 }
 
+// Doubling both ways every step is exactly 1/2, so every dx and dy is 0 or
+// 1/2 and no step of the plain form's arithmetic rounds (the integer way of
+// the AVX2 form, with kx = ky = 1). Target row 2k then takes source row k
+// (`upper`) and row 2k + 1 blends it with `lower`, row k + 1 clamped: with
+// a, b a byte and the same byte of the next pair (clamped onto itself at
+// the row's end), of the upper and lower rows,
+//   row 2k:     even pairs a0, odd pairs (a0 + b0) >> 1
+//   row 2k + 1: even pairs (a0 + a1) >> 1, odd pairs (a0 + b0 + a1 + b1) >> 2
+// Target byte i of either row, the source rows `rowBytes` long.
+inline uint8_t PackedDoubledByte(const uint8_t* upper, const uint8_t* lower, bool second, size_t i,
+                                 size_t rowBytes) {
+    const size_t at = i / 4 * 2 + i % 2, next = at + 2 < rowBytes ? at + 2 : at;
+    const bool odd = (i / 2) & 1;
+    if (!second) return uint8_t(odd ? (upper[at] + upper[next]) >> 1 : upper[at]);
+    return uint8_t(odd ? (upper[at] + upper[next] + lower[at] + lower[next]) >> 2 : (upper[at] + lower[at]) >> 1);
+}
+
+// Scales by row(d, upper, lower, second, n, around) of each target row, the
+// source rows as PackedDoubledByte has them, when the target is twice the
+// source both ways; answers whether it did, and whether the rows went
+// around the caches (then the caller fences).
+template <class Row>
+bool ScalePackedDoubling(const ScaleTarget& target, const ScaleSource& source, Row row, bool& around) {
+    if (target.width != 2 * source.width || target.height != 2 * source.height) return false;
+    const size_t n = 2 * size_t(target.width);
+    around = WriteAroundCaches(n * target.height);
+    for (uint32_t k = 0; k < source.height; ++k) {
+        const uint8_t* upper = source.pixels + intptr_t(k) * source.stride;
+        const uint8_t* lower = k + 1 < source.height ? upper + source.stride : upper;
+        uint8_t* d = target.pixels + intptr_t(2 * k) * target.stride;
+        row(d, upper, lower, false, n, around);
+        row(d + target.stride, upper, lower, true, n, around);
+    }
+    return true;
+}
+
 #if defined(TARN_HAVE_X86_SIMD)
 // Same arguments and bytes as ScalePacked; the caller makes sure the target
 // shares no byte with the source.
@@ -160,6 +196,10 @@ void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source);
 // The AVX2 form for sizes where every dx and dy is a whole number of 128ths:
 // it scales and answers true, or touches nothing and answers false.
 bool ScalePackedStepsAvx2(const ScaleTarget& target, const ScaleSource& source);
+
+// Doubling both ways (ScalePackedDoubling): scales and answers true, or
+// touches nothing and answers false.
+bool ScalePackedDoublingAvx2(const ScaleTarget& target, const ScaleSource& source);
 
 // The AVX-512 form of ScalePackedAvx2, the same caller's promise.
 void ScalePackedAvx512(const ScaleTarget& target, const ScaleSource& source);

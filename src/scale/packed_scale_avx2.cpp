@@ -82,7 +82,7 @@ void MixRow(uint8_t* d, const float* top, const double* bottom, float dy, size_t
 }  // namespace
 
 void ScalePackedAvx2(const ScaleTarget& target, const ScaleSource& source) {
-    if (ScalePackedStepsAvx2(target, source)) return;
+    if (ScalePackedDoublingAvx2(target, source) || ScalePackedStepsAvx2(target, source)) return;
     // The streamed stores are ordered before whatever the caller does next.
     const PackedDoubleColumns c = PlanPackedDoubleColumns(int32_t(source.width), int32_t(target.width));
     if (ScalePackedInDoubles(target, source, c, BlendRow, MixRow)) _mm_sfence();

@@ -1,9 +1,11 @@
 // The 4:2:2 scaler, AVX-512 form: ScalePackedInDoubles (packed_scale.h)
 // with rows eight doubles a register and sixty-four target bytes a store.
-// Sizes whose fractions are all whole 128ths go the AVX2 integer way, whose
-// cost is in the bytes it moves.
+// Doubling both ways goes straight from the source rows, sixty-four target
+// bytes a step; other sizes whose fractions are all whole 128ths go the
+// AVX2 integer way, whose cost is in the bytes it moves.
 #include <immintrin.h>
 
+#include <cstdint>
 #include <vector>
 
 #include "scale/packed_scale.h"
@@ -84,19 +86,21 @@ __m512i BytesOf(__m512i q0, __m512i q1, __m512i q2, __m512i q3) {
     return _mm512_permutex2var_epi32(packed, order, packed);
 }
 
-// A target row, sixty-four bytes at a time by `vector(i)` and the rest by
-// `scalar(i)`. With `around` the row's first bytes up to an aligned address
-// go one by one, and the stores after them go around the caches. (The AVX2
-// form's sweep in the same shape: a sweep shared through a store callback
-// made the AVX2 doubling a seventh slower.)
+// A target row, sixty-four bytes at a time by `vector(i)` while they end by
+// `end` (the whole row by default) and the rest by `scalar(i)`. With
+// `around` the row's first bytes up to an aligned address go one by one,
+// and the stores after them go around the caches. (The AVX2 form's sweep in
+// the same shape: a sweep shared through a store callback made the AVX2
+// doubling a seventh slower.)
 template <class Vector, class Scalar>
-void Sweep(uint8_t* d, size_t n, bool around, Vector vector, Scalar scalar) {
+void Sweep(uint8_t* d, size_t n, bool around, Vector vector, Scalar scalar, size_t end = SIZE_MAX) {
+    end = end < n ? end : n;
     size_t i = 0;
     if (around) {
-        for (; i < n && (reinterpret_cast<uintptr_t>(d + i) & 63) != 0; ++i) d[i] = scalar(i);
-        for (; i + 64 <= n; i += 64) _mm512_stream_si512(reinterpret_cast<__m512i*>(d + i), vector(i));
+        for (; i < end && (reinterpret_cast<uintptr_t>(d + i) & 63) != 0; ++i) d[i] = scalar(i);
+        for (; i + 64 <= end; i += 64) _mm512_stream_si512(reinterpret_cast<__m512i*>(d + i), vector(i));
     }
-    for (; i + 64 <= n; i += 64) _mm512_storeu_si512(d + i, vector(i));
+    for (; i + 64 <= end; i += 64) _mm512_storeu_si512(d + i, vector(i));
     for (; i < n; ++i) d[i] = scalar(i);
 }
 
@@ -126,11 +130,54 @@ void MixRow(uint8_t* d, const float* top, const double* bottom, float dy, size_t
         [&](size_t i) { return BytesOf(sixteen(i), sixteen(i + 16), sixteen(i + 32), sixteen(i + 48)); }, scalar);
 }
 
+// Sixty-four target bytes from the values of the even and the odd target
+// pairs of thirty-two source bytes, 16-bit lanes in source order: each
+// 128-bit lane holds eight source bytes, whose first and last four the
+// unpacks interleave and the pack puts one after the other, in target order.
+__m512i Interleaved(__m512i even, __m512i odd) {
+    return _mm512_packus_epi16(_mm512_unpacklo_epi32(even, odd), _mm512_unpackhi_epi32(even, odd));
+}
+
+__m512i Wide(const uint8_t* p) { return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))); }
+
+// A target row of a doubling both ways (PackedDoubledByte); target byte i
+// reads source bytes i / 2 and two on, so the vector steps stop where those
+// would pass the row or clamp. Streamed stores start at an aligned byte,
+// which must begin a pair of pairs.
+void DoubledRow(uint8_t* d, const uint8_t* upper, const uint8_t* lower, bool second, size_t n, bool around) {
+    const size_t rowBytes = n / 2, end = n >= 4 ? n - 4 : 0;
+    around = around && (reinterpret_cast<uintptr_t>(d) & 3) == 0;
+    auto scalar = [&](size_t i) { return PackedDoubledByte(upper, lower, second, i, rowBytes); };
+    if (!second) {
+        Sweep(
+            d, n, around,
+            [&](size_t i) {
+                const __m512i a = Wide(upper + i / 2), b = Wide(upper + i / 2 + 2);
+                return Interleaved(a, _mm512_srli_epi16(_mm512_add_epi16(a, b), 1));
+            },
+            scalar, end);
+        return;
+    }
+    Sweep(
+        d, n, around,
+        [&](size_t i) {
+            const __m512i down = _mm512_add_epi16(Wide(upper + i / 2), Wide(lower + i / 2));
+            const __m512i next = _mm512_add_epi16(Wide(upper + i / 2 + 2), Wide(lower + i / 2 + 2));
+            return Interleaved(_mm512_srli_epi16(down, 1), _mm512_srli_epi16(_mm512_add_epi16(down, next), 2));
+        },
+        scalar, end);
+}
+
 }  // namespace
 
 void ScalePackedAvx512(const ScaleTarget& target, const ScaleSource& source) {
-    if (ScalePackedStepsAvx2(target, source)) return;
     // The streamed stores are ordered before whatever the caller does next.
+    bool around = false;
+    if (ScalePackedDoubling(target, source, DoubledRow, around)) {
+        if (around) _mm_sfence();
+        return;
+    }
+    if (ScalePackedStepsAvx2(target, source)) return;
     const Columns c = PlanColumns(int32_t(source.width), int32_t(target.width));
     if (ScalePackedInDoubles(target, source, c, BlendRow, MixRow)) _mm_sfence();
 }
