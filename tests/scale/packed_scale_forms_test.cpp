@@ -27,8 +27,9 @@ TEST(PackedScaleForms, AgreeWithThePlainForm) {
     // across and down (2x, 1/2, 2/3, 4x, 1/4, 1/8, mixed; odd and vector-
     // ending widths), then halves across with awkward ratios down and back,
     // then sixteenths and thirty-seconds both ways, whose weighted sums no
-    // longer fit 16 bits; then halvings both ways of odd target widths; last,
-    // doublings both ways of rows around and between the vector steps.
+    // longer fit 16 bits; then halvings both ways of odd target widths; then
+    // doublings both ways of rows around and between the vector steps;
+    // last, awkward ratios of rows a thousand bytes and more long.
     const Size sizes[] = {{40, 20, 80, 40},  {37, 11, 101, 29}, {64, 30, 96, 45}, {97, 33, 48, 16}, {1, 1, 9, 3},
                           {3, 2, 2, 1},      {160, 12, 20, 3},  {15, 7, 61, 23},  {33, 5, 35, 9},  {2, 9, 1, 4},
                           {96, 40, 48, 20},  {64, 32, 16, 8},   {50, 30, 25, 10}, {37, 13, 74, 26}, {75, 31, 37, 15},
@@ -37,7 +38,8 @@ TEST(PackedScaleForms, AgreeWithThePlainForm) {
                           {36, 11, 24, 11},  {23, 6, 92, 21},   {9, 5, 144, 80},  {8, 3, 256, 96}, {4, 3, 128, 96},
                           {98, 14, 49, 7},   {66, 6, 33, 3},    {2, 2, 1, 1},     {130, 4, 65, 2},
                           {1, 1, 2, 2},      {1, 3, 2, 6},      {8, 1, 16, 2},    {9, 2, 18, 4},   {16, 3, 32, 6},
-                          {17, 3, 34, 6},    {18, 5, 36, 10},   {33, 4, 66, 8},   {71, 3, 142, 6}};
+                          {17, 3, 34, 6},    {18, 5, 36, 10},   {33, 4, 66, 8},   {71, 3, 142, 6},
+                          {341, 3, 512, 5},  {400, 9, 601, 13}, {700, 5, 1051, 7}};
     std::mt19937 rng(41);
     const size_t margin = 40;
     for (const Size& s : sizes)
