@@ -56,6 +56,10 @@ struct Avx2Lanes {
         const I bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(v, _mm256_setzero_si256()), 0xD8);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(bytes));
     }
+    static I WordsLow(I v) { return _mm256_unpacklo_epi8(v, _mm256_setzero_si256()); }
+    static I WordsHigh(I v) { return _mm256_unpackhi_epi8(v, _mm256_setzero_si256()); }
+    static I Narrow16(I lo, I hi) { return _mm256_packus_epi16(lo, hi); }
+    static void StoreI(uint8_t* p, I v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
     static I LoadI(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
     static I SetU8(uint8_t v) { return _mm256_set1_epi8(static_cast<char>(v)); }
     static I SubSatU8(I a, I b) { return _mm256_subs_epu8(a, b); }

@@ -1,8 +1,9 @@
 // The sharpening passes, AVX-512 form: sixteen floats, or thirty-two 16-bit
 // lanes, to a register (the passes themselves are in sharpen_passes.h). The
 // narrowing stores take each 32-bit lane's low byte directly, which is the
-// truncation the vertical pass wants, and the mask's words are clamped
-// below at 0 before they are narrowed with unsigned saturation.
+// truncation the vertical pass wants (so it need not clear the upper bytes
+// first), and the mask's words are clamped below at 0 before they are
+// narrowed with unsigned saturation.
 #include <immintrin.h>
 
 #include "scale/sharpen_passes.h"
@@ -33,7 +34,8 @@ struct Avx512Lanes {
     static I Truncated(F v) { return _mm512_cvttps_epi32(v); }
     static F Float(I v) { return _mm512_cvtepi32_ps(v); }
     static I Low255(I v) { return _mm512_and_si512(v, _mm512_set1_epi32(255)); }
-    static void StoreBytes(uint8_t* p, I v) {
+    static void StoreBytes(uint8_t* p, I v) { StoreLowBytes(p, v); }
+    static void StoreLowBytes(uint8_t* p, I v) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(v));
     }
     static void StoreLowBytes2(uint8_t* p, I a, I b) {
@@ -56,6 +58,10 @@ struct Avx512Lanes {
         const I nonNegative = _mm512_max_epi16(v, _mm512_setzero_si512());
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvtusepi16_epi8(nonNegative));
     }
+    static I WordsLow(I v) { return _mm512_unpacklo_epi8(v, _mm512_setzero_si512()); }
+    static I WordsHigh(I v) { return _mm512_unpackhi_epi8(v, _mm512_setzero_si512()); }
+    static I Narrow16(I lo, I hi) { return _mm512_packus_epi16(lo, hi); }
+    static void StoreI(uint8_t* p, I v) { _mm512_storeu_si512(p, v); }
     static I LoadI(const uint8_t* p) { return _mm512_loadu_si512(p); }
     static I SetU8(uint8_t v) { return _mm512_set1_epi8(static_cast<char>(v)); }
     static I SubSatU8(I a, I b) { return _mm512_subs_epu8(a, b); }

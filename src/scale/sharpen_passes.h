@@ -32,10 +32,13 @@
 // Set16, Sub16, SubSat16 (unsigned, stopping at 0), Add16, MulLo16, MulHi16
 // (high halves of unsigned products), Shift16 (right by a count made by
 // Bits16) and StoreWords (16-bit lanes as bytes, clamped to 0 .. 255); and
-// over bytes: LoadI, SetU8, SubSatU8, MaxU8, MinU8, Xor, Down<k> (the
-// register moved down by k bytes, k = 32 and 16 only for registers of at
-// least twice that) and LowByte. Optionally, Align<k> (see
-// AlignsRegisters).
+// over bytes: WordsLow and WordsHigh (the low or high eight bytes of each
+// 16-byte lane widened to words), Narrow16 (two registers of words back to
+// bytes, clamped to 0 .. 255, undoing the two), StoreI, LoadI, SetU8,
+// SubSatU8, MaxU8, MinU8, Xor, Down<k> (the register moved down by k bytes,
+// k = 32 and 16 only for registers of at least twice that) and LowByte.
+// Optionally, Align<k> (see AlignsRegisters) and StoreLowBytes (see
+// NarrowsToLowBytes).
 //
 // Everything here that computes is instantiated on a lanes type private to
 // its form's file, or local to a template so instantiated: no function
@@ -249,6 +252,12 @@ void Horizontal(const uint8_t* row, int32_t width, const BlurRowTaps& taps, floa
 // kWhole, the division leaves the whole number as it is. Two registers at a
 // time go out together, their low bytes taken as they are packed: the sums
 // are far below 2^16, so packing them to 16 bits first keeps them whole.
+//
+// Lanes whose narrowing store takes each lane's low byte as it is
+// (StoreLowBytes) leave the outer truncation to it.
+template <class L>
+concept NarrowsToLowBytes = requires(uint8_t* p, typename L::I v) { L::StoreLowBytes(p, v); };
+
 template <class L, bool kWhole>
 struct ColumnBytes {
     typename L::F weight;
@@ -257,7 +266,10 @@ struct ColumnBytes {
         if constexpr (!kWhole) v = L::Low255(L::Truncated(L::Div(L::Float(L::Low255(v)), weight)));
         return v;
     }
-    void operator()(uint8_t* to, typename L::F sum) const { L::StoreBytes(to, L::Low255(Whole(sum))); }
+    void operator()(uint8_t* to, typename L::F sum) const {
+        if constexpr (NarrowsToLowBytes<L>) L::StoreLowBytes(to, Whole(sum));
+        else L::StoreBytes(to, L::Low255(Whole(sum)));
+    }
     void operator()(uint8_t* to, typename L::F sum, typename L::F next) const {
         L::StoreLowBytes2(to, Whole(sum), Whole(next));
     }
@@ -505,20 +517,38 @@ struct HalvedDivisor {
 // high or -low, is 1 to 225. The saturating differences a - b and b - a
 // give each pixel the one of d and -d that is positive and 0 for the other,
 // whose quotient is then 0; a side that does not apply divides by 0 above.
-// The sum a + up - down is clamped by the store.
+// The sum a + up - down, within -16256 .. 16511, is clamped by the store.
+//
+// A whole register of bytes at a time: the saturating differences are taken
+// on the bytes, which holds the same values as on words, and the bytes are
+// then spread to words and narrowed back in halves. Spreading takes each
+// 16-byte lane's low or high eight bytes, and narrowing two registers of
+// words puts each lane's back in that order, so the bytes come out where
+// they were; narrowing with signed saturation is the clamp to 0 .. 255.
+// What is left of the row goes in 2 * kLanes words at a time.
 template <class L>
 void Apply(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
-    constexpr int32_t W = 2 * L::kLanes;
-    const auto k510 = L::Set16(510);
+    using I = typename L::I;
+    constexpr int32_t W = sizeof(I), H = 2 * L::kLanes;
+    const I k510 = L::Set16(510);
     const HalvedDivisor<L> byHigh(high > 0 ? high : 0), byLow(low < 0 ? -low : 0);
+    auto mask = [&](I av, I up, I down) {
+        const I twice = L::Add16(av, av);
+        const I raise = byHigh.Quotient(L::MulLo16(L::Sub16(k510, twice), up));
+        const I lower = byLow.Quotient(L::MulLo16(twice, down));
+        return L::Sub16(L::Add16(av, raise), lower);
+    };
     int32_t x = 0;
     for (; x + W <= width; x += W) {
-        const auto av = L::Words(row + x), bv = L::Words(b + x);
-        const auto up = L::SubSat16(av, bv), down = L::SubSat16(bv, av);
-        const auto twice = L::Add16(av, av);
-        const auto raise = byHigh.Quotient(L::MulLo16(L::Sub16(k510, twice), up));
-        const auto lower = byLow.Quotient(L::MulLo16(twice, down));
-        L::StoreWords(row + x, L::Sub16(L::Add16(av, raise), lower));
+        const I av = L::LoadI(row + x), bv = L::LoadI(b + x);
+        const I up = L::SubSatU8(av, bv), down = L::SubSatU8(bv, av);
+        const I lo = mask(L::WordsLow(av), L::WordsLow(up), L::WordsLow(down));
+        const I hi = mask(L::WordsHigh(av), L::WordsHigh(up), L::WordsHigh(down));
+        L::StoreI(row + x, L::Narrow16(lo, hi));
+    }
+    for (; x + H <= width; x += H) {
+        const I av = L::Words(row + x), bv = L::Words(b + x);
+        L::StoreWords(row + x, mask(av, L::SubSat16(av, bv), L::SubSat16(bv, av)));
     }
     ApplySharpenPlain(row + x, b + x, width - x, high, low);
 }

@@ -61,6 +61,10 @@ struct Sse2Lanes {
     static void StoreWords(uint8_t* p, I v) {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(v, v));
     }
+    static I WordsLow(I v) { return _mm_unpacklo_epi8(v, _mm_setzero_si128()); }
+    static I WordsHigh(I v) { return _mm_unpackhi_epi8(v, _mm_setzero_si128()); }
+    static I Narrow16(I lo, I hi) { return _mm_packus_epi16(lo, hi); }
+    static void StoreI(uint8_t* p, I v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
     static I LoadI(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
     static I SetU8(uint8_t v) { return _mm_set1_epi8(static_cast<char>(v)); }
     static I SubSatU8(I a, I b) { return _mm_subs_epu8(a, b); }

@@ -337,5 +337,32 @@ TEST(SharpenForms, MaskAgreesForEveryPixelPairAndDivisor) {
     }
 }
 
+TEST(SharpenForms, MaskRowsOfEveryLengthMatchTheReference) {
+    // The mask goes a register of bytes at a time, then half a register in
+    // words, then a pixel at a time: every width up to past two AVX-512
+    // registers, so that each form ends in each of its steps, with a canary
+    // after the row, under divisors that leave one side off, the smallest
+    // and the largest.
+    std::mt19937 rng(41);
+    std::vector<uint8_t> a(160), b(a.size());
+    for (size_t i = 0; i < a.size(); ++i) a[i] = uint8_t(rng()), b[i] = uint8_t(rng());
+    const std::pair<int32_t, int32_t> sides[] = {{1, -1}, {225, -225}, {37, 0}, {0, -113}, {-2, -6}};
+    for (SimdForm f : kForms) {
+        if (HostSimdForm() < f) continue;
+        ScopedKernelChoice choice(g_cpuFeatures, f);
+        const SharpenForms forms = PickSharpenForms();
+        for (const auto& [high, low] : sides)
+            for (int32_t w = 1; w <= 150; ++w) {
+                std::vector<uint8_t> row(a.begin(), a.begin() + w);
+                row.push_back(0x3C);
+                forms.apply(row.data(), b.data(), w, high, low);
+                bool same = true;
+                for (int32_t x = 0; x < w; ++x) same = same && row[size_t(x)] == ReferenceMask(a[x], b[x], high, low);
+                EXPECT_TRUE(same) << "width " << w << " high " << high << " low " << low << " " << FormName(f);
+                EXPECT_EQ(row.back(), 0x3C) << "width " << w << " " << FormName(f);
+            }
+    }
+}
+
 }  // namespace
 }  // namespace tarn
