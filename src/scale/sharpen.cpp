@@ -116,7 +116,8 @@ void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t hi
 
 SharpenForms PickSharpenForms() {
     static constexpr SharpenForms plain = {BlurHorizontalPlain, BlurVerticalPlain, BlurVerticalPairPlain,
-                                           SharpenExtremesPlain, ApplySharpenPlain, nullptr};
+                                           SharpenExtremesPlain, ApplySharpenPlain, nullptr,
+                                           nullptr,             nullptr,           nullptr};
 #if defined(TARN_HAVE_X86_SIMD)
     static const FormEntry<SharpenForms> t[] = {
         {SimdForm::Avx512, kSharpenAvx512}, {SimdForm::Avx2, kSharpenAvx2}, {SimdForm::Sse2, kSharpenSse2},
@@ -139,9 +140,12 @@ constexpr size_t kSlack = 64;
 // consecutive rows, and the row made next replaces the one just left
 // behind. Rows whose taps all lie inside the plane go a band (or two) at a
 // time, which reads each ring row once for all of them.
+//
+// With `dealt`, in a form with the dealt horizontal pass, the rows of the
+// horizontal pass and of `out` are dealt four ways, DealtSpan(width) long.
 template <class Done>
 void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32_t height, intptr_t stride,
-              double sigma, uint8_t* out, Done done) {
+              double sigma, bool dealt, uint8_t* out, Done done) {
     float* k = nullptr;
     int32_t n = 0;
     MakeGaussianKernel(sigma, &k, &n);
@@ -151,14 +155,34 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     bool symmetric = n == 9;
     for (int32_t i = 0; i < n; ++i) symmetric = symmetric && k[i] == k[n - 1 - i];
     const int32_t band = forms.verticalBand != nullptr && symmetric ? kSharpenBandRows : 2;
-    const int32_t r = n / 2, slots = n + band - 1;
-    std::vector<float> ring(size_t(slots) * size_t(width) + kSlack);
+    const int32_t r = n / 2, slots = n + band - 1, span = dealt ? DealtSpan(width) : width;
+    std::vector<float> ring(size_t(slots) * size_t(span) + kSlack);
     std::vector<float> scratch(2 * (size_t(width) + size_t(n)) + 48 + kSlack);
     std::vector<const float*> rows(static_cast<size_t>(slots));
     std::vector<float> taps(static_cast<size_t>(n));
-    std::vector<float> weights(size_t(width) + kSlack);
-    const BlurRowTaps across = MakeBlurRowTaps(k, n, width, weights.data());
-    auto slot = [&](int32_t row) { return ring.data() + size_t(row % slots) * width; };
+    std::vector<float> weights(size_t(width) + kSlack), dealtWeights(dealt ? size_t(span) + kSlack : 0);
+    BlurRowTaps across = MakeBlurRowTaps(k, n, width, weights.data());
+    // The dealt pass is for the sharpen's own kernel; another one (none
+    // reaches here today) goes in order and is dealt afterwards.
+    const bool dealtPass = dealt && n == 9 && symmetric;
+    if (dealt) {
+        for (int32_t x = 0; x < span; ++x)
+            dealtWeights[size_t(DealtAt(x))] = x >= width ? 1.0f : x < r || x >= width - r ? weights[size_t(x)] : across.whole;
+        across.dealtWeights = dealtWeights.data();
+    }
+    std::vector<float> inOrder(dealt && !dealtPass ? size_t(width) + kSlack : 0);
+    auto horizontal = [&](const uint8_t* row, float* to) {
+        if (!dealt) {
+            forms.horizontal(row, width, across, scratch.data(), to);
+        } else if (dealtPass) {
+            forms.horizontalDealt(row, width, across, to);
+        } else {
+            forms.horizontal(row, width, across, scratch.data(), inOrder.data());
+            std::fill_n(to, span, 0.0f);
+            for (int32_t x = 0; x < width; ++x) to[DealtAt(x)] = inOrder[size_t(x)];
+        }
+    };
+    auto slot = [&](int32_t row) { return ring.data() + size_t(row % slots) * span; };
     int32_t made = 0;
     float checked = 0;
     bool keepsWholes = false;
@@ -167,7 +191,7 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
         // taps lie inside the plane.
         const int32_t more = y < r ? 0 : y + band - 1 + r < height ? band - 1 : y + 1 + r < height ? 1 : 0;
         for (; made <= std::min(height - 1, y + r + more); ++made)
-            forms.horizontal(in + made * stride, width, across, scratch.data(), slot(made));
+            horizontal(in + made * stride, slot(made));
         BlurColumnTaps column{rows.data(), taps.data(), 0, 0.0f, false};
         for (int32_t i = 0; i < n; ++i) {
             const int32_t row = y + i - r;
@@ -184,15 +208,15 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
                 keepsWholes = keepsWholes && static_cast<int32_t>(float(w) / column.weight) == w;
         }
         column.keepsWholes = keepsWholes;
-        uint8_t* to = out + size_t(y) * width;
+        uint8_t* to = out + size_t(y) * span;
         if (more > 0) {
             for (int32_t i = 1; i <= more; ++i) rows[size_t(n - 1 + i)] = slot(y + r + i);
-            if (more == 1) forms.verticalPair(column, width, to, to + width);
-            else forms.verticalBand(column, width, to);
+            if (more == 1) forms.verticalPair(column, span, to, to + span);
+            else forms.verticalBand(column, span, to);
             for (int32_t i = 0; i <= more; ++i) done(y + i);
             y += more + 1;
         } else {
-            forms.vertical(column, width, to);
+            forms.vertical(column, span, to);
             done(y++);
         }
     }
@@ -203,26 +227,31 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
 
 void GaussianBlurPlane(const uint8_t* in, int32_t width, int32_t height, double sigma, uint8_t* out) {
     if (width <= 0 || height <= 0) return;
-    BlurRows(PickSharpenForms(), in, width, height, width, sigma, out, [](int32_t) {});
+    BlurRows(PickSharpenForms(), in, width, height, width, sigma, false, out, [](int32_t) {});
 }
 
 // The mask reads the plane itself where a copy of it might be expected: each
 // pixel is read just before it is written, and nothing else reads it then.
+// Where the form has the dealt passes the blur's rows are dealt four ways,
+// which the extremes and the mask read as such.
 void SharpenPlane(uint8_t* plane, int32_t width, int32_t height, int32_t stride) {
     if (width <= 0 || height <= 0) return;
     const SharpenForms forms = PickSharpenForms();
+    const bool dealt = forms.horizontalDealt != nullptr;
+    const int32_t span = dealt ? DealtSpan(width) : width;
+    auto extremes = dealt ? forms.extremesDealt : forms.extremes;
+    auto apply = dealt ? forms.applyDealt : forms.apply;
     // Every byte of the blur is written before it is read; only the slack is
     // left over, and it is zeroed rather than the whole buffer.
-    const size_t bytes = size_t(width) * size_t(height);
+    const size_t bytes = size_t(span) * size_t(height);
     std::unique_ptr<uint8_t[]> blur(new uint8_t[bytes + kSlack]);
     std::fill_n(blur.get() + bytes, kSlack, uint8_t(0));
     int32_t largest = INT_MIN, smallest = INT_MAX;
-    BlurRows(forms, plane, width, height, stride, 1.5, blur.get(), [&](int32_t y) {
-        forms.extremes(plane + intptr_t(y) * stride, blur.get() + size_t(y) * width, width, &largest, &smallest);
+    BlurRows(forms, plane, width, height, stride, 1.5, dealt, blur.get(), [&](int32_t y) {
+        extremes(plane + intptr_t(y) * stride, blur.get() + size_t(y) * span, width, &largest, &smallest);
     });
     for (int32_t y = 0; y < height; ++y)
-        forms.apply(plane + intptr_t(y) * stride, blur.get() + size_t(y) * width, width, largest - 30,
-                    smallest + 30);
+        apply(plane + intptr_t(y) * stride, blur.get() + size_t(y) * span, width, largest - 30, smallest + 30);
 }
 
 }  // namespace tarn

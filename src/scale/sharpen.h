@@ -43,7 +43,27 @@ struct BlurRowTaps {
     float whole;
     bool nextUp;
     const float* weights;
+    // For rows dealt four ways (see SharpenForms::horizontalDealt), the
+    // weights of all the row's registers in dealt order: a pixel whose taps
+    // all lie inside the row takes `whole`, one near either end its own
+    // weight, and the padding 1. Null where rows are not dealt.
+    const float* dealtWeights = nullptr;
 };
+
+// Rows dealt four ways go in blocks of this many pixels.
+constexpr int32_t kDealtBlock = 64;
+
+// Where pixel x of a row lies once the row is dealt four ways: each block of
+// kDealtBlock pixels holds its pixels 0, 4, 8, ... first, then 1, 5, 9, ...,
+// then 2, 6, ..., then 3, 7, ...
+constexpr int32_t DealtAt(int32_t x) {
+    const int32_t in = x % kDealtBlock;
+    return x - in + (in % 4) * (kDealtBlock / 4) + in / 4;
+}
+
+// The length of a dealt row of `width` pixels: whole blocks, the last one
+// padded.
+constexpr int32_t DealtSpan(int32_t width) { return (width + kDealtBlock - 1) / kDealtBlock * kDealtBlock; }
 
 // The taps of the horizontal pass over rows of `width`; `weights` receives
 // `width` floats.
@@ -71,6 +91,15 @@ struct SharpenForms {
     // kSharpenBandRows + 8 rows, output row i reading the nine from row i
     // on. Null in forms without the registers to hold a band's sums.
     void (*verticalBand)(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
+    // The sharpen's own layout, in forms where it pays (null elsewhere):
+    // the horizontal pass for nine taps with k[t] == k[8 - t], its floats in
+    // `out` dealt four ways (see DealtAt; DealtSpan(width) of them, taps'
+    // dealtWeights set). The vertical passes work lane by lane and take such
+    // rows as they are, the blur's rows then being dealt too; the extremes
+    // and the mask take such a blur row `b` beside the plane's own row.
+    void (*horizontalDealt)(const uint8_t* row, int32_t width, const BlurRowTaps& taps, float* out);
+    void (*extremesDealt)(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
+    void (*applyDealt)(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
 };
 
 // The kernels of the form in use.

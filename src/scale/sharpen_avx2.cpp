@@ -81,6 +81,6 @@ struct Avx2Lanes {
 const SharpenForms kSharpenAvx2 = {sharpen_passes::Horizontal<Avx2Lanes>, sharpen_passes::Vertical<Avx2Lanes>,
                                   sharpen_passes::VerticalPair<Avx2Lanes>,
                                   sharpen_passes::Extremes<Avx2Lanes>, sharpen_passes::Apply<Avx2Lanes>,
-                                  nullptr};
+                                  nullptr, nullptr, nullptr, nullptr};
 
 }  // namespace tarn

@@ -464,14 +464,15 @@ int32_t MaxByte(typename L::I v) {
 // the rise a - b where a > b, else 0, and the fall b - a where b > a. The
 // largest a - b is the largest rise if there is one, else the least fall
 // negated (every a - b is then 0 or below); the smallest is the largest fall
-// negated if there is one, else the least rise.
-template <class L>
-void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
+// negated if there is one, else the least rise. `blurAt(x)` is the register
+// of b for a's pixels from x on; returns where the registers stop.
+template <class L, class BlurAt>
+int32_t ExtremesOf(const uint8_t* a, int32_t width, BlurAt blurAt, int32_t* largest, int32_t* smallest) {
     constexpr int32_t W = sizeof(typename L::I);
     auto riseMost = L::SetU8(0), fallMost = L::SetU8(0), riseLeast = L::SetU8(255), fallLeast = L::SetU8(255);
     int32_t x = 0;
     for (; x + W <= width; x += W) {
-        const auto av = L::LoadI(a + x), bv = L::LoadI(b + x);
+        const auto av = L::LoadI(a + x), bv = blurAt(x);
         const auto rise = L::SubSatU8(av, bv), fall = L::SubSatU8(bv, av);
         riseMost = L::MaxU8(riseMost, rise);
         riseLeast = L::MinU8(riseLeast, rise);
@@ -486,6 +487,12 @@ void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* larges
         *largest = std::max(*largest, mostRise > 0 ? mostRise : -leastFall);
         *smallest = std::min(*smallest, mostFall > 0 ? -mostFall : leastRise);
     }
+    return x;
+}
+
+template <class L>
+void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
+    const int32_t x = ExtremesOf<L>(a, width, [b](int32_t x) { return L::LoadI(b + x); }, largest, smallest);
     SharpenExtremesPlain(a + x, b + x, width - x, largest, smallest);
 }
 
@@ -527,28 +534,40 @@ struct HalvedDivisor {
 // they were; narrowing with signed saturation is the clamp to 0 .. 255.
 // What is left of the row goes in 2 * kLanes words at a time.
 template <class L>
-void Apply(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
+typename L::I MaskWords(const HalvedDivisor<L>& byHigh, const HalvedDivisor<L>& byLow, typename L::I av,
+                        typename L::I up, typename L::I down) {
+    const auto twice = L::Add16(av, av);
+    const auto raise = byHigh.Quotient(L::MulLo16(L::Sub16(L::Set16(510), twice), up));
+    const auto lower = byLow.Quotient(L::MulLo16(twice, down));
+    return L::Sub16(L::Add16(av, raise), lower);
+}
+
+// `blurAt(x)` is the register of b for the row's pixels from x on.
+template <class L, class BlurAt>
+int32_t ApplyOf(uint8_t* row, int32_t width, BlurAt blurAt, int32_t high, int32_t low) {
     using I = typename L::I;
-    constexpr int32_t W = sizeof(I), H = 2 * L::kLanes;
-    const I k510 = L::Set16(510);
+    constexpr int32_t W = sizeof(I);
     const HalvedDivisor<L> byHigh(high > 0 ? high : 0), byLow(low < 0 ? -low : 0);
-    auto mask = [&](I av, I up, I down) {
-        const I twice = L::Add16(av, av);
-        const I raise = byHigh.Quotient(L::MulLo16(L::Sub16(k510, twice), up));
-        const I lower = byLow.Quotient(L::MulLo16(twice, down));
-        return L::Sub16(L::Add16(av, raise), lower);
-    };
     int32_t x = 0;
     for (; x + W <= width; x += W) {
-        const I av = L::LoadI(row + x), bv = L::LoadI(b + x);
+        const I av = L::LoadI(row + x), bv = blurAt(x);
         const I up = L::SubSatU8(av, bv), down = L::SubSatU8(bv, av);
-        const I lo = mask(L::WordsLow(av), L::WordsLow(up), L::WordsLow(down));
-        const I hi = mask(L::WordsHigh(av), L::WordsHigh(up), L::WordsHigh(down));
+        const I lo = MaskWords<L>(byHigh, byLow, L::WordsLow(av), L::WordsLow(up), L::WordsLow(down));
+        const I hi = MaskWords<L>(byHigh, byLow, L::WordsHigh(av), L::WordsHigh(up), L::WordsHigh(down));
         L::StoreI(row + x, L::Narrow16(lo, hi));
     }
+    return x;
+}
+
+template <class L>
+void Apply(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
+    using I = typename L::I;
+    constexpr int32_t H = 2 * L::kLanes;
+    int32_t x = ApplyOf<L>(row, width, [b](int32_t x) { return L::LoadI(b + x); }, high, low);
+    const HalvedDivisor<L> byHigh(high > 0 ? high : 0), byLow(low < 0 ? -low : 0);
     for (; x + H <= width; x += H) {
         const I av = L::Words(row + x), bv = L::Words(b + x);
-        L::StoreWords(row + x, mask(av, L::SubSat16(av, bv), L::SubSat16(bv, av)));
+        L::StoreWords(row + x, MaskWords<L>(byHigh, byLow, av, L::SubSat16(av, bv), L::SubSat16(bv, av)));
     }
     ApplySharpenPlain(row + x, b + x, width - x, high, low);
 }

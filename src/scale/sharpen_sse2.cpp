@@ -81,6 +81,6 @@ struct Sse2Lanes {
 const SharpenForms kSharpenSse2 = {sharpen_passes::Horizontal<Sse2Lanes>, sharpen_passes::Vertical<Sse2Lanes>,
                                   sharpen_passes::VerticalPair<Sse2Lanes>,
                                   sharpen_passes::Extremes<Sse2Lanes>, sharpen_passes::Apply<Sse2Lanes>,
-                                  nullptr};
+                                  nullptr, nullptr, nullptr, nullptr};
 
 }  // namespace tarn

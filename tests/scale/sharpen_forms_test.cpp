@@ -364,5 +364,97 @@ TEST(SharpenForms, MaskRowsOfEveryLengthMatchTheReference) {
     }
 }
 
+TEST(SharpenForms, DealtOrderDealsEachBlockFourWays) {
+    // Pixel 4j + q of a block at 16q + j of it: every position of the
+    // padded row taken once, and the block's pixels kept within it.
+    for (const int32_t w : {1, 63, 64, 65, 200}) {
+        const int32_t span = DealtSpan(w);
+        ASSERT_EQ(span % kDealtBlock, 0);
+        ASSERT_GE(span, w);
+        ASSERT_LT(span - w, kDealtBlock);
+        std::vector<int> seen(static_cast<size_t>(span));
+        for (int32_t x = 0; x < span; ++x) {
+            const int32_t at = DealtAt(x), in = x % 64;
+            ASSERT_EQ(at, x - in + 16 * (in % 4) + in / 4) << x;
+            ++seen[size_t(at)];
+        }
+        EXPECT_EQ(std::count(seen.begin(), seen.end(), 1), span) << w;
+    }
+}
+
+TEST(SharpenForms, DealtPassesMatchThePlainFormsInOrder) {
+    // The forms with dealt rows against the plain passes, put in dealt order
+    // by position: the horizontal pass for every width up to past three
+    // blocks (ends inside the first block, straddling two, or at a block's
+    // end), the extremes and the mask over a dealt blur row, with a canary
+    // after each row.
+    float* k = nullptr;
+    int32_t n = 0;
+    MakeGaussianKernel(1.5, &k, &n);
+    ASSERT_EQ(n, 9);
+    std::mt19937 rng(64);
+    for (SimdForm f : kForms) {
+        if (HostSimdForm() < f) continue;
+        ScopedKernelChoice choice(g_cpuFeatures, f);
+        const SharpenForms forms = PickSharpenForms();
+        if (forms.horizontalDealt == nullptr) continue;
+        for (int32_t w = 1; w <= 200; ++w) {
+            const int32_t span = DealtSpan(w);
+            std::vector<uint8_t> a(static_cast<size_t>(w)), bInOrder(a.size()), bDealt(static_cast<size_t>(span), 0x77);
+            for (size_t i = 0; i < a.size(); ++i) a[i] = uint8_t(rng()), bInOrder[i] = uint8_t(rng());
+            if (w % 3 == 0) std::fill(a.begin(), a.end(), uint8_t(9));
+            for (int32_t x = 0; x < w; ++x) bDealt[size_t(DealtAt(x))] = bInOrder[size_t(x)];
+            const std::string at = "width " + std::to_string(w) + " " + FormName(f);
+
+            std::vector<float> weights(static_cast<size_t>(w)), plain(static_cast<size_t>(w));
+            BlurRowTaps taps = MakeBlurRowTaps(k, n, w, weights.data());
+            std::vector<float> dealtWeights(static_cast<size_t>(span));
+            for (int32_t x = 0; x < span; ++x)
+                dealtWeights[size_t(DealtAt(x))] = x >= w ? 1.0f : x < 4 || x >= w - 4 ? weights[size_t(x)] : taps.whole;
+            taps.dealtWeights = dealtWeights.data();
+            BlurHorizontalPlain(a.data(), w, taps, nullptr, plain.data());
+            std::vector<float> out(size_t(span) + 1, -1.0f);
+            forms.horizontalDealt(a.data(), w, taps, out.data());
+            bool same = true;
+            for (int32_t x = 0; x < w; ++x) same = same && out[size_t(DealtAt(x))] == plain[size_t(x)];
+            EXPECT_TRUE(same) << at;
+            EXPECT_EQ(out.back(), -1.0f) << at;
+
+            int32_t largest = INT_MIN, smallest = INT_MAX, l = INT_MIN, sm = INT_MAX;
+            SharpenExtremesPlain(a.data(), bInOrder.data(), w, &largest, &smallest);
+            forms.extremesDealt(a.data(), bDealt.data(), w, &l, &sm);
+            EXPECT_EQ(l, largest) << at;
+            EXPECT_EQ(sm, smallest) << at;
+
+            std::vector<uint8_t> expected = a, row = a;
+            row.push_back(0x3C);
+            ApplySharpenPlain(expected.data(), bInOrder.data(), w, 20, -50);
+            forms.applyDealt(row.data(), bDealt.data(), w, 20, -50);
+            EXPECT_TRUE(std::equal(expected.begin(), expected.end(), row.begin())) << at;
+            EXPECT_EQ(row.back(), 0x3C) << at;
+        }
+    }
+    delete[] k;
+}
+
+TEST(SharpenForms, PlanesOfEveryWidthAroundTheBlocksMatchTheReference) {
+    // Whole sharpens of planes tall enough for a band of rows, at every
+    // width from inside the first dealt block to past the third.
+    std::mt19937 rng(65);
+    for (int32_t w = 1; w <= 200; w += (w < 60 ? 7 : 1)) {
+        const int32_t h = 21;
+        std::vector<uint8_t> tight(size_t(w) * h);
+        for (uint8_t& v : tight) v = uint8_t(rng() % 64 + (rng() % 5 == 0 ? 160 : 0));
+        const std::vector<uint8_t> expected = ReferenceSharpen(tight, w, h);
+        for (SimdForm f : kForms) {
+            if (HostSimdForm() < f) continue;
+            ScopedKernelChoice choice(g_cpuFeatures, f);
+            std::vector<uint8_t> plane = tight;
+            SharpenPlane(plane.data(), w, h, w);
+            EXPECT_EQ(plane, expected) << "width " << w << " " << FormName(f);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace tarn
