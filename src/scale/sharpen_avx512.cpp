@@ -198,24 +198,30 @@ __m512i InOrder(__m512i dealt) {
     return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(quarters, dealt), bytes);
 }
 
-// Whole blocks go in registers; the row's last, partial block is put in
-// order into a copy for the plain form.
+// The blocks of a dealt blur row in order: whole blocks go in registers,
+// and the row's last, partial block is put in order into a copy for the
+// plain form.
+struct BlurInOrder {
+    const uint8_t* b;
+    __m512i operator()(int32_t x) const { return InOrder(_mm512_loadu_si512(b + x)); }
+    const uint8_t* Copy(int32_t x, uint8_t* to) const {
+        _mm512_store_si512(to, (*this)(x));
+        return to;
+    }
+};
+
 void ExtremesDealt(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
-    auto at = [b](int32_t x) { return InOrder(_mm512_loadu_si512(b + x)); };
+    const BlurInOrder at{b};
     const int32_t x = sharpen_passes::ExtremesOf<Avx512Lanes>(a, width, at, largest, smallest);
-    if (x == width) return;
     alignas(64) uint8_t last[kDealtBlock];
-    _mm512_store_si512(last, at(x));
-    SharpenExtremesPlain(a + x, last, width - x, largest, smallest);
+    if (x < width) SharpenExtremesPlain(a + x, at.Copy(x, last), width - x, largest, smallest);
 }
 
 void ApplyDealt(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
-    auto at = [b](int32_t x) { return InOrder(_mm512_loadu_si512(b + x)); };
+    const BlurInOrder at{b};
     const int32_t x = sharpen_passes::ApplyOf<Avx512Lanes>(row, width, at, high, low);
-    if (x == width) return;
     alignas(64) uint8_t last[kDealtBlock];
-    _mm512_store_si512(last, at(x));
-    ApplySharpenPlain(row + x, last, width - x, high, low);
+    if (x < width) ApplySharpenPlain(row + x, at.Copy(x, last), width - x, high, low);
 }
 
 }  // namespace
