@@ -244,8 +244,9 @@ void RegisterResizes() {
 // The float work alone of the planar sharpen's blur over the 1080p luma
 // plane (blur_floor.h), beside the peer's whole scale of the frame for each
 // factor of the YUV420 p-sharpen rows, and the bytes alone that the YUV422
-// 1/2 rows must read and write (bytes_floor.h): where such a ratio is above
-// 1, the stated work by itself costs more than the peer's scale.
+// 1/2 and RGB32 2/1 rows must read and write (bytes_floor.h): where such a
+// ratio is above 1, the stated work by itself costs more than the peer's
+// scale.
 void RegisterFloors() {
 #if defined(TARN_BENCH_BLUR_FLOOR)
     if (!__builtin_cpu_supports("avx2")) return;
@@ -299,6 +300,31 @@ void RegisterFloors() {
         };
         Register(std::string("Floor/YUV422/bytes/1-2/") + filterName, peerName, ours, peer,
                  (FrameBytes(packed, kW, kH) + FrameBytes(packed, kW / 2, kH / 2)) / 2);
+    }
+    // A 4-byte frame resized to twice its size into the caller's memory:
+    // the caller's buffer is painted as a planar picture of the target's
+    // stride, and the rows the scaler stores whole are left out of the
+    // paint, so every byte of the stride x height x 3 / 2 is written once
+    // (the rows, then the 128s of the rest), and the source read once. Those
+    // bytes alone, the rows' written around the caches, beside the peer's
+    // nearest scale and the case's own copy column.
+    {
+        const Format& rgb = kFormats[1];
+        const int dw = 2 * kW, dh = 2 * kH;
+        const size_t painted = size_t(StrideOf(rgb, dw)) * dh * 3 / 2;
+        uint8_t* to = Scratch(0, painted).data();
+        std::string peerName;
+        const std::function<void()> peer = PeerScale(rgb, dw, dh, libyuv::kFilterNone,
+                                                     Scratch(1, FrameBytes(rgb, dw, dh)).data(), peerName);
+        auto ours = [rgb, to, painted] {
+            uint8_t* in = nullptr;
+            if (Source(rgb)->GetPixels(&in) != VED_S_OK) return false;
+            const size_t rows = FrameBytes(rgb, 2 * kW, 2 * kH);
+            benchmark::DoNotOptimize(
+                tarn::bench::BytesFloorStreamed(in, FrameBytes(rgb, kW, kH), to, rows, painted, 0x80));
+            return true;
+        };
+        Register("Floor/RGB32/bytes/2-1", peerName, ours, peer, (FrameBytes(rgb, kW, kH) + FrameBytes(rgb, dw, dh)) / 2);
     }
 #endif
 }
