@@ -1,5 +1,5 @@
-// Plain forms of the nearest 4-byte row and the streaming row store, and the
-// tables that pick a fast form.
+// Plain forms of the nearest 4-byte and 3-byte rows and the streaming row
+// store, and the tables that pick a fast form.
 #include "scale/nearest_rows.h"
 
 #include <cstring>
@@ -43,26 +43,38 @@ uint32_t UniformStep(const uint32_t* co, uint32_t len) {
     return step;
 }
 
-NearestRow44Fn PickNearestRow44(bool stream, uint32_t step) {
+void NearestCopies44Plain(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const uint8_t* row, const uint32_t* co,
+                          uint32_t len, uint32_t readable, const uint8_t* ahead) {
+    for (uint32_t c = 0; c < copies; ++c) NearestRow44Plain(dst + pitch * ptrdiff_t(c), row, co, len, readable, ahead);
+}
+
+NearestCopies44Fn PickNearestCopies44() {
+#if defined(TARN_HAVE_X86_SIMD)
+    static constexpr FormEntry<NearestCopies44Fn> t[] = {{SimdForm::Avx2, NearestCopies44Avx2},
+                                                         {SimdForm::Plain, NearestCopies44Plain}};
+    static_assert(EndsInPlainForm(t));
+    return PickForm(t);
+#else
+    return NearestCopies44Plain;
+#endif
+}
+
+NearestRow44Fn PickNearestRow44(uint32_t step) {
 #if defined(TARN_HAVE_X86_SIMD)
     static constexpr FormEntry<NearestRow44Fn> t[] = {{SimdForm::Avx2, NearestRow44Avx2},
                                                       {SimdForm::Plain, NearestRow44Plain}};
-    static constexpr FormEntry<NearestRow44Fn> streamed[] = {{SimdForm::Avx2, NearestRow44StreamAvx2},
-                                                             {SimdForm::Plain, NearestRow44Plain}};
     static constexpr FormEntry<NearestRow44Fn> halves[] = {{SimdForm::Avx2, NearestRow44HalvesAvx2},
                                                            {SimdForm::Plain, NearestRow44Plain}};
     static constexpr FormEntry<NearestRow44Fn> quarters[] = {{SimdForm::Avx2, NearestRow44QuartersAvx2},
                                                              {SimdForm::Plain, NearestRow44Plain}};
-    static_assert(EndsInPlainForm(t) && EndsInPlainForm(streamed) && EndsInPlainForm(halves) &&
-                  EndsInPlainForm(quarters));
-    if (stream) return PickForm(streamed);
+    static_assert(EndsInPlainForm(t) && EndsInPlainForm(halves) && EndsInPlainForm(quarters));
     switch (step) {
         case 8: return PickForm(halves);
         case 16: return PickForm(quarters);
         default: return PickForm(t);
     }
 #else
-    (void)stream, (void)step;
+    (void)step;
     return NearestRow44Plain;
 #endif
 }

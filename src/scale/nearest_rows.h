@@ -1,5 +1,5 @@
-// The row kernel of the 4-byte nearest driver, and the row store the 4-byte
-// fade grid uses for large targets.
+// The row kernels of the 4-byte and 3-byte nearest drivers, and the row
+// store the 4-byte fade grid uses for large targets.
 #pragma once
 
 #include <cstddef>
@@ -16,13 +16,21 @@ using NearestRow44Fn = void (*)(uint8_t* dst, const uint8_t* row, const uint32_t
                                 uint32_t readable, const uint8_t* ahead);
 void NearestRow44Plain(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
                        const uint8_t* ahead);
-// `stream`: a form for targets written through the streaming store (the same
-// bytes, stored around the caches). Its rows are ordered with what follows
-// by one FinishStreamedRows once the last is written.
 // `step`: the distance in bytes between the samples of successive pixels
 // when every pair of the column table keeps it (UniformStep), for forms that
 // serve whole-factor shrinks; 0 otherwise.
-NearestRow44Fn PickNearestRow44(bool stream, uint32_t step = 0);
+NearestRow44Fn PickNearestRow44(uint32_t step = 0);
+
+// The same row into `copies` (at least 1) target rows `pitch` bytes apart,
+// for targets written through the streaming store (the same bytes, stored
+// around the caches): an enlargement repeats a row, which is gathered once
+// and stored to each of its target rows. The rows are ordered with what
+// follows by one FinishStreamedRows once the last is written.
+using NearestCopies44Fn = void (*)(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const uint8_t* row,
+                                   const uint32_t* co, uint32_t len, uint32_t readable, const uint8_t* ahead);
+void NearestCopies44Plain(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const uint8_t* row, const uint32_t* co,
+                          uint32_t len, uint32_t readable, const uint8_t* ahead);
+NearestCopies44Fn PickNearestCopies44();
 // The one distance between successive offsets of the table, 0 when they
 // differ (or the table has fewer than two).
 uint32_t UniformStep(const uint32_t* co, uint32_t len);
@@ -53,8 +61,8 @@ inline bool StreamsTarget(size_t targetBytes) { return targetBytes >= (size_t(12
 #if defined(TARN_HAVE_X86_SIMD)
 void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
                       const uint8_t* ahead);
-void NearestRow44StreamAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
-                            const uint8_t* ahead);
+void NearestCopies44Avx2(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const uint8_t* row, const uint32_t* co,
+                         uint32_t len, uint32_t readable, const uint8_t* ahead);
 // Tables of one step of 2 or 4 pixels only.
 void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
                             const uint8_t* ahead);

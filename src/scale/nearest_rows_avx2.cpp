@@ -5,11 +5,13 @@
 // would pass the end of the source row, are loaded one by one. (Gathers are
 // slower than this here.) Samples further apart than two windows in a shrink
 // that skips rows are copied one by one while the next row is fetched.
-// The streamed form gives the same bytes with stores that bypass the caches
-// and leaves the fence to its caller, once the whole target is written: a
-// fence per row waits for each row to reach memory before the next begins.
+// The streamed form gives the same bytes with stores that bypass the caches,
+// each group stored to every target row that repeats the row, and leaves the
+// fence to its caller, once the whole target is written: a fence per row
+// waits for each row to reach memory before the next begins.
 #include <immintrin.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "scale/nearest_rows.h"
@@ -66,36 +68,66 @@ inline __m256i Group(const uint8_t* row, const uint32_t* co, uint32_t readable) 
 
 inline void Fetch(const uint8_t* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 
+// Target rows a streamed group goes to: `copies` rows `pitch` bytes apart.
+struct Copies {
+    ptrdiff_t pitch;
+    uint32_t count;
+};
+
 // kFetch: the group's pixels at which the row ahead is asked for, every
 // kFetch-th one (0: none).
 template <bool kOne, bool kStream, uint32_t kFetch>
 uint32_t Groups(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x, uint32_t len, uint32_t readable,
-                const uint8_t* ahead) {
+                const uint8_t* ahead, Copies copies = {0, 1}) {
     for (; x + 8 <= len; x += 8) {
         if constexpr (kFetch != 0)
             for (uint32_t i = 0; i < 8; i += kFetch) Fetch(ahead + co[x + i]);
-        __m256i* d = reinterpret_cast<__m256i*>(dst + 4 * size_t(x));
+        uint8_t* d = dst + 4 * size_t(x);
         const __m256i v = Group<kOne>(row, co + x, readable);
-        if (kStream) _mm256_stream_si256(d, v);
-        else _mm256_storeu_si256(d, v);
+        if constexpr (kStream)
+            for (uint32_t c = 0; c < copies.count; ++c, d += copies.pitch)
+                _mm256_stream_si256(reinterpret_cast<__m256i*>(d), v);
+        else
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), v);
     }
     return x;
 }
 
-// kStream: stores that bypass the caches, from the first 32-byte boundary of
-// the row on (a row not on a 4-byte boundary keeps plain stores throughout).
-template <bool kStream>
+// Pixels [x, end) of the row, one by one, into every copy.
+inline void CopyPixels(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x, uint32_t end,
+                       Copies copies) {
+    for (uint32_t c = 0; c < copies.count; ++c, dst += copies.pitch)
+        for (uint32_t i = x; i < end; ++i) CopyPixel(dst + 4 * size_t(i), row + co[i]);
+}
+
+// The streamed rows: stores that bypass the caches from the first 32-byte
+// boundary of the row on, into every copy at once where the copies share
+// that boundary (a pitch of whole 32-byte lines); otherwise copy by copy,
+// and a row not on a 4-byte boundary keeps plain stores throughout.
+void StreamedRows(uint8_t* dst, Copies copies, const uint8_t* row, const uint32_t* co, uint32_t len,
+                  uint32_t readable, const uint8_t* ahead) {
+    if (copies.count > 1 && copies.pitch % 32) {
+        for (uint32_t c = 0; c < copies.count; ++c, dst += copies.pitch)
+            StreamedRows(dst, {0, 1}, row, co, len, readable, ahead);
+        return;
+    }
+    if (reinterpret_cast<uintptr_t>(dst) % 4) {
+        for (uint32_t c = 0; c < copies.count; ++c, dst += copies.pitch)
+            NearestRow44Avx2(dst, row, co, len, readable, ahead);
+        return;
+    }
+    const uint32_t head = std::min(len, uint32_t(-reinterpret_cast<uintptr_t>(dst) % 32 / 4));
+    CopyPixels(dst, row, co, 0, head, copies);
+    const uint32_t x = Windows(co, len) == 1 ? Groups<true, true, 0>(dst, row, co, head, len, readable, ahead, copies)
+                                             : Groups<false, true, 0>(dst, row, co, head, len, readable, ahead, copies);
+    CopyPixels(dst, row, co, x, len, copies);
+}
+
 void Row(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
          const uint8_t* ahead) {
     uint32_t x = 0;
     const int windows = Windows(co, len);
-    const bool stream = kStream && reinterpret_cast<uintptr_t>(dst) % 4 == 0;
-    if (stream) {
-        for (; x < len && reinterpret_cast<uintptr_t>(dst + 4 * size_t(x)) % 32; ++x)
-            CopyPixel(dst + 4 * size_t(x), row + co[x]);
-        x = windows == 1 ? Groups<true, true, 0>(dst, row, co, x, len, readable, ahead)
-                         : Groups<false, true, 0>(dst, row, co, x, len, readable, ahead);
-    } else if (windows == 1 || !ahead) {
+    if (windows == 1 || !ahead) {
         x = windows == 1 ? Groups<true, false, 0>(dst, row, co, x, len, readable, ahead)
                          : Groups<false, false, 0>(dst, row, co, x, len, readable, ahead);
     } else {
@@ -180,12 +212,12 @@ void NearestRow44QuartersAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* 
 
 void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
                       const uint8_t* ahead) {
-    Row<false>(dst, row, co, len, readable, ahead);
+    Row(dst, row, co, len, readable, ahead);
 }
 
-void NearestRow44StreamAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
-                            const uint8_t* ahead) {
-    Row<true>(dst, row, co, len, readable, ahead);
+void NearestCopies44Avx2(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const uint8_t* row, const uint32_t* co,
+                         uint32_t len, uint32_t readable, const uint8_t* ahead) {
+    StreamedRows(dst, {pitch, copies}, row, co, len, readable, ahead);
 }
 
 }  // namespace tarn

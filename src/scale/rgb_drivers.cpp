@@ -47,25 +47,39 @@ const uint8_t* SkippedAhead(const ScaleRequest& r, const AxisTable& rows, uint32
 
 // Nearest rows of 4-byte pixels through the row kernel's fast form. A row
 // that repeats the one above is a copy of it; in a large target apart from
-// its source it is gathered again and stored around the caches instead,
-// which costs less than reading the row above back from memory.
+// its source the rows that share a source row are gathered once and stored
+// around the caches to each of them instead, which costs less than reading
+// the row above back from memory.
 void NearestRows44(const ScaleRequest& r, const DriverTables& t, bool reuse) {
     const uint32_t w = r.target.width, h = r.target.height;
     const size_t rowBytes = size_t(w) * 4;
-    const bool stream = reuse && StreamsTarget(rowBytes * h);
-    const NearestRow44Fn gather = PickNearestRow44(stream, UniformStep(t.cols.offsets, w));
-    const StreamRowFn copy = stream ? PickStreamRow() : StreamRowPlain;
+    if (reuse && StreamsTarget(rowBytes * h)) {
+        const NearestCopies44Fn gather = PickNearestCopies44();
+        const StreamRowFn copy = PickStreamRow();
+        for (uint32_t y = 0, n = 1; y < h; y += n) {
+            for (n = 1; y + n < h && t.rows.offsets[y + n] == t.rows.offsets[y];) ++n;
+            uint8_t* d = TargetRow(r.target.pixels, r.target.stride, y);
+            const uint8_t* s = SourceRow(r.source.pixels, t.rows, y);
+            if (w == r.source.width)  // whole rows; the column table is ignored
+                for (uint32_t c = 0; c < n; ++c) copy(TargetRow(d, r.target.stride, c), s, rowBytes);
+            else
+                gather(d, r.target.stride, n, s, t.cols.offsets, w, r.source.width * 4,
+                       SkippedAhead(r, t.rows, y + n - 1));
+        }
+        FinishStreamedRows();
+        return;
+    }
+    const NearestRow44Fn gather = PickNearestRow44(UniformStep(t.cols.offsets, w));
     for (uint32_t y = 0; y < h; ++y) {
         uint8_t* d = TargetRow(r.target.pixels, r.target.stride, y);
         const uint8_t* s = SourceRow(r.source.pixels, t.rows, y);
-        if (!stream && reuse && y > 0 && t.rows.offsets[y] == t.rows.offsets[y - 1])
+        if (reuse && y > 0 && t.rows.offsets[y] == t.rows.offsets[y - 1])
             std::memcpy(d, TargetRow(r.target.pixels, r.target.stride, y - 1), rowBytes);
         else if (w == r.source.width)  // whole rows; the column table is ignored
-            copy(d, s, rowBytes);
+            std::memcpy(d, s, rowBytes);
         else
             gather(d, s, t.cols.offsets, w, r.source.width * 4, SkippedAhead(r, t.rows, y));
     }
-    if (stream) FinishStreamedRows();
 }
 
 template <uint32_t SB, uint32_t DB>

@@ -17,36 +17,42 @@ namespace {
 constexpr uint8_t kCanary = 0xA7;
 
 #if defined(TARN_HAVE_X86_SIMD)
+// Offsets at random (any order, repeats), and rising by steps of `least` to
+// `most` pixels up to the row's end: repeats and single steps (an
+// enlargement, one window per eight pixels), the same with a jump of 9 every
+// 29 steps (rows that try one window first, with groups that need two or
+// none), steps up to 3 (mostly two windows), exact halving, and steps of 4
+// to 9 (no window).
+struct Steps {
+    uint32_t least, most, jumpEvery;
+};
+constexpr Steps kRandom{0, 0, 0};
+constexpr Steps kStepKinds[] = {kRandom, {0, 1, 0}, {0, 1, 29}, {0, 3, 0}, {2, 2, 0}, {4, 9, 0}};
+
+// A column table of `len` offsets into a row of `width` 4-byte pixels.
+std::vector<uint32_t> Columns(Steps steps, uint32_t width, uint32_t len, std::mt19937& rng) {
+    const bool rising = steps.most > 0;
+    std::vector<uint32_t> co(len + 8);
+    uint32_t sample = rng() % 8;
+    for (size_t i = 0; i < co.size(); ++i) {
+        co[i] = rising ? std::min(sample, width - 1) * 4 : rng() % width * 4;
+        if (rising) sample += steps.least + rng() % (steps.most - steps.least + 1);
+        if (steps.jumpEvery && i % steps.jumpEvery == steps.jumpEvery - 1) sample += 9;
+    }
+    return co;
+}
+
 TEST(NearestRows, WindowsMatchPlain) {
     if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
     std::mt19937 rng(7);
-    // Offsets at random (any order, repeats), and rising by steps of `least`
-    // to `most` pixels up to the row's end: repeats and single steps (an
-    // enlargement, one window per eight pixels), the same with a jump of 9
-    // every 29 steps (rows that try one window first, with groups that need
-    // two or none), steps up to 3 (mostly two windows), exact halving, and
-    // steps of 4 to 9 (no window).
-    struct Steps {
-        uint32_t least, most, jumpEvery;
-    };
-    const Steps kRandom{0, 0, 0};
     // A narrow source row, whose end most rising rows reach, and a wide one.
     for (const uint32_t width : {70u, 700u})
-    for (uint32_t len : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 63u, 64u})
-        for (const Steps steps :
-             {kRandom, Steps{0, 1, 0}, Steps{0, 1, 29}, Steps{0, 3, 0}, Steps{2, 2, 0}, Steps{4, 9, 0}}) {
-            auto src = test::RandomBytes(width * 4, rng);  // no slack: a read past the row shows under ASan
-            const bool rising = steps.most > 0;
-            std::vector<uint32_t> co(len + 8);
-            uint32_t sample = rng() % 8;
-            for (size_t i = 0; i < co.size(); ++i) {
-                co[i] = rising ? std::min(sample, width - 1) * 4 : rng() % width * 4;
-                if (rising) sample += steps.least + rng() % (steps.most - steps.least + 1);
-                if (steps.jumpEvery && i % steps.jumpEvery == steps.jumpEvery - 1) sample += 9;
-            }
-            // Targets at every 4-byte phase of a 32-byte line (the streamed form
-            // stores plainly up to the line), and off the 4-byte grid.
-            for (const NearestRow44Fn fast : {NearestRow44Avx2, NearestRow44StreamAvx2})
+        for (uint32_t len : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 63u, 64u})
+            for (const Steps steps : kStepKinds) {
+                auto src = test::RandomBytes(width * 4, rng);  // no slack: a read past the row shows under ASan
+                const std::vector<uint32_t> co = Columns(steps, width, len, rng);
+                // Targets at every 4-byte phase of a 32-byte line, and off the
+                // 4-byte grid.
                 for (size_t at : {32u, 36u, 44u, 60u, 33u}) {
                     alignas(32) uint8_t a[64 * 4 + 96], b[64 * 4 + 96];
                     std::memset(a, kCanary, sizeof a);
@@ -54,7 +60,7 @@ TEST(NearestRows, WindowsMatchPlain) {
                     // A row to fetch ahead, given at most phases, changes no byte.
                     const uint8_t* ahead = at % 8 ? src.data() : nullptr;
                     NearestRow44Plain(a + at, src.data(), co.data(), len, width * 4, nullptr);
-                    fast(b + at, src.data(), co.data(), len, width * 4, ahead);
+                    NearestRow44Avx2(b + at, src.data(), co.data(), len, width * 4, ahead);
                     ASSERT_EQ(0, std::memcmp(a, b, sizeof a))
                         << width << " wide, " << len << " long, steps " << steps.least << "-" << steps.most << "/"
                         << steps.jumpEvery << " at " << at;
@@ -62,7 +68,53 @@ TEST(NearestRows, WindowsMatchPlain) {
                     ASSERT_EQ(a[at - 1], kCanary);
                     ASSERT_EQ(a[at + 4 * len], kCanary);
                 }
-        }
+            }
+}
+
+// The streamed rows: one to three copies of a row, at pitches of whole
+// 32-byte lines (the copies stored together), of a part of one (copy by
+// copy), off the 4-byte grid, and downwards; every copy holds the row's
+// samples and nothing between or around the copies is written.
+TEST(NearestRows, StreamedCopiesMatchPlain) {
+    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+    std::mt19937 rng(17);
+    constexpr size_t kRoom = 3 * 320 + 160;
+    for (const uint32_t width : {70u, 700u})
+        for (uint32_t len : {0u, 1u, 7u, 9u, 17u, 64u})
+            for (const Steps steps : kStepKinds) {
+                auto src = test::RandomBytes(width * 4, rng);  // no slack
+                const std::vector<uint32_t> co = Columns(steps, width, len, rng);
+                for (const ptrdiff_t pitch : {288, 292, 301, -320})
+                    for (uint32_t copies : {1u, 2u, 3u})
+                        for (size_t at : {32u, 44u, 60u, 33u}) {
+                            alignas(32) uint8_t a[kRoom], b[kRoom];
+                            std::memset(a, kCanary, sizeof a);
+                            std::memset(b, kCanary, sizeof b);
+                            const size_t first = at + (pitch < 0 ? size_t(-pitch) * 2 : 0);
+                            const uint8_t* ahead = at % 8 ? src.data() : nullptr;
+                            NearestCopies44Plain(a + first, pitch, copies, src.data(), co.data(), len, width * 4,
+                                                 nullptr);
+                            NearestCopies44Avx2(b + first, pitch, copies, src.data(), co.data(), len, width * 4,
+                                                ahead);
+                            StreamFenceSse2();
+                            ASSERT_EQ(0, std::memcmp(a, b, sizeof a))
+                                << width << " wide, " << len << " long, steps " << steps.least << "-" << steps.most
+                                << "/" << steps.jumpEvery << ", pitch " << pitch << " x" << copies << " at " << at;
+                            std::vector<bool> inside(sizeof a);
+                            for (uint32_t c = 0; c < copies; ++c) {
+                                const size_t row = first + size_t(pitch * ptrdiff_t(c));
+                                for (uint32_t x = 0; x < len; ++x)
+                                    ASSERT_EQ(0, std::memcmp(a + row + 4 * x, &src[co[x]], 4)) << c << " " << x;
+                                std::fill(inside.begin() + ptrdiff_t(row), inside.begin() + ptrdiff_t(row + 4 * len),
+                                          true);
+                            }
+                            for (size_t i = 0; i < sizeof a; ++i) {
+                                if (!inside[i]) {
+                                    ASSERT_EQ(a[i], kCanary) << "byte " << i << " outside the copies";
+                                }
+                            }
+                        }
+            }
 }
 
 // Forms for tables of one step: rows that end at their last sample (the last
