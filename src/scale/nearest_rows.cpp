@@ -50,7 +50,8 @@ void NearestCopies44Plain(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const 
 
 NearestCopies44Fn PickNearestCopies44() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static constexpr FormEntry<NearestCopies44Fn> t[] = {{SimdForm::Avx2, NearestCopies44Avx2},
+    static constexpr FormEntry<NearestCopies44Fn> t[] = {{SimdForm::Avx512, NearestCopies44Avx512},
+                                                         {SimdForm::Avx2, NearestCopies44Avx2},
                                                          {SimdForm::Plain, NearestCopies44Plain}};
     static_assert(EndsInPlainForm(t));
     return PickForm(t);

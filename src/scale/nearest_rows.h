@@ -63,6 +63,8 @@ void NearestRow44Avx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint
                       const uint8_t* ahead);
 void NearestCopies44Avx2(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const uint8_t* row, const uint32_t* co,
                          uint32_t len, uint32_t readable, const uint8_t* ahead);
+void NearestCopies44Avx512(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const uint8_t* row, const uint32_t* co,
+                           uint32_t len, uint32_t readable, const uint8_t* ahead);
 // Tables of one step of 2 or 4 pixels only.
 void NearestRow44HalvesAvx2(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
                             const uint8_t* ahead);

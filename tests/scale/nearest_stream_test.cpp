@@ -71,31 +71,25 @@ TEST(NearestRows, WindowsMatchPlain) {
             }
 }
 
-// The streamed rows: one to three copies of a row, at pitches of whole
-// 32-byte lines (the copies stored together), of a part of one (copy by
-// copy), off the 4-byte grid, and downwards; every copy holds the row's
-// samples and nothing between or around the copies is written.
-TEST(NearestRows, StreamedCopiesMatchPlain) {
-    if (HostSimdForm() < SimdForm::Avx2) GTEST_SKIP() << "no AVX2 here";
+void ExpectStreamedCopiesMatchPlain(NearestCopies44Fn fast) {
     std::mt19937 rng(17);
-    constexpr size_t kRoom = 3 * 320 + 160;
+    constexpr size_t kRoom = 3 * 384 + 160;
     for (const uint32_t width : {70u, 700u})
-        for (uint32_t len : {0u, 1u, 7u, 9u, 17u, 64u})
+        for (uint32_t len : {0u, 1u, 7u, 9u, 17u, 32u, 47u, 64u})
             for (const Steps steps : kStepKinds) {
                 auto src = test::RandomBytes(width * 4, rng);  // no slack
                 const std::vector<uint32_t> co = Columns(steps, width, len, rng);
-                for (const ptrdiff_t pitch : {288, 292, 301, -320})
+                for (const ptrdiff_t pitch : {288, 292, 301, 320, -320, -384})
                     for (uint32_t copies : {1u, 2u, 3u})
-                        for (size_t at : {32u, 44u, 60u, 33u}) {
-                            alignas(32) uint8_t a[kRoom], b[kRoom];
+                        for (size_t at : {64u, 96u, 108u, 124u, 97u}) {
+                            alignas(64) uint8_t a[kRoom], b[kRoom];
                             std::memset(a, kCanary, sizeof a);
                             std::memset(b, kCanary, sizeof b);
                             const size_t first = at + (pitch < 0 ? size_t(-pitch) * 2 : 0);
-                            const uint8_t* ahead = at % 8 ? src.data() : nullptr;
+                            const uint8_t* ahead = at % 16 ? src.data() : nullptr;
                             NearestCopies44Plain(a + first, pitch, copies, src.data(), co.data(), len, width * 4,
                                                  nullptr);
-                            NearestCopies44Avx2(b + first, pitch, copies, src.data(), co.data(), len, width * 4,
-                                                ahead);
+                            fast(b + first, pitch, copies, src.data(), co.data(), len, width * 4, ahead);
                             StreamFenceSse2();
                             ASSERT_EQ(0, std::memcmp(a, b, sizeof a))
                                 << width << " wide, " << len << " long, steps " << steps.least << "-" << steps.most
@@ -115,6 +109,22 @@ TEST(NearestRows, StreamedCopiesMatchPlain) {
                             }
                         }
             }
+}
+
+// The streamed rows: one to three copies of a row, at pitches of whole
+// 64-byte and 32-byte lines (the copies stored together), of a part of one
+// (copy by copy), off the 4-byte grid, and downwards; every copy holds the
+// row's samples and nothing between or around the copies is written.
+TEST(NearestRows, StreamedCopiesMatchPlain) {
+    const struct {
+        SimdForm form;
+        NearestCopies44Fn fn;
+    } kForms[] = {{SimdForm::Avx2, NearestCopies44Avx2}, {SimdForm::Avx512, NearestCopies44Avx512}};
+    for (const auto& form : kForms) {
+        if (HostSimdForm() < form.form) continue;
+        SCOPED_TRACE(FormName(form.form));
+        ExpectStreamedCopiesMatchPlain(form.fn);
+    }
 }
 
 // Forms for tables of one step: rows that end at their last sample (the last
@@ -253,13 +263,15 @@ void ExpectApartEqualsShared(uint32_t pixelBytes, uint32_t sw, uint32_t sh, uint
 }
 
 TEST(NearestRows, TargetsEqualTargetsWrittenInPlace) {
-    // 4-byte targets large enough to stream their rows (equal widths: whole
-    // rows), shrinks by whole factors (column tables of one step), and wide
-    // copies of 3-byte pixels (every third row fetched ahead; equal widths).
+    // 4-byte targets large enough to stream their rows (a stride of whole
+    // 64-byte lines, whose repeated rows every form stores together, and a
+    // stride that leaves them row by row; equal widths: whole rows), shrinks by whole
+    // factors (column tables of one step), and wide copies of 3-byte pixels
+    // (every third row fetched ahead; equal widths).
     ASSERT_TRUE(StreamsTarget(size_t(1990) * 4 * 1600));
     const struct {
         uint32_t pixelBytes, sw, sh, dw, dh;
-    } cases[] = {{4, 1001, 801, 1990, 1600}, {4, 1990, 700, 1990, 1600}, {4, 402, 41, 201, 20},
+    } cases[] = {{4, 1001, 801, 1990, 1600}, {4, 999, 533, 2000, 1600}, {4, 1990, 700, 1990, 1600}, {4, 402, 41, 201, 20},
                  {4, 404, 41, 101, 13},      {4, 408, 17, 51, 9},        {3, 301, 201, 517, 333},
                  {3, 301, 201, 150, 101},    {3, 300, 91, 100, 30},      {3, 64, 40, 64, 80}};
     for (const auto& c : cases) ExpectApartEqualsShared(c.pixelBytes, c.sw, c.sh, c.dw, c.dh);
