@@ -14,26 +14,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "scale/nearest_groups.h"
 #include "scale/nearest_rows.h"
 
 namespace tarn {
 
 namespace {
-
-inline void CopyPixel(uint8_t* d, const uint8_t* s) {
-    uint32_t v;
-    std::memcpy(&v, s, 4);
-    std::memcpy(d, &v, 4);
-}
-
-// How far apart the samples of the row lie on average per eight pixels:
-// within one 32-byte window, as in every enlargement, so that the single
-// window is worth trying first (1); within two (2); further (0).
-int Windows(const uint32_t* co, uint32_t len) {
-    if (len < 16 || co[len - 1] < co[0]) return 2;
-    const uint64_t span = uint64_t(co[len - 1] - co[0]) * 7, gaps = len - 1;
-    return span <= gaps * 24 ? 1 : span <= gaps * 60 ? 2 : 0;
-}
 
 // Eight pixels one by one, for a group that fits no window.
 inline __m256i Scattered(const uint8_t* row, const uint32_t* co) {
@@ -68,12 +54,6 @@ inline __m256i Group(const uint8_t* row, const uint32_t* co, uint32_t readable) 
 
 inline void Fetch(const uint8_t* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 
-// Target rows a streamed group goes to: `copies` rows `pitch` bytes apart.
-struct Copies {
-    ptrdiff_t pitch;
-    uint32_t count;
-};
-
 // kFetch: the group's pixels at which the row ahead is asked for, every
 // kFetch-th one (0: none).
 template <bool kOne, bool kStream, uint32_t kFetch>
@@ -91,13 +71,6 @@ uint32_t Groups(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), v);
     }
     return x;
-}
-
-// Pixels [x, end) of the row, one by one, into every copy.
-inline void CopyPixels(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x, uint32_t end,
-                       Copies copies) {
-    for (uint32_t c = 0; c < copies.count; ++c, dst += copies.pitch)
-        for (uint32_t i = x; i < end; ++i) CopyPixel(dst + 4 * size_t(i), row + co[i]);
 }
 
 // The streamed rows: stores that bypass the caches from the first 32-byte
@@ -118,7 +91,7 @@ void StreamedRows(uint8_t* dst, Copies copies, const uint8_t* row, const uint32_
     }
     const uint32_t head = std::min(len, uint32_t(-reinterpret_cast<uintptr_t>(dst) % 32 / 4));
     CopyPixels(dst, row, co, 0, head, copies);
-    const uint32_t x = Windows(co, len) == 1 ? Groups<true, true, 0>(dst, row, co, head, len, readable, ahead, copies)
+    const uint32_t x = Windows<8>(co, len) == 1 ? Groups<true, true, 0>(dst, row, co, head, len, readable, ahead, copies)
                                              : Groups<false, true, 0>(dst, row, co, head, len, readable, ahead, copies);
     CopyPixels(dst, row, co, x, len, copies);
 }
@@ -126,7 +99,7 @@ void StreamedRows(uint8_t* dst, Copies copies, const uint8_t* row, const uint32_
 void Row(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t len, uint32_t readable,
          const uint8_t* ahead) {
     uint32_t x = 0;
-    const int windows = Windows(co, len);
+    const int windows = Windows<8>(co, len);
     if (windows == 1 || !ahead) {
         x = windows == 1 ? Groups<true, false, 0>(dst, row, co, x, len, readable, ahead)
                          : Groups<false, false, 0>(dst, row, co, x, len, readable, ahead);

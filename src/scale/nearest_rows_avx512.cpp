@@ -13,29 +13,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "scale/nearest_groups.h"
 #include "scale/nearest_rows.h"
 
 namespace tarn {
 
 namespace {
-
-inline void CopyPixel(uint8_t* d, const uint8_t* s) {
-    uint32_t v;
-    std::memcpy(&v, s, 4);
-    std::memcpy(d, &v, 4);
-}
-
-// Whether the samples of sixteen pixels lie within one 64-byte window on
-// average, as in every enlargement, so that the single window is worth
-// trying first.
-bool OneWindow(const uint32_t* co, uint32_t len) {
-    return len >= 32 && co[len - 1] >= co[0] && uint64_t(co[len - 1] - co[0]) * 15 <= uint64_t(len - 1) * 48;
-}
-
-// Whether they lie within two on average (a shrink down to one half).
-bool TwoWindows(const uint32_t* co, uint32_t len) {
-    return len >= 32 && co[len - 1] >= co[0] && uint64_t(co[len - 1] - co[0]) * 15 <= uint64_t(len - 1) * 120;
-}
 
 // Sixteen pixels of the group at `co` into `v`, from one window (kOne) or
 // two where they fit; false where they do not.
@@ -54,18 +37,6 @@ inline bool Group(const uint8_t* row, const uint32_t* co, uint32_t readable, __m
         v = _mm512_permutex2var_epi32(_mm512_loadu_si512(s), piece, _mm512_loadu_si512(s + 64));
     }
     return true;
-}
-
-// Target rows a group goes to: `count` rows `pitch` bytes apart.
-struct Copies {
-    ptrdiff_t pitch;
-    uint32_t count;
-};
-
-inline void CopyPixels(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x, uint32_t end,
-                       Copies copies) {
-    for (uint32_t c = 0; c < copies.count; ++c, dst += copies.pitch)
-        for (uint32_t i = x; i < end; ++i) CopyPixel(dst + 4 * size_t(i), row + co[i]);
 }
 
 template <bool kOne>
@@ -88,8 +59,9 @@ uint32_t Groups(uint8_t* dst, const uint8_t* row, const uint32_t* co, uint32_t x
 
 void NearestCopies44Avx512(uint8_t* dst, ptrdiff_t pitch, uint32_t copies, const uint8_t* row, const uint32_t* co,
                            uint32_t len, uint32_t readable, const uint8_t* ahead) {
-    const bool one = OneWindow(co, len);
-    if ((!one && !TwoWindows(co, len)) || reinterpret_cast<uintptr_t>(dst) % 4 || (copies > 1 && pitch % 64))
+    const int windows = Windows<16>(co, len);
+    const bool one = windows == 1;
+    if (windows == 0 || reinterpret_cast<uintptr_t>(dst) % 4 || (copies > 1 && pitch % 64))
         return NearestCopies44Avx2(dst, pitch, copies, row, co, len, readable, ahead);
     const Copies all{pitch, copies};
     const uint32_t head = std::min(len, uint32_t(-reinterpret_cast<uintptr_t>(dst) % 64 / 4));
