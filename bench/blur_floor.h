@@ -53,6 +53,14 @@ __attribute__((target("avx2"))) inline void NineTaps(const Floats8* in, const fl
     out[0] = s0, out[1] = s1, out[2] = s2, out[3] = s3, out[4] = s4, out[5] = s5, out[6] = s6, out[7] = s7;
 }
 
+// The sums down of one step, made to exist in registers at every step: only
+// the last step's are read after the loop, and the compiler would otherwise
+// move the sums of the earlier ones out of it (they are overwritten unread),
+// leaving the loop without half its additions.
+__attribute__((target("avx2"))) inline void Keep(const Floats8 (&v)[8]) {
+    for (int j = 0; j < 8; ++j) __asm__ volatile("" : : "x"(v[j]));
+}
+
 // Both passes over `pixels` pixels (a multiple of 64), sixty-four at a time:
 // across from eight registers of values, down from the eight registers of
 // sums across. Values and sums stay in one small buffer in L1, re-read each
@@ -67,6 +75,7 @@ __attribute__((target("avx2"))) inline float BlurFloor(const float* k, int64_t p
         __asm__ volatile("" : : "r"(values) : "memory");
         NineTaps(values, k, across);
         NineTaps(across, k, down);
+        Keep(down);
     }
     float sum = 0;
     for (int j = 0; j < 8; ++j)
@@ -95,6 +104,10 @@ __attribute__((target("avx512f"))) inline void SymmetricNineTaps(const Floats16*
     }
 }
 
+__attribute__((target("avx512f"))) inline void Keep16(const Floats16 (&v)[8]) {
+    for (int j = 0; j < 8; ++j) __asm__ volatile("" : : "v"(v[j]));
+}
+
 // As BlurFloor, 128 pixels at a time in sixteen-float registers.
 __attribute__((target("avx512f"))) inline float BlurFloor16(const float* k, int64_t pixels) {
     Floats16 values[8], across[8], down[8];
@@ -104,6 +117,7 @@ __attribute__((target("avx512f"))) inline float BlurFloor16(const float* k, int6
         __asm__ volatile("" : : "r"(values) : "memory");
         SymmetricNineTaps(values, k, across);
         SymmetricNineTaps(across, k, down);
+        Keep16(down);
     }
     float sum = 0;
     for (int j = 0; j < 8; ++j)
