@@ -102,12 +102,14 @@ void BlurVerticalPairPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* o
     BlurVerticalPlain(below, width, next);
 }
 
-void SharpenExtremesPlain(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
-    for (int32_t x = 0; x < width; ++x) {
-        const int32_t d = int32_t(a[x]) - b[x];
-        *largest = std::max(*largest, d);
-        *smallest = std::min(*smallest, d);
-    }
+void SharpenExtremesPlain(const uint8_t* a, intptr_t aStride, const uint8_t* b, intptr_t bStride, int32_t width,
+                          int32_t rows, int32_t* largest, int32_t* smallest) {
+    for (int32_t y = 0; y < rows; ++y, a += aStride, b += bStride)
+        for (int32_t x = 0; x < width; ++x) {
+            const int32_t d = int32_t(a[x]) - b[x];
+            *largest = std::max(*largest, d);
+            *smallest = std::min(*smallest, d);
+        }
 }
 
 void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
@@ -246,10 +248,19 @@ void SharpenPlane(uint8_t* plane, int32_t width, int32_t height, int32_t stride)
     const size_t bytes = size_t(span) * size_t(height);
     std::unique_ptr<uint8_t[]> blur(new uint8_t[bytes + kSlack]);
     std::fill_n(blur.get() + bytes, kSlack, uint8_t(0));
-    int32_t largest = INT_MIN, smallest = INT_MAX;
-    BlurRows(forms, plane, width, height, stride, 1.5, dealt, blur.get(), [&](int32_t y) {
-        extremes(plane + intptr_t(y) * stride, blur.get() + size_t(y) * span, width, &largest, &smallest);
+    // The extremes go a band of rows at a time, as the blur makes them,
+    // gathered in registers over all of the band's rows.
+    int32_t largest = INT_MIN, smallest = INT_MAX, first = 0, pending = 0;
+    auto gather = [&] {
+        extremes(plane + intptr_t(first) * stride, stride, blur.get() + size_t(first) * span, span, width, pending,
+                 &largest, &smallest);
+        first += pending;
+        pending = 0;
+    };
+    BlurRows(forms, plane, width, height, stride, 1.5, dealt, blur.get(), [&](int32_t) {
+        if (++pending == kSharpenBandRows) gather();
     });
+    if (pending > 0) gather();
     for (int32_t y = 0; y < height; ++y)
         apply(plane + intptr_t(y) * stride, blur.get() + size_t(y) * span, width, largest - 30, smallest + 30);
 }

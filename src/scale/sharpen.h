@@ -82,8 +82,10 @@ struct SharpenForms {
     // with the same taps: taps.rows holds count + 1 rows, the first count
     // for `out`, the last count for `next`. Each row read serves both.
     void (*verticalPair)(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8_t* next);
-    // Widens [*smallest, *largest] to hold every a[x] - b[x].
-    void (*extremes)(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
+    // Widens [*smallest, *largest] to hold every a[x] - b[x] of `rows` rows
+    // of `width`, a's rows aStride apart and b's bStride.
+    void (*extremes)(const uint8_t* a, intptr_t aStride, const uint8_t* b, intptr_t bStride, int32_t width,
+                     int32_t rows, int32_t* largest, int32_t* smallest);
     // The mask over one row of the plane in place, from its blur `b`.
     void (*apply)(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
     // kSharpenBandRows rows of the vertical pass at once into out, out +
@@ -98,7 +100,8 @@ struct SharpenForms {
     // rows as they are, the blur's rows then being dealt too; the extremes
     // and the mask take such a blur row `b` beside the plane's own row.
     void (*horizontalDealt)(const uint8_t* row, int32_t width, const BlurRowTaps& taps, float* out);
-    void (*extremesDealt)(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
+    void (*extremesDealt)(const uint8_t* a, intptr_t aStride, const uint8_t* b, intptr_t bStride, int32_t width,
+                          int32_t rows, int32_t* largest, int32_t* smallest);
     void (*applyDealt)(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
 };
 
@@ -114,7 +117,8 @@ void ApplySharpenAt(uint8_t* to, int32_t bv, int32_t high, int32_t low);
 void BlurHorizontalPlain(const uint8_t* row, int32_t width, const BlurRowTaps& taps, float* scratch, float* out);
 void BlurVerticalPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out);
 void BlurVerticalPairPlain(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8_t* next);
-void SharpenExtremesPlain(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest);
+void SharpenExtremesPlain(const uint8_t* a, intptr_t aStride, const uint8_t* b, intptr_t bStride, int32_t width,
+                          int32_t rows, int32_t* largest, int32_t* smallest);
 void ApplySharpenPlain(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low);
 
 #if defined(TARN_HAVE_X86_SIMD)

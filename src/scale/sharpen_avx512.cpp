@@ -210,11 +210,16 @@ struct BlurInOrder {
     }
 };
 
-void ExtremesDealt(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
-    const BlurInOrder at{b};
-    const int32_t x = sharpen_passes::ExtremesOf<Avx512Lanes>(a, width, at, largest, smallest);
-    alignas(64) uint8_t last[kDealtBlock];
-    if (x < width) SharpenExtremesPlain(a + x, at.Copy(x, last), width - x, largest, smallest);
+void ExtremesDealt(const uint8_t* a, intptr_t aStride, const uint8_t* b, intptr_t bStride, int32_t width,
+                   int32_t rows, int32_t* largest, int32_t* smallest) {
+    auto row = [=](int32_t y) { return BlurInOrder{b + y * bStride}; };
+    sharpen_passes::ExtremesOf<Avx512Lanes>(
+        a, aStride, width, rows, [&](int32_t y, int32_t x) { return row(y)(x); },
+        [&](int32_t y, int32_t x) {
+            alignas(64) uint8_t last[kDealtBlock];
+            SharpenExtremesPlain(a + y * aStride + x, 0, row(y).Copy(x, last), 0, width - x, 1, largest, smallest);
+        },
+        largest, smallest);
 }
 
 void ApplyDealt(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {

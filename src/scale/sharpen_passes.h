@@ -464,22 +464,29 @@ int32_t MaxByte(typename L::I v) {
 // the rise a - b where a > b, else 0, and the fall b - a where b > a. The
 // largest a - b is the largest rise if there is one, else the least fall
 // negated (every a - b is then 0 or below); the smallest is the largest fall
-// negated if there is one, else the least rise. `blurAt(x)` is the register
-// of b for a's pixels from x on; returns where the registers stop.
-template <class L, class BlurAt>
-int32_t ExtremesOf(const uint8_t* a, int32_t width, BlurAt blurAt, int32_t* largest, int32_t* smallest) {
+// negated if there is one, else the least rise. Over `rows` rows of a,
+// `stride` apart: `blurAt(y, x)` is the register of b for row y's pixels
+// from x on, and `rest(y, x)` takes row y's pixels from x on that do not
+// fill a register. The registers gather all the rows before they are
+// folded, once.
+template <class L, class BlurAt, class Rest>
+void ExtremesOf(const uint8_t* a, intptr_t stride, int32_t width, int32_t rows, BlurAt blurAt, Rest rest,
+                int32_t* largest, int32_t* smallest) {
     constexpr int32_t W = sizeof(typename L::I);
+    const int32_t whole = width / W * W;
     auto riseMost = L::SetU8(0), fallMost = L::SetU8(0), riseLeast = L::SetU8(255), fallLeast = L::SetU8(255);
-    int32_t x = 0;
-    for (; x + W <= width; x += W) {
-        const auto av = L::LoadI(a + x), bv = blurAt(x);
-        const auto rise = L::SubSatU8(av, bv), fall = L::SubSatU8(bv, av);
-        riseMost = L::MaxU8(riseMost, rise);
-        riseLeast = L::MinU8(riseLeast, rise);
-        fallMost = L::MaxU8(fallMost, fall);
-        fallLeast = L::MinU8(fallLeast, fall);
+    for (int32_t y = 0; y < rows; ++y, a += stride) {
+        for (int32_t x = 0; x < whole; x += W) {
+            const auto av = L::LoadI(a + x), bv = blurAt(y, x);
+            const auto rise = L::SubSatU8(av, bv), fall = L::SubSatU8(bv, av);
+            riseMost = L::MaxU8(riseMost, rise);
+            riseLeast = L::MinU8(riseLeast, rise);
+            fallMost = L::MaxU8(fallMost, fall);
+            fallLeast = L::MinU8(fallLeast, fall);
+        }
+        if (whole < width) rest(y, whole);
     }
-    if (x > 0) {
+    if (whole > 0 && rows > 0) {
         const auto ones = L::SetU8(255);
         const int32_t mostRise = MaxByte<L>(riseMost), mostFall = MaxByte<L>(fallMost);
         const int32_t leastRise = 255 - MaxByte<L>(L::Xor(riseLeast, ones));
@@ -487,13 +494,17 @@ int32_t ExtremesOf(const uint8_t* a, int32_t width, BlurAt blurAt, int32_t* larg
         *largest = std::max(*largest, mostRise > 0 ? mostRise : -leastFall);
         *smallest = std::min(*smallest, mostFall > 0 ? -mostFall : leastRise);
     }
-    return x;
 }
 
 template <class L>
-void Extremes(const uint8_t* a, const uint8_t* b, int32_t width, int32_t* largest, int32_t* smallest) {
-    const int32_t x = ExtremesOf<L>(a, width, [b](int32_t x) { return L::LoadI(b + x); }, largest, smallest);
-    SharpenExtremesPlain(a + x, b + x, width - x, largest, smallest);
+void Extremes(const uint8_t* a, intptr_t aStride, const uint8_t* b, intptr_t bStride, int32_t width, int32_t rows,
+              int32_t* largest, int32_t* smallest) {
+    ExtremesOf<L>(
+        a, aStride, width, rows, [=](int32_t y, int32_t x) { return L::LoadI(b + y * bStride + x); },
+        [=](int32_t y, int32_t x) {
+            SharpenExtremesPlain(a + y * aStride + x, 0, b + y * bStride + x, 0, width - x, 1, largest, smallest);
+        },
+        largest, smallest);
 }
 
 // Division of 2n by 2D for 0 <= 2n < 2^15, as a high product and a shift:

@@ -266,37 +266,47 @@ TEST(SharpenForms, RowBandsMatchSingleRows) {
 TEST(SharpenForms, ExtremesMatchThePlainForm) {
     // Rows where a rises above b only, falls below it only, both, or never
     // leaves it, by as little as 1 and as much as 255, over widths around
-    // each form's steps, starting from no extremes yet and from ones that
-    // already reach further.
+    // each form's steps, one row or three at once (a's rows padded with
+    // bytes that would widen the extremes if read), starting from no
+    // extremes yet and from ones that already reach further.
     std::mt19937 rng(33);
     for (int kind = 0; kind < 6; ++kind)
-        for (const int32_t w : {1, 15, 16, 17, 31, 32, 33, 63, 64, 65, 100, 127, 128, 129, 1000}) {
-            std::vector<uint8_t> a(static_cast<size_t>(w)), b(a.size());
-            for (size_t i = 0; i < a.size(); ++i) {
-                const uint8_t u = uint8_t(rng()), v = uint8_t(rng());
-                const uint8_t hi = std::max(u, v), lo = std::min(u, v);
-                switch (kind) {
-                    case 0: a[i] = u, b[i] = v; break;
-                    case 1: a[i] = hi, b[i] = lo; break;
-                    case 2: a[i] = lo, b[i] = hi; break;
-                    case 3: a[i] = b[i] = u; break;
-                    case 4: a[i] = 255, b[i] = i == a.size() / 2 ? 0 : 255; break;
-                    default: a[i] = uint8_t(i % 2), b[i] = uint8_t(1 - i % 2); break;
+        for (const int32_t w : {1, 15, 16, 17, 31, 32, 33, 63, 64, 65, 100, 127, 128, 129, 1000})
+            for (const int32_t rows : {1, 3}) {
+                const int32_t aStride = w + 3;
+                std::vector<uint8_t> a(size_t(aStride) * rows, 255), b(size_t(w) * rows);
+                int32_t most = INT_MIN, least = INT_MAX;
+                for (int32_t y = 0; y < rows; ++y)
+                    for (int32_t x = 0; x < w; ++x) {
+                        const uint8_t u = uint8_t(rng()), v = uint8_t(rng());
+                        const uint8_t hi = std::max(u, v), lo = std::min(u, v);
+                        uint8_t& av = a[size_t(y) * aStride + x];
+                        uint8_t& bv = b[size_t(y) * w + x];
+                        switch (kind) {
+                            case 0: av = u, bv = v; break;
+                            case 1: av = hi, bv = lo; break;
+                            case 2: av = lo, bv = hi; break;
+                            case 3: av = bv = u; break;
+                            case 4: av = 254, bv = x == w / 2 && y == rows - 1 ? 0 : 254; break;
+                            default: av = uint8_t((x + y) % 2), bv = uint8_t(1 - (x + y) % 2); break;
+                        }
+                        most = std::max(most, av - bv);
+                        least = std::min(least, av - bv);
+                    }
+                for (const auto& [from, to] : {std::pair{INT_MIN, INT_MAX}, std::pair{300, -300}, std::pair{0, 0}}) {
+                    const int32_t largest = std::max(from, most), smallest = std::min(to, least);
+                    for (SimdForm f : kForms) {
+                        if (HostSimdForm() < f) continue;
+                        ScopedKernelChoice choice(g_cpuFeatures, f);
+                        int32_t l = from, s = to;
+                        PickSharpenForms().extremes(a.data(), aStride, b.data(), w, w, rows, &l, &s);
+                        const std::string at = "kind " + std::to_string(kind) + " width " + std::to_string(w) +
+                                               " rows " + std::to_string(rows) + " " + FormName(f);
+                        EXPECT_EQ(l, largest) << at;
+                        EXPECT_EQ(s, smallest) << at;
+                    }
                 }
             }
-            for (const auto& [most, least] : {std::pair{INT_MIN, INT_MAX}, std::pair{300, -300}, std::pair{0, 0}}) {
-                int32_t largest = most, smallest = least;
-                SharpenExtremesPlain(a.data(), b.data(), w, &largest, &smallest);
-                for (SimdForm f : kForms) {
-                    if (HostSimdForm() < f) continue;
-                    ScopedKernelChoice choice(g_cpuFeatures, f);
-                    int32_t l = most, s = least;
-                    PickSharpenForms().extremes(a.data(), b.data(), w, &l, &s);
-                    EXPECT_EQ(l, largest) << "kind " << kind << " width " << w << " " << FormName(f);
-                    EXPECT_EQ(s, smallest) << "kind " << kind << " width " << w << " " << FormName(f);
-                }
-            }
-        }
 }
 
 TEST(SharpenForms, DividingByOneLessTwoToTheMinus24RoundsToTheNextFloatUp) {
@@ -420,9 +430,17 @@ TEST(SharpenForms, DealtPassesMatchThePlainFormsInOrder) {
             EXPECT_TRUE(same) << at;
             EXPECT_EQ(out.back(), -1.0f) << at;
 
+            // Two rows: the second one's blur row the first one's moved
+            // along by one pixel, in order.
+            std::vector<uint8_t> a2(a), b2(bInOrder), b2Dealt(bDealt);
+            a2.insert(a2.end(), a.begin(), a.end());
+            std::rotate(b2.begin(), b2.begin() + 1, b2.end());
+            b2Dealt.resize(2 * size_t(span), 0x11);
+            for (int32_t x = 0; x < w; ++x) b2Dealt[size_t(span + DealtAt(x))] = b2[size_t(x)];
+            b2.insert(b2.begin(), bInOrder.begin(), bInOrder.end());
             int32_t largest = INT_MIN, smallest = INT_MAX, l = INT_MIN, sm = INT_MAX;
-            SharpenExtremesPlain(a.data(), bInOrder.data(), w, &largest, &smallest);
-            forms.extremesDealt(a.data(), bDealt.data(), w, &l, &sm);
+            SharpenExtremesPlain(a2.data(), w, b2.data(), w, w, 2, &largest, &smallest);
+            forms.extremesDealt(a2.data(), w, b2Dealt.data(), span, w, 2, &l, &sm);
             EXPECT_EQ(l, largest) << at;
             EXPECT_EQ(sm, smallest) << at;
 
