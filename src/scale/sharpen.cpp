@@ -78,7 +78,13 @@ BlurRowTaps MakeBlurRowTaps(const float* k, int32_t n, int32_t width, float* wei
         whole += k[i];
         normal = normal && k[i] >= FLT_MIN;
     }
+    // A pixel whose taps all lie inside the row adds them all, in the
+    // order `whole` does.
     for (int32_t x = 0; x < width; ++x) {
+        if (x >= r && x < width - r) {
+            weights[x] = whole;
+            continue;
+        }
         float weight = 0;
         for (int32_t i = 0; i < n; ++i)
             if (x + i - r >= 0 && x + i - r < width) weight += k[i];
@@ -158,7 +164,11 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     for (int32_t i = 0; i < n; ++i) symmetric = symmetric && k[i] == k[n - 1 - i];
     const int32_t band = forms.verticalBand != nullptr && symmetric ? kSharpenBandRows : 2;
     const int32_t r = n / 2, slots = n + band - 1, span = dealt ? DealtSpan(width) : width;
-    std::vector<float> ring(size_t(slots) * size_t(span) + kSlack);
+    // Every float of the ring is made before it is read: only the slack is
+    // zeroed, not the whole ring.
+    const size_t ringFloats = size_t(slots) * size_t(span);
+    std::unique_ptr<float[]> ring(new float[ringFloats + kSlack]);
+    std::fill_n(ring.get() + ringFloats, kSlack, 0.0f);
     std::vector<float> scratch(2 * (size_t(width) + size_t(n)) + 48 + kSlack);
     std::vector<const float*> rows(static_cast<size_t>(slots));
     std::vector<float> taps(static_cast<size_t>(n));
@@ -184,7 +194,7 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
             for (int32_t x = 0; x < width; ++x) to[DealtAt(x)] = inOrder[size_t(x)];
         }
     };
-    auto slot = [&](int32_t row) { return ring.data() + size_t(row % slots) * span; };
+    auto slot = [&](int32_t row) { return ring.get() + size_t(row % slots) * span; };
     int32_t made = 0;
     float checked = 0;
     bool keepsWholes = false;
