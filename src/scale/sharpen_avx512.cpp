@@ -23,6 +23,8 @@ struct Avx512Lanes {
     static F Mul(F a, F b) { return _mm512_mul_ps(a, b); }
     static F Add(F a, F b) { return _mm512_add_ps(a, b); }
     static F Div(F a, F b) { return _mm512_div_ps(a, b); }
+    // s + p, by way of p * one + s with one == 1 (see AddsByFma).
+    static F AddByFma(F s, F p, F one) { return _mm512_fmadd_ps(p, one, s); }
     static F Load(const float* p) { return _mm512_loadu_ps(p); }
     static void Store(float* p, F v) { _mm512_storeu_ps(p, v); }
     static F Bytes(const uint8_t* p) {

@@ -396,11 +396,26 @@ void VerticalPair(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8
 // which needs a form with 32 registers.
 constexpr int kBandRows = kSharpenBandRows;
 
+//
+// Lanes with a fused multiply-add (AddByFma: fma(p, one, s)) take some of
+// the sums there: p * 1 is p exactly, so the one rounding of p * 1 + s is
+// that of p + s, the same float. The additions alone would keep the adders
+// busy while the multipliers wait; the band moves about one in six of them,
+// which evens out the two.
+template <class L>
+concept AddsByFma = requires(typename L::F v) { L::AddByFma(v, v, v); };
+
+template <int i, int t>
+constexpr bool kBandAddByFma = t == 4 || (t == 8 && i % 2 == 0);
+
 template <class L, bool kWhole>
 void BandColumns(const float* const* rows, const float* k, const ColumnBytes<L, kWhole>& store, int32_t x,
                  int32_t width, uint8_t* out) {
     using F = typename L::F;
     F acc[kBandRows];
+    // 1, hidden from the compiler, which would otherwise turn the fused
+    // multiply-adds back into additions.
+    [[maybe_unused]] const F one = Rounded(L::Set1(1.0f));
     [&]<int... J>(std::integer_sequence<int, J...>) {
         auto row = [&]<int j>(std::integral_constant<int, j>) {
             const F v = Rounded(L::Load(rows[j] + x));
@@ -412,6 +427,8 @@ void BandColumns(const float* const* rows, const float* k, const ColumnBytes<L, 
                     if constexpr (t >= 0 && t <= 8) {
                         const F product = p[t < 5 ? t : 8 - t];
                         if constexpr (t == 0) acc[i] = product;
+                        else if constexpr (AddsByFma<L> && kBandAddByFma<i, t>)
+                            acc[i] = L::AddByFma(acc[i], product, one);
                         else acc[i] = L::Add(acc[i], product);
                         if constexpr (t == 8) store(out + intptr_t(i) * width + x, acc[i]);
                     }
