@@ -158,7 +158,10 @@ void HorizontalDealtRow(const uint8_t* row, int32_t width, const BlurRowTaps& ta
     F before[4], here[4], after[4];
     for (F& v : before) v = _mm512_setzero_ps();
     DealtValues(row, width, here);
-    for (int32_t x = 0; x < span; x += kDealtBlock) {
+    int32_t x = 0;
+    // One block; kEnds for one holding a pixel near either end, which
+    // divides by each pixel's weight, the rest by the whole one.
+    auto block = [&]<bool kEnds>(std::bool_constant<kEnds>) {
         const int32_t next = x + kDealtBlock;
         if (next < width) DealtValues(row + next, width - next, after);
         else
@@ -169,21 +172,22 @@ void HorizontalDealtRow(const uint8_t* row, int32_t width, const BlurRowTaps& ta
             w.down[q] = Avx512Lanes::Align<15>(here[q], before[q]);
             w.up[q] = Avx512Lanes::Align<1>(after[q], here[q]);
         }
-        // Blocks holding a pixel near either end divide by each pixel's
-        // weight; the rest by the whole one.
-        const bool ends = x < r || next > width - r;
         [&]<int... Q>(std::integer_sequence<int, Q...>) {
             auto store = [&]<int q>(std::integral_constant<int, q>) {
                 const F s = w.Sum<q>(km);
                 float* to = out + x + q * (kDealtBlock / 4);
-                if (ends) _mm512_storeu_ps(to, _mm512_div_ps(s, _mm512_loadu_ps(taps.dealtWeights + (to - out))));
+                if constexpr (kEnds) _mm512_storeu_ps(to, _mm512_div_ps(s, _mm512_loadu_ps(taps.dealtWeights + (to - out))));
                 else if constexpr (kSuccessor) _mm512_storeu_ps(to, Avx512Lanes::Successor(s));
                 else _mm512_storeu_ps(to, _mm512_div_ps(s, whole));
             };
             (store(std::integral_constant<int, Q>{}), ...);
         }(std::make_integer_sequence<int, 4>{});
         for (int q = 0; q < 4; ++q) before[q] = here[q], here[q] = after[q];
-    }
+        x = next;
+    };
+    block(std::true_type{});
+    while (x + kDealtBlock <= width - r) block(std::false_type{});
+    while (x < span) block(std::true_type{});
 }
 
 void HorizontalDealt(const uint8_t* row, int32_t width, const BlurRowTaps& taps, float* out) {
