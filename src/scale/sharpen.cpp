@@ -149,8 +149,10 @@ constexpr size_t kSlack = 64;
 // behind. Rows whose taps all lie inside the plane go a band (or two) at a
 // time, which reads each ring row once for all of them.
 //
-// With `dealt`, in a form with the dealt horizontal pass, the rows of the
-// horizontal pass and of `out` are dealt four ways, DealtSpan(width) long.
+// With `dealt`, in a form with the dealt horizontal pass and for a kernel of
+// nine symmetric taps (the sharpen's, sigma 1.5, whose taps for x and -x
+// are worked out alike), the rows of the horizontal pass and of `out` are
+// dealt four ways, DealtSpan(width) long.
 template <class Done>
 void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32_t height, intptr_t stride,
               double sigma, bool dealt, uint8_t* out, Done done) {
@@ -174,25 +176,16 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     std::vector<float> taps(static_cast<size_t>(n));
     std::vector<float> weights(size_t(width) + kSlack), dealtWeights(dealt ? size_t(span) + kSlack : 0);
     BlurRowTaps across = MakeBlurRowTaps(k, n, width, weights.data());
-    // The dealt pass is for the sharpen's own kernel; another one (none
-    // reaches here today) goes in order and is dealt afterwards.
-    const bool dealtPass = dealt && n == 9 && symmetric;
     if (dealt) {
-        for (int32_t x = 0; x < span; ++x)
-            dealtWeights[size_t(DealtAt(x))] = x >= width ? 1.0f : x < r || x >= width - r ? weights[size_t(x)] : across.whole;
+        for (int32_t x = 0; x < span; ++x) {
+            const bool inside = x >= r && x < width - r;
+            dealtWeights[size_t(DealtAt(x))] = x >= width ? 1.0f : inside ? across.whole : weights[size_t(x)];
+        }
         across.dealtWeights = dealtWeights.data();
     }
-    std::vector<float> inOrder(dealt && !dealtPass ? size_t(width) + kSlack : 0);
     auto horizontal = [&](const uint8_t* row, float* to) {
-        if (!dealt) {
-            forms.horizontal(row, width, across, scratch.data(), to);
-        } else if (dealtPass) {
-            forms.horizontalDealt(row, width, across, to);
-        } else {
-            forms.horizontal(row, width, across, scratch.data(), inOrder.data());
-            std::fill_n(to, span, 0.0f);
-            for (int32_t x = 0; x < width; ++x) to[DealtAt(x)] = inOrder[size_t(x)];
-        }
+        if (dealt) forms.horizontalDealt(row, width, across, to);
+        else forms.horizontal(row, width, across, scratch.data(), to);
     };
     auto slot = [&](int32_t row) { return ring.get() + size_t(row % slots) * span; };
     int32_t made = 0;

@@ -176,7 +176,8 @@ void HorizontalDealtRow(const uint8_t* row, int32_t width, const BlurRowTaps& ta
             auto store = [&]<int q>(std::integral_constant<int, q>) {
                 const F s = w.Sum<q>(km);
                 float* to = out + x + q * (kDealtBlock / 4);
-                if constexpr (kEnds) _mm512_storeu_ps(to, _mm512_div_ps(s, _mm512_loadu_ps(taps.dealtWeights + (to - out))));
+                if constexpr (kEnds)
+                    _mm512_storeu_ps(to, _mm512_div_ps(s, _mm512_loadu_ps(taps.dealtWeights + (to - out))));
                 else if constexpr (kSuccessor) _mm512_storeu_ps(to, Avx512Lanes::Successor(s));
                 else _mm512_storeu_ps(to, _mm512_div_ps(s, whole));
             };

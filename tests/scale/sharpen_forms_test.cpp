@@ -4,9 +4,11 @@
 // than the blur's taps, widths that end inside a vector step, padded and
 // upside-down rows with canaries around the plane, planes whose differences
 // stay within the dead band (nothing changes) or reach one side only; rows
-// ending at every offset after the horizontal pass's wide steps; the two-row
-// and banded vertical passes and the extremes against the plain forms; and
-// the mask's divisions for every pixel pair and every divisor.
+// ending at every offset after the horizontal pass's wide steps, and planes
+// of every width around the blocks of rows dealt four ways; the two-row and
+// banded vertical passes, the extremes over several rows, and the passes
+// over dealt rows against the plain forms; and the mask's divisions for
+// every pixel pair and every divisor, over rows of every length.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -401,7 +403,9 @@ TEST(SharpenForms, DealtPassesMatchThePlainFormsInOrder) {
     float* k = nullptr;
     int32_t n = 0;
     MakeGaussianKernel(1.5, &k, &n);
+    // The sharpen deals its rows for its kernel's nine symmetric taps.
     ASSERT_EQ(n, 9);
+    for (int32_t t = 0; t < 4; ++t) ASSERT_EQ(k[t], k[8 - t]) << t;
     std::mt19937 rng(64);
     for (SimdForm f : kForms) {
         if (HostSimdForm() < f) continue;
@@ -419,8 +423,10 @@ TEST(SharpenForms, DealtPassesMatchThePlainFormsInOrder) {
             std::vector<float> weights(static_cast<size_t>(w)), plain(static_cast<size_t>(w));
             BlurRowTaps taps = MakeBlurRowTaps(k, n, w, weights.data());
             std::vector<float> dealtWeights(static_cast<size_t>(span));
-            for (int32_t x = 0; x < span; ++x)
-                dealtWeights[size_t(DealtAt(x))] = x >= w ? 1.0f : x < 4 || x >= w - 4 ? weights[size_t(x)] : taps.whole;
+            for (int32_t x = 0; x < span; ++x) {
+                const bool inside = x >= 4 && x < w - 4;
+                dealtWeights[size_t(DealtAt(x))] = x >= w ? 1.0f : inside ? taps.whole : weights[size_t(x)];
+            }
             taps.dealtWeights = dealtWeights.data();
             BlurHorizontalPlain(a.data(), w, taps, nullptr, plain.data());
             std::vector<float> out(size_t(span) + 1, -1.0f);
