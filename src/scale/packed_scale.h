@@ -169,6 +169,25 @@ inline uint8_t PackedDoubledByte(const uint8_t* upper, const uint8_t* lower, boo
     return uint8_t(odd ? (upper[at] + upper[next] + lower[at] + lower[next]) >> 2 : (upper[at] + lower[at]) >> 1);
 }
 
+// A target row of a doubling by a form's sweep(d, n, around, vector,
+// scalar, end), with vector(i) the form's block of target bytes from i on
+// (`upperBlock` for row 2k, `lowerBlock` for row 2k + 1). Target byte i
+// reads source bytes i / 2 and two on, so the blocks stop four bytes short
+// of the row's end, where those would pass the row or clamp. A block must
+// begin a pair of pairs: streamed stores, which start at an aligned byte,
+// are left to rows that start at one.
+template <class Sweep, class UpperBlock, class LowerBlock>
+void SweepDoubledRow(Sweep sweep, UpperBlock upperBlock, LowerBlock lowerBlock, uint8_t* d, const uint8_t* upper,
+                     const uint8_t* lower, bool second, size_t n, bool around) {
+    const size_t rowBytes = n / 2, end = n >= 4 ? n - 4 : 0;
+    around = around && (reinterpret_cast<uintptr_t>(d) & 3) == 0;
+    auto scalar = [&](size_t i) { return PackedDoubledByte(upper, lower, second, i, rowBytes); };
+    if (second)
+        sweep(d, n, around, lowerBlock, scalar, end);
+    else
+        sweep(d, n, around, upperBlock, scalar, end);
+}
+
 // Scales by row(d, upper, lower, second, n, around) of each target row, the
 // source rows as PackedDoubledByte has them, when the target is twice the
 // source both ways; answers whether it did, and whether the rows went

@@ -140,32 +140,20 @@ __m512i Interleaved(__m512i even, __m512i odd) {
 
 __m512i Wide(const uint8_t* p) { return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))); }
 
-// A target row of a doubling both ways (PackedDoubledByte); target byte i
-// reads source bytes i / 2 and two on, so the vector steps stop where those
-// would pass the row or clamp. Streamed stores start at an aligned byte,
-// which must begin a pair of pairs.
+// A target row of a doubling both ways (SweepDoubledRow).
 void DoubledRow(uint8_t* d, const uint8_t* upper, const uint8_t* lower, bool second, size_t n, bool around) {
-    const size_t rowBytes = n / 2, end = n >= 4 ? n - 4 : 0;
-    around = around && (reinterpret_cast<uintptr_t>(d) & 3) == 0;
-    auto scalar = [&](size_t i) { return PackedDoubledByte(upper, lower, second, i, rowBytes); };
-    if (!second) {
-        Sweep(
-            d, n, around,
-            [&](size_t i) {
-                const __m512i a = Wide(upper + i / 2), b = Wide(upper + i / 2 + 2);
-                return Interleaved(a, _mm512_srli_epi16(_mm512_add_epi16(a, b), 1));
-            },
-            scalar, end);
-        return;
-    }
-    Sweep(
-        d, n, around,
+    SweepDoubledRow(
+        [](auto&&... a) { Sweep(a...); },
+        [&](size_t i) {
+            const __m512i a = Wide(upper + i / 2), b = Wide(upper + i / 2 + 2);
+            return Interleaved(a, _mm512_srli_epi16(_mm512_add_epi16(a, b), 1));
+        },
         [&](size_t i) {
             const __m512i down = _mm512_add_epi16(Wide(upper + i / 2), Wide(lower + i / 2));
             const __m512i next = _mm512_add_epi16(Wide(upper + i / 2 + 2), Wide(lower + i / 2 + 2));
             return Interleaved(_mm512_srli_epi16(down, 1), _mm512_srli_epi16(_mm512_add_epi16(down, next), 2));
         },
-        scalar, end);
+        d, upper, lower, second, n, around);
 }
 
 }  // namespace

@@ -21,31 +21,20 @@ __m256i Interleaved(__m256i even, __m256i odd) {
     return _mm256_packus_epi16(_mm256_unpacklo_epi32(even, odd), _mm256_unpackhi_epi32(even, odd));
 }
 
-// One target row; target byte i reads source bytes i / 2 and two on, so
-// the vector steps stop where those would pass the row or clamp. Streamed
-// stores start at an aligned byte, which must begin a pair of pairs.
+// One target row (SweepDoubledRow).
 void DoubledRow(uint8_t* d, const uint8_t* upper, const uint8_t* lower, bool second, size_t n, bool around) {
-    const size_t rowBytes = n / 2, end = n >= 4 ? n - 4 : 0;
-    around = around && (reinterpret_cast<uintptr_t>(d) & 3) == 0;
-    auto scalar = [&](size_t i) { return PackedDoubledByte(upper, lower, second, i, rowBytes); };
-    if (!second) {
-        Sweep(
-            d, n, around,
-            [&](size_t i) {
-                const __m256i a = Wide(upper + i / 2), b = Wide(upper + i / 2 + 2);
-                return Interleaved(a, _mm256_srli_epi16(_mm256_add_epi16(a, b), 1));
-            },
-            scalar, end);
-        return;
-    }
-    Sweep(
-        d, n, around,
+    SweepDoubledRow(
+        [](auto&&... a) { Sweep(a...); },
+        [&](size_t i) {
+            const __m256i a = Wide(upper + i / 2), b = Wide(upper + i / 2 + 2);
+            return Interleaved(a, _mm256_srli_epi16(_mm256_add_epi16(a, b), 1));
+        },
         [&](size_t i) {
             const __m256i down = _mm256_add_epi16(Wide(upper + i / 2), Wide(lower + i / 2));
             const __m256i next = _mm256_add_epi16(Wide(upper + i / 2 + 2), Wide(lower + i / 2 + 2));
             return Interleaved(_mm256_srli_epi16(down, 1), _mm256_srli_epi16(_mm256_add_epi16(down, next), 2));
         },
-        scalar, end);
+        d, upper, lower, second, n, around);
 }
 
 }  // namespace
