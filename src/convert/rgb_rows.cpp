@@ -52,6 +52,15 @@ void Yuy2BlocksPlain(uint8_t* dst, const uint8_t* src, size_t blocks) {
 const RgbRowForms kRgbRowsPlain = {PlanarPlain<4>, PlanarPlain<3>, Yuy2BlocksPlain<4>,
                                    Yuy2BlocksPlain<3>};
 
+#if defined(TARN_HAVE_X86_SIMD)
+// Put together here, in a file built for every processor: a table worked
+// out when the library loads must not be code of an instruction set the
+// processor may lack, and in the AVX-512 file the copy would be. Both parts
+// are fixed before any code runs (tables of function addresses).
+const RgbRowForms kRgbRowsAvx512 = {kRgbRowsOwnAvx512.planar32, kRgbRowsOwnAvx512.planar24,
+                                    kRgbRowsAvx2.yuy2Blocks32, kRgbRowsAvx2.yuy2Blocks24};
+#endif
+
 namespace {
 constexpr FormEntry<const RgbRowForms*> kRgbRowsForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)

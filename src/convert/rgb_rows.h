@@ -34,7 +34,16 @@ extern const RgbRowForms kRgbRowsPlain;
 #if defined(TARN_HAVE_X86_SIMD)
 extern const RgbRowForms kRgbRowsSse2;
 extern const RgbRowForms kRgbRowsAvx2;
+// The AVX2 forms with the AVX-512 file's own rows in their place.
 extern const RgbRowForms kRgbRowsAvx512;
+
+// The rows of the AVX-512 file, which the AVX-512 forms take in place of
+// the AVX2 ones.
+struct RgbRowsOwnAvx512 {
+    decltype(RgbRowForms::planar32) planar32;
+    decltype(RgbRowForms::planar24) planar24;
+};
+extern const RgbRowsOwnAvx512 kRgbRowsOwnAvx512;
 #endif
 
 const RgbRowForms& ActiveRgbRows();

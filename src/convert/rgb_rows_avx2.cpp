@@ -167,6 +167,7 @@ void Yuy2BlocksAvx2(uint8_t* dst, const uint8_t* src, size_t blocks) {
 
 }  // namespace
 
-const RgbRowForms kRgbRowsAvx2 = {PlanarAvx2<4>, PlanarAvx2<3>, Yuy2BlocksAvx2<4>, Yuy2BlocksAvx2<3>};
+// Fixed before any code runs, as the AVX-512 table built from it needs.
+constinit const RgbRowForms kRgbRowsAvx2 = {PlanarAvx2<4>, PlanarAvx2<3>, Yuy2BlocksAvx2<4>, Yuy2BlocksAvx2<3>};
 
 }  // namespace tarn

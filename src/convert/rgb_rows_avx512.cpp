@@ -1,6 +1,7 @@
 // Row primitives of the RGB side: AVX-512 form (F, BW and VL) of RGB to
 // planar, 64 pixels of a row pair a step; what is left after the steps, and
-// the packed blocks, go by the AVX2 form. Same bytes as the plain forms.
+// the packed blocks, go by the AVX2 form (rgb_rows.cpp puts the table
+// together). Same bytes as the plain forms.
 //
 // The AVX2 form joins neighbouring 16-bit sums with horizontal adds, which
 // have no 512-bit form: here a multiply-add by 1 widens each pair of words
@@ -107,7 +108,8 @@ void PlanarAvx512(uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v, const uint8_
 
 }  // namespace
 
-const RgbRowForms kRgbRowsAvx512 = {PlanarAvx512<4>, PlanarAvx512<3>, kRgbRowsAvx2.yuy2Blocks32,
-                                    kRgbRowsAvx2.yuy2Blocks24};
+// Addresses only, fixed before any code runs: nothing of this file may run
+// when the library loads, on a processor that may lack its instructions.
+constinit const RgbRowsOwnAvx512 kRgbRowsOwnAvx512 = {PlanarAvx512<4>, PlanarAvx512<3>};
 
 }  // namespace tarn

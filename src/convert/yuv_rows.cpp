@@ -110,6 +110,21 @@ const YuvRowForms kYuvRowsPlain = {SmoothPlain,           AveragePlain,         
                                    PackedVectorPlain<4>,  PackedVectorPlain<3>,   SmoothPairToYuy2Plain,
                                    SmoothPairToBgraPlain, NoStreams,              SmoothPairFromYuy2Plain};
 
+#if defined(TARN_HAVE_X86_SIMD)
+// Put together here, in a file built for every processor: a table worked
+// out when the library loads must not be code of an instruction set the
+// processor may lack, and in the AVX-512 file the copy would be. Both parts
+// are fixed before any code runs (tables of function addresses).
+const YuvRowForms kYuvRowsAvx512 = [] {
+    YuvRowForms f = kYuvRowsAvx2;
+    f.yuy2ToBgra = kYuvRowsOwnAvx512.yuy2ToBgra;
+    f.smoothPairToYuy2 = kYuvRowsOwnAvx512.smoothPairToYuy2;
+    f.smoothPairToBgra = kYuvRowsOwnAvx512.smoothPairToBgra;
+    f.smoothPairFromYuy2 = kYuvRowsOwnAvx512.smoothPairFromYuy2;
+    return f;
+}();
+#endif
+
 namespace {
 constexpr FormEntry<const YuvRowForms*> kYuvRowsForms[] = {
 #if defined(TARN_HAVE_X86_SIMD)

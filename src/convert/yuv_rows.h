@@ -92,7 +92,18 @@ extern const YuvRowForms kYuvRowsPlain;
 #if defined(TARN_HAVE_X86_SIMD)
 extern const YuvRowForms kYuvRowsSse2;
 extern const YuvRowForms kYuvRowsAvx2;
+// The AVX2 forms with the AVX-512 file's own rows in their place.
 extern const YuvRowForms kYuvRowsAvx512;
+
+// The rows of the AVX-512 file, which the AVX-512 forms take in place of
+// the AVX2 ones.
+struct YuvRowsOwnAvx512 {
+    decltype(YuvRowForms::yuy2ToBgra) yuy2ToBgra;
+    decltype(YuvRowForms::smoothPairToYuy2) smoothPairToYuy2;
+    decltype(YuvRowForms::smoothPairToBgra) smoothPairToBgra;
+    decltype(YuvRowForms::smoothPairFromYuy2) smoothPairFromYuy2;
+};
+extern const YuvRowsOwnAvx512 kYuvRowsOwnAvx512;
 #endif
 
 // The fastest forms allowed now.

@@ -469,9 +469,10 @@ void EndStreamsAvx2() { _mm_sfence(); }
 
 }  // namespace
 
-const YuvRowForms kYuvRowsAvx2 = {SmoothAvx2,           AverageAvx2,           ToBgraAvx2,
-                                  ToBgrAvx2,            PackYuy2Simd,          UnpackYuy2Simd,
-                                  Yuy2ToBgraAvx2,       Yuy2ToBgrAvx2,         SmoothPairToYuy2Avx2,
-                                  SmoothPairToBgraAvx2, EndStreamsAvx2,        SmoothPairFromYuy2Avx2};
+// Fixed before any code runs, as the AVX-512 table built from it needs.
+constinit const YuvRowForms kYuvRowsAvx2 = {SmoothAvx2,           AverageAvx2,           ToBgraAvx2,
+                                            ToBgrAvx2,            PackYuy2Simd,          UnpackYuy2Simd,
+                                            Yuy2ToBgraAvx2,       Yuy2ToBgrAvx2,         SmoothPairToYuy2Avx2,
+                                            SmoothPairToBgraAvx2, EndStreamsAvx2,        SmoothPairFromYuy2Avx2};
 
 }  // namespace tarn

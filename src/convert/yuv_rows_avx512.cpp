@@ -342,14 +342,9 @@ void SmoothPairToYuy2Avx512(const RowPair& rows, size_t pairs) {
 
 }  // namespace
 
-// The AVX2 forms with the rows above in their place.
-const YuvRowForms kYuvRowsAvx512 = [] {
-    YuvRowForms f = kYuvRowsAvx2;
-    f.yuy2ToBgra = Yuy2ToBgraAvx512;
-    f.smoothPairToBgra = SmoothPairToBgraAvx512;
-    f.smoothPairToYuy2 = SmoothPairToYuy2Avx512;
-    f.smoothPairFromYuy2 = SmoothPairFromYuy2Avx512;
-    return f;
-}();
+// Addresses only, fixed before any code runs: nothing of this file may run
+// when the library loads, on a processor that may lack its instructions.
+constinit const YuvRowsOwnAvx512 kYuvRowsOwnAvx512 = {Yuy2ToBgraAvx512, SmoothPairToYuy2Avx512,
+                                                      SmoothPairToBgraAvx512, SmoothPairFromYuy2Avx512};
 
 }  // namespace tarn
