@@ -20,7 +20,8 @@ uint8_t ByteOf(double v) { return static_cast<uint8_t>(static_cast<int32_t>(v));
 
 AreaBoxExactFn PickAreaBoxExact() {
 #if defined(TARN_HAVE_X86_SIMD)
-    static const FormEntry<AreaBoxExactFn> t[] = {{SimdForm::Avx2, AreaBoxExactAvx2}, {SimdForm::Plain, nullptr}};
+    static const FormEntry<AreaBoxExactFn> t[] = {
+        {SimdForm::Avx512, AreaBoxExactAvx512}, {SimdForm::Avx2, AreaBoxExactAvx2}, {SimdForm::Plain, nullptr}};
     return PickForm(t);
 #else
     return nullptr;

@@ -78,6 +78,7 @@ uint32_t AreaExactShift(uint32_t srcWidth, uint32_t srcHeight, uint32_t dstWidth
 
 #if defined(TARN_HAVE_X86_SIMD)
 void AreaBoxExactAvx2(const ScaleTarget& target, const ScaleSource& source, uint32_t shift);
+void AreaBoxExactAvx512(const ScaleTarget& target, const ScaleSource& source, uint32_t shift);
 void AreaEmitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total);
 void AreaEmitSplitRowAvx2(uint8_t* out, float* current, float* carry, uint32_t total, float f);
 void AreaCarryRowAvx2(float* current, float* carry, uint32_t total);

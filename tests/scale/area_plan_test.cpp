@@ -227,11 +227,12 @@ TEST(AreaPlan, WholePowerOfTwoBoxesAgreeAcrossForms) {
     for (uint32_t c : {1u, 3u, 4u})
         for (const Shape& s : sizes) ExpectExactBoxesAgree({s, c, c}, rng);
     // Single-channel boxes 2 or 4 samples wide and 1 to 128 rows tall: rows
-    // of fewer than 32 targets, exactly 32, and rows whose last 32 overlap
-    // the ones before, top-down and bottom-up, padded strides.
+    // of fewer than 32 (or 64) targets, exactly that many, and rows whose
+    // last 32 (or 64) overlap the ones before, top-down and bottom-up,
+    // padded strides.
     const uint32_t boxes[][2] = {{2, 1}, {2, 2}, {2, 4}, {2, 16}, {2, 128}, {4, 1}, {4, 4}, {4, 8}, {4, 64}};
     for (const auto& [fx, fy] : boxes)
-        for (uint32_t dw : {5u, 31u, 32u, 33u, 70u, 96u, 241u})
+        for (uint32_t dw : {5u, 31u, 32u, 33u, 63u, 64u, 65u, 70u, 96u, 128u, 241u})
             for (bool up : {false, true}) {
                 const uint32_t dh = fy >= 64 ? 2 : 3;
                 ExpectExactBoxesAgree({{dw * fx, dh * fy, dw, dh}, 1, 1, up ? 3 : 0, 5, up}, rng);
