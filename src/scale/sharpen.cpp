@@ -171,7 +171,9 @@ void BlurRows(const SharpenForms& forms, const uint8_t* in, int32_t width, int32
     const size_t ringFloats = size_t(slots) * size_t(span);
     std::unique_ptr<float[]> ring(new float[ringFloats + kSlack]);
     std::fill_n(ring.get() + ringFloats, kSlack, 0.0f);
-    std::vector<float> scratch(2 * (size_t(width) + size_t(n)) + 48 + kSlack);
+    // The in-order horizontal pass widens its row into a scratch; the dealt
+    // one works from the bytes.
+    std::vector<float> scratch(dealt ? 0 : 2 * (size_t(width) + size_t(n)) + 48 + kSlack);
     std::vector<const float*> rows(static_cast<size_t>(slots));
     std::vector<float> taps(static_cast<size_t>(n));
     std::vector<float> weights(size_t(width) + kSlack), dealtWeights(dealt ? size_t(span) + kSlack : 0);

@@ -231,7 +231,7 @@ void ExtremesDealt(const uint8_t* a, intptr_t aStride, const uint8_t* b, intptr_
 
 void ApplyDealt(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
     const BlurInOrder at{b};
-    const int32_t x = sharpen_passes::ApplyOf<Avx512Lanes>(row, width, at, high, low);
+    const int32_t x = sharpen_passes::ApplyOf<Avx512Lanes>(row, width, at, {high, low});
     alignas(64) uint8_t last[kDealtBlock];
     if (x < width) ApplySharpenPlain(row + x, at.Copy(x, last), width - x, high, low);
 }

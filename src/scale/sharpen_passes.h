@@ -396,7 +396,6 @@ void VerticalPair(const BlurColumnTaps& taps, int32_t width, uint8_t* out, uint8
 // which needs a form with 32 registers.
 constexpr int kBandRows = kSharpenBandRows;
 
-//
 // Lanes with a fused multiply-add (AddByFma: fma(p, one, s)) take some of
 // the sums there: p * 1 is p exactly, so the one rounding of p * 1 + s is
 // that of p + s, the same float. The additions alone would keep the adders
@@ -546,6 +545,13 @@ struct HalvedDivisor {
     typename L::I Quotient(typename L::I doubled) const { return L::Shift16(L::MulHi16(doubled, m), s); }
 };
 
+// The divisors of the mask: by high where it applies, by -low likewise.
+template <class L>
+struct MaskDivisors {
+    HalvedDivisor<L> byHigh, byLow;
+    MaskDivisors(int32_t high, int32_t low) : byHigh(high > 0 ? high : 0), byLow(low < 0 ? -low : 0) {}
+};
+
 // The mask in 16-bit lanes. As the blur b lies in 0 .. 255, d = a - b lies
 // in -(255 - a) .. a, so a numerator (255 - a) * d or a * -d is at most
 // a * (255 - a) <= 16256, and twice it fits the division above; the divisor,
@@ -562,26 +568,25 @@ struct HalvedDivisor {
 // they were; narrowing with signed saturation is the clamp to 0 .. 255.
 // What is left of the row goes in 2 * kLanes words at a time.
 template <class L>
-typename L::I MaskWords(const HalvedDivisor<L>& byHigh, const HalvedDivisor<L>& byLow, typename L::I av,
-                        typename L::I up, typename L::I down) {
+typename L::I MaskWords(const MaskDivisors<L>& by, typename L::I av, typename L::I up, typename L::I down) {
     const auto twice = L::Add16(av, av);
-    const auto raise = byHigh.Quotient(L::MulLo16(L::Sub16(L::Set16(510), twice), up));
-    const auto lower = byLow.Quotient(L::MulLo16(twice, down));
+    const auto raise = by.byHigh.Quotient(L::MulLo16(L::Sub16(L::Set16(510), twice), up));
+    const auto lower = by.byLow.Quotient(L::MulLo16(twice, down));
     return L::Sub16(L::Add16(av, raise), lower);
 }
 
-// `blurAt(x)` is the register of b for the row's pixels from x on.
+// Whole registers of bytes of the row; `blurAt(x)` is the register of b for
+// the row's pixels from x on. Returns where the registers stop.
 template <class L, class BlurAt>
-int32_t ApplyOf(uint8_t* row, int32_t width, BlurAt blurAt, int32_t high, int32_t low) {
+int32_t ApplyOf(uint8_t* row, int32_t width, BlurAt blurAt, const MaskDivisors<L>& by) {
     using I = typename L::I;
     constexpr int32_t W = sizeof(I);
-    const HalvedDivisor<L> byHigh(high > 0 ? high : 0), byLow(low < 0 ? -low : 0);
     int32_t x = 0;
     for (; x + W <= width; x += W) {
         const I av = L::LoadI(row + x), bv = blurAt(x);
         const I up = L::SubSatU8(av, bv), down = L::SubSatU8(bv, av);
-        const I lo = MaskWords<L>(byHigh, byLow, L::WordsLow(av), L::WordsLow(up), L::WordsLow(down));
-        const I hi = MaskWords<L>(byHigh, byLow, L::WordsHigh(av), L::WordsHigh(up), L::WordsHigh(down));
+        const I lo = MaskWords<L>(by, L::WordsLow(av), L::WordsLow(up), L::WordsLow(down));
+        const I hi = MaskWords<L>(by, L::WordsHigh(av), L::WordsHigh(up), L::WordsHigh(down));
         L::StoreI(row + x, L::Narrow16(lo, hi));
     }
     return x;
@@ -591,11 +596,11 @@ template <class L>
 void Apply(uint8_t* row, const uint8_t* b, int32_t width, int32_t high, int32_t low) {
     using I = typename L::I;
     constexpr int32_t H = 2 * L::kLanes;
-    int32_t x = ApplyOf<L>(row, width, [b](int32_t x) { return L::LoadI(b + x); }, high, low);
-    const HalvedDivisor<L> byHigh(high > 0 ? high : 0), byLow(low < 0 ? -low : 0);
+    const MaskDivisors<L> by(high, low);
+    int32_t x = ApplyOf<L>(row, width, [b](int32_t x) { return L::LoadI(b + x); }, by);
     for (; x + H <= width; x += H) {
         const I av = L::Words(row + x), bv = L::Words(b + x);
-        L::StoreWords(row + x, MaskWords<L>(byHigh, byLow, av, L::SubSat16(av, bv), L::SubSat16(bv, av)));
+        L::StoreWords(row + x, MaskWords<L>(by, av, L::SubSat16(av, bv), L::SubSat16(bv, av)));
     }
     ApplySharpenPlain(row + x, b + x, width - x, high, low);
 }
